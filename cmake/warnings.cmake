@@ -1,0 +1,9 @@
+# One place for warnings and sanitizers: link qnm_warnings privately into every target of ours.
+add_library(qnm_warnings INTERFACE)
+target_compile_options(qnm_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+  $<$<BOOL:${QNM_WERROR}>:-Werror>)
+if(QNM_SANITIZE)
+  add_compile_options(-fsanitize=${QNM_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QNM_SANITIZE})
+endif()

@@ -1,0 +1,211 @@
+#include "expression.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <initializer_list>
+
+namespace qnm::catalogue {
+
+namespace {
+
+using Kind = Expression::Kind;
+
+ExpressionPtr make(Kind kind, std::string text, std::vector<ExpressionPtr> operands)
+{
+    auto node = std::make_shared<Expression>();
+    node->kind = kind;
+    node->text = std::move(text);
+    node->operands = std::move(operands);
+    return node;
+}
+
+ExpressionPtr parse_primary(Lexer& lexer)
+{
+    const std::string text = lexer.peek().text;
+    if (lexer.accept("(")) {
+        ExpressionPtr inner = parse_expression(lexer);
+        lexer.expect(")");
+        return inner;
+    }
+    if (text == "-" || text == "not") {
+        lexer.next();
+        return make(Kind::negation, text, {parse_primary(lexer)});
+    }
+    if (is_number(text)) {
+        auto node = std::make_shared<Expression>();
+        node->kind = Kind::number;
+        node->value = lexer.number("a number of at most six digits");
+        return node;
+    }
+    if (!is_identifier(text))
+        lexer.fail("a number, a name or '('");
+    lexer.next();
+    if (text == "min" || text == "max" || text == "abs" || text == "odd") {
+        lexer.expect("(");
+        std::vector<ExpressionPtr> operands{parse_expression(lexer)};
+        while (lexer.accept(","))
+            operands.push_back(parse_expression(lexer));
+        lexer.expect(")");
+        if ((text == "abs" || text == "odd") != (operands.size() == 1))
+            lexer.fail_at(lexer.peek().line, text,
+                          "one operand for abs and odd, two or more for min and max");
+        return make(Kind::call, text, std::move(operands));
+    }
+    if (lexer.peek().text == "is" || lexer.peek().text == "in") {
+        const bool one = lexer.next().text == "is";
+        auto node = std::make_shared<Expression>();
+        node->kind = Kind::letter;
+        node->text = text;
+        node->letters = lexer.identifier("an option letter");
+        if (one && node->letters.size() != 1)
+            lexer.fail_at(lexer.peek().line, node->letters, "one letter after 'is'; 'in' takes several");
+        return node;
+    }
+    return make(Kind::name, text, {});
+}
+
+using Level = ExpressionPtr (*)(Lexer&);
+
+ExpressionPtr parse_left(Lexer& lexer, Level operand, std::initializer_list<const char*> operators)
+{
+    ExpressionPtr left = operand(lexer);
+    while (std::find(operators.begin(), operators.end(), lexer.peek().text) != operators.end()) {
+        const std::string text = lexer.next().text;
+        left = make(Kind::binary, text, {left, operand(lexer)});
+    }
+    return left;
+}
+
+ExpressionPtr parse_product(Lexer& lexer)
+{
+    return parse_left(lexer, parse_primary, {"*", "/"});
+}
+
+ExpressionPtr parse_sum(Lexer& lexer)
+{
+    return parse_left(lexer, parse_product, {"+", "-"});
+}
+
+ExpressionPtr parse_comparison(Lexer& lexer)
+{
+    return parse_left(lexer, parse_sum, {"<", "<=", ">", ">=", "==", "!="});
+}
+
+ExpressionPtr parse_and(Lexer& lexer)
+{
+    return parse_left(lexer, parse_comparison, {"and"});
+}
+
+ExpressionPtr parse_or(Lexer& lexer)
+{
+    return parse_left(lexer, parse_and, {"or"});
+}
+
+char upper(char c)
+{
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+}
+
+std::int64_t apply(const std::string& op, std::int64_t a, std::int64_t b)
+{
+    if (op == "+")
+        return a + b;
+    if (op == "-")
+        return a - b;
+    if (op == "*")
+        return a * b;
+    if (op == "/")
+        return a / b;
+    if (op == "<")
+        return a < b ? 1 : 0;
+    if (op == "<=")
+        return a <= b ? 1 : 0;
+    if (op == ">")
+        return a > b ? 1 : 0;
+    if (op == ">=")
+        return a >= b ? 1 : 0;
+    if (op == "==")
+        return a == b ? 1 : 0;
+    return a != b ? 1 : 0; // the grammar lets nothing else through
+}
+
+} // namespace
+
+ExpressionPtr parse_expression(Lexer& lexer)
+{
+    ExpressionPtr test = parse_or(lexer);
+    if (!lexer.accept("?"))
+        return test;
+    ExpressionPtr then = parse_expression(lexer);
+    lexer.expect(":");
+    return make(Kind::condition, "?", {test, then, parse_expression(lexer)});
+}
+
+std::int64_t evaluate(const Expression& e, const Values& values)
+{
+    const auto operand = [&](std::size_t i) { return evaluate(*e.operands[i], values); };
+    switch (e.kind) {
+    case Kind::number:
+        return e.value;
+    case Kind::name:
+        return values.integer(e.text);
+    case Kind::letter:
+        return e.letters.find(upper(values.letter(e.text))) != std::string::npos ? 1 : 0;
+    case Kind::condition:
+        return operand(operand(0) != 0 ? 1 : 2);
+    case Kind::negation:
+        return e.text == "-" ? -operand(0) : (operand(0) == 0 ? 1 : 0);
+    case Kind::call: {
+        std::int64_t result = operand(0);
+        if (e.text == "abs")
+            return result < 0 ? -result : result;
+        if (e.text == "odd")
+            return result & 1;
+        for (std::size_t i = 1; i < e.operands.size(); ++i)
+            result = e.text == "min" ? std::min(result, operand(i)) : std::max(result, operand(i));
+        return result;
+    }
+    case Kind::binary:
+        if (e.text == "and")
+            return operand(0) != 0 && operand(1) != 0 ? 1 : 0;
+        if (e.text == "or")
+            return operand(0) != 0 || operand(1) != 0 ? 1 : 0;
+        return apply(e.text, operand(0), operand(1));
+    }
+    return 0;
+}
+
+void walk(const Expression& expression, const std::function<void(const Expression&)>& visit)
+{
+    for (const ExpressionPtr& operand : expression.operands)
+        walk(*operand, visit);
+    visit(expression);
+}
+
+std::string to_text(const Expression& e)
+{
+    switch (e.kind) {
+    case Kind::number:
+        return std::to_string(e.value);
+    case Kind::name:
+        return e.text;
+    case Kind::letter:
+        return e.text + (e.letters.size() == 1 ? " is " : " in ") + e.letters;
+    case Kind::condition:
+        return "(" + to_text(*e.operands[0]) + " ? " + to_text(*e.operands[1]) + " : " +
+               to_text(*e.operands[2]) + ")";
+    case Kind::negation:
+        return e.text + (e.text == "not" ? " " : "") + to_text(*e.operands[0]);
+    case Kind::call: {
+        std::string text = e.text + "(";
+        for (const ExpressionPtr& operand : e.operands)
+            text += (operand == e.operands.front() ? "" : ",") + to_text(*operand);
+        return text + ")";
+    }
+    case Kind::binary:
+        return "(" + to_text(*e.operands[0]) + " " + e.text + " " + to_text(*e.operands[1]) + ")";
+    }
+    return {};
+}
+
+} // namespace qnm::catalogue

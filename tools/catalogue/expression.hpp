@@ -1,0 +1,51 @@
+// Integer expressions of the tables: extents, bounds and conditions.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lexer.hpp"
+
+namespace qnm::catalogue {
+
+/// One node of an expression. Truth is 1 and 0, as in C.
+struct Expression {
+    enum class Kind {
+        number,    // value
+        name,      // text: an argument or a name defined by `where`
+        binary,    // text: + - * / < <= > >= == != and or; two operands
+        negation,  // text: - or not; one operand
+        call,      // text: min max abs odd; operands
+        condition, // operands: test, then, else
+        letter     // text: the character argument; letters: those that it may be, in order of testing
+    };
+    Kind kind;
+    std::int64_t value = 0;
+    std::string text;
+    std::string letters;
+    std::vector<std::shared_ptr<const Expression>> operands;
+};
+using ExpressionPtr = std::shared_ptr<const Expression>;
+
+/// Reads `a ? b : c`, `or`, `and`, comparisons, `is`, `in`, sums, products, min, max, abs, odd and brackets.
+ExpressionPtr parse_expression(Lexer& lexer);
+
+/// What evaluation needs to know of the call: integers by name, and the letter of a character argument.
+struct Values {
+    std::function<std::int64_t(const std::string&)> integer;
+    std::function<char(const std::string&)> letter;
+};
+
+/// Evaluates in 64 bits; letters compare without regard to case.
+std::int64_t evaluate(const Expression& expression, const Values& values);
+
+/// Calls `visit` for each node, operands first.
+void walk(const Expression& expression, const std::function<void(const Expression&)>& visit);
+
+/// The expression as the tables would write it.
+std::string to_text(const Expression& expression);
+
+} // namespace qnm::catalogue

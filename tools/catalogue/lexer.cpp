@@ -1,0 +1,118 @@
+#include "lexer.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace qnm::catalogue {
+
+namespace {
+
+bool word_character(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+}
+
+} // namespace
+
+bool is_identifier(const std::string& text)
+{
+    return !text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) == 0 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return word_character(c) || c == '?'; }) &&
+           text != "?";
+}
+
+bool is_number(const std::string& text)
+{
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return std::isdigit(static_cast<unsigned char>(c)) != 0;
+    });
+}
+
+Lexer::Lexer(std::string file, int line) : file_(std::move(file)), first_line_(line)
+{
+    end_.line = line;
+}
+
+void Lexer::add_line(const std::string& text, int line)
+{
+    static constexpr std::array<const char*, 5> pairs{"->", ">=", "<=", "==", "!="};
+    end_.line = line;
+    for (std::size_t i = 0; i < text.size();) {
+        const char c = text[i];
+        if (c == '#')
+            return;
+        if (std::isspace(static_cast<unsigned char>(c)) != 0) {
+            ++i;
+            continue;
+        }
+        std::size_t length = 1;
+        // A `?` with a word character beside it is the place of the precision letter; alone it is an
+        // operator.
+        if (word_character(c) || (c == '?' && i + 1 < text.size() && word_character(text[i + 1]))) {
+            while (i + length < text.size() &&
+                   (word_character(text[i + length]) ||
+                    (text[i + length] == '?' && word_character(text[i + length - 1]) &&
+                     i + length + 1 < text.size() && word_character(text[i + length + 1]))))
+                ++length;
+        } else if (std::any_of(pairs.begin(), pairs.end(),
+                               [&](const char* pair) { return text.compare(i, 2, pair) == 0; })) {
+            length = 2;
+        }
+        tokens_.push_back({text.substr(i, length), line});
+        i += length;
+    }
+}
+
+const Token& Lexer::peek(std::size_t ahead) const
+{
+    return position_ + ahead < tokens_.size() ? tokens_[position_ + ahead] : end_;
+}
+
+Token Lexer::next()
+{
+    Token token = peek();
+    if (position_ < tokens_.size())
+        ++position_;
+    return token;
+}
+
+bool Lexer::accept(const std::string& text)
+{
+    if (peek().text != text)
+        return false;
+    next();
+    return true;
+}
+
+void Lexer::expect(const std::string& text)
+{
+    if (!accept(text))
+        fail("'" + text + "'");
+}
+
+std::string Lexer::identifier(const std::string& what)
+{
+    if (!is_identifier(peek().text))
+        fail(what);
+    return next().text;
+}
+
+int Lexer::number(const std::string& what)
+{
+    if (!is_number(peek().text) || peek().text.size() > 6)
+        fail(what);
+    return std::stoi(next().text);
+}
+
+void Lexer::fail(const std::string& expected) const
+{
+    fail_at(peek().line, at_end() ? "end of the row" : "'" + peek().text + "'", expected);
+}
+
+void Lexer::fail_at(int line, const std::string& found, const std::string& expected) const
+{
+    throw TableError(file_ + ":" + std::to_string(line) + ": " + found + ": expected " + expected);
+}
+
+} // namespace qnm::catalogue

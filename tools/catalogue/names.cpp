@@ -1,0 +1,244 @@
+// What follows from a row: names, formats, positions and types.
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+#include "catalogue.hpp"
+
+namespace qnm::catalogue {
+
+namespace {
+
+std::string replace_all(std::string text, const std::string& from, const std::string& to)
+{
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+std::string with_prefix(const std::string& root, const std::string& prefix)
+{
+    return root.find('?') == std::string::npos ? prefix + root : replace_all(root, "?", prefix);
+}
+
+std::string spell(const std::string& pattern, const std::string& lower)
+{
+    return replace_all(replace_all(pattern, "NAME", to_upper(lower)), "name", lower);
+}
+
+struct NamedType {
+    const char* word;
+    const char* single; // by the letter's real type
+    const char* dbl;
+};
+constexpr std::array<NamedType, 2> real_types{
+    {{"R", "float", "double"}, {"C", "qnm_complex8", "qnm_complex16"}}};
+constexpr std::array<std::array<const char*, 2>, 14> plain_types{{{"char", "char"},
+                                                                  {"float", "float"},
+                                                                  {"double", "double"},
+                                                                  {"half", "qnm_f16"},
+                                                                  {"f16", "qnm_f16"},
+                                                                  {"bf16", "qnm_bf16"},
+                                                                  {"f8", "qnm_f8"},
+                                                                  {"i8", "qnm_int8"},
+                                                                  {"u8", "qnm_uint8"},
+                                                                  {"i16", "qnm_int16"},
+                                                                  {"i32", "qnm_int32"},
+                                                                  {"size", "size_t"},
+                                                                  {"status", "int"},
+                                                                  {"void", "void"}}};
+
+} // namespace
+
+std::string to_upper(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
+    return text;
+}
+
+std::string to_lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    return text;
+}
+
+const Precision* find_precision(const std::string& prefix)
+{
+    static const std::vector<Precision> precisions{
+        {"s", 's', 's'},  {"d", 'd', 'd'},  {"c", 'c', 's'},  {"z", 'z', 'd'},  {"sc", 'c', 's'},
+        {"dz", 'z', 'd'}, {"cs", 'c', 's'}, {"zd", 'z', 'd'}, {"is", 's', 's'}, {"id", 'd', 'd'},
+        {"ic", 'c', 's'}, {"iz", 'z', 'd'}, {"ds", 's', 'd'}, {"sds", 's', 's'}};
+    const auto found = std::find_if(precisions.begin(), precisions.end(),
+                                    [&](const Precision& p) { return p.prefix == prefix; });
+    return found == precisions.end() ? nullptr : &*found;
+}
+
+bool is_type(const std::string& word)
+{
+    return word == "T" || word == "int" || word == "kernel" ||
+           std::any_of(real_types.begin(), real_types.end(), [&](const auto& t) { return word == t.word; }) ||
+           std::any_of(plain_types.begin(), plain_types.end(), [&](const auto& t) { return word == t[0]; });
+}
+
+std::string c_type(const std::string& type, const Precision& precision, Width width)
+{
+    if (type == "int")
+        return width == Width::narrow ? "int" : "qnm_int64";
+    if (type == "T") {
+        if (precision.element == 's' || precision.element == 'd')
+            return precision.element == 's' ? "float" : "double";
+        return precision.element == 'c' ? "qnm_complex8" : "qnm_complex16";
+    }
+    if (type == "kernel") // what a JIT lookup hands out
+        return std::string("qnm_") + precision.element + "gemm_jit_kernel_t";
+    for (const NamedType& t : real_types)
+        if (type == t.word)
+            return precision.real == 's' ? t.single : t.dbl;
+    for (const auto& t : plain_types)
+        if (type == t[0])
+            return t[1];
+    return {};
+}
+
+std::string service_type(const std::string& word)
+{
+    static const std::map<std::string, std::string> types{{"void", "void"},
+                                                          {"int", "int"},
+                                                          {"int64", "qnm_int64"},
+                                                          {"double", "double"},
+                                                          {"float", "float"},
+                                                          {"address", "void*"},
+                                                          {"text", "const char*"},
+                                                          {"buffer", "char*"},
+                                                          {"version", "qnm_version_t*"},
+                                                          {"integers", "int*"},
+                                                          {"mode", "int*"},
+                                                          {"clocks", "unsigned long long*"},
+                                                          {"handler", "qnm_xerbla_t"},
+                                                          {"progress", "qnm_progress_t"},
+                                                          {"pivot", "qnm_pardiso_pivot_t"}};
+    const auto found = types.find(word);
+    return found == types.end() ? std::string{} : found->second;
+}
+
+const Argument* Row::find(const std::string& name) const
+{
+    const auto found =
+        std::find_if(arguments.begin(), arguments.end(), [&](const Argument& a) { return a.name == name; });
+    return found == arguments.end() ? nullptr : &*found;
+}
+
+int Row::position(const Argument& argument) const
+{
+    return static_cast<int>(&argument - arguments.data()) + 1;
+}
+
+int Row::code(const Argument& argument) const
+{
+    return argument.code_override.value_or(position(argument));
+}
+
+std::vector<const Argument*> Row::tests() const
+{
+    std::vector<const Argument*> order;
+    const auto postponed = [&](const Argument& a) {
+        return std::find(tested_last.begin(), tested_last.end(), a.name) != tested_last.end();
+    };
+    if (groups) // the arrays cannot be walked before the number of groups is known to be sound
+        order.push_back(find("group_count"));
+    for (const Argument& a : arguments)
+        if (a.tested() && !postponed(a) && !(groups && a.name == "group_count"))
+            order.push_back(&a);
+    for (const std::string& name : tested_last)
+        order.push_back(find(name));
+    return order;
+}
+
+std::string Entry::name() const
+{
+    return to_upper(cell());
+}
+
+std::string Entry::cell() const
+{
+    return to_lower(with_prefix(row->root, precision.prefix)) + (width == Width::wide ? "_64" : "");
+}
+
+std::string Entry::core() const
+{
+    return spell(row->family->core, to_lower(with_prefix(row->core_root.empty() ? row->root : row->core_root,
+                                                         precision.prefix)));
+}
+
+std::string Entry::small_core() const
+{
+    return spell(row->family->core, to_lower(with_prefix(row->small_root, precision.prefix)));
+}
+
+std::string Entry::check() const
+{
+    return spell(row->family->check, to_lower(with_prefix(row->root, precision.prefix))) +
+           (width == Width::wide ? "_ilp64" : "");
+}
+
+std::vector<std::string> Entry::spellings() const
+{
+    const std::string lower = to_lower(with_prefix(row->root, precision.prefix));
+    std::vector<std::string> all;
+    for (const Family* family : {row->family, row->also})
+        if (family != nullptr)
+            for (const std::string& pattern : family->spellings.at(width))
+                if (const std::string spelling = spell(pattern, lower);
+                    std::find(all.begin(), all.end(), spelling) == all.end())
+                    all.push_back(spelling);
+    return all;
+}
+
+std::string Entry::report_name() const
+{
+    std::string text = to_upper(with_prefix(row->root, precision.prefix));
+    if (text.size() < 6)
+        text.resize(6, ' ');
+    else if (text.size() > 6 && !row->unpadded)
+        text += ' ';
+    return text;
+}
+
+std::string Entry::format() const
+{
+    const bool narrow = width == Width::narrow;
+    std::string text = name() + "(";
+    const auto add = [&](const char* conversion) {
+        if (text.back() != '(')
+            text += ',';
+        text += conversion;
+    };
+    if (row->result.kind == ResultKind::hidden)
+        add("%p");
+    for (const Argument& a : row->arguments) {
+        if (a.kind == Kind::character || a.kind == Kind::letters)
+            add("%c");
+        else if (a.kind == Kind::value || (a.kind == Kind::integer && !row->groups))
+            add(narrow ? "%d" : "%lli");
+        else
+            add("%p");
+    }
+    return text + ")";
+}
+
+Class Entry::frame() const
+{
+    return row->entry_class == Class::scratch && width == Width::wide ? Class::unchecked : row->entry_class;
+}
+
+int Entry::hidden_lengths() const
+{
+    return static_cast<int>(
+        std::count_if(row->arguments.begin(), row->arguments.end(), [](const Argument& a) {
+            return a.kind == Kind::character || a.kind == Kind::letters;
+        }));
+}
+
+} // namespace qnm::catalogue
