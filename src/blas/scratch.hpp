@@ -1,0 +1,102 @@
+// Narrow sparse level 1: the index array is copied into 64-bit scratch for the length of the call.
+#pragma once
+
+#include "frame/kinds.hpp"
+#include "frame/report.hpp"
+#include "frame/trace.hpp"
+
+namespace qnm {
+
+template <>
+struct Room<Indices> {
+    Indices argument;
+    core_int* block;
+    QNM_INLINE explicit Room(Indices given) : argument(given), block(nullptr) {}
+    QNM_INLINE const core_int* pass() { return block; }
+
+    /// Room for one index at the least, so that no size is ever zero; false if there is no memory.
+    QNM_INLINE bool fill(core_int count)
+    {
+        constexpr core_int alignment = 128;
+        const core_int length = count > 0 ? count : 1;
+        block = static_cast<core_int*>(
+            qnm_serv_iface_allocate(length * static_cast<core_int>(sizeof(core_int)), alignment));
+        if (block == nullptr)
+            return false;
+        for (core_int i = 0; i < count; ++i)
+            block[i] = argument.narrow[i];
+        return true;
+    }
+    QNM_INLINE void release() { qnm_serv_iface_deallocate(block); }
+};
+
+namespace detail {
+
+template <class A>
+QNM_INLINE bool fill(Room<A>& room, core_int count)
+{
+    if constexpr (std::is_same_v<A, Indices>)
+        return room.fill(count);
+    else
+        return true;
+}
+
+template <class A>
+QNM_INLINE void release(Room<A>& room)
+{
+    if constexpr (std::is_same_v<A, Indices>)
+        room.release();
+}
+
+template <class A>
+QNM_INLINE auto shown_scratch(Room<A>& room)
+{
+    if constexpr (std::is_same_v<A, const int*>)
+        return static_cast<int>(room.wide);
+    else
+        return shown<false>(room.argument);
+}
+
+template <class R, class Core, class... A>
+QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
+{
+    Kept<R> kept([&]() QNM_INLINE_LAMBDA -> R { return call_core(HiddenLengths<A...>{}, core, rooms...); });
+    (release(rooms), ...);
+    return kept.take();
+}
+
+} // namespace detail
+
+/// The traced call; the release lies between the two readings of the clock.
+template <class R, class... P, class... A>
+QNM_COLD R scratch_cold(Cell* cell, const char* format, int found, R (*core)(P...), Room<A>... rooms)
+{
+    if (!tracing(cell, found))
+        return detail::call_and_release<R>(core, rooms...);
+    Stopwatch watch;
+    watch.start();
+    Kept<R> kept([&] { return detail::call_and_release<R>(core, rooms...); });
+    watch.stop();
+    print_line(format, watch.elapsed(), detail::shown_scratch<A>(rooms)...);
+    return kept.take();
+}
+
+/// Snapshot, widen, copy the indices, core, release. A failed copy is reported and the core is not called.
+template <auto* Core, class Jump, class... A>
+QNM_INLINE auto scratch(Cell* cell, const char* format, const char* name, int length, Jump* jump,
+                        core_int count, A... arguments)
+{
+    const int found = snapshot(*cell);
+    return [&](Room<A>&&... rooms) QNM_INLINE_LAMBDA {
+        using R = decltype(call_core(HiddenLengths<A...>{}, Core, rooms...));
+        if (unlikely(!(detail::fill(rooms, count) && ...))) {
+            report_unregistered(name, length, scratch_failed);
+            return R();
+        }
+        if (unlikely(found != 0))
+            return scratch_cold(cell, format, found, jump, rooms...);
+        return detail::call_and_release<R>(Core, rooms...);
+    }(Room<A>(arguments)...);
+}
+
+} // namespace qnm

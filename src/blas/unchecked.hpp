@@ -1,0 +1,51 @@
+// Entries that check nothing: level 1, batches of it, compact forms, JIT handles; the wide sparse level 1.
+#pragma once
+
+#include "frame/kinds.hpp"
+#include "frame/trace.hpp"
+
+namespace qnm {
+
+/// Integers of a narrow entry are shown as they were widened, those of a wide one as the caller has them now.
+template <class A>
+QNM_INLINE auto shown_unchecked(Room<A>& room)
+{
+    if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
+        return static_cast<int>(room.wide);
+    else if constexpr (std::is_empty_v<A>)
+        return 0;
+    else
+        return shown<true>(room.argument);
+}
+
+/// The caller's arguments stand first, so that the hot path need not move them for a call that it seldom
+/// makes.
+template <class Jump, class... A>
+QNM_COLD auto unchecked_cold(A... arguments, Cell* cell, const char* format, int found, Jump* core)
+{
+    return [&](Room<A>&&... rooms) {
+        const auto call = [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); };
+        using R = decltype(call());
+        if (!tracing(cell, found))
+            return call();
+        Stopwatch watch;
+        watch.start();
+        Kept<R> kept(call);
+        watch.stop();
+        print_line(format, watch.elapsed(), shown_unchecked<A>(rooms)...);
+        return kept.take();
+    }(Room<A>(arguments)...);
+}
+
+/// The shortest frame: snapshot, widen, core.
+template <auto* Core, class Jump, class... A>
+QNM_INLINE auto unchecked(Cell* cell, const char* format, Jump* jump, A... arguments)
+{
+    const int found = snapshot(*cell);
+    if (unlikely(found != 0))
+        return unchecked_cold<Jump, A...>(arguments..., cell, format, found, jump);
+    stay_below();
+    return call_core(HiddenLengths<A...>{}, Core, Room<A>(arguments)...);
+}
+
+} // namespace qnm

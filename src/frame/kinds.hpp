@@ -1,0 +1,112 @@
+// How arguments travel. The C++ type of a parameter is its kind:
+//   const char*  option letter, with a hidden length     const I*   integer by reference, widened for the
+//   core const void*  array, real scalar or handle, untouched  I          integer by value (compact forms)
+//   Indices      index array of a narrow scratch entry   WidthFlag<I>  the flag of group batches
+#pragma once
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "frame/types.hpp"
+
+namespace qnm {
+
+/// An array of narrow integers that the core gets as a 64-bit copy.
+struct Indices {
+    const int* narrow;
+};
+
+/// Group batches pass arrays of the caller's own width on, and tell the core behind the visible arguments
+/// which width that is: 1 from a narrow entry, 0 from a wide one.
+template <class I>
+struct WidthFlag {
+};
+template <class I>
+inline WidthFlag<I> width_flag;
+
+/// What the core gets for one argument, for the length of the call.
+template <class A>
+struct Room {
+    A argument;
+    QNM_INLINE explicit Room(A given) : argument(given) {}
+    QNM_INLINE A pass() { return argument; }
+};
+
+template <>
+struct Room<const int*> {
+    core_int wide;
+    QNM_INLINE explicit Room(const int* given) : wide(*given) { park(wide); }
+    QNM_INLINE const core_int* pass() { return &wide; }
+};
+
+template <>
+struct Room<int> {
+    core_int wide;
+    QNM_INLINE explicit Room(int given) : wide(given) {}
+    QNM_INLINE core_int pass() { return wide; }
+};
+
+template <class I>
+struct Room<WidthFlag<I>> {
+    QNM_INLINE explicit Room(WidthFlag<I> /*given*/) {}
+    QNM_INLINE int pass() { return sizeof(I) == sizeof(int) ? 1 : 0; }
+};
+
+template <class A>
+using passed = decltype(std::declval<Room<A>&>().pass());
+
+/// Hidden lengths stand behind all visible arguments, one for each option letter.
+template <class... A>
+using HiddenLengths =
+    std::make_index_sequence<(std::size_t{0} + ... + (std::is_same_v<A, const char*> ? 1 : 0))>;
+
+template <std::size_t>
+inline constexpr hidden_length hidden_one = 1;
+
+/// The one call of the core, its arguments in their rooms.
+template <std::size_t... H, class Core, class... Rooms>
+QNM_INLINE decltype(auto) call_core(std::index_sequence<H...> /*letters*/, Core* core, Rooms&&... rooms)
+{
+    return core(rooms.pass()..., hidden_one<H>...);
+}
+
+/// An argument as the line shows it. Where a call may have been refused, integers are read through a null
+/// test.
+template <bool NullTest, class A>
+QNM_INLINE auto shown(A argument)
+{
+    if constexpr (std::is_same_v<A, const char*>)
+        return static_cast<int>(*argument);
+    else if constexpr (std::is_same_v<A, Indices>)
+        return static_cast<const void*>(argument.narrow);
+    else if constexpr (std::is_empty_v<A>)
+        return 0; // the width flag stands behind the last conversion, where the formatter no longer looks
+    else if constexpr (std::is_pointer_v<A> && !std::is_same_v<A, const void*>)
+        return NullTest && argument == nullptr ? std::remove_cvref_t<decltype(*argument)>{0} : *argument;
+    else
+        return argument;
+}
+
+/// Holds a result across the trace, void included.
+template <class R>
+struct Kept {
+    R value;
+    template <class Call>
+    QNM_INLINE explicit Kept(Call&& call) : value(call())
+    {
+    }
+    QNM_INLINE R take() { return value; }
+};
+
+template <>
+struct Kept<void> {
+    template <class Call>
+    QNM_INLINE explicit Kept(Call&& call)
+    {
+        call();
+    }
+    QNM_INLINE void take() {}
+};
+
+} // namespace qnm

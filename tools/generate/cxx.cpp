@@ -1,0 +1,207 @@
+// Expressions and tests of a row as C++.
+#include <algorithm>
+#include <vector>
+
+#include "output.hpp"
+
+namespace qnm::generate {
+
+using namespace catalogue;
+
+namespace {
+
+using EKind = Expression::Kind;
+
+std::string joined(const std::vector<std::string>& parts, const char* between)
+{
+    std::string text;
+    for (const std::string& part : parts)
+        text += (text.empty() ? "" : between) + part;
+    return text;
+}
+
+/// Whether a size is known to be no less than zero by the time that leading dimensions are tested.
+bool non_negative(const Expression& e, const Row& row)
+{
+    if (e.kind == EKind::number)
+        return true;
+    if (e.kind == EKind::condition)
+        return non_negative(*e.operands[1], row) && non_negative(*e.operands[2], row);
+    if (e.kind != EKind::name)
+        return false;
+    if (const Argument* a = row.find(e.text))
+        return a->minimum && a->minimum->kind == EKind::number && a->minimum->value >= 0;
+    const auto d = std::find_if(row.definitions.begin(), row.definitions.end(),
+                                [&](const Definition& definition) { return definition.name == e.text; });
+    return d != row.definitions.end() && non_negative(*d->value, row);
+}
+
+std::string call_text(const Expression& e, const Row& row, bool groups)
+{
+    std::vector<std::string> operands;
+    for (const ExpressionPtr& operand : e.operands)
+        operands.push_back(cxx(*operand, row, groups));
+    if (e.text == "odd")
+        return "((" + operands[0] + " & 1) != 0)";
+    if (e.text == "abs")
+        return "magnitude<I>(" + operands[0] + ")";
+    const Expression& first = *e.operands[0];
+    if (e.text == "max" && first.kind == EKind::number && first.value == 1 &&
+        non_negative(*e.operands[1], row))
+        return "at_least_1<I>(" + operands[1] + ")";
+    std::string text = operands[0];
+    for (std::size_t i = 1; i < operands.size(); ++i)
+        text = (e.text == "max" ? "larger<I>(" : "smaller<I>(") + text + ", " + operands[i] + ")";
+    return text;
+}
+
+std::string letter_fact(const std::string& argument, char letter)
+{
+    return argument + "_is_" + letter;
+}
+
+std::string letter_call(const std::string& argument, char letter, bool groups)
+{
+    return "is(" + (groups ? "&" + argument + "[g]" : argument) + ", \"" + letter + "\")";
+}
+
+/// The letters that later tests ask for, in the order in which they are first needed.
+std::vector<std::pair<std::string, char>> facts(const Row& row)
+{
+    std::vector<std::pair<std::string, char>> found;
+    const auto collect = [&](const Expression& e) {
+        if (e.kind == EKind::letter)
+            for (const char letter : e.letters)
+                if (std::find(found.begin(), found.end(), std::pair{e.text, letter}) == found.end())
+                    found.emplace_back(e.text, letter);
+    };
+    for (const Definition& d : row.definitions)
+        walk(*d.value, collect);
+    for (const Argument* a : row.tests())
+        for (const ExpressionPtr& e : {a->unless, a->minimum})
+            if (e)
+                walk(*e, collect);
+    return found;
+}
+
+std::string value_of(const Argument& a, bool groups)
+{
+    return groups ? "integers<I>(" + a.name + ")[g]" : "*" + a.name;
+}
+
+std::string failing(const Argument& a, const Row& row, bool groups)
+{
+    const auto known = groups ? std::vector<std::pair<std::string, char>>{} : facts(row);
+    std::string text;
+    if (!a.letters.empty()) {
+        std::vector<std::string> good;
+        for (const char letter : a.letters)
+            good.push_back(std::find(known.begin(), known.end(), std::pair{a.name, letter}) != known.end()
+                               ? letter_fact(a.name, letter)
+                               : letter_call(a.name, letter, groups));
+        text = "refused(" + joined(good, " || ") + ")";
+    } else if (a.minimum) {
+        text = "below<I>(" + value_of(a, groups) + ", " + cxx(*a.minimum, row, groups) + ")";
+    } else {
+        text = "unlikely(" + value_of(a, groups) + " == 0)";
+    }
+    if (a.unless)
+        text = "(!" + cxx(*a.unless, row, groups) + " && " + text + ")";
+    return text;
+}
+
+} // namespace
+
+std::string cxx(const Expression& e, const Row& row, bool groups)
+{
+    const auto operand = [&](std::size_t i) { return cxx(*e.operands[i], row, groups); };
+    switch (e.kind) {
+    case EKind::number:
+        return std::to_string(e.value);
+    case EKind::name:
+        if (const Argument* a = row.find(e.text))
+            return value_of(*a, groups);
+        return groups ? e.text + "(g)" : e.text;
+    case EKind::letter: {
+        std::vector<std::string> any;
+        for (const char letter : e.letters)
+            any.push_back(groups ? letter_call(e.text, letter, true) : letter_fact(e.text, letter));
+        return any.size() == 1 ? any[0] : "(" + joined(any, " || ") + ")";
+    }
+    case EKind::condition:
+        return "(" + operand(0) + " ? " + operand(1) + " : " + operand(2) + ")";
+    case EKind::negation:
+        return (e.text == "-" ? "-" : "!") + operand(0);
+    case EKind::call:
+        return call_text(e, row, groups);
+    case EKind::binary:
+        return "(" + operand(0) + " " +
+               (e.text == "and"  ? "&&"
+                : e.text == "or" ? "||"
+                                 : e.text) +
+               " " + operand(1) + ")";
+    }
+    return {};
+}
+
+std::string tests_name(const Row& row)
+{
+    std::string root = row.root;
+    std::replace(root.begin(), root.end(), '?', 'x');
+    return row.entry_class == Class::checked ? root + "_tests_" + std::to_string(row.line) : "NoTests";
+}
+
+std::string tests_text(const Row& row)
+{
+    std::string text = "// " + row.where() + "\nstruct " + tests_name(row) +
+                       " {\n    template <class I>\n    QNM_INLINE static int code(";
+    // Arguments that no test touches stay without a name.
+    std::vector<std::string> used;
+    const auto use = [&](const Expression& e) {
+        if (e.kind == EKind::name || e.kind == EKind::letter)
+            used.push_back(e.text);
+    };
+    for (const Definition& d : row.definitions)
+        walk(*d.value, use);
+    for (const Argument* a : row.tests()) {
+        used.push_back(a->name);
+        for (const ExpressionPtr& e : {a->minimum, a->unless})
+            if (e)
+                walk(*e, use);
+    }
+    std::vector<std::string> parameters;
+    for (const Argument& a : row.arguments)
+        parameters.push_back(std::find(used.begin(), used.end(), a.name) != used.end() ? "auto " + a.name
+                                                                                       : "auto");
+    if (row.groups) {
+        used.emplace_back("group_count");
+        parameters.emplace_back("auto"); // the width flag
+    }
+    text += joined(parameters, ", ") + ")\n    {\n";
+    if (row.groups) {
+        for (const Definition& d : row.definitions)
+            text += "        const auto " + d.name + " = [&](I g) -> I { return " + cxx(*d.value, row, true) +
+                    "; };\n";
+    } else {
+        for (const auto& [argument, letter] : facts(row))
+            text += "        const bool " + letter_fact(argument, letter) + " = " +
+                    letter_call(argument, letter, false) + ";\n";
+        for (const Definition& d : row.definitions)
+            text += "        const I " + d.name + " = " + cxx(*d.value, row, false) + ";\n";
+    }
+    text += "        return ";
+    for (const Argument* a : row.tests()) {
+        const std::string code = std::to_string(row.code(*a));
+        if (row.groups && a->name == "group_count")
+            text += "below<I>(*integers<I>(group_count), 0) ? " + code +
+                    "\n               : *integers<I>(group_count) == 0 ? 0\n               : ";
+        else if (row.groups)
+            text += "any_group<I>(group_count, [&](I g) { return " + failing(*a, row, true) + "; }) ? " +
+                    code + "\n               : ";
+        else
+            text += failing(*a, row, false) + " ? " + code + "\n               : ";
+    }
+    return text + "0;\n    }\n};\n";
+}
+
+} // namespace qnm::generate

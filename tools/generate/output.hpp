@@ -1,0 +1,33 @@
+// The generator's outputs, one file of this folder for each kind.
+#pragma once
+
+#include <string>
+
+#include "catalogue/catalogue.hpp"
+
+namespace qnm::generate {
+
+/// Writes a file only when its text changes, so that nothing is compiled anew for a comment in a table.
+void write_if_changed(const std::string& path, const std::string& text);
+
+/// An expression as C++, for a test of scalars or, with `groups`, for group `g` of a batch.
+std::string cxx(const catalogue::Expression& expression, const catalogue::Row& row, bool groups);
+
+/// The struct that holds a row's tests, and its name.
+std::string tests_name(const catalogue::Row& row);
+std::string tests_text(const catalogue::Row& row);
+
+/// All entries and checks of one table.
+std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
+/// All services of one table.
+std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
+/// A public header: the template's text with each line `@prototypes FILE@` replaced by that table's
+/// prototypes.
+std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
+/// What a name is and what follows from its row, for people.
+std::string explanation(const catalogue::Catalogue& tables, const std::string& name);
+
+/// A C string literal.
+std::string quoted(const std::string& text);
+
+} // namespace qnm::generate
