@@ -1,28 +1,12 @@
 // Entries that register the error interface, and most of them check: level 2 and 3, batches, GEMM variants.
 #pragma once
 
-#include "blas/check.hpp"
+#include "frame/check.hpp"
 #include "frame/kinds.hpp"
+#include "frame/site.hpp"
 #include "frame/trace.hpp"
 
 namespace qnm {
-
-/// The statics and fixed texts of one entry.
-struct Site {
-    Cell* cell;
-    const char* format;
-    const char* name; // as reported, padded
-    int length;
-};
-
-/// For entries that register and trace, and leave all checking to the core.
-struct NoTests {
-    template <class I, class... A>
-    QNM_INLINE static int code(A... /*arguments*/)
-    {
-        return 0;
-    }
-};
 
 /// What an entry with a result gives back after a refusal.
 template <class R, int Refusal>
@@ -32,31 +16,36 @@ QNM_INLINE R refusal()
         return static_cast<R>(Refusal);
 }
 
-/// Everything but the untraced call. `position` is that of a bad argument, or 0.
+/// Everything but the untraced call. `position` is that of a bad argument, or 0. What is known of the entry
+/// comes word by word: as a record it would be laid out on the stack by every call.
 template <class I, int Refusal, class Jump, class... A>
-QNM_COLD auto checked_cold(A... arguments, Site site, int found, int position, Jump* core)
+QNM_COLD auto checked_cold(A... arguments, Cell* cell, const char* format, const char* name, int length,
+                           int found, int position, Jump* core)
 {
     constexpr bool wide = sizeof(I) == sizeof(core_int);
-    const auto call = [&] { return call_core(HiddenLengths<A...>{}, core, Room<A>(arguments)...); };
-    using R = decltype(call());
+    using R = decltype(call_core(HiddenLengths<A...>{}, core, Room<A>(arguments)...));
     if (position != 0) {
-        report_argument<I>(site.name, site.length, position);
-        if (tracing(site.cell, found)) {
+        report_argument<I>(name, length, position);
+        if (tracing(cell, found)) {
             Stopwatch watch;
             watch.start();
             watch.stop();
-            print_line(site.format, watch.elapsed(), shown<true>(arguments)...);
+            print_line(format, watch.elapsed(), shown<true>(arguments)...);
         }
         return refusal<R, Refusal>();
     }
-    if (!tracing(site.cell, found))
-        return call();
-    Stopwatch watch;
-    watch.start();
-    Kept<R> kept(call);
-    watch.stop();
-    print_line(site.format, watch.elapsed(), shown<wide>(arguments)...);
-    return kept.take();
+    // Integers are widened ahead of the decision: whatever the core's services do, it gets what was checked.
+    return [&](Room<A>&&... rooms) -> R {
+        const auto call = [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); };
+        if (!tracing(cell, found))
+            return call();
+        Stopwatch watch;
+        watch.start();
+        Kept<R> kept(call);
+        watch.stop();
+        print_line(format, watch.elapsed(), shown<wide>(arguments)...);
+        return kept.take();
+    }(Room<A>(arguments)...);
 }
 
 /// The order of a checked entry: register, snapshot, check, widen, core.
@@ -70,9 +59,18 @@ QNM_INLINE auto checked(Site site, Jump* jump, A&... arguments)
     const int position = Tests::template code<I>(In<A>{arguments}...);
     if (unlikely((position | found) != 0)) {
         (park(arguments), ...); // the cold call reads its arguments itself; nothing of it moves up here
-        return checked_cold<I, Refusal, Jump, A...>(arguments..., site, found, position, jump);
+        return checked_cold<I, Refusal, Jump, A...>(arguments..., site.cell, site.format, site.name,
+                                                    site.length, found, position, jump);
     }
     return call_core(HiddenLengths<A...>{}, Core, Room<A>(arguments)...);
+}
+
+/// The body of an exported check: 0 if all is well, else 1 after the report.
+template <class I, class Tests, class... A>
+QNM_INLINE int verdict(const char* name, int length, A&... arguments)
+{
+    const int position = Tests::template code<I>(In<A>{arguments}...);
+    return unlikely(position != 0) ? report_argument<I>(name, length, position) : 0;
 }
 
 } // namespace qnm

@@ -16,7 +16,7 @@ namespace qnm::catalogue {
 enum class Width { narrow, wide };
 
 /// The shape of an entry's frame; each has one template of the same name in the layer.
-enum class Class { checked, registered, unchecked, scratch, bare };
+enum class Class { checked, registered, unregistered, unchecked, scratch, bare };
 
 /// How an argument travels.
 enum class Kind {
@@ -40,12 +40,18 @@ struct Argument {
     bool array = false;
     std::vector<ExpressionPtr> extents; // one for x[n], two for x(m,n), none for x[] or a scalar
     Direction direction = Direction::none;
-    bool kept = false; // for the layer alone: the core does not get it
+    ExpressionPtr returned;     // of a work array: how many leading elements carry results
+    bool query = false;         // -1 asks for sizes of work arrays
+    bool null_at_query = false; // the core gets no array then
+    bool cleared = false;       // of a work array: its scratch is zero at first
+    bool kept = false;          // for the layer alone: the core does not get it
 
-    // The test of a checked entry: at most one of the three.
+    // The test of a checked entry: letters, bounds or non-zero.
     std::string letters;   // allowed option letters, in order of testing
     ExpressionPtr minimum; // x >= minimum
+    ExpressionPtr maximum; // x <= maximum, besides a minimum
     bool nonzero = false;  // x != 0
+    ExpressionPtr barred;  // refused too where this holds
     ExpressionPtr unless;  // the test is left out where this holds
     std::optional<int> code_override;
 
@@ -77,6 +83,7 @@ const Precision* find_precision(const std::string& prefix);
 /// The naming of one family; NAME and name stand for the entry in upper and lower case.
 struct Family {
     std::string name;
+    std::string frame; // the folder and namespace of its templates
     std::string core;  // name of the core function
     std::string check; // name of the check function
     std::map<Width, std::vector<std::string>> spellings;
@@ -97,6 +104,8 @@ struct Row {
     Result result;
     std::vector<Definition> definitions;
     std::vector<std::string> tested_last; // arguments whose tests stand behind all others
+    std::string leaf;                     // name of the leaf size that the routine asks ilaenv for
+    bool settled = false;                 // nobody publishes the routine: its argument list was settled here
     std::string core_root;                // where the core's name has another root
     std::string small_root;               // the kernel for small sizes, with its condition
     ExpressionPtr small_condition;
@@ -126,7 +135,8 @@ struct Entry {
     std::string check() const;
     /// All exported names; the first is name().
     std::vector<std::string> spellings() const;
-    /// The fixed name of reports: padded to six characters, or with one blank behind a longer name.
+    /// The fixed name of reports: of a check padded to six characters, or with one blank behind a longer
+    /// name; of a failed scratch the exact one.
     std::string report_name() const;
     std::string format() const;
     /// The class whose frame this entry has: wide members of the scratch class are plain unchecked ones.

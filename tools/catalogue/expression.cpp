@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <initializer_list>
+#include <map>
 
 namespace qnm::catalogue {
 
@@ -17,6 +19,37 @@ ExpressionPtr make(Kind kind, std::string text, std::vector<ExpressionPtr> opera
     node->text = std::move(text);
     node->operands = std::move(operands);
     return node;
+}
+
+/// The functions of the language, and how many operands each takes.
+const std::map<std::string, bool (*)(std::size_t)> functions{
+    {"abs", [](std::size_t n) { return n == 1; }},   {"odd", [](std::size_t n) { return n == 1; }},
+    {"lg", [](std::size_t n) { return n == 1; }},    {"nlogn", [](std::size_t n) { return n == 1; }},
+    {"depth", [](std::size_t n) { return n == 2; }}, {"min", [](std::size_t n) { return n > 1; }},
+    {"max", [](std::size_t n) { return n > 1; }}};
+
+/// The smallest k with 2^k >= n.
+std::int64_t lg(std::int64_t n)
+{
+    std::int64_t k = 0;
+    while (k < 62 && (std::int64_t{1} << k) < n)
+        ++k;
+    return k;
+}
+
+/// Levels of a divide-and-conquer tree above leaves of a size: the binary logarithm of n/(leaf+1), cut
+/// towards zero.
+std::int64_t depth(std::int64_t n, std::int64_t leaf)
+{
+    const std::int64_t up = leaf + 1;
+    std::int64_t k = 0;
+    if (n >= up)
+        while (k < 62 && (up << (k + 1)) <= n)
+            ++k;
+    else
+        while (n > 0 && k > -62 && (n << (1 - k)) <= up)
+            --k;
+    return k;
 }
 
 ExpressionPtr parse_primary(Lexer& lexer)
@@ -40,15 +73,16 @@ ExpressionPtr parse_primary(Lexer& lexer)
     if (!is_identifier(text))
         lexer.fail("a number, a name or '('");
     lexer.next();
-    if (text == "min" || text == "max" || text == "abs" || text == "odd") {
+    if (const auto function = functions.find(text); function != functions.end()) {
         lexer.expect("(");
         std::vector<ExpressionPtr> operands{parse_expression(lexer)};
         while (lexer.accept(","))
             operands.push_back(parse_expression(lexer));
         lexer.expect(")");
-        if ((text == "abs" || text == "odd") != (operands.size() == 1))
-            lexer.fail_at(lexer.peek().line, text,
-                          "one operand for abs and odd, two or more for min and max");
+        if (!function->second(operands.size()))
+            lexer.fail_at(
+                lexer.peek().line, "'" + text + "'",
+                "one operand for abs, odd, lg and nlogn, two for depth, two or more for min and max");
         return make(Kind::call, text, std::move(operands));
     }
     if (lexer.peek().text == "is" || lexer.peek().text == "in") {
@@ -58,7 +92,8 @@ ExpressionPtr parse_primary(Lexer& lexer)
         node->text = text;
         node->letters = lexer.identifier("an option letter");
         if (one && node->letters.size() != 1)
-            lexer.fail_at(lexer.peek().line, node->letters, "one letter after 'is'; 'in' takes several");
+            lexer.fail_at(lexer.peek().line, "'" + node->letters + "'",
+                          "one letter after 'is'; 'in' takes several");
         return node;
     }
     return make(Kind::name, text, {});
@@ -161,6 +196,14 @@ std::int64_t evaluate(const Expression& e, const Values& values)
             return result < 0 ? -result : result;
         if (e.text == "odd")
             return result & 1;
+        if (e.text == "lg")
+            return lg(result);
+        if (e.text == "nlogn") {
+            const auto n = static_cast<double>(result);
+            return result < 1 ? 0 : static_cast<std::int64_t>(std::ceil(n * std::log(n)));
+        }
+        if (e.text == "depth")
+            return depth(result, operand(1));
         for (std::size_t i = 1; i < e.operands.size(); ++i)
             result = e.text == "min" ? std::min(result, operand(i)) : std::max(result, operand(i));
         return result;

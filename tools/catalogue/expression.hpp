@@ -18,7 +18,7 @@ struct Expression {
         name,      // text: an argument or a name defined by `where`
         binary,    // text: + - * / < <= > >= == != and or; two operands
         negation,  // text: - or not; one operand
-        call,      // text: min max abs odd; operands
+        call,      // text: min max abs odd lg depth nlogn; operands
         condition, // operands: test, then, else
         letter     // text: the character argument; letters: those that it may be, in order of testing
     };
@@ -30,7 +30,7 @@ struct Expression {
 };
 using ExpressionPtr = std::shared_ptr<const Expression>;
 
-/// Reads `a ? b : c`, `or`, `and`, comparisons, `is`, `in`, sums, products, min, max, abs, odd and brackets.
+/// Reads `a ? b : c`, `or`, `and`, comparisons, `is`, `in`, sums, products, functions and brackets.
 ExpressionPtr parse_expression(Lexer& lexer);
 
 /// What evaluation needs to know of the call: integers by name, and the letter of a character argument.

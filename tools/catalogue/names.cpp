@@ -33,9 +33,11 @@ struct NamedType {
 };
 constexpr std::array<NamedType, 2> real_types{
     {{"R", "float", "double"}, {"C", "qnm_complex8", "qnm_complex16"}}};
-constexpr std::array<std::array<const char*, 2>, 14> plain_types{{{"char", "char"},
+constexpr std::array<std::array<const char*, 2>, 16> plain_types{{{"char", "char"},
                                                                   {"float", "float"},
                                                                   {"double", "double"},
+                                                                  {"complex8", "qnm_complex8"},
+                                                                  {"complex16", "qnm_complex16"},
                                                                   {"half", "qnm_f16"},
                                                                   {"f16", "qnm_f16"},
                                                                   {"bf16", "qnm_bf16"},
@@ -77,20 +79,22 @@ const Precision* find_precision(const std::string& prefix)
 
 bool is_type(const std::string& word)
 {
-    return word == "T" || word == "int" || word == "kernel" ||
+    return word == "T" || word == "int" || word == "logical" || word == "procedure" || word == "kernel" ||
            std::any_of(real_types.begin(), real_types.end(), [&](const auto& t) { return word == t.word; }) ||
            std::any_of(plain_types.begin(), plain_types.end(), [&](const auto& t) { return word == t[0]; });
 }
 
 std::string c_type(const std::string& type, const Precision& precision, Width width)
 {
-    if (type == "int")
+    if (type == "int" || type == "logical")
         return width == Width::narrow ? "int" : "qnm_int64";
     if (type == "T") {
         if (precision.element == 's' || precision.element == 'd')
             return precision.element == 's' ? "float" : "double";
         return precision.element == 'c' ? "qnm_complex8" : "qnm_complex16";
     }
+    if (type == "procedure")
+        return "void";
     if (type == "kernel") // what a JIT lookup hands out
         return std::string("qnm_") + precision.element + "gemm_jit_kernel_t";
     for (const NamedType& t : real_types)
@@ -114,6 +118,7 @@ std::string service_type(const std::string& word)
                                                           {"buffer", "char*"},
                                                           {"version", "qnm_version_t*"},
                                                           {"integers", "int*"},
+                                                          {"code", "const int*"},
                                                           {"mode", "int*"},
                                                           {"clocks", "unsigned long long*"},
                                                           {"handler", "qnm_xerbla_t"},
@@ -199,6 +204,8 @@ std::vector<std::string> Entry::spellings() const
 std::string Entry::report_name() const
 {
     std::string text = to_upper(with_prefix(row->root, precision.prefix));
+    if (row->entry_class != Class::checked)
+        return text;
     if (text.size() < 6)
         text.resize(6, ' ');
     else if (text.size() > 6 && !row->unpadded)

@@ -9,14 +9,17 @@ namespace qnm::catalogue {
 
 namespace {
 
-const std::map<std::string, Class> classes{{"checked", Class::checked},
-                                           {"registered", Class::registered},
-                                           {"unchecked", Class::unchecked},
-                                           {"scratch", Class::scratch},
-                                           {"bare", Class::bare}};
+const std::map<std::string, Class> classes{
+    {"checked", Class::checked},     {"registered", Class::registered}, {"unregistered", Class::unregistered},
+    {"unchecked", Class::unchecked}, {"scratch", Class::scratch},       {"bare", Class::bare}};
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
+
+bool is_integer(const Argument& a)
+{
+    return a.type == "int" || a.type == "logical";
+}
 
 bool is_letters(const std::string& word)
 {
@@ -49,12 +52,31 @@ void read_modifiers(Lexer& lexer, Argument& a)
         if (word == "in" && is_letters(lexer.peek(1).text) && a.type == "char") {
             lexer.next();
             a.letters = lexer.next().text;
-        } else if (directions.count(word) != 0 && a.array) {
+        } else if (directions.count(word) != 0 &&
+                   (a.array || (word != "work" && (word != "in" || a.type != "char")))) {
             a.direction = directions.at(lexer.next().text);
-        } else if (word == ">=" && a.type == "int") {
+        } else if (word == "returns" && (a.direction == Direction::work || a.direction == Direction::out)) {
+            lexer.next();
+            a.returned = parse_expression(lexer);
+        } else if (word == "query" && a.kind == Kind::integer) {
+            lexer.next();
+            a.query = true;
+        } else if (word == "null_at_query" && a.direction == Direction::work) {
+            lexer.next();
+            a.null_at_query = true;
+        } else if (word == "cleared" && a.direction == Direction::work) {
+            lexer.next();
+            a.cleared = true;
+        } else if (word == ">=" && is_integer(a)) {
             lexer.next();
             a.minimum = parse_expression(lexer);
-        } else if (word == "!=" && a.type == "int") {
+        } else if (word == "<=" && a.minimum) {
+            lexer.next();
+            a.maximum = parse_expression(lexer);
+        } else if (word == "barred" && a.tested()) {
+            lexer.next();
+            a.barred = parse_expression(lexer);
+        } else if (word == "!=" && is_integer(a)) {
             lexer.next();
             lexer.expect("0");
             a.nonzero = true;
@@ -83,11 +105,11 @@ Argument read_argument(Lexer& lexer)
     a.name = lexer.identifier("the argument's name");
     const bool by_value = lexer.accept("value");
     read_extents(lexer, a);
-    if (by_value && (a.array || (a.type != "int" && a.type != "void")))
-        lexer.fail_at(lexer.peek().line, "value", "'value' behind an int or a void alone");
+    if (by_value && (a.array || (!is_integer(a) && a.type != "void")))
+        lexer.fail_at(lexer.peek().line, "'value'", "it behind an int or a void that is no array");
     if (a.type == "char")
         a.kind = a.array ? Kind::letters : Kind::character;
-    else if (a.type == "int")
+    else if (is_integer(a))
         a.kind = a.array ? Kind::integers : by_value ? Kind::value : Kind::integer;
     else
         a.kind = by_value ? Kind::handle : Kind::real;
@@ -102,7 +124,7 @@ void check_names(const Lexer& lexer, const Row& row, const Expression& expressio
         const Argument* a = row.find(e.text);
         if (e.kind == Expression::Kind::letter && (a == nullptr || a->type != "char"))
             lexer.fail_at(row.line, "'" + e.text + "'", "a character argument of the row");
-        if (e.kind != Expression::Kind::name || (a != nullptr && a->type == "int"))
+        if (e.kind != Expression::Kind::name || (a != nullptr && is_integer(*a)) || e.text == row.leaf)
             return;
         const auto end = row.definitions.begin() + static_cast<std::ptrdiff_t>(definitions);
         if (std::none_of(row.definitions.begin(), end, [&](const Definition& d) { return d.name == e.text; }))
@@ -124,7 +146,7 @@ void check_row(const Lexer& lexer, const Row& row)
             refuse("'" + a.name + "'", "each argument's name once");
         for (const ExpressionPtr& extent : a.extents)
             check_names(lexer, row, *extent, row.definitions.size());
-        for (const ExpressionPtr& e : {a.minimum, a.unless})
+        for (const ExpressionPtr& e : {a.minimum, a.maximum, a.barred, a.unless, a.returned})
             if (e)
                 check_names(lexer, row, *e, row.definitions.size());
         if (row.entry_class == Class::scratch && a.kind == Kind::integers &&
@@ -137,7 +159,7 @@ void check_row(const Lexer& lexer, const Row& row)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
             refuse("'" + name + "'", "a tested argument behind 'tested last'");
     if (row.groups && (row.find("group_count") == nullptr || row.find("group_size") == nullptr))
-        refuse("groups", "the arguments group_count and group_size");
+        refuse("'groups'", "the arguments group_count and group_size");
     if (row.small_condition)
         check_names(lexer, row, *row.small_condition, row.definitions.size());
 }
@@ -203,8 +225,12 @@ void Catalogue::read_family(Lexer& lexer)
         family_ = &families_.at(name);
         return;
     }
-    Family& family = families_[name];
+    const auto [place, fresh] = families_.try_emplace(name);
+    if (!fresh)
+        lexer.fail("a family that was not told before");
+    Family& family = place->second;
     family.name = name;
+    family.frame = lexer.accept("frame") ? lexer.identifier("the folder of the family's templates") : name;
     lexer.expect("core");
     family.core = lexer.identifier("the pattern of core names");
     if (lexer.accept("check"))
@@ -273,6 +299,10 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
             do
                 row.tested_last.push_back(lexer.identifier("an argument's name"));
             while (lexer.accept(","));
+        } else if (lexer.accept("leaf")) {
+            row.leaf = lexer.identifier("a name for the leaf size");
+        } else if (lexer.accept("settled")) {
+            row.settled = true;
         } else if (lexer.accept("core")) {
             row.core_root = lexer.identifier("the root of the core's name");
         } else if (lexer.accept("small")) {
@@ -285,7 +315,8 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
                 lexer.fail_at(row.line, "'" + name + "'", "a family that was told before");
             row.also = &families_.at(name);
         } else {
-            lexer.fail("',', '->', 'where', 'tested last', 'core', 'small', 'also' or the end of the row");
+            lexer.fail("',', '->', 'where', 'tested last', 'leaf', 'settled', 'core', 'small', 'also' or the "
+                       "end of the row");
         }
     }
     check_row(lexer, row);

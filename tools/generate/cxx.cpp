@@ -1,5 +1,6 @@
 // Expressions and tests of a row as C++.
 #include <algorithm>
+#include <map>
 #include <vector>
 
 #include "output.hpp"
@@ -65,6 +66,16 @@ std::string letter_call(const std::string& argument, char letter, bool groups)
     return "is(" + (groups ? "&" + argument + "[g]" : argument) + ", \"" + letter + "\")";
 }
 
+/// The expressions of an argument's test.
+std::vector<ExpressionPtr> conditions(const Argument& a)
+{
+    std::vector<ExpressionPtr> all;
+    for (const ExpressionPtr& e : {a.unless, a.minimum, a.maximum, a.barred})
+        if (e)
+            all.push_back(e);
+    return all;
+}
+
 /// The letters that later tests ask for, in the order in which they are first needed.
 std::vector<std::pair<std::string, char>> facts(const Row& row)
 {
@@ -78,9 +89,8 @@ std::vector<std::pair<std::string, char>> facts(const Row& row)
     for (const Definition& d : row.definitions)
         walk(*d.value, collect);
     for (const Argument* a : row.tests())
-        for (const ExpressionPtr& e : {a->unless, a->minimum})
-            if (e)
-                walk(*e, collect);
+        for (const ExpressionPtr& e : conditions(*a))
+            walk(*e, collect);
     return found;
 }
 
@@ -105,6 +115,11 @@ std::string failing(const Argument& a, const Row& row, bool groups)
     } else {
         text = "unlikely(" + value_of(a, groups) + " == 0)";
     }
+    if (a.maximum)
+        text =
+            "(" + text + " || below<I>(" + cxx(*a.maximum, row, groups) + ", " + value_of(a, groups) + "))";
+    if (a.barred)
+        text = "(" + text + " || unlikely(" + cxx(*a.barred, row, groups) + "))";
     if (a.unless)
         text = "(!" + cxx(*a.unless, row, groups) + " && " + text + ")";
     return text;
@@ -144,17 +159,79 @@ std::string cxx(const Expression& e, const Row& row, bool groups)
     return {};
 }
 
+std::string size_text(const Expression& e, const Row& row)
+{
+    const auto operand = [&](std::size_t i) { return size_text(*e.operands[i], row); };
+    switch (e.kind) {
+    case EKind::number:
+        return "core_int{" + std::to_string(e.value) + "}";
+    case EKind::name: {
+        if (row.find(e.text) != nullptr)
+            return "size(" + e.text + ")";
+        if (e.text == row.leaf)
+            return e.text + "()";
+        const auto d = std::find_if(row.definitions.begin(), row.definitions.end(),
+                                    [&](const Definition& definition) { return definition.name == e.text; });
+        return size_text(*d->value, row); // the reader has seen to it that there is one
+    }
+    case EKind::letter: {
+        std::vector<std::string> any;
+        for (const char letter : e.letters)
+            any.push_back("option(" + e.text + ", '" + letter + "')");
+        return any.size() == 1 ? any[0] : "(" + joined(any, " || ") + ")";
+    }
+    case EKind::condition:
+        return "(" + operand(0) + " ? " + operand(1) + " : " + operand(2) + ")";
+    case EKind::negation:
+        return (e.text == "-" ? "-" : "!") + operand(0);
+    case EKind::call: {
+        static const std::map<std::string, std::string> functions{{"min", "smaller<core_int>"},
+                                                                  {"max", "larger<core_int>"},
+                                                                  {"abs", "magnitude<core_int>"},
+                                                                  {"odd", "odd"},
+                                                                  {"lg", "lg"},
+                                                                  {"depth", "depth"}};
+        std::string text = operand(0);
+        if (e.operands.size() == 1)
+            return functions.at(e.text) + "(" + text + ")";
+        for (std::size_t i = 1; i < e.operands.size(); ++i)
+            text = functions.at(e.text) + "(" + text + ", " + operand(i) + ")";
+        return text;
+    }
+    case EKind::binary:
+        return "(" + operand(0) + " " +
+               (e.text == "and"  ? "&&"
+                : e.text == "or" ? "||"
+                                 : e.text) +
+               " " + operand(1) + ")";
+    }
+    return {};
+}
+
+std::string extent_text(const Argument& a, const Row& row)
+{
+    std::vector<std::string> factors;
+    for (const ExpressionPtr& extent : a.extents) {
+        if (extent->kind == EKind::call && extent->text == "nlogn")
+            return "Extent::n_log_n(" + size_text(*extent->operands[0], row) + ")";
+        factors.push_back(size_text(*extent, row));
+    }
+    return factors.empty() ? "core_int{0}" : joined(factors, " * ");
+}
+
 std::string tests_name(const Row& row)
 {
     std::string root = row.root;
     std::replace(root.begin(), root.end(), '?', 'x');
-    return row.entry_class == Class::checked ? root + "_tests_" + std::to_string(row.line) : "NoTests";
+    // A root may have several rows, each with letters of its own; a row's line would make a comment change
+    // all.
+    return row.entry_class == Class::checked ? root + "_tests_" + row.precisions.front().prefix : "NoTests";
 }
 
 std::string tests_text(const Row& row)
 {
-    std::string text = "// " + row.where() + "\nstruct " + tests_name(row) +
-                       " {\n    template <class I>\n    QNM_INLINE static int code(";
+    std::string text =
+        "struct " + tests_name(row) + " {\n    template <class I>\n    QNM_INLINE static int code(";
     // Arguments that no test touches stay without a name.
     std::vector<std::string> used;
     const auto use = [&](const Expression& e) {
@@ -165,9 +242,8 @@ std::string tests_text(const Row& row)
         walk(*d.value, use);
     for (const Argument* a : row.tests()) {
         used.push_back(a->name);
-        for (const ExpressionPtr& e : {a->minimum, a->unless})
-            if (e)
-                walk(*e, use);
+        for (const ExpressionPtr& e : conditions(*a))
+            walk(*e, use);
     }
     std::vector<std::string> parameters;
     for (const Argument& a : row.arguments)

@@ -1,4 +1,5 @@
 // Entries and checks: each generated function is one call of its class's template.
+#include <map>
 #include <set>
 
 #include "output.hpp"
@@ -9,6 +10,19 @@ using namespace catalogue;
 
 namespace {
 
+/// A scalar that the routine writes.
+bool comes_back(const Argument& a)
+{
+    return a.kind == Kind::integer && a.direction != Direction::none;
+}
+
+/// Whether arrays of integers are copied to 64 bits and back by the direction that their row tells.
+bool copies_arrays(const Entry& entry)
+{
+    return entry.width == Width::narrow && !entry.row->groups && entry.frame() != Class::scratch &&
+           entry.frame() != Class::unchecked && entry.frame() != Class::bare;
+}
+
 /// Types inside the library: reals and pass-through arrays are all `const void*`, so that letters share code.
 std::string entry_type(const Argument& a, const Entry& entry)
 {
@@ -18,7 +32,9 @@ std::string entry_type(const Argument& a, const Entry& entry)
     case Kind::letters:
         return "const char*";
     case Kind::integer:
-        return entry.row->groups ? "const void*" : "const " + integer + "*";
+        return entry.row->groups ? "const void*" : (comes_back(a) ? "" : "const ") + integer + "*";
+    case Kind::integers:
+        return copies_arrays(entry) ? "int*" : "const void*";
     case Kind::value:
         return integer;
     default:
@@ -30,7 +46,9 @@ std::string core_type(const Argument& a, const Entry& entry)
 {
     switch (a.kind) {
     case Kind::integer:
-        return entry.row->groups ? "const void*" : "const core_int*";
+        return entry.row->groups ? "const void*" : comes_back(a) ? "core_int*" : "const core_int*";
+    case Kind::integers:
+        return "const void*";
     case Kind::value:
         return "core_int";
     default:
@@ -87,6 +105,37 @@ std::string parameters(const Entry& entry)
     return list;
 }
 
+std::string array_text(const Argument& a, const Row& row)
+{
+    static const std::map<Direction, std::string> ways{{Direction::in, "in"},
+                                                       {Direction::out, "out"},
+                                                       {Direction::inout, "inout"},
+                                                       {Direction::work, "work"}};
+    std::string flags = a.null_at_query ? ", Extra::null_at_query" : a.cleared ? ", Extra::cleared" : "";
+    std::string text = "array<Way::" + ways.at(a.direction) + flags + ">(" + a.name +
+                       ", [&] QNM_INLINE_LAMBDA { return " + extent_text(a, row) + "; }";
+    if (a.returned)
+        text += ", [&] QNM_INLINE_LAMBDA { return " + size_text(*a.returned, row) + "; }";
+    return text + ")";
+}
+
+/// One argument as it is handed to the template.
+std::string argument_text(const Argument& a, const Entry& entry)
+{
+    const bool narrow = entry.width == Width::narrow;
+    if (entry.frame() == Class::scratch && a.kind == Kind::integers)
+        return "Indices{static_cast<const int*>(" + a.name + ")}";
+    if (comes_back(a) && a.name == "info" && a.direction == Direction::out)
+        return "Info{In{info}}";
+    if (comes_back(a) && narrow)
+        return "Out{In{" + a.name + "}}";
+    if (a.query && narrow)
+        return "Query{In{" + a.name + "}}";
+    if (a.kind == Kind::integers && copies_arrays(entry))
+        return array_text(a, *entry.row);
+    return a.name;
+}
+
 /// The arguments as they are handed to the template.
 std::string arguments(const Entry& entry)
 {
@@ -95,9 +144,9 @@ std::string arguments(const Entry& entry)
         list += ", result";
     for (const Argument& a : entry.row->arguments)
         if (!a.kept)
-            list += ", " + (entry.frame() == Class::scratch && a.kind == Kind::integers
-                                ? "Indices{static_cast<const int*>(" + a.name + ")}"
-                                : a.name);
+            list += ", " + argument_text(a, entry);
+    if (entry.row->groups)
+        list += std::string(", width_flag<") + (entry.width == Width::narrow ? "int" : "core_int") + ">";
     return list;
 }
 
@@ -118,21 +167,20 @@ std::string body(const Entry& entry)
     switch (entry.frame()) {
     case Class::checked:
     case Class::registered:
-        return "checked<" + integer + ", " + tests_name(row) + ", " + entry.core() +
+    case Class::unregistered:
+        return std::string(entry.frame() == Class::unregistered ? "unregistered<" : "checked<") + integer +
+               ", " + tests_name(row) + ", " + entry.core() +
                (row.result.refusal != 0 ? ", " + std::to_string(row.result.refusal) : "") + ">(Site{" + cell +
-               ", " + format + ", " + name + ", " + length + "}" + jump + arguments(entry) +
-               (row.groups ? ", width_flag<" + integer + ">" : "") + ")";
+               ", " + format + ", " + name + ", " + length + "}" + jump + arguments(entry) + ")";
     case Class::unchecked:
-        return "unchecked<" + entry.core() + ">(" + cell + ", " + format + jump + arguments(entry) +
-               (row.groups ? ", width_flag<" + integer + ">" : "") + ")";
+        return "unchecked<" + entry.core() + ">(" + cell + ", " + format + jump + arguments(entry) + ")";
     case Class::scratch: {
         std::string extent;
         for (const Argument& a : row.arguments)
             if (a.kind == Kind::integers)
                 extent = cxx(*a.extents[0], row, false);
-        // A failed scratch is reported under the exact name.
-        return "scratch<" + entry.core() + ">(" + cell + ", " + format + ", " + quoted(entry.name()) + ", " +
-               std::to_string(entry.name().size()) + jump + ", " + extent + arguments(entry) + ")";
+        return "scratch<" + entry.core() + ">(" + cell + ", " + format + ", " + name + ", " + length + jump +
+               ", " + extent + arguments(entry) + ")";
     }
     case Class::bare:
         if (row.small_root.empty())
@@ -143,29 +191,33 @@ std::string body(const Entry& entry)
     return {};
 }
 
+/// The size of a tree's leaves is asked for when the first array needs it.
+std::string with_leaf(const Entry& entry, const std::string& call)
+{
+    const std::string& leaf = entry.row->leaf;
+    if (leaf.empty() || !copies_arrays(entry))
+        return call;
+    return "[&](LeafSize " + leaf + ") QNM_INLINE_LAMBDA { return " + call + "; }(LeafSize{" +
+           quoted(entry.report_name()) + "})";
+}
+
 std::string entry_text(const Entry& entry)
 {
     const Row& row = *entry.row;
     const std::string integer = entry.width == Width::narrow ? "int" : "core_int";
-    std::string text = "// " + row.where() + "\n";
+    std::string text;
     if (entry.frame() != Class::bare)
         text += "QNM_CELL(" + lower(entry) + ")\n";
     if (row.entry_class == Class::checked) {
         std::string types = parameters(entry);
         for (int i = 0; i < entry.hidden_lengths(); ++i)
             append(types, "hidden_length");
-        std::string places;
-        for (const Argument& a : row.arguments)
-            append(places, "In{" + a.name + "}");
-        if (row.groups)
-            append(places, "width_flag<" + integer + ">");
         text += "extern \"C\" QNM_EXPORT int " + entry.check() + "(" + types + ")\n{\n    return verdict<" +
-                integer + ">(" + quoted(entry.report_name()) + ", " +
-                std::to_string(entry.report_name().size()) + ", " + tests_name(row) + "::code<" + integer +
-                ">(" + places + "));\n}\n";
+                integer + ", " + tests_name(row) + ">(" + quoted(entry.report_name()) + ", " +
+                std::to_string(entry.report_name().size()) + arguments(entry) + ");\n}\n";
     }
     text += "extern \"C\" QNM_EXPORT " + result_type(entry) + " " + entry.spellings()[0] + "(" +
-            parameters(entry) + ")\n{\n    return " + body(entry) + ";\n}\n";
+            parameters(entry) + ")\n{\n    return " + with_leaf(entry, body(entry)) + ";\n}\n";
     text += "QNM_SPELLINGS(" + entry.spellings()[0];
     for (std::size_t i = 1; i < entry.spellings().size(); ++i)
         text += ", " + entry.spellings()[i];
@@ -176,13 +228,19 @@ std::string entry_text(const Entry& entry)
 
 std::string entries_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = "// Made from " + file +
-                       "; the table and the templates of this family are what to read.\n"
-                       "#include \"blas/entries.hpp\"\n\nnamespace qnm {\n\n";
+    std::string text =
+        "// Made from " + file + "; the table and the templates of this family are what to read.\n";
+    std::string frame;
     std::set<std::string> cores;
     for (const Row& row : tables.rows()) {
         if (row.file != file)
             continue;
+        if (frame.empty()) {
+            frame = row.family->frame;
+            text += "#include \"" + frame + "/entries.hpp\"\n\nnamespace qnm::" + frame + " {\n\n";
+        }
+        if (frame != row.family->frame)
+            throw TableError(row.where() + ": a family on another frame: expected one frame in a table");
         if (row.entry_class == Class::checked)
             text += tests_text(row) + "\n";
         for (const Entry& entry : Catalogue::entries(row)) {
@@ -193,7 +251,7 @@ std::string entries_text(const Catalogue& tables, const std::string& file)
             text += entry_text(entry);
         }
     }
-    return text + "} // namespace qnm\n";
+    return text + "} // namespace qnm::" + frame + "\n";
 }
 
 } // namespace qnm::generate

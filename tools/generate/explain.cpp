@@ -16,6 +16,7 @@ std::string class_text(const Entry& entry)
     case Class::checked:
         return "checked, src/blas/checked.hpp";
     case Class::registered:
+    case Class::unregistered:
         return "registered (checked without tests), src/blas/checked.hpp";
     case Class::unchecked:
         return "unchecked, src/blas/unchecked.hpp";

@@ -1,6 +1,9 @@
 // Public headers: prototypes with types, put where a hand-written header asks for them.
 #include <algorithm>
 #include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
 #include <sstream>
 
 #include "output.hpp"
@@ -10,6 +13,12 @@ namespace qnm::generate {
 using namespace catalogue;
 
 namespace {
+
+/// Names with `__` are for the library's other interfaces, and the heads of chains for the library alone.
+bool is_public(const std::string& spelling)
+{
+    return spelling.find("__") == std::string::npos && spelling.rfind("cdecl_", 0) != 0;
+}
 
 bool written(const Argument& a)
 {
@@ -23,9 +32,10 @@ std::string parameter(const Argument& a, const Entry& entry)
         return type + " " + a.name;
     if (a.kind == Kind::handle)
         return "void* " + a.name;
-    if (a.pointers)
-        return std::string(written(a) ? "" : "const ") + type + "* const* " + a.name;
-    return std::string(written(a) ? "" : "const ") + type + "* " + a.name;
+    if (a.pointers && a.type == "void") // handles: the addresses themselves are what is written
+        return (written(a) ? "void** " : "void* const* ") + a.name;
+    const std::string pointee = (written(a) ? "" : "const ") + type + "*";
+    return pointee + (a.pointers ? " const* " : " ") + a.name;
 }
 
 std::string result(const Entry& entry)
@@ -36,53 +46,124 @@ std::string result(const Entry& entry)
     return r.type == "index" ? "int" : c_type(r.type, entry.precision, entry.width);
 }
 
-std::string prototype(const Entry& entry, const std::string& spelling)
+std::vector<std::string> parameters(const Entry& entry)
 {
-    std::string list;
-    if (entry.row->result.kind == ResultKind::hidden)
-        list = c_type(entry.row->result.type, entry.precision, entry.width) + "* result";
+    std::vector<std::string> list;
+    const Result& r = entry.row->result;
+    if (r.kind == ResultKind::hidden)
+        list.push_back(c_type(r.type, entry.precision, entry.width) + "* result");
     for (const Argument& a : entry.row->arguments)
-        list += (list.empty() ? "" : ", ") + parameter(a, entry);
-    return result(entry) + " " + spelling + "(" + (list.empty() ? "void" : list) + ");\n";
+        list.push_back(parameter(a, entry));
+    return list;
 }
 
-std::string service_list(const Service& s, bool by_reference)
+std::vector<std::string> parameters(const Service& s, bool by_reference)
 {
-    std::string list;
+    std::vector<std::string> list;
     for (const ServiceArgument& a : s.arguments) {
         const std::string type = service_type(a.type);
-        list += (list.empty() ? "" : ", ") + (by_reference && !a.untouched ? type + " const*" : type) + " " +
-                a.name;
+        const bool pointer = type.back() == '*';
+        const std::string reference = pointer ? type + " const*" : "const " + type + "*";
+        list.push_back((by_reference && !a.untouched ? reference : type) + " " + a.name);
     }
-    return "(" + (list.empty() ? "void" : list) + ");\n";
+    return list;
 }
 
-std::string service_prototypes(const Service& s)
+std::string prototype(const std::string& type, const std::string& name, const std::vector<std::string>& list)
+{
+    constexpr std::size_t widest = 110;
+    std::string text;
+    std::string line = type + " " + name + "(" + (list.empty() ? "void" : "");
+    for (const std::string& item : list) {
+        const bool last = &item == &list.back();
+        const std::string between = &item == &list.front() ? "" : " ";
+        if (line.size() + between.size() + item.size() + 2 > widest) {
+            text += line + "\n";
+            line = "    " + item;
+        } else {
+            line += between + item;
+        }
+        line += last ? "" : ",";
+    }
+    return text + line + ");\n";
+}
+
+std::string prototypes(const Row& row)
 {
     std::string text;
-    const bool own_form = s.kind == ServiceKind::service;
+    for (const Entry& entry : Catalogue::entries(row))
+        for (const std::string& spelling : entry.spellings())
+            if (is_public(spelling))
+                text += prototype(result(entry), spelling, parameters(entry));
+    return text;
+}
+
+std::string prototypes(const Service& s)
+{
+    if (s.kind == ServiceKind::internal)
+        return {};
+    std::string text;
+    const bool two_forms = s.kind == ServiceKind::service;
     for (const std::string& spelling : s.spellings)
-        text += service_type(s.result) + " " + spelling + service_list(s, own_form);
-    if (own_form)
-        text += service_type(s.result) + " " + s.name + service_list(s, false);
+        if (is_public(spelling))
+            text += prototype(service_type(s.result), spelling, parameters(s, two_forms));
+    if (two_forms)
+        text += prototype(service_type(s.result), s.name, parameters(s, false));
     return text;
 }
 
-std::string prototypes(const Catalogue& tables, const std::string& file)
-{
-    std::string text;
-    for (const Row& row : tables.rows())
-        if (row.file == file)
-            for (const Entry& entry : Catalogue::entries(row))
-                for (const std::string& spelling : entry.spellings())
-                    text += prototype(entry, spelling);
-    for (const Service& s : tables.services())
-        if (s.file == file)
-            text += service_prototypes(s);
-    if (text.empty())
-        throw TableError(file + ":0: no prototypes: expected the name of a table that was read");
-    return text;
-}
+/// The rows that a header has declared so far, by table.
+class Declared {
+public:
+    explicit Declared(const Catalogue& tables) : tables_(tables) {}
+
+    /// The prototypes of a table's rows of these names, or of all its rows if there are none.
+    std::string take(const std::string& file, const std::set<std::string>& names)
+    {
+        std::string text;
+        std::set<std::string> missing = names;
+        const auto add = [&](const auto& row, const std::string& name) {
+            if (row.file != file || (!names.empty() && names.count(name) == 0))
+                return;
+            missing.erase(name);
+            if (!seen_[file].insert(&row).second)
+                throw TableError(row.where() + ": '" + name + "': expected to be asked for once");
+            text += prototypes(row);
+        };
+        for (const Row& row : tables_.rows())
+            add(row, row.root);
+        for (const Service& s : tables_.services())
+            add(s, s.name);
+        if (!missing.empty())
+            throw TableError(file + ":0: '" + *missing.begin() + "': expected a row of this table");
+        if (seen_[file].empty())
+            throw TableError(file + ":0: no prototypes: expected the name of a table that was read");
+        return text;
+    }
+
+    /// Refuses a header that asks for some rows of a table and leaves out others.
+    void check_complete() const
+    {
+        for (const auto& [file, seen] : seen_) {
+            for (const Row& row : tables_.rows())
+                check(row, file, row.root);
+            for (const Service& s : tables_.services())
+                if (s.kind != ServiceKind::internal)
+                    check(s, file, s.name);
+        }
+    }
+
+private:
+    template <class R>
+    void check(const R& row, const std::string& file, const std::string& name) const
+    {
+        if (row.file == file && seen_.at(file).count(&row) == 0)
+            throw TableError(row.where() + ": '" + name + "': expected a place in the header");
+    }
+
+    const Catalogue& tables_;
+    std::map<std::string, std::set<const void*>> seen_;
+};
 
 } // namespace
 
@@ -92,13 +173,23 @@ std::string header_text(const Catalogue& tables, const std::string& path)
     if (!in)
         throw TableError(path + ":0: cannot be read: expected a header");
     std::string text;
+    Declared declared(tables);
     const std::string mark = "@prototypes ";
     for (std::string line; std::getline(in, line);) {
-        if (line.rfind(mark, 0) == 0)
-            text += prototypes(tables, line.substr(mark.size(), line.rfind('@') - mark.size()));
-        else
+        if (line.rfind(mark, 0) != 0) {
             text += line + "\n";
+            continue;
+        }
+        // A long list of names goes on in the next line; the second mark ends it.
+        std::string inside = line.substr(mark.size());
+        while (inside.find('@') == std::string::npos && std::getline(in, line))
+            inside += " " + line;
+        std::istringstream words(inside.substr(0, inside.find('@')));
+        std::string file;
+        words >> file;
+        text += declared.take(file, {std::istream_iterator<std::string>(words), {}});
     }
+    declared.check_complete();
     return text;
 }
 

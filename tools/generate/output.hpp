@@ -13,6 +13,10 @@ void write_if_changed(const std::string& path, const std::string& text);
 /// An expression as C++, for a test of scalars or, with `groups`, for group `g` of a batch.
 std::string cxx(const catalogue::Expression& expression, const catalogue::Row& row, bool groups);
 
+/// An expression of arguments as a size of 64 bits, and the number of elements of an array.
+std::string size_text(const catalogue::Expression& expression, const catalogue::Row& row);
+std::string extent_text(const catalogue::Argument& array, const catalogue::Row& row);
+
 /// The struct that holds a row's tests, and its name.
 std::string tests_name(const catalogue::Row& row);
 std::string tests_text(const catalogue::Row& row);
@@ -21,8 +25,8 @@ std::string tests_text(const catalogue::Row& row);
 std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
-/// A public header: the template's text with each line `@prototypes FILE@` replaced by that table's
-/// prototypes.
+/// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of those
+/// rows of a table, or of all its rows. Refuses a row that is asked for twice or, of such a table, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
 /// What a name is and what follows from its row, for people.
 std::string explanation(const catalogue::Catalogue& tables, const std::string& name);

@@ -47,7 +47,6 @@ std::string services_text(const Catalogue& tables, const std::string& file)
     for (const Service& s : tables.services()) {
         if (s.file != file)
             continue;
-        text += "// " + s.where() + "\n";
         switch (s.kind) {
         case ServiceKind::service:
             text += fortran_form(s) + "QNM_FORWARD(" + s.name + ", " + s.c_core + ")\n";

@@ -83,11 +83,4 @@ QNM_INLINE bool any_group(const void* group_count, Test&& fails)
     return false;
 }
 
-/// The body of an exported check: 0 if all is well, else 1 after the report.
-template <class I>
-QNM_INLINE int verdict(const char* name, int length, int position)
-{
-    return unlikely(position != 0) ? report_argument<I>(name, length, position) : 0;
-}
-
 } // namespace qnm

@@ -1,0 +1,9 @@
+/* All interfaces of the library. */
+#ifndef QNM_H
+#define QNM_H
+
+#include <qnm/blas.h>
+#include <qnm/services.h>
+#include <qnm/types.h>
+
+#endif

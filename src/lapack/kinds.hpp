@@ -1,0 +1,155 @@
+// What LAPACK adds to the kinds of arguments: scalars that come back, arrays of integers, workspace queries.
+// A kind holds its pointer as H: on the hot path In<P>, which reads the argument where the caller put it and
+// when it is needed (one that waits in a register across the core's call costs three instructions more); on
+// the cold path P.
+#pragma once
+
+#include "frame/check.hpp"
+#include "frame/kinds.hpp"
+#include "lapack/extent.hpp"
+
+namespace qnm::lapack {
+
+/// Who reads and writes an array of integers: the core as input, the caller as result, both, or neither.
+enum class Way { in, out, inout, work };
+
+/// What is odd about a work array: a query passes none, or its scratch is zero at first.
+enum class Extra { none, null_at_query, cleared };
+
+/// A scalar that the routine writes.
+template <class H>
+struct Out {
+    H caller;
+};
+
+/// INFO: every routine that has it writes it, so nothing goes in. A check leaves its verdict there.
+template <class H>
+struct Info {
+    H caller;
+};
+
+/// A length argument for which -1 asks for sizes. Any of several that asks, asks for all.
+template <class H>
+struct Query {
+    H caller;
+    bool asked = false;
+};
+
+/// An array of integers with its extent and, of a work array, how many elements come back.
+template <Way way, Extra extra, class H>
+struct Array {
+    H caller;
+    Extent extent;
+    core_int returned;
+};
+
+/// The same before the check has passed: nothing is counted yet.
+template <Way way, Extra extra, class H, class Count, class Returned>
+struct Uncounted {
+    H caller;
+    Count count;
+    Returned returned;
+};
+
+struct Nothing {
+    QNM_INLINE core_int operator()() const { return 0; }
+};
+
+template <Way way, Extra extra = Extra::none, class Count, class Returned = Nothing>
+QNM_INLINE auto array(int*& place, Count count, Returned returned = {})
+{
+    return Uncounted<way, extra, In<int*>, Count, Returned>{{place}, count, returned};
+}
+
+/// Arguments without a kind of their own are taken in place.
+template <class A>
+QNM_INLINE auto kind(A& argument)
+{
+    if constexpr (requires { argument.caller; })
+        return argument;
+    else
+        return In<A>{argument};
+}
+
+template <class A>
+QNM_INLINE A counted(A argument, bool query)
+{
+    if constexpr (requires { argument.asked; })
+        argument.asked = query;
+    return argument;
+}
+
+/// A query makes no scratch beyond the buffer on the stack and brings back the first element at most.
+template <Way way, Extra extra, class H, class Count, class Returned>
+QNM_INLINE Array<way, extra, H> counted(Uncounted<way, extra, H, Count, Returned> a, bool query)
+{
+    const core_int returned = way == Way::work ? a.returned() : 0;
+    if (query)
+        return {a.caller, Extent(0), returned > 0 ? core_int{1} : core_int{0}};
+    return {a.caller, Extent(a.count()), returned};
+}
+
+// ---- by value, for calls that are not inlined
+
+template <class P>
+QNM_INLINE P sent(In<P> a)
+{
+    return a;
+}
+
+template <class P>
+QNM_INLINE Out<P> sent(Out<In<P>> a)
+{
+    return {a.caller};
+}
+
+template <class P>
+QNM_INLINE Info<P> sent(Info<In<P>> a)
+{
+    return {a.caller};
+}
+
+template <class P>
+QNM_INLINE Query<P> sent(Query<In<P>> a)
+{
+    return {a.caller, a.asked};
+}
+
+template <Way way, Extra extra, class P>
+QNM_INLINE Array<way, extra, P> sent(Array<way, extra, In<P>> a)
+{
+    return {a.caller, a.extent, a.returned};
+}
+
+/// An array that is not counted is only shown.
+template <Way way, Extra extra, class P, class Count, class Returned>
+QNM_INLINE const void* sent(Uncounted<way, extra, In<P>, Count, Returned> a)
+{
+    return static_cast<P>(a.caller);
+}
+
+/// The pointer of any kind.
+template <class A>
+QNM_INLINE auto pointer(A a)
+{
+    if constexpr (requires { a.caller; })
+        return pointer(a.caller);
+    else if constexpr (requires { a.place; })
+        return static_cast<std::remove_reference_t<decltype(a.place)>>(a);
+    else
+        return a;
+}
+
+/// As the line shows it: the caller's own, arrays by their address.
+template <bool NullTest, class A>
+QNM_INLINE auto shown_caller(A a)
+{
+    if constexpr (requires { a.extent; })
+        return static_cast<const void*>(a.caller);
+    else if constexpr (requires { a.caller; })
+        return shown<NullTest>(static_cast<const std::remove_pointer_t<decltype(a.caller)>*>(a.caller));
+    else
+        return shown<NullTest>(a);
+}
+
+} // namespace qnm::lapack

@@ -1,0 +1,159 @@
+// What the core gets for the kinds of LAPACK, narrow and wide.
+#pragma once
+
+#include "lapack/copy.hpp"
+#include "lapack/kinds.hpp"
+
+namespace qnm::lapack {
+
+template <class A>
+using pointer_of = decltype(pointer(std::declval<A>()));
+template <class A>
+inline constexpr bool is_narrow = sizeof(std::remove_pointer_t<pointer_of<A>>) == sizeof(int);
+
+// What the core may write lies apart from the rest of a seat, so that the rest can stay in registers. It is
+// not cleared: what the core reads of it has been filled.
+template <class A>
+struct Ground {
+};
+
+template <class H>
+struct Ground<Out<H>> {
+    QNM_INLINE Ground() {}
+    core_int wide;
+};
+
+template <class H>
+struct Ground<Info<H>> {
+    QNM_INLINE Ground() {}
+    core_int wide;
+};
+
+template <Way way, Extra extra, class H>
+struct Ground<Array<way, extra, H>> {
+    QNM_INLINE Ground() {}
+    core_int elements[stack_elements];
+};
+
+/// An argument's place in the core's call. Plain arguments: the room of their type.
+template <class A>
+struct Seat : Room<A> {
+    QNM_INLINE Seat(A a, Ground<A>&& /*ground*/) : Room<A>(a) {}
+};
+
+template <class P>
+struct Seat<In<P>> {
+    In<P> argument;
+    QNM_INLINE Seat(In<P> a, Ground<In<P>>&& /*ground*/) : argument(a) {}
+    QNM_INLINE P pass() { return argument; }
+};
+
+template <>
+struct Seat<In<const int*>> : Room<const int*> {
+    QNM_INLINE Seat(In<const int*> a, Ground<In<const int*>>&& /*ground*/) : Room<const int*>(a) {}
+};
+
+/// A scalar that comes back is seeded with the caller's value: a routine that stops early leaves it alone.
+template <class H>
+struct Seat<Out<H>> {
+    H caller;
+    core_int* wide;
+    QNM_INLINE Seat(Out<H> a, Ground<Out<H>>&& ground) : caller(a.caller), wide(&ground.wide)
+    {
+        if constexpr (is_narrow<H>)
+            *wide = *caller;
+    }
+    QNM_INLINE core_int* pass()
+    {
+        if constexpr (is_narrow<H>)
+            return wide;
+        else
+            return caller;
+    }
+    QNM_INLINE void bring_back()
+    {
+        if constexpr (is_narrow<H>)
+            *pointer(caller) = static_cast<int>(*wide);
+    }
+};
+
+template <class H>
+struct Seat<Info<H>> {
+    H caller;
+    core_int* wide;
+    QNM_INLINE Seat(Info<H> a, Ground<Info<H>>&& ground) : caller(a.caller), wide(&ground.wide) {}
+    QNM_INLINE core_int* pass()
+    {
+        if constexpr (is_narrow<H>)
+            return wide;
+        else
+            return caller;
+    }
+    QNM_INLINE void bring_back()
+    {
+        if constexpr (is_narrow<H>)
+            *pointer(caller) = static_cast<int>(*wide);
+    }
+    /// Scratch could not be had; the handler is told another code.
+    QNM_INLINE void fail() { *pointer(caller) = -1023; }
+};
+
+template <class H>
+struct Seat<Query<H>> {
+    core_int wide;
+    QNM_INLINE Seat(Query<H> a, Ground<Query<H>>&& /*ground*/) : wide(a.asked ? -1 : *a.caller)
+    {
+        park(wide);
+    }
+    QNM_INLINE const core_int* pass() { return &wide; }
+};
+
+template <Way way, Extra extra, class H>
+struct Seat<Array<way, extra, H>> {
+    H caller;
+    Extent extent;
+    core_int returned;
+    core_int* block;
+
+    QNM_INLINE Seat(Array<way, extra, H> a, Ground<Array<way, extra, H>>&& ground)
+        : caller(a.caller), extent(a.extent), returned(a.returned), block(ground.elements)
+    {
+    }
+
+    /// False if there is no memory; nothing is held then.
+    QNM_INLINE bool prepare()
+    {
+        constexpr core_int alignment = 128;
+        if (unlikely(extent.allocated())) {
+            block = static_cast<core_int*>(qnm_serv_iface_allocate(extent.bytes(), alignment));
+            if (block == nullptr)
+                return false;
+        }
+        if constexpr (extra == Extra::cleared)
+            __builtin_memset(block, 0, static_cast<std::size_t>(extent.bytes()));
+        if constexpr (way == Way::in || way == Way::inout)
+            widen(block, pointer(caller), extent.elements());
+        return true;
+    }
+
+    QNM_INLINE core_int* pass()
+    {
+        return extra == Extra::null_at_query && extent.elements() == 0 ? nullptr : block;
+    }
+
+    QNM_INLINE void bring_back()
+    {
+        if constexpr (way == Way::work)
+            narrow(pointer(caller), block, returned);
+        else if constexpr (way != Way::in)
+            narrow(pointer(caller), block, extent.elements());
+    }
+
+    QNM_INLINE void release()
+    {
+        if (unlikely(extent.allocated()))
+            qnm_serv_iface_deallocate(block);
+    }
+};
+
+} // namespace qnm::lapack
