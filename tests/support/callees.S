@@ -1,0 +1,59 @@
+/* Callees that each break one rule of the calling convention and would otherwise be harmless. */
+        .text
+        .macro  CALLEE name
+        .globl  \name
+        .type   \name, @function
+\name:
+        .endm
+
+        .irp    register, rbx, rbp, r12, r13, r14, r15
+        CALLEE  loses_\register
+        mov     $1, %\register
+        ret
+        .size   loses_\register, .-loses_\register
+        .endr
+
+        CALLEE  pops_too_much
+        ret     $16
+        .size   pops_too_much, .-pops_too_much
+
+        CALLEE  sets_direction
+        std
+        ret
+        .size   sets_direction, .-sets_direction
+
+        CALLEE  changes_mxcsr
+        sub     $8, %rsp
+        stmxcsr (%rsp)
+        orl     $0x2000, (%rsp)
+        ldmxcsr (%rsp)
+        add     $8, %rsp
+        ret
+        .size   changes_mxcsr, .-changes_mxcsr
+
+        CALLEE  changes_x87
+        sub     $8, %rsp
+        fnstcw  (%rsp)
+        xorw    $0x0400, (%rsp)
+        fldcw   (%rsp)
+        add     $8, %rsp
+        ret
+        .size   changes_x87, .-changes_x87
+
+        /* A good callee that hands back the registers of its own arguments. */
+        CALLEE  echoes_rax
+        mov     $0x1122334455667788, %rdx
+        movaps  %xmm7, %xmm0
+        movaps  %xmm6, %xmm1
+        ret
+        .size   echoes_rax, .-echoes_rax
+
+        /* A caller that comes into the core with the stack off by eight. */
+        CALLEE  calls_misaligned
+        call    sample_forward@PLT
+        sub     $8, %rsp
+        add     $8, %rsp
+        ret
+        .size   calls_misaligned, .-calls_misaligned
+
+        .section .note.GNU-stack, "", @progbits
