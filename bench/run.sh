@@ -1,0 +1,102 @@
+#!/bin/bash
+# bench/run.sh [--build] BUILD: prints what the layer of that build folder costs. docs/speed.md reads the numbers.
+# --build also builds the layer anew, in a folder of its own, and takes the time.
+set -euo pipefail
+
+clean_build=no
+if [ "${1-}" = --build ]; then
+    clean_build=yes
+    shift
+fi
+if [ $# -ne 1 ] || [ ! -x "$1/bin/qnm_bench_cost" ]; then
+    echo "usage: $0 [--build] BUILD    (a build folder with the target bench)" >&2
+    exit 2
+fi
+build=$(cd "$1" && pwd)
+source=$(cd "$(dirname "$0")/.." && pwd)
+layer=$build/lib/libqnm_orvan_lp64.so.2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# One thread, no trace, lazy binding: for the layer and for the direct call alike.
+export OPENBLAS_NUM_THREADS=1 LC_ALL=C
+unset LD_BIND_NOW LD_PRELOAD QNM_VERBOSE QNM_VERBOSE_OUTPUT_FILE
+
+section()
+{
+    readelf -SW "$layer" | sed 's/^ *\[ *[0-9]*\]//' | awk -v name="$1" '$1 == name { print $3, $5 }'
+}
+
+calls()
+{
+    echo "== Calls"
+    local base plt size
+    read -r plt size < <(section .plt)
+    base=$(valgrind --tool=callgrind --callgrind-out-file="$work/counts" --log-file="$work/log" \
+        --collect-atstart=no --combine-dumps=yes --skip-plt=no --dump-instr=yes --compress-strings=no \
+        --compress-pos=no "$build/bin/qnm_bench_cost" count "$build/lib") || { cat "$work/log" >&2; return 1; }
+    "$build/bin/qnm_bench_cost" table "$build/lib" "$work/counts" "$(printf %x $((base + 0x$plt)))" "$size"
+}
+
+loading()
+{
+    echo "== Loading the layer alone, lazily, in 201 fresh processes (aim: median below 1000 us)"
+    for _ in $(seq 201); do
+        "$build/bin/qnm_bench_load" "$layer"
+    done | sort -n | awk '{ t[NR] = $1 } END {
+        printf "median %.0f us, quickest %.0f, slowest %.0f\n", t[int((NR + 1) / 2)], t[1], t[NR] }'
+}
+
+relocations()
+{
+    echo "== Relocations"
+    readelf -rW "$layer" | awk '
+        /^Relocation section .*relr/ { match($0, /contains [0-9]+/); words = substr($0, RSTART + 9, RLENGTH - 9); packed = 1; next }
+        /^Relocation section/ { packed = 0 }
+        !packed && $3 ~ /^R_/ { count[$3]++ }
+        packed && $1 ~ /^[0-9a-f]+$/ && NF == 1 { relative++ }
+        END {
+            for (kind in count)
+                printf "%-22s %6d%s\n", kind, count[kind], kind ~ /JUMP_SLO/ ? "  bound at the first call" : "" | "sort"
+            close("sort")
+            printf "%-22s %6d  packed, in %d words\n", "relative", relative, words
+        }'
+    echo "== Size"
+    echo "exported names         $(nm -D --defined-only "$layer" | wc -l)"
+    objcopy --strip-all "$layer" "$work/stripped"
+    size "$work/stripped" | awk 'NR == 2 { printf "text and tables        %d bytes\ndata                   %d bytes\n", $1, $2 + $3 }'
+    echo "file                   $(stat -Lc %s "$layer") bytes, stripped $(stat -c %s "$work/stripped")"
+}
+
+# Of each output the latest step; steps that ran side by side are added up.
+build_steps()
+{
+    echo "== Build of the layer, from the log of this folder"
+    awk -F'\t' '$4 ~ /qnm_layer\.dir|libqnm_orvan_lp64\.so|src\/generated|qnm_(generate|catalogue)\.dir|bin\/generate|libqnm_catalogue/ {
+            took[$4] = $2 - $1 }
+        END { for (output in took) { sum += took[output]; if (took[output] > most) { most = took[output]; slowest = output } }
+            sub(/.*\//, "", slowest)
+            printf "%.1f s, all steps added up; the longest took %.1f s (%s)\n", sum / 1000, most / 1000, slowest }' "$build/.ninja_log"
+}
+
+build_anew()
+{
+    echo "== Clean build of the layer, generator included, on $(nproc) cores"
+    (cd "$source" && cmake --preset release -DQNM_TESTS=OFF -B "$work/build") >"$work/configure.log" ||
+        { cat "$work/configure.log" >&2; return 1; }
+    local taken TIMEFORMAT="%1R s elapsed, %1U s of processor time"
+    taken=$({ time cmake --build "$work/build" --target qnm_layer >"$work/build.log" 2>&1; } 2>&1) ||
+        { cat "$work/build.log" >&2; return 1; }
+    echo "$taken"
+}
+
+echo "== $(nproc) x $(sed -n "s/^model name.*: //p" /proc/cpuinfo | head -n 1), build type $(
+    sed -n "s/^CMAKE_BUILD_TYPE:[A-Z]*=//p" "$build/CMakeCache.txt")"
+calls
+loading
+relocations
+if [ $clean_build = yes ]; then
+    build_anew
+else
+    build_steps
+fi

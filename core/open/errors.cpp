@@ -1,0 +1,98 @@
+// Error reports, and the two other callbacks that an application can take over.
+#include "services.hpp"
+
+#include <atomic>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+using Handler = void (*)(const char* srname, const int* info, int len);
+using Callback = int (*)();
+
+std::atomic<Handler> registered_handler{nullptr}; // by the application, at run time
+std::atomic<Handler> chain_head{nullptr};         // by the layer, at each of its calls
+std::atomic<Callback> registered_progress{nullptr}, progress_head{nullptr}, pivot{nullptr};
+
+// Names arrive padded with blanks, or with a terminator counted in.
+int trimmed(const char* srname, int len)
+{
+    int length = static_cast<int>(strnlen(srname, static_cast<std::size_t>(std::max(len, 0))));
+    while (length > 0 && srname[length - 1] == ' ')
+        --length;
+    return length;
+}
+
+} // namespace
+
+QNM_CORE void qnm_serv_default_xerbla(const char* srname, const int* info, int len)
+{
+    using namespace qnm::core;
+    const int length = trimmed(srname, len);
+    if (*info == index_scratch_failure)
+        print_to(STDERR_FILENO, "QNM ERROR: not enough memory for the integer arrays of %.*s.\n", length,
+                 srname);
+    else if (*info == memory_failure)
+        print_to(STDERR_FILENO, "QNM ERROR: not enough memory in %.*s.\n", length, srname);
+    else
+        print_to(STDERR_FILENO, "QNM ERROR: Parameter %d was incorrect on entry to %.*s.\n", *info, length,
+                 srname);
+}
+
+// A handler registered at run time comes before the chain: it is the more particular wish.
+QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len)
+{
+    Handler handler = registered_handler.load();
+    if (handler == nullptr)
+        handler = chain_head.load();
+    if (handler == nullptr)
+        handler = qnm_serv_default_xerbla;
+    handler(srname, info, len);
+}
+
+QNM_CORE void qnm_serv_set_xerbla_interface(Handler head)
+{
+    chain_head.store(head, std::memory_order_relaxed);
+}
+
+// The setters return what was registered before.
+QNM_CORE Handler qnm_serv_set_xerbla(Handler handler)
+{
+    return registered_handler.exchange(handler);
+}
+
+// The name as an array of characters, one each.
+QNM_CORE void qnm_lapack_xerbla_array(const char* srname_array, const qnm::core::core_int* srname_len,
+                                      const int* info, std::size_t)
+{
+    qnm_serv_xerbla(srname_array, info, static_cast<int>(*srname_len));
+}
+
+// The engine's own reports go the same way. It counts the terminator as part of the name.
+extern "C" [[gnu::visibility("hidden")]] int xerbla_(const char* srname, const int* info, std::int64_t len)
+{
+    qnm_serv_xerbla(srname, info, static_cast<int>(strnlen(srname, static_cast<std::size_t>(len))));
+    return 0;
+}
+
+// No solver of this core asks for progress or for a pivot yet; what is set is kept for it.
+QNM_CORE int qnm_serv_default_progress()
+{
+    return 0; // go on
+}
+QNM_CORE int qnm_serv_default_pardiso_pivot()
+{
+    return 0; // the solver's own pivot
+}
+QNM_CORE Callback qnm_serv_set_progress(Callback callback)
+{
+    return registered_progress.exchange(callback);
+}
+QNM_CORE void qnm_serv_set_progress_interface(Callback head)
+{
+    progress_head.store(head);
+}
+QNM_CORE Callback qnm_serv_set_pardiso_pivot(Callback callback)
+{
+    return pivot.exchange(callback);
+}

@@ -1,0 +1,56 @@
+// Services of the core that its own numerics use.
+#pragma once
+
+#include "core.hpp"
+
+#include <string_view>
+#include <utility>
+
+QNM_CORE void* qnm_serv_allocate(std::size_t bytes, int alignment);
+QNM_CORE void qnm_serv_deallocate(void* block);
+QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len);
+
+namespace qnm::core {
+
+inline constexpr int memory_failure = 1000;
+inline constexpr int index_scratch_failure = 1102;
+
+inline void report(std::string_view routine, int info)
+{
+    qnm_serv_xerbla(routine.data(), &info, static_cast<int>(routine.size()));
+}
+
+// One message, one write: lines of several threads never mix.
+[[gnu::format(printf, 2, 3)]] void print_to(int fd, const char* format, ...);
+
+// Room for `count` elements, released on every path. A failed one is reported under the routine's name.
+template <class T>
+class Scratch {
+public:
+    Scratch(std::string_view routine, core_int count)
+    {
+        std::size_t bytes = 0;
+        const auto wanted = static_cast<std::size_t>(std::max<core_int>(count, 1));
+        if (!__builtin_mul_overflow(wanted, sizeof(T), &bytes))
+            data_ = static_cast<T*>(qnm_serv_allocate(bytes, 128));
+        if (data_ == nullptr)
+            report(routine, memory_failure);
+    }
+    Scratch() = default;
+    Scratch(Scratch&& other) noexcept : data_(std::exchange(other.data_, nullptr)) {}
+    Scratch& operator=(Scratch&& other) noexcept
+    {
+        std::swap(data_, other.data_);
+        return *this;
+    }
+    ~Scratch() { qnm_serv_deallocate(data_); }
+
+    explicit operator bool() const { return data_ != nullptr; }
+    T* get() const { return data_; }
+    T& operator[](core_int i) const { return data_[i]; }
+
+private:
+    T* data_ = nullptr;
+};
+
+} // namespace qnm::core

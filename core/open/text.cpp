@@ -1,0 +1,49 @@
+// Text: letters, bounded lengths and formatting, messages.
+#include "services.hpp"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace qnm::core {
+
+void print_to(int fd, const char* format, ...)
+{
+    char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
+    const int wanted = std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    const std::size_t length = std::min(static_cast<std::size_t>(std::max(wanted, 0)), sizeof text - 1);
+    while (::write(fd, text, length) < 0 && errno == EINTR) {
+    }
+}
+
+} // namespace qnm::core
+
+// First characters only, without regard to case; the hidden lengths say nothing more.
+QNM_CORE int qnm_serv_lsame(const char* a, const char* b, std::size_t, std::size_t)
+{
+    return qnm::core::same_letter(*a, *b);
+}
+
+QNM_CORE std::size_t qnm_serv_strnlen_s(const char* text, std::size_t most)
+{
+    return text == nullptr ? 0 : strnlen(text, most);
+}
+
+// At most `most` characters and the terminator, never beyond `size`. Returns how many were written, -1 if
+// the text had to be cut or nothing could be written.
+QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most, const char* format, ...)
+{
+    if (dest == nullptr || size == 0)
+        return -1;
+    const std::size_t room = std::min(size - 1, most) + 1;
+    va_list arguments;
+    va_start(arguments, format);
+    const int wanted = std::vsnprintf(dest, room, format, arguments);
+    va_end(arguments);
+    return wanted >= 0 && static_cast<std::size_t>(wanted) < room ? wanted : -1;
+}

@@ -1,0 +1,17 @@
+#!/bin/sh
+# What the layer is for, on real input: `make demo`.
+set -eu
+build=$(cd "${1:?usage: demo.sh BUILD}" && pwd)
+reference=$(dirname "$(dpkg -L libblas-test | grep '/xblat3d$')")
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+title() { printf '\n== %s\n\n' "$1"; }
+
+title "The reference test program of the double precision level 3 BLAS, unmodified, through the layer"
+echo "\$ qnm-run --report xblat3d < dblat3.in"
+(cd "$scratch" && "$build/bin/qnm-run" --report "$reference/xblat3d" <"$reference/dblat3.in" && cat dblat3.out 2>/dev/null | grep -E 'PASSED|FAIL' || true)
+
+title "Longley's regression, by BLAS alone: an ordinary program, linked against the system's BLAS, through the layer"
+echo "\$ qnm-run --report longley"
+"$build/bin/qnm-run" --report "$build/bin/longley"

@@ -1,0 +1,281 @@
+// Memory, error routing, text, and the closedness of the library.
+#include "core.hpp"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <unistd.h>
+
+// The executable offers names of the engine: whoever lands here was led out of the core.
+int taken_over = 0;
+#pragma GCC visibility push(default)
+extern "C" {
+void dgemm_()
+{
+    ++taken_over;
+}
+void dscal_()
+{
+    ++taken_over;
+}
+void cblas_dgemm()
+{
+    ++taken_over;
+}
+void xerbla_()
+{
+    ++taken_over;
+}
+void lsame_()
+{
+    ++taken_over;
+}
+void openblas_get_config()
+{
+    ++taken_over;
+}
+void openblas_get_num_threads()
+{
+    ++taken_over;
+}
+#pragma GCC visibility pop
+}
+
+namespace qnm::test {
+namespace {
+
+std::int64_t bytes_in_use(int* blocks = nullptr)
+{
+    return by_value<std::int64_t>("qnm_serv_mem_stat", blocks);
+}
+
+TEST(Closedness, OnlyTheCoresNamesLeaveIt)
+{
+    std::FILE* names = popen("nm -D --defined-only " QNM_CORE_FILE, "r");
+    ASSERT_NE(names, nullptr);
+    char line[512];
+    int count = 0;
+    while (std::fgets(line, sizeof line, names) != nullptr) {
+        EXPECT_NE(std::strstr(line, " T qnm_"), nullptr) << line;
+        ++count;
+    }
+    pclose(names);
+    EXPECT_EQ(count, 410);
+}
+
+TEST(Closedness, TheEngineIsNotTakenOver)
+{
+    const core_int n = 2;
+    const double alpha = 1, beta = 0;
+    const std::array<double, 4> a{1, 2, 3, 4};
+    std::array<double, 4> c{};
+    for (const char* name : {"dgemm", "xdgemm", "qnm_dgemm_jit", "qnm_dgemm_direct_jit"}) {
+        c = {};
+        blas(name, 'N', 'N', n, n, n, alpha, a.data(), n, a.data(), n, beta, c.data(), n);
+        EXPECT_EQ(c, (std::array<double, 4>{7, 10, 15, 22})) << name;
+    }
+    EXPECT_GT(by_value<int>("qnm_serv_get_max_threads"), 0);
+    EXPECT_EQ(taken_over, 0);
+}
+
+TEST(Memory, IsAlignedCountedAndGivenBack)
+{
+    int blocks_before = 0, blocks = 0;
+    const std::int64_t before = bytes_in_use(&blocks_before);
+    std::vector<void*> taken;
+    for (const int alignment : {0, 1, 64, 128, 168, 4096}) {
+        taken.push_back(by_value<void*>("qnm_serv_malloc", std::size_t{100}, alignment));
+        ASSERT_NE(taken.back(), nullptr);
+        const int least = alignment == 168 ? 256 : std::max(alignment, 64);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(taken.back()) % static_cast<unsigned>(least), 0U)
+            << alignment;
+        std::memset(taken.back(), 0xa5, 100);
+    }
+    EXPECT_EQ(bytes_in_use(&blocks), before + 600);
+    EXPECT_EQ(blocks, blocks_before + 6);
+    auto* grown = by_value<unsigned char*>("qnm_serv_realloc", taken.back(), std::size_t{5000});
+    EXPECT_EQ(grown[99], 0xa5);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(grown) % 4096, 0U);
+    EXPECT_EQ(bytes_in_use(), before + 5500);
+    taken.back() = grown;
+    for (void* block : taken)
+        by_value<void>("qnm_serv_free", block);
+    auto* zeroed = by_value<char*>("qnm_serv_calloc", std::size_t{50}, std::size_t{2}, 64);
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(zeroed[i], 0);
+    EXPECT_EQ(by_value<void*>("qnm_serv_realloc", zeroed, std::size_t{0}), nullptr);
+    EXPECT_EQ(by_value<void*>("qnm_serv_calloc", SIZE_MAX / 2, std::size_t{3}, 64), nullptr);
+    EXPECT_EQ(by_value<void*>("qnm_serv_allocate", SIZE_MAX - 8, 64), nullptr);
+    EXPECT_EQ(bytes_in_use(&blocks), before);
+    EXPECT_EQ(blocks, blocks_before);
+}
+
+TEST(Memory, PeakIsWatchedOnDemand)
+{
+    auto peak = [](int mode) { return by_value<std::int64_t>("qnm_serv_peak_mem_usage", mode); };
+    EXPECT_EQ(peak(2), -1);
+    const std::int64_t start = peak(1);
+    by_value<void>("qnm_serv_free", by_value<void*>("qnm_serv_malloc", std::size_t{1000}, 64));
+    EXPECT_EQ(peak(2), start + 1000);
+    EXPECT_EQ(peak(0), start + 1000);
+    EXPECT_EQ(peak(2), -1);
+    EXPECT_EQ(peak(7), -1);
+}
+
+std::vector<std::string> reports;
+void first_handler(const char* srname, const int* info, int len)
+{
+    reports.push_back("first " + std::string(srname, static_cast<std::size_t>(len)) + " " +
+                      std::to_string(*info));
+}
+void second_handler(const char* srname, const int* info, int len)
+{
+    reports.push_back("second " + std::string(srname, static_cast<std::size_t>(len)) + " " +
+                      std::to_string(*info));
+}
+using Handler = decltype(&first_handler);
+
+void set_limit(std::size_t bytes)
+{
+    EXPECT_EQ(by_value<int>("qnm_serv_set_memory_limit", 1, bytes), 1);
+}
+
+TEST(Memory, LimitHoldsAndRoutinesReportIt)
+{
+    const auto used = static_cast<std::size_t>(bytes_in_use());
+    EXPECT_EQ(by_value<int>("qnm_serv_set_memory_limit", 2, std::size_t{1}), 0);
+    set_limit(used + 100);
+    EXPECT_EQ(by_value<void*>("qnm_serv_malloc", std::size_t{101}, 64), nullptr);
+    void* fits = by_value<void*>("qnm_serv_malloc", std::size_t{100}, 64);
+    EXPECT_NE(fits, nullptr);
+    by_value<void>("qnm_serv_free", fits);
+
+    reports.clear();
+    by_value<Handler>("qnm_serv_set_xerbla", &first_handler);
+    const core_int n = 20;
+    const cdouble alpha = 1, beta = 0;
+    const std::vector<double> a(400);
+    std::vector<cdouble> c(400, 7);
+    const auto untouched = c;
+    set_limit(used + 1);
+    blas("dzgemm", 'N', 'N', n, n, n, alpha, a.data(), n, c.data(), n, beta, c.data(), n);
+    blas("dzgemv", 'N', n, n, alpha, a.data(), n, c.data(), core_int{1}, beta, c.data(), core_int{1});
+    blas("ztrsm_oop", 'L', 'U', 'N', 'N', n, n, alpha, a.data(), n, c.data(), n, beta, c.data(), n);
+    const float one = 1, zero = 0;
+    const void* data = a.data();
+    blas("gemm_bf16bf16f32", 'N', 'N', n, n, n, one, data, n, data, n, zero, static_cast<void*>(c.data()), n);
+    void* jitter = &reports;
+    EXPECT_EQ(blas<int>("qnm_jit_create_sgemm", &jitter, 'N', 'N', n, n, n, one, n, n, zero, n), 2);
+    EXPECT_EQ(jitter, nullptr);
+    set_limit(0);
+    by_value<Handler>("qnm_serv_set_xerbla", Handler{nullptr});
+    EXPECT_EQ(reports,
+              (std::vector<std::string>{"first DZGEMM 1000", "first DZGEMV 1000", "first ZTRSM_OOP 1000",
+                                        "first GEMM_BF16BF16F32 1000", "first GEMM_BF16BF16F32 1000"}));
+    EXPECT_EQ(c, untouched);
+    EXPECT_EQ(static_cast<std::size_t>(bytes_in_use()), used);
+}
+
+void report(const char* name, int len, int info)
+{
+    // Only the low half of the slot is defined.
+    const std::int64_t slot = std::int64_t{0x7777} << 32 | info;
+    by_value<void>("qnm_serv_xerbla", name, reinterpret_cast<const int*>(&slot), len);
+}
+
+TEST(Errors, RunTimeHandlerThenChainThenDefault)
+{
+    reports.clear();
+    by_value<void>("qnm_serv_set_xerbla_interface", &second_handler);
+    report("DGEMM ", 6, 13);
+    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", &first_handler), nullptr);
+    report("DGEMM ", 6, 8);
+    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", Handler{nullptr}), &first_handler);
+    const core_int length = 6;
+    const core_int info = 3;
+    by_value<void>("qnm_lapack_xerbla_array", "DTRTRIxyz", &length, &info, std::size_t{1});
+    // A direct call with an argument that the engine refuses.
+    const core_int bad = -1, n = 2;
+    const double alpha = 1;
+    std::array<double, 4> a{};
+    blas("dgemm", 'N', 'N', n, bad, n, alpha, a.data(), n, a.data(), n, alpha, a.data(), n);
+    EXPECT_EQ(reports, (std::vector<std::string>{"second DGEMM  13", "first DGEMM  8", "second DTRTRI 3",
+                                                 "second DGEMM  4"}));
+    by_value<void>("qnm_serv_set_xerbla_interface", Handler{nullptr});
+
+    testing::internal::CaptureStderr();
+    report("DGEMM ", 6, 13);
+    report("DAXPYI and what lies behind", 6, 1102);
+    report("cblas_dgemv_batch", 17, 1000);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "QNM ERROR: Parameter 13 was incorrect on entry to DGEMM.\n"
+              "QNM ERROR: not enough memory for the integer arrays of DAXPYI.\n"
+              "QNM ERROR: not enough memory in cblas_dgemv_batch.\n");
+}
+
+TEST(Text, LettersLengthsAndBoundedFormatting)
+{
+    auto lsame = [](const char* a, const char* b) {
+        return by_value<int>("qnm_serv_lsame", a, b, std::size_t{1}, std::size_t{1});
+    };
+    EXPECT_EQ(lsame("nx", "Ny"), 1);
+    EXPECT_EQ(lsame("[", "{"), 0); // these differ by the bit of the case only
+    auto length = [](const char* text, std::size_t most) {
+        return by_value<std::size_t>("qnm_serv_strnlen_s", text, most);
+    };
+    EXPECT_EQ(length("abc", 9), 3U);
+    EXPECT_EQ(length("abc", 2), 2U);
+    EXPECT_EQ(length(nullptr, 9), 0U);
+    using Format = int (*)(char*, std::size_t, std::size_t, const char*, ...);
+    const auto format = reinterpret_cast<Format>(core_symbol("qnm_serv_snprintf_s"));
+    char text[8];
+    std::memset(text, '#', sizeof text);
+    EXPECT_EQ(format(text, 6, 5, "%d,%c", 12, 'x'), 4);
+    EXPECT_STREQ(text, "12,x");
+    EXPECT_EQ(format(text, 6, 99, "%d", 1234567), -1);
+    EXPECT_EQ(std::string(text, 7), std::string("12345\0#", 7));
+    EXPECT_EQ(format(text, 6, 2, "%d", 1234567), -1);
+    EXPECT_STREQ(text, "12");
+}
+
+TEST(Controls, AnswerWhatIsThere)
+{
+    const int threads = by_value<int>("qnm_serv_get_max_threads");
+    by_value<void>("qnm_serv_set_num_threads", 1);
+    EXPECT_EQ(by_value<int>("qnm_serv_get_max_threads"), 1);
+    by_value<void>("qnm_serv_set_num_threads", 0);
+    EXPECT_EQ(by_value<int>("qnm_serv_domain_get_max_threads", 1), 1);
+    EXPECT_EQ(by_value<int>("qnm_serv_domain_set_num_threads", threads, 1), 1);
+    EXPECT_EQ(by_value<int>("qnm_serv_domain_set_num_threads", threads, 4), 0);
+    EXPECT_EQ(by_value<int>("qnm_serv_get_max_threads"), threads);
+    EXPECT_EQ(by_value<int>("qnm_serv_cbwr_set", 5), -1);
+    EXPECT_EQ(by_value<int>("qnm_serv_enable_instructions", 5), 0);
+
+    char fortran[300];
+    std::memset(fortran, '#', sizeof fortran);
+    by_value<void>("qnm_serv_get_version_string", &fortran[0], std::size_t{299});
+    char c[20];
+    by_value<void>("qnm_serv_get_version_string_c", &c[0], core_int{20});
+    EXPECT_EQ(std::strlen(c), 19U);
+    EXPECT_EQ(std::memcmp(fortran, c, 19), 0);
+    EXPECT_EQ(fortran[298], ' ');
+    EXPECT_EQ(fortran[299], '#');
+
+    const double t0 = by_value<double>("qnm_serv_dsecnd");
+    usleep(20000);
+    const double t1 = by_value<double>("qnm_serv_dsecnd");
+    EXPECT_GT(t0, 0);
+    EXPECT_GE(t1 - t0, 0.02);
+    EXPECT_NEAR(by_value<float>("qnm_serv_second"), t1, 1);
+    std::uint64_t c0 = 0, c1 = 0;
+    by_value<void>("qnm_serv_get_cpu_clocks", &c0);
+    usleep(20000);
+    by_value<void>("qnm_serv_get_cpu_clocks", &c1);
+    const double ghz = by_value<double>("qnm_serv_get_clocks_frequency");
+    EXPECT_GE(static_cast<double>(c1 - c0), 0.02 * ghz * 1e9 * 0.9);
+    EXPECT_GT(ghz, 0.1);
+}
+
+} // namespace
+} // namespace qnm::test

@@ -1,0 +1,136 @@
+# How qnm-run treats the programs, their streams and their ends.
+# usage: manners.sh QNM_RUN LONGLEY STATIC_PROGRAM OWN_XERBLA LINGERING
+set -u
+qnm_run=$1 longley=$2 static_program=$3 own_xerbla=$4 lingering=$5
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/tmp"
+export TMPDIR=$work/tmp
+cd "$work"
+
+failures=0
+check() { # WHAT EXPECTED FOUND
+    if [ "$2" != "$3" ]; then
+        printf 'FAILED: %s\n  expected: %s\n  found:    %s\n' "$1" "$2" "$3"
+        failures=$((failures + 1))
+    fi
+}
+# Runs qnm-run with the arguments behind the first two; expects the status and a text in standard error.
+expect() {
+    local wanted=$1 text=$2 status=0
+    shift 2
+    "$qnm_run" "$@" > out 2> err < /dev/null || status=$?
+    check "status of: $*" "$wanted" "$status"
+    case "$(<err)" in
+    *"$text"*) ;;
+    *) check "message of: $*" "$text" "$(tail -n 5 err)" ;;
+    esac
+}
+
+# Programs that cannot be run this way.
+touch not-executable
+printf 'MZ\0\0' > foreign
+printf '#!%s\n' "$static_program" > static-script
+printf '#!/no/such/interpreter\n' > lost-script
+head -c 64 "$longley" > other-machine
+printf '\x28' | dd of=other-machine bs=1 seek=18 conv=notrunc status=none
+head -c 200 "$longley" > cut-short
+chmod +x foreign static-script lost-script other-machine cut-short
+mkdir -p folders/longley folders/empty
+expect 127 "./missing: no such program" ./missing
+expect 127 "missing-along-path: no such program along PATH" missing-along-path
+expect 126 "/: Is a directory" /
+expect 126 "Permission denied" ./not-executable
+expect 126 "statically linked" "$static_program"
+expect 126 "interpreter $static_program: is statically linked" ./static-script
+expect 126 "interpreter /no/such/interpreter: No such file" ./lost-script
+expect 126 "is not a 64-bit x86-64 program" ./other-machine
+expect 126 "statically linked" ./cut-short
+expect 126 "neither a program of this machine nor a script" ./foreign
+if [ "$(id -u)" = 0 ]; then
+    cp "$longley" set-user-id
+    chown 65534 set-user-id
+    chmod u+s set-user-id
+    expect 126 "set-user-id" ./set-user-id
+fi
+
+# Options.
+expect 125 "no program given" --report
+expect 125 "unknown option --fast" --fast "$longley"
+expect 125 "unknown option --trace=" --trace= "$longley"
+expect 125 "no/such/folder/trace: No such file" --trace=no/such/folder/trace "$longley"
+TMPDIR=/no/such/folder expect 125 "/no/such/folder/qnm-run." --report true
+expect 0 "" --help
+check "help goes to standard output" 1 "$(grep -c '^Usage: qnm-run' out)"
+cp "$longley" ./-dashed
+expect 0 "" -- "$longley"
+PATH="$work:$PATH" expect 0 "" -- -dashed
+
+# PATH: a folder of that name is passed over, an empty element is the working directory.
+cp "$longley" here
+PATH="$work/folders:$(dirname "$longley")" expect 0 "" longley
+(cd "$work/folders" && PATH="$work/folders" "$qnm_run" longley 2> ../err)
+check "only a folder of the name along PATH" 126 $?
+PATH=":$PATH" expect 0 "" here
+
+# A library that is missing beside qnm-run.
+mkdir bin
+cp "$qnm_run" bin/
+status=0
+bin/qnm-run "$longley" 2> err || status=$?
+check "status without libraries" 125 "$status"
+check "message without libraries" "qnm-run: libqnm_gnu.so is missing; looked in $work/lib" \
+    "$(sed 's/ and .*//' err)"
+
+# Streams and exit, with and without a trace.
+for options in "" "--report" "--trace=trace"; do
+    check "standard input $options" "word" "$(echo word | "$qnm_run" $options cat 2> err)"
+    check "arguments $options" "a b|c" "$("$qnm_run" $options printf '%s|%s' 'a b' c 2> err)"
+    check "standard error $options" "1" \
+        "$("$qnm_run" $options sh -c 'echo told >&2' 2>&1 > /dev/null | grep -c '^told$')"
+    expect 3 "" $options sh -c 'exit 3'
+    expect 143 "" $options sh -c 'kill -TERM $$'
+    check "own preloads stand behind $options" ":libm.so.6" \
+        "$(LD_PRELOAD=libm.so.6 "$qnm_run" $options sh -c 'echo "${LD_PRELOAD##*core.so}"' 2> err)"
+    # a signal sent to qnm-run reaches the program, which may have its own way with it
+    rm -f ready
+    "$qnm_run" $options sh -c \
+        'trap "exit 9" TERM; echo ready; for wait in $(seq 200); do sleep 0.05; done' > ready 2> err &
+    job=$!
+    for wait in $(seq 100); do grep -qs ready ready && break; sleep 0.05; done
+    kill -TERM $job
+    status=0
+    wait $job || status=$?
+    check "status after a forwarded signal $options" 9 "$status"
+    check "no folder is left behind $options" "" "$(ls "$TMPDIR")"
+done
+
+# Report and trace of a program whose calls are known: 16 observations by 7 terms.
+expect 0 "qnm-run: $longley ran " --report --trace=trace "$longley"
+check "answer" "at least" "$(tail -1 out | cut -d' ' -f1,2)"
+table() { awk '/^routine /{on=1; next} on{print $1, $2, $6, $7}' "$1" | sort; }
+check "calls and largest sizes" \
+    "DCOPY 19 16|DGEMV 1 16 7|DNRM2 9 16|DROT 112 7|DROTG 112|DSCAL 7 16|DTRSV 1 7|total 261" \
+    "$(table err | sed 's/ *$//' | paste -sd'|')"
+check "columns" "routine calls total mean share largest sizes" "$(sed -n 's/^routine /&/p' err | xargs)"
+check "lines of the trace" 261 "$(grep -cE '^QNM_VERBOSE D[A-Z0-9]+\(.*\) [0-9.]+(ns|us|ms|s)' trace)"
+check "a line of the trace" 1 "$(grep -c '^QNM_VERBOSE DTRSV(U,N,N,7,0x[0-9a-f]*,7,0x[0-9a-f]*,1) ' trace)"
+expect 0 "QNM_VERBOSE DTRSV(U,N,N,7," --trace "$longley"
+expect 0 "" "$longley"
+check "nothing but the program speaks without options" "" "$(<err)"
+
+# Children write into the same report, also those that outlive the program.
+expect 4 "" --report sh -c "$longley; $longley; exit 4"
+check "calls of two children" "DROT 224 7" "$(table err | grep "^DROT " | xargs)"
+expect 5 "" --report "$lingering"
+check "calls of a child that outlives the program" "DSCAL 2 3" "$(table err | grep "^DSCAL " | xargs)"
+expect 0 "" --report true
+check "a program without calls" "no traced call was made" "$(tail -1 err)"
+
+# A function that a program brings along is told, where there is a report to tell it in.
+expect 0 "cblas_xerbla" --report "$own_xerbla"
+expect 0 "" "$own_xerbla"
+check "no word without a report" "" "$(<err)"
+
+[ "$failures" = 0 ] && echo "all as expected"
+exit "$failures"

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <elf.h>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qnm::run {
+
+/// A file seen through a read-only mapping, with the few questions about an ELF image that decide
+/// whether the dynamic loader will honour a preload for it. Every access is bounded by the file.
+class ElfFile {
+public:
+    explicit ElfFile(const std::string& path);
+    ~ElfFile();
+    ElfFile(const ElfFile&) = delete;
+    ElfFile& operator=(const ElfFile&) = delete;
+
+    /// False when the file could not be read; errno then has the reason.
+    bool readable() const { return readable_; }
+    std::string_view bytes() const { return {data_, size_}; }
+
+    bool is_elf() const;
+    /// A 64-bit x86-64 program or shared object, the only kind that the libraries can enter.
+    bool is_native() const;
+    /// The dynamic loader that the image asks for; nothing if it is statically linked.
+    std::optional<std::string_view> interpreter() const;
+    /// Whether the image itself exports a definition of the symbol.
+    bool defines(std::string_view symbol) const;
+
+private:
+    template <class T>
+    const T* at(std::size_t offset, std::size_t count = 1) const;
+
+    const char* data_ = nullptr;
+    std::size_t size_ = 0;
+    bool readable_ = false;
+};
+
+} // namespace qnm::run

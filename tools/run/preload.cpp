@@ -1,0 +1,52 @@
+#include "preload.hpp"
+
+#include "refusal.hpp"
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+
+namespace qnm::run {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The adapter must be met before the layer, since it takes a few of the layer's names over.
+constexpr std::array libraries = {"libqnm_gnu.so", "libqnm_orvan_lp64.so.2", "libqnm_core.so"};
+
+// Relative to the folder of this program: the build's layout and the installed one.
+constexpr std::array folders = {"../lib", QNM_LIBDIR_FROM_BINDIR};
+
+std::string find_library(const fs::path& home, const char* name)
+{
+    std::string looked_in;
+    for (const char* folder : folders) {
+        const fs::path place = (home / folder).lexically_normal();
+        if (fs::exists(place / name))
+            return place / name;
+        if (looked_in != place.string())
+            looked_in += (looked_in.empty() ? "" : " and ") + place.string();
+    }
+    throw Refusal(status_own_failure, std::string(name) + " is missing; looked in " + looked_in);
+}
+
+} // namespace
+
+std::string preload_list()
+{
+    const fs::path home = fs::read_symlink("/proc/self/exe").parent_path();
+    std::string list;
+    for (const char* name : libraries) {
+        const std::string path = find_library(home, name);
+        if (path.find_first_of(" :") != std::string::npos)
+            throw Refusal(status_own_failure,
+                          path + ": the dynamic loader cannot preload from a path with a blank or a colon");
+        list += (list.empty() ? "" : ":") + path;
+    }
+    const char* present = std::getenv("LD_PRELOAD");
+    if (present != nullptr && *present != '\0')
+        list += std::string(":") + present;
+    return list;
+}
+
+} // namespace qnm::run

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace qnm::run {
+
+/// The value of LD_PRELOAD that puts adapter, layer and open core, in this order, ahead of a program's
+/// own libraries; what LD_PRELOAD holds already follows behind. The libraries are found relative to
+/// this program. Throws Refusal with status 125 if one is missing.
+std::string preload_list();
+
+} // namespace qnm::run

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+namespace qnm::run {
+
+/// A program that can be run with libraries loaded ahead of its own.
+struct Program {
+    std::string path;  ///< the file to execute; always with a slash
+    std::string image; ///< the ELF file behind it: itself, or the interpreter of a script
+};
+
+/// Looks the name up as execvp does (a name with a slash as it stands, others along PATH) and makes
+/// sure that the dynamic loader will honour a preload for it.
+/// Throws Refusal: 127 if there is no such program; 126 if it is not executable, a directory, not of
+/// this machine's kind, statically linked, or if its privileges make the loader ignore preloads.
+Program find_program(const std::string& name);
+
+} // namespace qnm::run

@@ -1,0 +1,168 @@
+#include "report.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+
+namespace qnm::run {
+namespace {
+
+struct Unit {
+    const char* name;
+    double seconds;
+};
+constexpr std::array units = {Unit{"ns", 1e-9}, Unit{"us", 1e-6}, Unit{"ms", 1e-3}, Unit{"s", 1.0}};
+
+// The whole text as a number of the type, or nothing.
+template <class T>
+std::optional<T> number(std::string_view text)
+{
+    T value = {};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+std::optional<double> parse_duration(std::string_view text)
+{
+    if (text == "-") // the time of this call is not known
+        return 0;
+    const std::size_t digits = std::min(text.find_first_not_of("0123456789.e+-"), text.size());
+    const auto value = number<double>(text.substr(0, digits));
+    for (const Unit& unit : units)
+        if (value && text.substr(digits) == unit.name)
+            return *value * unit.seconds;
+    return std::nullopt;
+}
+
+bool is_address(std::string_view text)
+{
+    return text.starts_with("0x") || text == "(nil)";
+}
+
+std::string join(const std::vector<std::int64_t>& values)
+{
+    std::string text;
+    for (const std::int64_t value : values) {
+        if (!text.empty())
+            text += ' ';
+        text += std::to_string(value);
+    }
+    return text;
+}
+
+} // namespace
+
+std::optional<TracedCall> parse_call(std::string_view line)
+{
+    constexpr std::string_view mark = "QNM_VERBOSE ";
+    if (!line.starts_with(mark))
+        return std::nullopt;
+    line.remove_prefix(mark.size());
+    const std::size_t open = line.find('(');
+    const std::size_t close = line.rfind(") ");
+    if (open == 0 || open == std::string_view::npos || close == std::string_view::npos || close < open ||
+        line.find(' ') < open)
+        return std::nullopt;
+    std::string_view tail = line.substr(close + 2);
+    const auto seconds = parse_duration(tail.substr(0, tail.find(' ')));
+    if (!seconds)
+        return std::nullopt;
+
+    TracedCall call{line.substr(0, open), {}, *seconds};
+    std::string_view rest = line.substr(open + 1, close - open - 1);
+    while (!rest.empty()) {
+        const std::size_t comma = rest.find(',');
+        call.arguments.push_back(rest.substr(0, comma));
+        rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
+    }
+    return call;
+}
+
+// In the published argument lists the sizes stand ahead of the first array; leading dimensions and
+// increments follow theirs. The result pointer of a complex function is no array.
+std::vector<std::int64_t> sizes_of(std::string_view, const std::vector<std::string_view>& arguments)
+{
+    std::vector<std::int64_t> sizes;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (i != 0 && is_address(arguments[i]))
+            break;
+        if (const auto value = number<std::int64_t>(arguments[i]))
+            sizes.push_back(*value);
+    }
+    return sizes;
+}
+
+std::string duration_text(double seconds)
+{
+    std::size_t k = 0;
+    // 999.5 is where three digits round up to the next unit's 1.00
+    while (k + 1 < units.size() && seconds >= 999.5 * units[k].seconds)
+        ++k;
+    const double value = seconds / units[k].seconds;
+    std::array<char, 32> text;
+    std::snprintf(text.data(), text.size(), "%.*f%s",
+                  value < 9.995   ? 2
+                  : value < 99.95 ? 1
+                                  : 0,
+                  value, units[k].name);
+    return text.data();
+}
+
+void Report::add(std::string_view line)
+{
+    const auto call = parse_call(line);
+    if (!call)
+        return;
+    auto found = routines_.find(call->name);
+    if (found == routines_.end())
+        found = routines_.emplace(call->name, Totals{}).first;
+    Totals& totals = found->second;
+    ++totals.calls;
+    totals.seconds += call->seconds;
+    const std::vector<std::int64_t> sizes = sizes_of(call->name, call->arguments);
+    totals.largest.resize(std::max(totals.largest.size(), sizes.size()));
+    for (std::size_t i = 0; i < sizes.size(); ++i)
+        totals.largest[i] = std::max(totals.largest[i], sizes[i]);
+}
+
+std::string Report::text() const
+{
+    if (routines_.empty())
+        return "no traced call was made\n";
+    using Row = std::pair<std::string, Totals>;
+    std::vector<Row> rows(routines_.begin(), routines_.end());
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const Row& a, const Row& b) { return a.second.seconds > b.second.seconds; });
+    Row sum{"total", {}};
+    std::size_t width = 7;
+    for (const auto& [name, totals] : rows) {
+        sum.second.calls += totals.calls;
+        sum.second.seconds += totals.seconds;
+        width = std::max(width, name.size());
+    }
+    rows.push_back(sum);
+
+    std::array<char, 256> line;
+    const int name_width = static_cast<int>(std::min<std::size_t>(width, 60));
+    std::snprintf(line.data(), line.size(), "%-*s %12s %10s %10s %7s  %s\n", name_width, "routine", "calls",
+                  "total", "mean", "share", "largest sizes");
+    std::string table = line.data();
+    for (const auto& [name, totals] : rows) {
+        const double share = sum.second.seconds > 0 ? 100 * totals.seconds / sum.second.seconds : 0;
+        const std::string mean = duration_text(totals.seconds / static_cast<double>(totals.calls));
+        std::snprintf(line.data(), line.size(), "%-*s %12llu %10s %10s %6.1f%%", name_width, name.c_str(),
+                      static_cast<unsigned long long>(totals.calls), duration_text(totals.seconds).c_str(),
+                      mean.c_str(), share);
+        const std::string largest = join(totals.largest);
+        table += line.data();
+        if (!largest.empty())
+            table += "  " + largest;
+        table += '\n';
+    }
+    return table;
+}
+
+} // namespace qnm::run
