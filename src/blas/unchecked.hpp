@@ -13,7 +13,7 @@ QNM_INLINE auto shown_unchecked(Room<A>& room)
     if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
         return static_cast<int>(room.wide);
     else if constexpr (std::is_empty_v<A>)
-        return 0;
+        return Unshown{};
     else
         return shown<true>(room.argument);
 }

@@ -47,6 +47,16 @@ struct Room<int> {
     QNM_INLINE core_int pass() { return wide; }
 };
 
+/// The length of a character result, by value behind its address; the core gets 1.
+struct ResultLength {};
+inline ResultLength result_length;
+
+template <>
+struct Room<ResultLength> {
+    QNM_INLINE explicit Room(ResultLength /*given*/) {}
+    QNM_INLINE hidden_length pass() { return 1; }
+};
+
 template <class I>
 struct Room<WidthFlag<I>> {
     QNM_INLINE explicit Room(WidthFlag<I> /*given*/) {}
@@ -71,6 +81,9 @@ QNM_INLINE decltype(auto) call_core(std::index_sequence<H...> /*letters*/, Core*
     return core(rooms.pass()..., hidden_one<H>...);
 }
 
+/// Stands for an argument that the line does not show.
+struct Unshown {};
+
 /// An argument as the line shows it. Where a call may have been refused, integers are read through a null
 /// test.
 template <bool NullTest, class A>
@@ -81,7 +94,7 @@ QNM_INLINE auto shown(A argument)
     else if constexpr (std::is_same_v<A, Indices>)
         return static_cast<const void*>(argument.narrow);
     else if constexpr (std::is_empty_v<A>)
-        return 0; // the width flag stands behind the last conversion, where the formatter no longer looks
+        return Unshown{};
     else if constexpr (std::is_pointer_v<A> && !std::is_same_v<A, const void*>)
         return NullTest && argument == nullptr ? std::remove_cvref_t<decltype(*argument)>{0} : *argument;
     else

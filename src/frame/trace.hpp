@@ -1,7 +1,9 @@
 // Verbose tracing: the cell, the decision, the time and the line. Only the snapshot is on the untraced path.
 #pragma once
 
-#include "frame/types.hpp"
+#include <tuple>
+
+#include "frame/kinds.hpp"
 
 namespace qnm {
 
@@ -33,13 +35,38 @@ private:
 
 /// Formats and hands over one line. The last byte ends the text whatever the formatter did.
 template <class... Shown>
-void print_line(const char* format, double elapsed, Shown... shown)
+void hand_over(const char* format, double elapsed, Shown... shown)
 {
     constexpr int size = 450;
     char line[size];
     qnm_serv_snprintf_s(line, size, size - 1, format, shown...);
     line[size - 1] = '\0';
     qnm_serv_iface_print_verbose_info(1, line, elapsed);
+}
+
+/// The same with those left out that a line does not show; few entries have any.
+template <class... Kept>
+void leave_out(const char* format, double elapsed, const std::tuple<Kept...>& kept)
+{
+    std::apply([&](auto... shown) { hand_over(format, elapsed, shown...); }, kept);
+}
+
+template <class... Kept, class First, class... Rest>
+void leave_out(const char* format, double elapsed, const std::tuple<Kept...>& kept, First first, Rest... rest)
+{
+    if constexpr (std::is_same_v<First, Unshown>)
+        leave_out(format, elapsed, kept, rest...);
+    else
+        leave_out(format, elapsed, std::tuple_cat(kept, std::tuple(first)), rest...);
+}
+
+template <class... Shown>
+QNM_INLINE void print_line(const char* format, double elapsed, Shown... shown)
+{
+    if constexpr ((std::is_same_v<Shown, Unshown> || ...))
+        leave_out(format, elapsed, std::tuple<>(), shown...);
+    else
+        hand_over(format, elapsed, shown...);
 }
 
 } // namespace qnm

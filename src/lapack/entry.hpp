@@ -23,6 +23,8 @@ template <class A>
 inline constexpr bool is_query = false;
 template <class H>
 inline constexpr bool is_query<Query<H>> = true;
+template <class H>
+inline constexpr bool is_query<OwnQuery<H>> = true;
 template <class A>
 inline constexpr bool is_array = requires(A a)
 {
@@ -164,11 +166,18 @@ QNM_INLINE auto tested(A a)
         return a;
 }
 
+template <class A>
+QNM_INLINE void stay_in_place(A a)
+{
+    if constexpr (!std::is_empty_v<A>)
+        park(tested(a).place);
+}
+
 template <bool registers, class I, class Tests, auto* Core, class Jump, class... A>
 QNM_INLINE auto entry(Site site, Jump* jump, A... arguments)
 {
     using R = typename Function<Jump>::Result;
-    (park(tested(arguments).place), ...);
+    (stay_in_place(arguments), ...);
     if constexpr (registers)
         qnm_set_xerbla_interface(cdecl_xerbla);
     int found = snapshot(*site.cell);

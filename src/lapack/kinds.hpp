@@ -35,12 +35,29 @@ struct Query {
     bool asked = false;
 };
 
-/// An array of integers with its extent and, of a work array, how many elements come back.
-template <Way way, Extra extra, class H>
+/// One that asks for itself alone, and goes on as it is when others ask.
+template <class H>
+struct OwnQuery {
+    H caller;
+};
+
+/// How many elements of an array come back: all, or so many as Returned tells when the scalars have come
+/// back.
+struct All {};
+
+/// A number that the row tells.
+template <core_int count>
+struct First {
+    QNM_INLINE core_int operator()() const { return count; }
+};
+
+/// An array of integers with its extent.
+template <Way way, Extra extra, class H, class Returned>
 struct Array {
     H caller;
     Extent extent;
-    core_int returned;
+    bool asked; // sizes are asked for: nothing goes in
+    Returned returned;
 };
 
 /// The same before the check has passed: nothing is counted yet.
@@ -51,11 +68,7 @@ struct Uncounted {
     Returned returned;
 };
 
-struct Nothing {
-    QNM_INLINE core_int operator()() const { return 0; }
-};
-
-template <Way way, Extra extra = Extra::none, class Count, class Returned = Nothing>
+template <Way way, Extra extra = Extra::none, class Count, class Returned = All>
 QNM_INLINE auto array(int*& place, Count count, Returned returned = {})
 {
     return Uncounted<way, extra, In<int*>, Count, Returned>{{place}, count, returned};
@@ -65,7 +78,7 @@ QNM_INLINE auto array(int*& place, Count count, Returned returned = {})
 template <class A>
 QNM_INLINE auto kind(A& argument)
 {
-    if constexpr (requires { argument.caller; })
+    if constexpr (requires { argument.caller; } || std::is_empty_v<A>)
         return argument;
     else
         return In<A>{argument};
@@ -79,17 +92,20 @@ QNM_INLINE A counted(A argument, bool query)
     return argument;
 }
 
-/// A query makes no scratch beyond the buffer on the stack and brings back the first element at most.
+/// A query makes no scratch beyond the buffer on the stack.
 template <Way way, Extra extra, class H, class Count, class Returned>
-QNM_INLINE Array<way, extra, H> counted(Uncounted<way, extra, H, Count, Returned> a, bool query)
+QNM_INLINE Array<way, extra, H, Returned> counted(Uncounted<way, extra, H, Count, Returned> a, bool query)
 {
-    const core_int returned = way == Way::work ? a.returned() : 0;
-    if (query)
-        return {a.caller, Extent(0), returned > 0 ? core_int{1} : core_int{0}};
-    return {a.caller, Extent(a.count()), returned};
+    return {a.caller, query ? Extent(0) : Extent(a.count()), query, a.returned};
 }
 
 // ---- by value, for calls that are not inlined
+
+template <class A>
+requires std::is_empty_v<A> QNM_INLINE A sent(A a)
+{
+    return a;
+}
 
 template <class P>
 QNM_INLINE P sent(In<P> a)
@@ -115,10 +131,16 @@ QNM_INLINE Query<P> sent(Query<In<P>> a)
     return {a.caller, a.asked};
 }
 
-template <Way way, Extra extra, class P>
-QNM_INLINE Array<way, extra, P> sent(Array<way, extra, In<P>> a)
+template <class P>
+QNM_INLINE OwnQuery<P> sent(OwnQuery<In<P>> a)
 {
-    return {a.caller, a.extent, a.returned};
+    return {a.caller};
+}
+
+template <Way way, Extra extra, class P, class Returned>
+QNM_INLINE Array<way, extra, P, Returned> sent(Array<way, extra, In<P>, Returned> a)
+{
+    return {a.caller, a.extent, a.asked, a.returned};
 }
 
 /// An array that is not counted is only shown.

@@ -29,8 +29,8 @@ struct Ground<Info<H>> {
     core_int wide;
 };
 
-template <Way way, Extra extra, class H>
-struct Ground<Array<way, extra, H>> {
+template <Way way, Extra extra, class H, class Returned>
+struct Ground<Array<way, extra, H, Returned>> {
     QNM_INLINE Ground() {}
     core_int elements[stack_elements];
 };
@@ -108,15 +108,23 @@ struct Seat<Query<H>> {
     QNM_INLINE const core_int* pass() { return &wide; }
 };
 
-template <Way way, Extra extra, class H>
-struct Seat<Array<way, extra, H>> {
+template <class H>
+struct Seat<OwnQuery<H>> : Seat<H> {
+    QNM_INLINE Seat(OwnQuery<H> a, Ground<OwnQuery<H>>&& /*ground*/) : Seat<H>(a.caller, Ground<H>()) {}
+};
+
+template <Way way, Extra extra, class H, class Returned>
+struct Seat<Array<way, extra, H, Returned>> {
+    using Given = Array<way, extra, H, Returned>;
+
     H caller;
     Extent extent;
-    core_int returned;
+    bool asked;
+    Returned returned;
     core_int* block;
 
-    QNM_INLINE Seat(Array<way, extra, H> a, Ground<Array<way, extra, H>>&& ground)
-        : caller(a.caller), extent(a.extent), returned(a.returned), block(ground.elements)
+    QNM_INLINE Seat(Given a, Ground<Given>&& ground)
+        : caller(a.caller), extent(a.extent), asked(a.asked), returned(a.returned), block(ground.elements)
     {
     }
 
@@ -136,17 +144,26 @@ struct Seat<Array<way, extra, H>> {
         return true;
     }
 
-    QNM_INLINE core_int* pass()
+    QNM_INLINE core_int* pass() { return extra == Extra::null_at_query && asked ? nullptr : block; }
+
+    /// Work comes back as far as it carries results, and at a query by its first element at most.
+    QNM_INLINE core_int coming_back() const
     {
-        return extra == Extra::null_at_query && extent.elements() == 0 ? nullptr : block;
+        if constexpr (requires { returned(); }) {
+            constexpr bool first = requires
+            {
+                std::integral_constant<core_int, Returned{}()>::value;
+            };
+            return asked ? core_int{first ? 1 : 0} : smaller(returned(), extent.elements());
+        } else {
+            return way == Way::work ? 0 : extent.elements();
+        }
     }
 
     QNM_INLINE void bring_back()
     {
-        if constexpr (way == Way::work)
-            narrow(pointer(caller), block, returned);
-        else if constexpr (way != Way::in)
-            narrow(pointer(caller), block, extent.elements());
+        if constexpr (way != Way::in && (way != Way::work || requires { returned(); }))
+            narrow(pointer(caller), block, coming_back());
     }
 
     QNM_INLINE void release()

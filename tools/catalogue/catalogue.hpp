@@ -42,6 +42,7 @@ struct Argument {
     Direction direction = Direction::none;
     ExpressionPtr returned;     // of a work array: how many leading elements carry results
     bool query = false;         // -1 asks for sizes of work arrays
+    bool alone = false;         // of a query: it asks for itself, and others do not ask for it
     bool null_at_query = false; // the core gets no array then
     bool cleared = false;       // of a work array: its scratch is zero at first
     bool kept = false;          // for the layer alone: the core does not get it

@@ -176,6 +176,11 @@ ExpressionPtr parse_expression(Lexer& lexer)
     return make(Kind::condition, "?", {test, then, parse_expression(lexer)});
 }
 
+ExpressionPtr parse_bound(Lexer& lexer)
+{
+    return parse_sum(lexer);
+}
+
 std::int64_t evaluate(const Expression& e, const Values& values)
 {
     const auto operand = [&](std::size_t i) { return evaluate(*e.operands[i], values); };

@@ -33,6 +33,9 @@ using ExpressionPtr = std::shared_ptr<const Expression>;
 /// Reads `a ? b : c`, `or`, `and`, comparisons, `is`, `in`, sums, products, functions and brackets.
 ExpressionPtr parse_expression(Lexer& lexer);
 
+/// Reads a sum, behind which a comparison may stand that is none of its own: `>= 1 <= n`.
+ExpressionPtr parse_bound(Lexer& lexer);
+
 /// What evaluation needs to know of the call: integers by name, and the letter of a character argument.
 struct Values {
     std::function<std::int64_t(const std::string&)> integer;

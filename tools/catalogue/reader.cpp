@@ -61,6 +61,7 @@ void read_modifiers(Lexer& lexer, Argument& a)
         } else if (word == "query" && a.kind == Kind::integer) {
             lexer.next();
             a.query = true;
+            a.alone = lexer.accept("alone");
         } else if (word == "null_at_query" && a.direction == Direction::work) {
             lexer.next();
             a.null_at_query = true;
@@ -69,10 +70,10 @@ void read_modifiers(Lexer& lexer, Argument& a)
             a.cleared = true;
         } else if (word == ">=" && is_integer(a)) {
             lexer.next();
-            a.minimum = parse_expression(lexer);
+            a.minimum = parse_bound(lexer);
         } else if (word == "<=" && a.minimum) {
             lexer.next();
-            a.maximum = parse_expression(lexer);
+            a.maximum = parse_bound(lexer);
         } else if (word == "barred" && a.tested()) {
             lexer.next();
             a.barred = parse_expression(lexer);

@@ -10,6 +10,12 @@ using namespace catalogue;
 
 namespace {
 
+/// A character result has a length by value behind its address.
+bool character_result(const Row& row)
+{
+    return row.result.type == "char";
+}
+
 /// A scalar that the routine writes.
 bool comes_back(const Argument& a)
 {
@@ -84,7 +90,7 @@ std::string core_declaration(const Entry& entry, const std::string& name)
 {
     std::string types;
     if (entry.row->result.kind == ResultKind::hidden)
-        append(types, "const void*");
+        append(types, character_result(*entry.row) ? "const void*, hidden_length" : "const void*");
     for (const Argument& a : entry.row->arguments)
         if (!a.kept)
             append(types, core_type(a, entry));
@@ -99,7 +105,8 @@ std::string parameters(const Entry& entry)
 {
     std::string list;
     if (entry.row->result.kind == ResultKind::hidden)
-        append(list, "const void* result");
+        append(list,
+               character_result(*entry.row) ? "const void* result, hidden_length" : "const void* result");
     for (const Argument& a : entry.row->arguments)
         append(list, entry_type(a, entry) + " " + a.name);
     return list;
@@ -115,7 +122,9 @@ std::string array_text(const Argument& a, const Row& row)
     std::string text = "array<Way::" + ways.at(a.direction) + flags + ">(" + a.name +
                        ", [&] QNM_INLINE_LAMBDA { return " + extent_text(a, row) + "; }";
     if (a.returned)
-        text += ", [&] QNM_INLINE_LAMBDA { return " + size_text(*a.returned, row) + "; }";
+        text += a.returned->kind == Expression::Kind::number
+                    ? ", First<" + std::to_string(a.returned->value) + ">{}"
+                    : ", [&] QNM_INLINE_LAMBDA { return " + size_text(*a.returned, row) + "; }";
     return text + ")";
 }
 
@@ -130,7 +139,7 @@ std::string argument_text(const Argument& a, const Entry& entry)
     if (comes_back(a) && narrow)
         return "Out{In{" + a.name + "}}";
     if (a.query && narrow)
-        return "Query{In{" + a.name + "}}";
+        return (a.alone ? "OwnQuery{In{" : "Query{In{") + a.name + "}}";
     if (a.kind == Kind::integers && copies_arrays(entry))
         return array_text(a, *entry.row);
     return a.name;
@@ -141,7 +150,7 @@ std::string arguments(const Entry& entry)
 {
     std::string list;
     if (entry.row->result.kind == ResultKind::hidden)
-        list += ", result";
+        list += character_result(*entry.row) ? ", result, result_length" : ", result";
     for (const Argument& a : entry.row->arguments)
         if (!a.kept)
             list += ", " + argument_text(a, entry);

@@ -25,8 +25,9 @@ std::string tests_text(const catalogue::Row& row);
 std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
-/// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of those
-/// rows of a table, or of all its rows. Refuses a row that is asked for twice or, of such a table, not at all.
+/// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of
+/// those rows of a table, or of all its rows. Refuses a row that is asked for twice or, of such a table, not
+/// at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
 /// What a name is and what follows from its row, for people.
 std::string explanation(const catalogue::Catalogue& tables, const std::string& name);

@@ -1,5 +1,6 @@
 // Services: jumps to the core, and Fortran forms that read their arguments first.
-#include <set>
+#include <array>
+#include <utility>
 
 #include "output.hpp"
 
@@ -9,32 +10,28 @@ using namespace catalogue;
 
 namespace {
 
-/// Types inside the library; named C types of the public header are plain addresses here.
-std::string inner_type(const std::string& word)
-{
-    if (word == "void" || word == "int" || word == "double" || word == "float")
-        return word;
-    return word == "int64" ? "core_int" : "void*";
-}
-
+/// The Fortran form reads its arguments where they stand, and jumps; what follows them goes on as it came.
 std::string fortran_form(const Service& s)
 {
-    std::string core_types;
-    std::string parameters;
-    std::string values;
-    for (const ServiceArgument& a : s.arguments) {
-        const std::string between = core_types.empty() ? "" : ", ";
-        core_types += between + inner_type(a.type);
-        parameters +=
-            between + (a.untouched ? inner_type(a.type) : inner_type(a.type) + " const*") + " " + a.name;
-        values += between + (a.untouched ? "" : "*") + a.name;
+    static constexpr std::array<std::pair<const char*, const char*>, 6> registers{
+        {{"rdi", "edi"}, {"rsi", "esi"}, {"rdx", "edx"}, {"rcx", "ecx"}, {"r8", "r8d"}, {"r9", "r9d"}}};
+    std::string reads;
+    for (std::size_t i = 0; i < s.arguments.size(); ++i) {
+        const auto [whole, half] = registers.at(i);
+        if (!s.arguments[i].untouched)
+            reads += std::string(reads.empty() ? ", " : " ") + "QNM_READ(" + whole + ", " +
+                     (s.arguments[i].type == "int" ? half : whole) + ")";
     }
-    std::string text = "extern \"C\" " + inner_type(s.result) + " " + s.core + "(" + core_types + ");\n";
-    text += "extern \"C\" QNM_EXPORT " + inner_type(s.result) + " " + s.spellings[0] + "(" + parameters +
-            ")\n{\n    return " + s.core + "(" + values + ");\n}\nQNM_SPELLINGS(" + s.spellings[0];
+    return "QNM_FORWARD(" + s.spellings[0] + ", " + s.core + reads + ")\n";
+}
+
+/// The spellings behind the first.
+std::string further_spellings(const Service& s)
+{
+    std::string text;
     for (std::size_t i = 1; i < s.spellings.size(); ++i)
-        text += ", " + s.spellings[i];
-    return text + ")\n";
+        text += "QNM_SAME(" + s.spellings[i] + ", " + s.spellings[0] + ")\n";
+    return text;
 }
 
 } // namespace
@@ -49,13 +46,12 @@ std::string services_text(const Catalogue& tables, const std::string& file)
             continue;
         switch (s.kind) {
         case ServiceKind::service:
-            text += fortran_form(s) + "QNM_FORWARD(" + s.name + ", " + s.c_core + ")\n";
+            text +=
+                fortran_form(s) + further_spellings(s) + "QNM_FORWARD(" + s.name + ", " + s.c_core + ")\n";
             break;
         case ServiceKind::forward:
         case ServiceKind::internal:
-            text += "QNM_FORWARD(" + s.spellings[0] + ", " + s.core + ")\n";
-            for (std::size_t i = 1; i < s.spellings.size(); ++i)
-                text += "QNM_SAME(" + s.spellings[i] + ", " + s.spellings[0] + ")\n";
+            text += "QNM_FORWARD(" + s.spellings[0] + ", " + s.core + ")\n" + further_spellings(s);
             break;
         case ServiceKind::chain:
             for (std::size_t i = 0; i < s.spellings.size(); ++i)

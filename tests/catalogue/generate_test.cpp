@@ -1,0 +1,205 @@
+// The generator as the build runs it: what it writes and when, what it says of a name, what it refuses.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <regex>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace qnm::generate {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+std::string read(const fs::path& path)
+{
+    std::ifstream in(path);
+    if (!in)
+        ADD_FAILURE() << path << " cannot be read";
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void write(const fs::path& path, const std::string& text)
+{
+    std::ofstream(path) << text;
+}
+
+const std::string all_tables = [] {
+    std::string list = QNM_TABLES;
+    std::replace(list.begin(), list.end(), ':', ' ');
+    return list;
+}();
+
+class Generator : public ::testing::Test {
+protected:
+    Generator() : folder_(fs::temp_directory_path() / ("qnm-generate-" + std::to_string(getpid())))
+    {
+        fs::create_directory(folder_);
+    }
+    ~Generator() override { fs::remove_all(folder_); }
+
+    fs::path in_folder(const char* name) const { return folder_ / name; }
+
+    /// Runs the generator; both outputs are kept apart.
+    int run(const std::string& words)
+    {
+        const fs::path out = in_folder("out"), error = in_folder("error");
+        const std::string command =
+            std::string(QNM_GENERATE) + " " + words + " >" + out.string() + " 2>" + error.string();
+        const int status = std::system(command.c_str());
+        out_ = read(out);
+        error_ = read(error);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    fs::path folder_;
+    std::string out_, error_;
+};
+
+TEST_F(Generator, WritesOnlyWhatChanged)
+{
+    const fs::path table = in_folder("level1.tab"), source = in_folder("level1.cpp");
+    const std::string families = all_tables.substr(0, all_tables.find(' '));
+    const std::string words = "entries level1.tab " + source.string() + " " + families + " " + table.string();
+    const std::string text =
+        "family blas\naxpy s unchecked int n, T alpha, T x[], int incx, T y[] inout, int incy\n"
+        "lift s checked int n >= 0\n";
+    write(table, text);
+    ASSERT_EQ(run(words), 0) << error_;
+    const auto long_ago = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    fs::last_write_time(source, long_ago);
+
+    write(table, "# One comment ahead of all,\n# and another.\n" + text + "    # and behind\n");
+    ASSERT_EQ(run(words), 0) << error_;
+    EXPECT_EQ(fs::last_write_time(source), long_ago);
+
+    write(table, text + "copy s unchecked int n, T x[], int incx, T y[] out, int incy\n");
+    ASSERT_EQ(run(words), 0) << error_;
+    EXPECT_NE(fs::last_write_time(source), long_ago);
+    EXPECT_THAT(read(source), HasSubstr("qnm_blas_scopy"));
+}
+
+TEST_F(Generator, ExplainsOneNameOfEachClass)
+{
+    ASSERT_EQ(run("--explain dgemm_ " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("DGEMM\n  row       level3.tab:"));
+    EXPECT_THAT(out_, HasSubstr("template  checked, src/blas/checked.hpp"));
+    EXPECT_THAT(out_,
+                HasSubstr("spelled   DGEMM dgemm dgemm_ qnm_blas__dgemm\n  core      qnm_blas_dgemm\n"));
+    EXPECT_THAT(out_, HasSubstr("    3: m, int, widened\n"));
+    EXPECT_THAT(out_, HasSubstr("    6: alpha, double\n"));
+    EXPECT_THAT(out_, HasSubstr("line      DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)\n"));
+    EXPECT_THAT(out_, HasSubstr("cell      dgemm.verbose_ptr\n"));
+    EXPECT_THAT(out_, HasSubstr("check     qnm_blas_errchk_dgemm, reports \"DGEMM \"\n"));
+    EXPECT_THAT(out_, HasSubstr("    nrowa = (transa is N ? m : k)\n"));
+    EXPECT_THAT(out_, HasSubstr("    8: lda >= max(1,nrowa)\n"));
+
+    ASSERT_EQ(run("--explain caxpy_64 " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("template  unchecked, src/blas/unchecked.hpp"));
+    EXPECT_THAT(out_, HasSubstr("    2: alpha, qnm_complex8\n"));
+    EXPECT_THAT(out_, ::testing::Not(HasSubstr("widened")));
+    EXPECT_THAT(out_, ::testing::Not(HasSubstr("check ")));
+
+    ASSERT_EQ(run("--explain SGTHR " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("template  scratch, src/blas/scratch.hpp"));
+    ASSERT_EQ(run("--explain SGTHR_64 " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("template  unchecked, src/blas/unchecked.hpp"));
+
+    ASSERT_EQ(run("--explain DDOT_DIRECT " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("template  bare, src/blas/bare.hpp"));
+    EXPECT_THAT(out_, HasSubstr("core      qnm_blas_ddot, or qnm_blas_xddot when (n < 1501)\n"));
+    EXPECT_THAT(out_, ::testing::Not(HasSubstr("cell")));
+
+    ASSERT_EQ(run("--explain xerbla_array_ " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("template  registered (checked without tests), src/blas/checked.hpp"));
+
+    ASSERT_EQ(run("--explain QNM_Get_Version_String " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("core  qnm_serv_get_version_string_c\n"));
+    ASSERT_EQ(run("--explain qnm_get_version_string_ " + all_tables), 0);
+    EXPECT_THAT(out_, HasSubstr("core  qnm_serv_get_version_string\n"));
+}
+
+TEST_F(Generator, RefusesWhatItDoesNotKnow)
+{
+    EXPECT_EQ(run("--explain dgemmm " + all_tables), 1);
+    EXPECT_EQ(out_, "");
+    EXPECT_EQ(error_, "generate: no row exports the name dgemmm\n");
+    EXPECT_EQ(run("--explain"), 2);
+    EXPECT_THAT(error_, HasSubstr("usage: generate"));
+    EXPECT_EQ(run("poetry level1.tab /dev/null " + all_tables), 2);
+    EXPECT_EQ(run("entries level1.tab /dev/null /nonexistent/level1.tab"), 1);
+    EXPECT_EQ(error_, "/nonexistent/level1.tab:0: cannot be read: expected a table\n");
+    EXPECT_EQ(run("entries level1.tab /nonexistent/level1.cpp " + all_tables), 1);
+    EXPECT_EQ(error_, "/nonexistent/level1.cpp:0: cannot be written: expected a folder that exists\n");
+}
+
+/// Text without comments and without what stands in quotes.
+std::string code_of(std::string text)
+{
+    text = std::regex_replace(text, std::regex("\"[^\"\\n]*\""), "\"\"");
+    return std::regex_replace(text, std::regex("//[^\\n]*"), "");
+}
+
+TEST(GeneratedSources, HoldNoLogic)
+{
+    const std::regex logic("\\b(if|else|for|while|do|switch|goto)\\b");
+    // A function is its head and one return of one call.
+    const std::regex function("extern \"\" QNM_EXPORT [^;]*?\\n\\{\\n([^]*?)\\n\\}\\n");
+    const std::regex one_call("\\s*return \\w+(<[^;]*>)?\\([^;]*\\);\\s*");
+    int sources = 0, functions = 0;
+    for (const auto& file : fs::directory_iterator(GENERATED_SOURCES)) {
+        ++sources;
+        const std::string text = code_of(read(file.path()));
+        std::smatch found;
+        EXPECT_FALSE(std::regex_search(text, found, logic)) << file.path() << ": " << found.str();
+        if (file.path().filename().string().rfind("blas-", 0) != 0)
+            continue;
+        for (std::sregex_iterator at(text.begin(), text.end(), function), end; at != end; ++at, ++functions)
+            EXPECT_TRUE(std::regex_match((*at)[1].str(), one_call)) << file.path() << ": " << at->str();
+    }
+    EXPECT_GE(sources, 9);
+    EXPECT_EQ(functions, 1108);
+}
+
+class Headers : public Generator {
+protected:
+    /// The header that a template of this text makes; the error where it is refused.
+    std::string header(const std::string& text)
+    {
+        const fs::path source = in_folder("x.h.in"), result = in_folder("x.h");
+        fs::remove(result);
+        write(source, text);
+        const int status = run("header " + source.string() + " " + result.string() + " " + all_tables);
+        return status == 0 ? read(result) : error_;
+    }
+};
+
+TEST_F(Headers, TakeEachRowOnceAndLeaveNoneOut)
+{
+    const std::string text = header("/* ahead */\n@prototypes errors.tab @\n/* behind */\n");
+    EXPECT_THAT(text,
+                ::testing::StartsWith("/* ahead */\nvoid XERBLA_ARRAY(const char* srname_array, const int* "
+                                      "srname_len, const int* info);\nvoid xerbla_array("));
+    EXPECT_THAT(text, ::testing::EndsWith("void xerbla_array_64_(const char* srname_array, const qnm_int64* "
+                                          "srname_len, const qnm_int64* info);\n/* behind */\n"));
+    EXPECT_THAT(text, ::testing::Not(HasSubstr("qnm_lapack__")));
+
+    EXPECT_EQ(header("@prototypes level9.tab @\n"),
+              "level9.tab:0: no prototypes: expected the name of a table that was read\n");
+    EXPECT_EQ(header("@prototypes sparse1.tab axpyi gather @\n"),
+              "sparse1.tab:0: 'gather': expected a row of this table\n");
+    EXPECT_EQ(header("@prototypes errors.tab @\n@prototypes errors.tab xerbla_array @\n"),
+              "errors.tab:4: 'xerbla_array': expected to be asked for once\n");
+    EXPECT_EQ(header("@prototypes chains.tab cdecl_xerbla\n  cdecl_pardiso_pivot @\n"),
+              "chains.tab:5: 'cdecl_progress': expected a place in the header\n");
+    EXPECT_EQ(run("header /nonexistent.h.in /dev/null " + all_tables), 1);
+    EXPECT_EQ(error_, "/nonexistent.h.in:0: cannot be read: expected a header\n");
+}
+
+} // namespace
+} // namespace qnm::generate
