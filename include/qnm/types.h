@@ -69,8 +69,8 @@ typedef struct qnm_version_t {
  * argument, or one of the codes QNM_ERROR_*. A handler may return: the entry then returns too. */
 typedef void (*qnm_xerbla_t)(const char* srname, const int* info, int len);
 
-/* A progress callback of the solvers: the thread, the step, and the stage's name with its length, which no zero
- * need follow. Any answer but 0 asks the solver to stop. */
+/* A progress callback of the solvers: the thread, the step, and the stage's name with its length, which no
+ * zero need follow. Any answer but 0 asks the solver to stop. */
 typedef int (*qnm_progress_t)(int* thread, int* step, char* stage, int stage_length);
 
 /* The pivot callback of the direct solver; the types behind the addresses are those of the matrix. */

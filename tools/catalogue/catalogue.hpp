@@ -16,7 +16,7 @@ namespace qnm::catalogue {
 enum class Width { narrow, wide };
 
 /// The shape of an entry's frame; each has one template of the same name in the layer.
-enum class Class { checked, registered, unregistered, unchecked, scratch, bare };
+enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check };
 
 /// How an argument travels.
 enum class Kind {
@@ -185,8 +185,10 @@ public:
 
     const std::vector<Row>& rows() const { return rows_; }
     const std::vector<Service>& services() const { return services_; }
-    /// All entries of a row, narrow before wide, letters in the row's order.
+    /// All entries of a row, narrow before wide, letters in the row's order. A row of class check has none.
     static std::vector<Entry> entries(const Row& row);
+    /// The exported checks of a row; a check without an entry exists once and reads 64-bit integers.
+    static std::vector<Entry> checks(const Row& row);
     std::vector<Entry> entries() const;
 
 private:

@@ -185,7 +185,7 @@ std::string Entry::small_core() const
 std::string Entry::check() const
 {
     return spell(row->family->check, to_lower(with_prefix(row->root, precision.prefix))) +
-           (width == Width::wide ? "_ilp64" : "");
+           (width == Width::wide && row->entry_class != Class::check ? "_ilp64" : "");
 }
 
 std::vector<std::string> Entry::spellings() const
@@ -204,7 +204,7 @@ std::vector<std::string> Entry::spellings() const
 std::string Entry::report_name() const
 {
     std::string text = to_upper(with_prefix(row->root, precision.prefix));
-    if (row->entry_class != Class::checked)
+    if (row->entry_class != Class::checked && row->entry_class != Class::check)
         return text;
     if (text.size() < 6)
         text.resize(6, ' ');

@@ -9,9 +9,13 @@ namespace qnm::catalogue {
 
 namespace {
 
-const std::map<std::string, Class> classes{
-    {"checked", Class::checked},     {"registered", Class::registered}, {"unregistered", Class::unregistered},
-    {"unchecked", Class::unchecked}, {"scratch", Class::scratch},       {"bare", Class::bare}};
+const std::map<std::string, Class> classes{{"check", Class::check},
+                                           {"checked", Class::checked},
+                                           {"registered", Class::registered},
+                                           {"unregistered", Class::unregistered},
+                                           {"unchecked", Class::unchecked},
+                                           {"scratch", Class::scratch},
+                                           {"bare", Class::bare}};
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
@@ -154,8 +158,8 @@ void check_row(const Lexer& lexer, const Row& row)
             (a.extents.size() != 1 || a.direction != Direction::in))
             refuse("'" + a.name + "'", "an extent and 'in' for the index array of a scratch entry");
     }
-    if (any_test != (row.entry_class == Class::checked))
-        refuse(any_test ? "a test" : "no test", "tests in rows of class checked, and only there");
+    if (any_test != (row.entry_class == Class::checked || row.entry_class == Class::check))
+        refuse(any_test ? "a test" : "no test", "tests in rows of class checked or check, and only there");
     for (const std::string& name : row.tested_last)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
             refuse("'" + name + "'", "a tested argument behind 'tested last'");
@@ -392,8 +396,19 @@ std::vector<Entry> Catalogue::entries(const Row& row)
     std::vector<Entry> all;
     for (const Width width : {Width::narrow, Width::wide})
         for (const Precision& precision : row.precisions)
-            if (width == Width::narrow || row.has_wide())
+            if (row.entry_class != Class::check && (width == Width::narrow || row.has_wide()))
                 all.push_back({&row, precision, width});
+    return all;
+}
+
+std::vector<Entry> Catalogue::checks(const Row& row)
+{
+    std::vector<Entry> all;
+    if (row.entry_class == Class::checked)
+        return entries(row);
+    if (row.entry_class == Class::check)
+        for (const Precision& precision : row.precisions)
+            all.push_back({&row, precision, Width::wide});
     return all;
 }
 

@@ -225,7 +225,9 @@ std::string tests_name(const Row& row)
     std::replace(root.begin(), root.end(), '?', 'x');
     // A root may have several rows, each with letters of its own; a row's line would make a comment change
     // all.
-    return row.entry_class == Class::checked ? root + "_tests_" + row.precisions.front().prefix : "NoTests";
+    return row.entry_class == Class::checked || row.entry_class == Class::check
+               ? root + "_tests_" + row.precisions.front().prefix
+               : "NoTests";
 }
 
 std::string tests_text(const Row& row)

@@ -191,6 +191,8 @@ std::string body(const Entry& entry)
         return "scratch<" + entry.core() + ">(" + cell + ", " + format + ", " + name + ", " + length + jump +
                ", " + extent + arguments(entry) + ")";
     }
+    case Class::check: // has no entry
+        break;
     case Class::bare:
         if (row.small_root.empty())
             return "bare<" + entry.core() + ">(" + arguments(entry).substr(2) + ")";
@@ -210,21 +212,22 @@ std::string with_leaf(const Entry& entry, const std::string& call)
            quoted(entry.report_name()) + "})";
 }
 
+std::string check_text(const Entry& entry)
+{
+    std::string types = parameters(entry);
+    for (int i = 0; i < entry.hidden_lengths(); ++i)
+        append(types, "hidden_length");
+    return "extern \"C\" QNM_EXPORT int " + entry.check() + "(" + types + ")\n{\n    return verdict<" +
+           (entry.width == Width::narrow ? "int" : "core_int") + ", " + tests_name(*entry.row) + ">(" +
+           quoted(entry.report_name()) + ", " + std::to_string(entry.report_name().size()) +
+           arguments(entry) + ");\n}\n";
+}
+
 std::string entry_text(const Entry& entry)
 {
-    const Row& row = *entry.row;
-    const std::string integer = entry.width == Width::narrow ? "int" : "core_int";
     std::string text;
     if (entry.frame() != Class::bare)
         text += "QNM_CELL(" + lower(entry) + ")\n";
-    if (row.entry_class == Class::checked) {
-        std::string types = parameters(entry);
-        for (int i = 0; i < entry.hidden_lengths(); ++i)
-            append(types, "hidden_length");
-        text += "extern \"C\" QNM_EXPORT int " + entry.check() + "(" + types + ")\n{\n    return verdict<" +
-                integer + ", " + tests_name(row) + ">(" + quoted(entry.report_name()) + ", " +
-                std::to_string(entry.report_name().size()) + arguments(entry) + ");\n}\n";
-    }
     text += "extern \"C\" QNM_EXPORT " + result_type(entry) + " " + entry.spellings()[0] + "(" +
             parameters(entry) + ")\n{\n    return " + with_leaf(entry, body(entry)) + ";\n}\n";
     text += "QNM_SPELLINGS(" + entry.spellings()[0];
@@ -250,8 +253,11 @@ std::string entries_text(const Catalogue& tables, const std::string& file)
         }
         if (frame != row.family->frame)
             throw TableError(row.where() + ": a family on another frame: expected one frame in a table");
-        if (row.entry_class == Class::checked)
+        const std::vector<Entry> checks = Catalogue::checks(row);
+        if (!checks.empty())
             text += tests_text(row) + "\n";
+        for (const Entry& entry : checks)
+            text += check_text(entry);
         for (const Entry& entry : Catalogue::entries(row)) {
             if (cores.insert(entry.core()).second)
                 text += core_declaration(entry, entry.core()) + "QNM_JUMP(" + entry.core() + ")\n";

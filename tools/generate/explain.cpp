@@ -1,5 +1,6 @@
 // `generate --explain NAME`: from a name to its row, its template and what follows from them.
 #include <algorithm>
+#include <map>
 #include <sstream>
 
 #include "output.hpp"
@@ -12,20 +13,14 @@ namespace {
 
 std::string class_text(const Entry& entry)
 {
-    switch (entry.frame()) {
-    case Class::checked:
-        return "checked, src/blas/checked.hpp";
-    case Class::registered:
-    case Class::unregistered:
-        return "registered (checked without tests), src/blas/checked.hpp";
-    case Class::unchecked:
-        return "unchecked, src/blas/unchecked.hpp";
-    case Class::scratch:
-        return "scratch, src/blas/scratch.hpp";
-    case Class::bare:
-        return "bare, src/blas/bare.hpp";
-    }
-    return {};
+    static const std::map<Class, std::pair<const char*, const char*>> files{
+        {Class::checked, {"checked", "checked"}},    {Class::registered, {"registered", "checked"}},
+        {Class::unregistered, {"unregistered", ""}}, {Class::unchecked, {"unchecked", "unchecked"}},
+        {Class::scratch, {"scratch", "scratch"}},    {Class::bare, {"bare", "bare"}}};
+    const auto& [name, file] = files.at(entry.frame());
+    const std::string& folder = entry.row->family->frame;
+    // The LAPACK classes differ in one step of one template.
+    return std::string(name) + ", src/" + folder + "/" + (folder == "lapack" ? "entry" : file) + ".hpp";
 }
 
 std::string test_text(const Row& row, const Argument& a)
@@ -38,6 +33,10 @@ std::string test_text(const Row& row, const Argument& a)
         out << " >= " << to_text(*a.minimum);
     else
         out << " != 0";
+    if (a.maximum)
+        out << " and <= " << to_text(*a.maximum);
+    if (a.barred)
+        out << ", refused if " << to_text(*a.barred);
     if (a.unless)
         out << " unless " << to_text(*a.unless);
     return out.str() + "\n";
