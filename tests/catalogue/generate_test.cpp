@@ -116,7 +116,7 @@ TEST_F(Generator, ExplainsOneNameOfEachClass)
     EXPECT_THAT(out_, ::testing::Not(HasSubstr("cell")));
 
     ASSERT_EQ(run("--explain xerbla_array_ " + all_tables), 0);
-    EXPECT_THAT(out_, HasSubstr("template  registered (checked without tests), src/blas/checked.hpp"));
+    EXPECT_THAT(out_, HasSubstr("template  registered, src/lapack/entry.hpp"));
 
     ASSERT_EQ(run("--explain QNM_Get_Version_String " + all_tables), 0);
     EXPECT_THAT(out_, HasSubstr("core  qnm_serv_get_version_string_c\n"));

@@ -98,9 +98,9 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Tests, Rows,
     ::testing::Values(Refused{"axpy s unchecked int n >= 0",
-                              "2: a test: expected tests in rows of class checked, and only there"},
+                              "2: a test: expected tests in rows of class checked or check, and only there"},
                       Refused{"axpy s checked int n",
-                              "2: no test: expected tests in rows of class checked, and only there"},
+                              "2: no test: expected tests in rows of class checked or check, and only there"},
                       Refused{"axpy s checked int n != 1", "2: '1': expected '0'"},
                       Refused{"axpy s checked T x[] >= 1", "2: '>=': " + end_of_row},
                       Refused{"axpy s checked int n >= 0, char trans in ntc", "2: 'in': " + end_of_row},

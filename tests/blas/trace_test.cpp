@@ -1,0 +1,221 @@
+// The line of every traced entry, against a formatter of our own; who is asked for its integers, and when.
+#include "checks.hpp"
+
+namespace qnm::tests {
+namespace {
+
+using recording::Answer;
+using recording::Printed;
+
+std::string address(std::uint64_t bits)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(bits));
+    return text;
+}
+
+std::string line_of(const SampleCall& call)
+{
+    std::string line = call.entry().name() + "(";
+    if (call.row().result.kind == catalogue::ResultKind::hidden)
+        line += address(support::Word(SampleCall::hidden_result()).bits()) + ",";
+    for (const Argument& a : call.row().arguments) {
+        if (a.kind == Kind::character || a.kind == Kind::letters)
+            line += call.letter(a);
+        else if (a.kind == Kind::value || (a.kind == Kind::integer && !call.row().groups))
+            line += call.is_null(a) ? "0" : std::to_string(call.integer(a));
+        else
+            line += address(call.word(a).bits());
+        line += ",";
+    }
+    if (line.back() == ',')
+        line.pop_back();
+    return line + ")";
+}
+
+/// The end of a traced call: the line with its time, which is that between two readings at 2 and 5 seconds.
+void expect_line(const std::string& line)
+{
+    const auto& calls = core().calls();
+    ASSERT_GE(calls.size(), 3U);
+    const Call& formatted = calls[calls.size() - 2];
+    EXPECT_EQ(formatted.name, "qnm_serv_snprintf_s");
+    EXPECT_EQ(formatted.word(1), 450U);
+    EXPECT_EQ(formatted.word(2), 449U);
+    EXPECT_THAT(calls.back(), Printed(line, 3.0));
+}
+
+class Trace : public BlasTest {
+protected:
+    Trace() { core().mode(1); }
+
+    static void run(const SampleCall& call)
+    {
+        core().clear();
+        core().clock({2, 5, 1000});
+        call.run();
+    }
+};
+
+std::vector<std::string> traced_story(const Entry& entry)
+{
+    const std::string clock = "qnm_serv_dsecnd";
+    std::vector<std::string> all{clock, core_name(entry), clock, "qnm_serv_snprintf_s",
+                                 "qnm_serv_print_verbose_info"};
+    if (entry.frame() == Class::checked || entry.frame() == Class::registered)
+        all.insert(all.begin(), "qnm_serv_set_xerbla_interface");
+    if (entry.frame() == Class::scratch) {
+        all.insert(all.begin(), "qnm_serv_allocate");
+        all.insert(all.begin() + 3, "qnm_serv_deallocate");
+    }
+    return all;
+}
+
+TEST_F(Trace, ASuccessfulCallPrintsItsArguments)
+{
+    for (const Entry& e : entries()) {
+        if (e.frame() == Class::bare)
+            continue;
+        QNM_TRACE_ENTRY(e);
+        const SampleCall call(e);
+        run(call);
+        EXPECT_EQ(story(), traced_story(e));
+        expect_line(line_of(call));
+    }
+}
+
+TEST_F(Trace, ARefusedCallPrintsZeroForAnIntegerThatIsNotThere)
+{
+    for (const Entry* e : checked_entries()) {
+        QNM_TRACE_ENTRY(*e);
+        for (const Argument* bad : testing_order(*e)) {
+            SCOPED_TRACE(bad->name);
+            SampleCall call(*e);
+            spoil(call, *bad);
+            const std::set<std::string> needed = read_up_to(*e, *bad);
+            for (const Argument& a : e->row->arguments)
+                if (!needed.contains(a.name) && a.kind != Kind::character && a.kind != Kind::letters)
+                    call.point(a.name, nullptr);
+            run(call);
+            EXPECT_EQ(story(), (std::vector<std::string>{
+                                   "qnm_serv_set_xerbla_interface", "qnm_serv_xerbla", "qnm_serv_dsecnd",
+                                   "qnm_serv_dsecnd", "qnm_serv_snprintf_s", "qnm_serv_print_verbose_info"}));
+            expect_line(line_of(call));
+        }
+    }
+}
+
+TEST_F(Trace, AWideCallPrintsZeroForAnIntegerThatIsNotThere)
+{
+    for (const Entry& e : entries()) {
+        if (e.width == Width::narrow || e.row->groups ||
+            (e.frame() != Class::unchecked && e.frame() != Class::registered))
+            continue;
+        QNM_TRACE_ENTRY(e);
+        SampleCall call(e);
+        for (const Argument& a : e.row->arguments)
+            if (is_scalar(a))
+                call.point(a.name, nullptr);
+        run(call);
+        expect_line(line_of(call));
+    }
+}
+
+// Whose integers are shown: the caller's as the core left them, but in narrow entries without a check the
+// copies.
+TEST_F(Trace, IntegersAreReadAfterTheCore)
+{
+    for (const Entry& e : entries()) {
+        if (e.frame() == Class::bare || e.row->groups)
+            continue;
+        QNM_TRACE_ENTRY(e);
+        const SampleCall before(e);
+        SampleCall call(e);
+        core().answers(core_name(e)).calling([&](Call&, Answer&) {
+            for (const Argument& a : e.row->arguments)
+                if (is_scalar(a))
+                    call.set(a.name, 70 + e.row->position(a));
+        });
+        run(call);
+        const bool copies =
+            e.width == Width::narrow && (e.frame() == Class::unchecked || e.frame() == Class::scratch);
+        // Addresses are those of the call that ran.
+        SampleCall shown = copies ? before : call;
+        for (const Argument& a : e.row->arguments)
+            if (a.kind == Kind::integers)
+                shown.point(a.name, reinterpret_cast<const void*>(call.word(a).bits()));
+        expect_line(line_of(shown));
+    }
+}
+
+TEST_F(Trace, ACopyIsShownAsTheCoreLeftItCutTo32Bits)
+{
+    core().answers("qnm_blas_dscal").calling([](Call& noted, Answer&) {
+        *noted.pointer<std::int64_t>(0) = 0x5'0000'0007;
+    });
+    SampleCall call("DSCAL");
+    run(call);
+    expect_line(line_of(call.set("n", 7)));
+}
+
+TEST_F(Trace, BareEntriesHaveNoCellAndPrintNothing)
+{
+    std::size_t narrow = 0;
+    for (const Entry& e : entries()) {
+        QNM_TRACE_ENTRY(e);
+        const std::string cell = catalogue::to_lower(e.name()) + ".verbose_ptr";
+        EXPECT_EQ(layer().file().locals().count(cell), e.frame() == Class::bare ? 0U : 1U);
+        if (e.frame() != Class::bare)
+            continue;
+        narrow += e.width == Width::narrow ? 1 : 0;
+        run(SampleCall(e));
+        EXPECT_EQ(core().calls().size(), 1U);
+    }
+    EXPECT_EQ(narrow, 28U);
+}
+
+TEST_F(Trace, FormatsLiterally)
+{
+    const std::pair<const char*, const char*> formats[] = {
+        {"DGEMM", "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)"},
+        {"DGEMM_64", "DGEMM_64(%c,%c,%lli,%lli,%lli,%p,%p,%lli,%p,%lli,%p,%p,%lli)"},
+        {"DSCAL", "DSCAL(%d,%p,%p,%d)"},
+        {"DSCAL_64", "DSCAL_64(%lli,%p,%p,%lli)"},
+        {"IDAMAX", "IDAMAX(%d,%p,%d)"},
+        {"ZDOTU", "ZDOTU(%p,%d,%p,%d,%p,%d)"},
+        {"DCABS1", "DCABS1(%p)"},
+        {"DAXPYI", "DAXPYI(%d,%p,%p,%p,%p)"},
+        {"DAXPYI_64", "DAXPYI_64(%lli,%p,%p,%p,%p)"},
+        {"XERBLA_ARRAY", "XERBLA_ARRAY(%c,%d,%d)"},
+        {"DGEMM_BATCH", "DGEMM_BATCH(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DGEMM_BATCH_64", "DGEMM_BATCH_64(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DGEMM_BATCH_STRIDED", "DGEMM_BATCH_STRIDED(%c,%c,%d,%d,%d,%p,%p,%d,%d,%p,%d,%d,%p,%p,%d,%d,%d)"},
+        {"DCOPY_BATCH", "DCOPY_BATCH(%p,%p,%p,%p,%p,%p,%p)"},
+        {"DAXPY_BATCH", "DAXPY_BATCH(%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DCOPY_BATCH_STRIDED", "DCOPY_BATCH_STRIDED(%d,%p,%d,%d,%p,%d,%d,%d)"},
+        {"DAXPY_BATCH_STRIDED", "DAXPY_BATCH_STRIDED(%d,%p,%p,%d,%d,%p,%d,%d,%d)"},
+        {"DGEMV_BATCH", "DGEMV_BATCH(%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DDGMM_BATCH", "DDGMM_BATCH(%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DSYRK_BATCH", "DSYRK_BATCH(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"DTRSM_BATCH", "DTRSM_BATCH(%c,%c,%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
+        {"GEMM_S8U8S32", "GEMM_S8U8S32(%c,%c,%c,%d,%d,%d,%p,%p,%d,%p,%p,%d,%p,%p,%p,%d,%p)"},
+        {"GEMM_S8U8S32_PACK_GET_SIZE", "GEMM_S8U8S32_PACK_GET_SIZE(%c,%d,%d,%d)"},
+        {"DGEMM_PACK_GET_SIZE", "DGEMM_PACK_GET_SIZE(%c,%d,%d,%d)"},
+        {"DGEMM_PACK", "DGEMM_PACK(%c,%c,%d,%d,%d,%p,%p,%d,%p)"},
+        {"DGEMM_COMPUTE", "DGEMM_COMPUTE(%c,%c,%d,%d,%d,%p,%d,%p,%d,%p,%p,%d)"},
+        {"HGEMM", "HGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)"},
+        {"QNM_DGEMM_COMPACT", "QNM_DGEMM_COMPACT(%d,%d,%d,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d,%d,%d)"},
+        {"QNM_GET_FORMAT_COMPACT", "QNM_GET_FORMAT_COMPACT()"},
+        {"QNM_JIT_CREATE_DGEMM", "QNM_JIT_CREATE_DGEMM(%p,%c,%c,%d,%d,%d,%p,%d,%d,%p,%d)"},
+        {"QNM_JIT_GET_DGEMM_PTR", "QNM_JIT_GET_DGEMM_PTR(%p)"},
+        {"QNM_JIT_DESTROY", "QNM_JIT_DESTROY(%p)"},
+    };
+    for (const auto& [name, format] : formats) {
+        run(SampleCall(name));
+        ASSERT_EQ(core().calls("qnm_serv_snprintf_s").size(), 1U) << name;
+        EXPECT_EQ(core().calls("qnm_serv_snprintf_s")[0].text, format);
+    }
+}
+
+} // namespace
+} // namespace qnm::tests
