@@ -2,5 +2,11 @@
 set(QNM_TABLES
   frame/families.tab frame/chains.tab frame/services.tab
   blas/level1.tab blas/sparse1.tab blas/level2.tab blas/level3.tab blas/batch.tab blas/variants.tab
-  lapack/errors.tab)
+  lapack/lu.tab lapack/lu-expert.tab lapack/cholesky.tab lapack/cholesky-expert.tab lapack/indefinite.tab
+  lapack/indefinite-variants.tab lapack/indefinite-expert.tab lapack/tridiagonal.tab lapack/triangular.tab
+  lapack/qr.tab lapack/qr-blocked.tab lapack/least-squares.tab lapack/eig-sym.tab lapack/eig-sym-packed.tab
+  lapack/eig-tridiagonal.tab lapack/divide-conquer.tab lapack/eig-nonsym.tab lapack/svd.tab lapack/modes.tab
+  lapack/generalised-sym.tab lapack/generalised.tab lapack/csd.tab lapack/reflectors.tab lapack/norms.tab
+  lapack/auxiliary.tab lapack/environment.tab lapack/errors.tab lapack/test-matrices.tab
+  lapack/batch-factor.tab lapack/compact.tab)
 list(TRANSFORM QNM_TABLES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

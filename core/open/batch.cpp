@@ -6,6 +6,7 @@
 // strided: the routine's arguments, with one stride behind each array's leading dimension or increment, and
 //          batch_size at the end.
 #include "engine.hpp"
+#include "integers.hpp"
 
 #include <array>
 
@@ -14,20 +15,6 @@ namespace {
 
 enum class Kind { letter, integer, scalar, array };
 constexpr Kind letter = Kind::letter, integer = Kind::integer, scalar = Kind::scalar, array = Kind::array;
-
-// Integers of the caller's width.
-class Integers {
-public:
-    Integers(const void* data, bool narrow) : data_(data), narrow_(narrow) {}
-    core_int operator[](core_int i) const
-    {
-        return narrow_ ? static_cast<const std::int32_t*>(data_)[i] : static_cast<const core_int*>(data_)[i];
-    }
-
-private:
-    const void* data_;
-    bool narrow_;
-};
 
 template <class... P, std::size_t... i>
 void call(void (*routine)(P...), void* const* argument, std::index_sequence<i...>)

@@ -29,6 +29,24 @@ QNM_ALL_LETTERS(QNM_DECLARE)
 #undef QNM_DECLARE
 
 #define QNM_DECLARE(l, L, T)                                                                                 \
+    void l##getrf_(const std::int64_t* m, const std::int64_t* n, T* a, const std::int64_t* lda,              \
+                   std::int64_t* ipiv, std::int64_t* info);                                                  \
+    void l##getrs_(const char* trans, const std::int64_t* n, const std::int64_t* nrhs, const T* a,           \
+                   const std::int64_t* lda, const std::int64_t* ipiv, T* b, const std::int64_t* ldb,         \
+                   std::int64_t* info);                                                                      \
+    void l##getri_(const std::int64_t* n, T* a, const std::int64_t* lda, const std::int64_t* ipiv, T* work,  \
+                   const std::int64_t* lwork, std::int64_t* info);                                           \
+    void l##gels_(const char* trans, const std::int64_t* m, const std::int64_t* n, const std::int64_t* nrhs, \
+                  T* a, const std::int64_t* lda, T* b, const std::int64_t* ldb, T* work,                     \
+                  const std::int64_t* lwork, std::int64_t* info);                                            \
+    void l##potrf_(const char* uplo, const std::int64_t* n, T* a, const std::int64_t* lda,                   \
+                   std::int64_t* info);                                                                      \
+    void l##geqrf_(const std::int64_t* m, const std::int64_t* n, T* a, const std::int64_t* lda, T* tau,      \
+                   T* work, const std::int64_t* lwork, std::int64_t* info);
+QNM_ALL_LETTERS(QNM_DECLARE)
+#undef QNM_DECLARE
+
+#define QNM_DECLARE(l, L, T)                                                                                 \
     void l##tpmv_(const char* uplo, const char* trans, const char* diag, const std::int64_t* n, const T* ap, \
                   T* x, const std::int64_t* incx);                                                           \
     void l##scal_(const std::int64_t* n, const T* alpha, T* x, const std::int64_t* incx);
@@ -38,11 +56,7 @@ QNM_REAL_LETTERS(QNM_DECLARE)
 #define QNM_DECLARE(l, L, T)                                                                                 \
     void l##gemm3m_(const char* transa, const char* transb, const std::int64_t* m, const std::int64_t* n,    \
                     const std::int64_t* k, const T* alpha, const T* a, const std::int64_t* lda, const T* b,  \
-                    const std::int64_t* ldb, const T* beta, T* c, const std::int64_t* ldc);                  \
-    T l##dotc_(const std::int64_t* n, const T* x, const std::int64_t* incx, const T* y,                      \
-               const std::int64_t* incy);                                                                    \
-    T l##dotu_(const std::int64_t* n, const T* x, const std::int64_t* incx, const T* y,                      \
-               const std::int64_t* incy);
+                    const std::int64_t* ldb, const T* beta, T* c, const std::int64_t* ldc);
 QNM_COMPLEX_LETTERS(QNM_DECLARE)
 #undef QNM_DECLARE
 
@@ -67,6 +81,12 @@ struct Engine;
         static constexpr auto trmm = l##trmm_;                                                               \
         static constexpr auto axpy = l##axpy_;                                                               \
         static constexpr auto copy = l##copy_;                                                               \
+        static constexpr auto getrf = l##getrf_;                                                             \
+        static constexpr auto getrs = l##getrs_;                                                             \
+        static constexpr auto getri = l##getri_;                                                             \
+        static constexpr auto gels = l##gels_;                                                               \
+        static constexpr auto potrf = l##potrf_;                                                             \
+        static constexpr auto geqrf = l##geqrf_;                                                             \
     };
 QNM_ALL_LETTERS(QNM_MEMBERS)
 #undef QNM_MEMBERS

@@ -75,6 +75,17 @@ extern "C" [[gnu::visibility("hidden")]] int xerbla_(const char* srname, const i
     return 0;
 }
 
+// What a routine that nobody carries does: nothing is computed, and INFO (each of `count` ones, if there are
+// several) must not pass for success.
+extern "C" [[gnu::visibility("hidden")]] void
+qnm_core_not_carried(const char* name, qnm::core::core_int* info, const qnm::core::core_int* count)
+{
+    using namespace qnm::core;
+    print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core.\n", name);
+    if (info != nullptr)
+        std::fill_n(info, count != nullptr ? std::max<core_int>(*count, 0) : 1, not_carried_info);
+}
+
 // No solver of this core asks for progress or for a pivot yet; what is set is kept for it.
 QNM_CORE int qnm_serv_default_progress()
 {

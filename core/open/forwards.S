@@ -1,95 +1,36 @@
-// Core functions whose argument list is the engine's own: one jump each, with registers and stack as they
-// came. `routine root letters...` makes one for every letter; `renamed` puts more around the core's
-// name, which is how the small-matrix kernels and the run-time generated forms are served.
+// Core functions that are the engine's routine under another name.
+#include "carried.inc"
 
         .text
 
-.macro  forward prefix, letter, root, suffix
-        .globl  qnm_blas_\prefix\letter\root\suffix
-        .type   qnm_blas_\prefix\letter\root\suffix, @function
-        .p2align 4
-qnm_blas_\prefix\letter\root\suffix:
-        endbr64
-        jmp     \letter\root\()_
-        .size   qnm_blas_\prefix\letter\root\suffix, . - qnm_blas_\prefix\letter\root\suffix
+.macro  alias prefix, letter, root, suffix, routine
+        carry   qnm_\prefix\letter\root\suffix, \letter\routine\()_
 .endm
 
-.macro  renamed prefix, root, suffix, letters:vararg
+.macro  family prefix, root, suffix, routine, letters:vararg
   .irp letter, \letters
-        forward "\prefix", \letter, \root, "\suffix"
+        alias   \prefix, \letter, \root, "\suffix", \routine
   .endr
 .endm
 
-.macro  routine root, letters:vararg
-        renamed "", \root, "", \letters
-.endm
-
-// Level 1
-routine axpy,   s, d, c, z
-routine axpby,  s, d, c, z
-routine copy,   s, d, c, z
-routine swap,   s, d, c, z
-routine scal,   s, d, c, z, cs, zd
-routine rot,    s, d, c, z, cs, zd
-routine rotg,   s, d, c, z
-routine rotm,   s, d
-routine rotmg,  s, d
-routine dot,    s, d, ds, sds
-routine asum,   s, d, sc, dz
-routine nrm2,   s, d, sc, dz
-routine amax,   is, id, ic, iz
-routine amin,   is, id, ic, iz
-routine cabs1,  s, d
-
-// Level 2
-routine gemv,   s, d, c, z
-routine gbmv,   s, d, c, z
-routine ger,    s, d
-routine gerc,   c, z
-routine geru,   c, z
-routine symv,   s, d
-routine sbmv,   s, d
-routine spmv,   s, d
-routine syr,    s, d
-routine syr2,   s, d
-routine spr,    s, d
-routine spr2,   s, d
-routine hemv,   c, z
-routine hbmv,   c, z
-routine hpmv,   c, z
-routine her,    c, z
-routine her2,   c, z
-routine hpr,    c, z
-routine hpr2,   c, z
-routine trmv,   s, d, c, z
-routine trsv,   s, d, c, z
-routine tbmv,   s, d, c, z
-routine tbsv,   s, d, c, z
-routine tpmv,   s, d, c, z
-routine tpsv,   s, d, c, z
-
-// Level 3
-routine gemm,   s, d, c, z
-routine gemm3m, c, z
-routine symm,   s, d, c, z
-routine hemm,   c, z
-routine syrk,   s, d, c, z
-routine herk,   c, z
-routine syr2k,  s, d, c, z
-routine her2k,  c, z
-routine trmm,   s, d, c, z
-routine trsm,   s, d, c, z
-
 // Small-matrix kernels: the engine chooses its own kernel by size
-renamed x,    axpy,       "",   s, d, c, z
-renamed x,    dot,        "",   s, d
-renamed x,    gemm,       "",   s, d, c, z
-renamed x,    gemm3m,     "",   c, z
-renamed x,    syrk,       "",   s, d, c, z
-renamed x,    trsm,       "",   s, d, c, z
+family blas_x, axpy, "",   axpy,   s, d, c, z
+family blas_x, dot, "",    dot,    s, d
+family blas_x, gemm, "",   gemm,   s, d, c, z
+family blas_x, gemm3m, "", gemm3m, c, z
+family blas_x, syrk, "",   syrk,   s, d, c, z
+family blas_x, trsm, "",   trsm,   s, d, c, z
 
 // GEMM under the names of the run-time generated forms
-renamed qnm_, gemm, _jit, s, d, c, z
-renamed qnm_, gemm, _direct_jit, s, d, c, z
+family blas_qnm_, gemm, _jit,        gemm, s, d, c, z
+family blas_qnm_, gemm, _direct_jit, gemm, s, d, c, z
+
+// LAPACK under names of other releases
+family lapack_, larfp, "",    larfgp,  s, d, c, z
+family lapack_, syswapr1, "", syswapr, s, d, c, z
+family lapack_, heswapr1, "", heswapr, c, z
+family lapack_, lasr3, "",    lasr,    s, d
+family lapack_, laq5, "",     lasq5,   s, d
+family lapack_, laq6, "",     lasq6,   s, d
 
         .section .note.GNU-stack, "", @progbits

@@ -14,6 +14,7 @@ namespace qnm::core {
 
 inline constexpr int memory_failure = 1000;
 inline constexpr int index_scratch_failure = 1102;
+inline constexpr core_int not_carried_info = -1001; // of routines that this core does not carry
 
 inline void report(std::string_view routine, int info)
 {

@@ -69,6 +69,10 @@ typedef struct qnm_version_t {
  * argument, or one of the codes QNM_ERROR_*. A handler may return: the entry then returns too. */
 typedef void (*qnm_xerbla_t)(const char* srname, const int* info, int len);
 
+/* A procedure that a routine calls, with the arguments that its documentation tells: cast yours to this type.
+ */
+typedef void (*qnm_procedure_t)(void);
+
 /* A progress callback of the solvers: the thread, the step, and the stage's name with its length, which no
  * zero need follow. Any answer but 0 asks the solver to stop. */
 typedef int (*qnm_progress_t)(int* thread, int* step, char* stage, int stage_length);

@@ -11,18 +11,23 @@ inline constexpr core_int stack_elements = 16;
 class Extent {
 public:
     QNM_INLINE explicit Extent(core_int elements)
-        : elements_(elements), bytes_(elements * static_cast<core_int>(sizeof(core_int)))
+        : length_(elements), elements_(elements), bytes_(elements * static_cast<core_int>(sizeof(core_int)))
     {
     }
-    /// n times its natural logarithm, a real number: the trees of a merge are sized so, block and copy alike.
+    /// n times its natural logarithm, a real number: the trees of a merge are sized so. A block
+    /// ends inside its last element, which is not copied then.
     static Extent n_log_n(core_int n);
 
     QNM_INLINE core_int elements() const { return elements_; }
-    QNM_INLINE bool allocated() const { return elements_ > stack_elements; }
+    QNM_INLINE bool allocated() const { return length_ > stack_elements; }
     QNM_INLINE core_int bytes() const { return bytes_; }
 
 private:
-    QNM_INLINE Extent(core_int elements, core_int bytes) : elements_(elements), bytes_(bytes) {}
+    QNM_INLINE Extent(core_int length, core_int elements, core_int bytes)
+        : length_(length), elements_(elements), bytes_(bytes)
+    {
+    }
+    core_int length_;
     core_int elements_;
     core_int bytes_;
 };

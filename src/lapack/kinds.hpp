@@ -22,9 +22,21 @@ struct Out {
     H caller;
 };
 
+/// A length that a query sets. Otherwise it is only read, and may be a constant of the caller's.
+template <class H>
+struct Answer {
+    H caller;
+};
+
 /// INFO: every routine that has it writes it, so nothing goes in. A check leaves its verdict there.
 template <class H>
 struct Info {
+    H caller;
+};
+
+/// INFO of the few routines that read it too.
+template <class H>
+struct ReadInfo {
     H caller;
 };
 
@@ -45,10 +57,13 @@ struct OwnQuery {
 /// back.
 struct All {};
 
+/// All, and at a query the first: its length is asked for by a length argument of its own.
+struct AllOrFirst {};
+
 /// A number that the row tells.
 template <core_int count>
 struct First {
-    QNM_INLINE core_int operator()() const { return count; }
+    QNM_INLINE constexpr core_int operator()() const { return count; }
 };
 
 /// An array of integers with its extent.
@@ -120,7 +135,19 @@ QNM_INLINE Out<P> sent(Out<In<P>> a)
 }
 
 template <class P>
+QNM_INLINE Answer<P> sent(Answer<In<P>> a)
+{
+    return {a.caller};
+}
+
+template <class P>
 QNM_INLINE Info<P> sent(Info<In<P>> a)
+{
+    return {a.caller};
+}
+
+template <class P>
+QNM_INLINE ReadInfo<P> sent(ReadInfo<In<P>> a)
 {
     return {a.caller};
 }

@@ -25,8 +25,10 @@ core_int depth(core_int n, core_int leaf)
 Extent Extent::n_log_n(core_int n)
 {
     const double length = n < 1 ? 0.0 : static_cast<double>(n) * std::log(static_cast<double>(n));
-    return {static_cast<core_int>(std::ceil(length)),
-            static_cast<core_int>(static_cast<unsigned long long>(length * sizeof(core_int)))};
+    const auto whole = static_cast<core_int>(std::ceil(length));
+    const auto bytes = static_cast<core_int>(static_cast<unsigned long long>(length * sizeof(core_int)));
+    constexpr core_int element = sizeof(core_int);
+    return {whole, whole > stack_elements ? bytes / element : whole, bytes};
 }
 
 core_int LeafSize::ask(const char* name)

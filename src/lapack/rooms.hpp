@@ -24,6 +24,14 @@ struct Ground<Out<H>> {
 };
 
 template <class H>
+struct Ground<Answer<H>> : Ground<Out<H>> {
+};
+
+template <class H>
+struct Ground<ReadInfo<H>> : Ground<Out<H>> {
+};
+
+template <class H>
 struct Ground<Info<H>> {
     QNM_INLINE Ground() {}
     core_int wide;
@@ -78,6 +86,19 @@ struct Seat<Out<H>> {
 };
 
 template <class H>
+struct Seat<Answer<H>> : Seat<Out<H>> {
+    QNM_INLINE Seat(Answer<H> a, Ground<Answer<H>>&& ground)
+        : Seat<Out<H>>(Out<H>{a.caller}, std::move(ground))
+    {
+    }
+    QNM_INLINE void bring_back()
+    {
+        if (*pointer(this->caller) == -1)
+            Seat<Out<H>>::bring_back();
+    }
+};
+
+template <class H>
 struct Seat<Info<H>> {
     H caller;
     core_int* wide;
@@ -96,6 +117,15 @@ struct Seat<Info<H>> {
     }
     /// Scratch could not be had; the handler is told another code.
     QNM_INLINE void fail() { *pointer(caller) = -1023; }
+};
+
+template <class H>
+struct Seat<ReadInfo<H>> : Seat<Out<H>> {
+    QNM_INLINE Seat(ReadInfo<H> a, Ground<ReadInfo<H>>&& ground)
+        : Seat<Out<H>>(Out<H>{a.caller}, std::move(ground))
+    {
+    }
+    QNM_INLINE void fail() { *pointer(this->caller) = -1023; }
 };
 
 template <class H>
@@ -137,8 +167,10 @@ struct Seat<Array<way, extra, H, Returned>> {
             if (block == nullptr)
                 return false;
         }
-        if constexpr (extra == Extra::cleared)
-            __builtin_memset(block, 0, static_cast<std::size_t>(extent.bytes()));
+        if constexpr (extra == Extra::cleared) {
+            if (extent.elements() > 0) // a bad size is left to the core
+                __builtin_memset(block, 0, static_cast<std::size_t>(extent.bytes()));
+        }
         if constexpr (way == Way::in || way == Way::inout)
             widen(block, pointer(caller), extent.elements());
         return true;
@@ -155,6 +187,8 @@ struct Seat<Array<way, extra, H, Returned>> {
                 std::integral_constant<core_int, Returned{}()>::value;
             };
             return asked ? core_int{first ? 1 : 0} : smaller(returned(), extent.elements());
+        } else if constexpr (std::is_same_v<Returned, AllOrFirst>) {
+            return asked ? 1 : extent.elements();
         } else {
             return way == Way::work ? 0 : extent.elements();
         }

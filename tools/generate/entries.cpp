@@ -112,6 +112,18 @@ std::string parameters(const Entry& entry)
     return list;
 }
 
+/// Whether an array has a length argument of its own, by which its size is asked for.
+bool length_is_asked_for(const Argument& array, const Row& row)
+{
+    bool asked = false;
+    for (const ExpressionPtr& extent : array.extents)
+        walk(*extent, [&](const Expression& e) {
+            const Argument* length = e.kind == Expression::Kind::name ? row.find(e.text) : nullptr;
+            asked = asked || (length != nullptr && length->query);
+        });
+    return asked;
+}
+
 std::string array_text(const Argument& a, const Row& row)
 {
     static const std::map<Direction, std::string> ways{{Direction::in, "in"},
@@ -125,6 +137,8 @@ std::string array_text(const Argument& a, const Row& row)
         text += a.returned->kind == Expression::Kind::number
                     ? ", First<" + std::to_string(a.returned->value) + ">{}"
                     : ", [&] QNM_INLINE_LAMBDA { return " + size_text(*a.returned, row) + "; }";
+    else if (a.direction == Direction::out && length_is_asked_for(a, row))
+        text += ", AllOrFirst{}";
     return text + ")";
 }
 
@@ -136,8 +150,10 @@ std::string argument_text(const Argument& a, const Entry& entry)
         return "Indices{static_cast<const int*>(" + a.name + ")}";
     if (comes_back(a) && a.name == "info" && a.direction == Direction::out)
         return "Info{In{info}}";
+    if (comes_back(a) && narrow && a.name == "info")
+        return "ReadInfo{In{info}}";
     if (comes_back(a) && narrow)
-        return "Out{In{" + a.name + "}}";
+        return (a.query ? "Answer{In{" : "Out{In{") + a.name + "}}";
     if (a.query && narrow)
         return (a.alone ? "OwnQuery{In{" : "Query{In{") + a.name + "}}";
     if (a.kind == Kind::integers && copies_arrays(entry))

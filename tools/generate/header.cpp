@@ -30,6 +30,8 @@ std::string parameter(const Argument& a, const Entry& entry)
     const std::string type = c_type(a.type, entry.precision, entry.width);
     if (a.kind == Kind::value)
         return type + " " + a.name;
+    if (a.type == "procedure")
+        return "qnm_procedure_t " + a.name;
     if (a.kind == Kind::handle)
         return "void* " + a.name;
     if (a.pointers && a.type == "void") // handles: the addresses themselves are what is written
@@ -52,6 +54,8 @@ std::vector<std::string> parameters(const Entry& entry)
     const Result& r = entry.row->result;
     if (r.kind == ResultKind::hidden)
         list.push_back(c_type(r.type, entry.precision, entry.width) + "* result");
+    if (r.kind == ResultKind::hidden && r.type == "char")
+        list.emplace_back("size_t result_length");
     for (const Argument& a : entry.row->arguments)
         list.push_back(parameter(a, entry));
     return list;

@@ -1,0 +1,131 @@
+// The line of every entry, by a formatter of our own.
+#include "lapack_call.hpp"
+
+#include <algorithm>
+
+namespace qnm::tests {
+namespace {
+
+class Trace : public LapackTest {
+protected:
+    static void run(const LapackCall& call)
+    {
+        core().mode(0);
+        call.run(); // binds the cell, and that of ilaenv
+        core().mode(1);
+        core().clear();
+        core().clock({2, 5, 1000});
+        call.run();
+    }
+};
+
+std::string address(std::uint64_t bits)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(bits));
+    return text;
+}
+
+/// Arguments as they stand behind the caller's pointers now, cut to the room that a line has.
+std::string line_of(const LapackCall& call)
+{
+    std::string line = call.entry().name() + "(";
+    if (call.words_of_result() > 0)
+        line += address(support::Word(SampleCall::hidden_result()).bits()) + ",";
+    for (const Argument& a : call.row().arguments) {
+        if (a.kind == Kind::character)
+            line += call.letter(a);
+        else if (a.kind == Kind::value || (a.kind == Kind::integer && !call.row().groups))
+            line += std::to_string(call.integer(a));
+        else
+            line += address(call.word(a).bits());
+        line += ',';
+    }
+    line.back() = ')';
+    return line.substr(0, 449);
+}
+
+TEST_F(Trace, EveryEntryPrintsItsLineWithInfoAsTheCoreLeftIt)
+{
+    for (const Entry& e : entries()) {
+        QNM_TRACE_ENTRY(e);
+        LapackCall call(e, 17);
+        if (call.needs_leaf())
+            continue; // ilaenv's line stands before theirs: below
+        const Routine routine(call);
+        run(call);
+        std::vector<std::string> expected = Routine::story(call);
+        expected.insert(std::find(expected.begin(), expected.end(), lapack_core(e)), "qnm_serv_dsecnd");
+        expected.insert(expected.end(),
+                        {"qnm_serv_dsecnd", "qnm_serv_snprintf_s", "qnm_serv_print_verbose_info"});
+        ASSERT_EQ(story(), expected);
+        EXPECT_THAT(core().calls().back(), recording::Printed(line_of(call), 3.0));
+        EXPECT_EQ(layer().file().locals().count(catalogue::to_lower(e.name()) + ".verbose_ptr"), 1U);
+    }
+}
+
+TEST_F(Trace, ALongLineIsCut)
+{
+    const LapackCall call("ZUNCSD_64", -1'000'000'000'000'000'000);
+    run(call);
+    EXPECT_EQ(line_of(call).size(), 449U);
+    EXPECT_THAT(core().calls().back(), recording::Printed(line_of(call), 3.0));
+}
+
+TEST_F(Trace, AskingForLeavesPrintsALineOfItsOwn)
+{
+    LapackCall call("DGELSD", 17);
+    const Routine routine(call);
+    run(call);
+    const auto lines = core().calls("qnm_serv_print_verbose_info");
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_TRUE(lines[0].text.starts_with("ILAENV(9,D, ,0,0,0,0)")) << lines[0].text;
+    EXPECT_EQ(lines[1].text, line_of(call));
+}
+
+TEST_F(Trace, ARefusedCallPrintsItsLineWithTheCodeInInfo)
+{
+    std::size_t refused = 0;
+    for (const Entry& e : entries()) {
+        if (e.frame() != Class::checked)
+            continue;
+        QNM_TRACE_ENTRY(e);
+        LapackCall call(e, 2);
+        const Argument& first = *e.row->tests().front();
+        if (first.letters.empty())
+            call.set(first.name, -5);
+        else
+            call.choose(first.name, 'X');
+        run(call);
+        EXPECT_EQ(story(), (std::vector<std::string>{"qnm_serv_set_xerbla_interface", "qnm_serv_xerbla",
+                                                     "qnm_serv_dsecnd", "qnm_serv_dsecnd",
+                                                     "qnm_serv_snprintf_s", "qnm_serv_print_verbose_info"}));
+        EXPECT_THAT(core().calls().back(), recording::Printed(line_of(call), 3.0));
+        EXPECT_EQ(call.integer(*e.row->find("info")), -1);
+        ++refused;
+    }
+    EXPECT_EQ(refused, 160U);
+}
+
+TEST_F(Trace, FormatsLiterally)
+{
+    const std::pair<const char*, const char*> formats[] = {
+        {"DGETRF", "DGETRF(%d,%d,%p,%d,%p,%d)"},
+        {"DGETRS", "DGETRS(%c,%d,%d,%p,%d,%p,%p,%d,%d)"},
+        {"DGETRS_64", "DGETRS_64(%c,%lli,%lli,%p,%lli,%p,%p,%lli,%lli)"},
+        {"ILAENV", "ILAENV(%d,%c,%c,%d,%d,%d,%d)"},
+        {"DLANGE", "DLANGE(%c,%d,%d,%p,%d,%p)"},
+        {"ZLADIV", "ZLADIV(%p,%p,%p)"},
+        {"CHLA_TRANSTYPE", "CHLA_TRANSTYPE(%p,%d)"},
+        {"DGEES", "DGEES(%c,%c,%p,%d,%p,%d,%d,%p,%p,%p,%d,%p,%d,%p,%d)"},
+        {"DGETRF_BATCH", "DGETRF_BATCH(%p,%p,%p,%p,%p,%p,%p,%p)"},
+    };
+    for (const auto& [name, format] : formats) {
+        run(LapackCall(name, 2));
+        ASSERT_EQ(core().calls("qnm_serv_snprintf_s").size(), 1U) << name;
+        EXPECT_EQ(core().calls("qnm_serv_snprintf_s")[0].text, format);
+    }
+}
+
+} // namespace
+} // namespace qnm::tests
