@@ -26,25 +26,15 @@ QNM_COLD auto checked_cold(A... arguments, Cell* cell, const char* format, const
     using R = decltype(call_core(HiddenLengths<A...>{}, core, Room<A>(arguments)...));
     if (position != 0) {
         report_argument<I>(name, length, position);
-        if (tracing(cell, found)) {
-            Stopwatch watch;
-            watch.start();
-            watch.stop();
-            print_line(format, watch.elapsed(), shown<true>(arguments)...);
-        }
+        show_refused(cell, found,
+                     [&](double elapsed) { print_line(format, elapsed, shown<true>(arguments)...); });
         return refusal<R, Refusal>();
     }
     // Integers are widened ahead of the decision: whatever the core's services do, it gets what was checked.
     return [&](Room<A>&&... rooms) -> R {
-        const auto call = [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); };
-        if (!tracing(cell, found))
-            return call();
-        Stopwatch watch;
-        watch.start();
-        Kept<R> kept(call);
-        watch.stop();
-        print_line(format, watch.elapsed(), shown<wide>(arguments)...);
-        return kept.take();
+        return traced(
+            cell, found, [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); },
+            [&](double elapsed) { print_line(format, elapsed, shown<wide>(arguments)...); });
     }(Room<A>(arguments)...);
 }
 

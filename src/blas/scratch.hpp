@@ -71,14 +71,9 @@ QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
 template <class R, class... P, class... A>
 QNM_COLD R scratch_cold(Cell* cell, const char* format, int found, R (*core)(P...), Room<A>... rooms)
 {
-    if (!tracing(cell, found))
-        return detail::call_and_release<R>(core, rooms...);
-    Stopwatch watch;
-    watch.start();
-    Kept<R> kept([&] { return detail::call_and_release<R>(core, rooms...); });
-    watch.stop();
-    print_line(format, watch.elapsed(), detail::shown_scratch<A>(rooms)...);
-    return kept.take();
+    return traced(
+        cell, found, [&] { return detail::call_and_release<R>(core, rooms...); },
+        [&](double elapsed) { print_line(format, elapsed, detail::shown_scratch<A>(rooms)...); });
 }
 
 /// Snapshot, widen, copy the indices, core, release. A failed copy is reported and the core is not called.

@@ -24,16 +24,9 @@ template <class Jump, class... A>
 QNM_COLD auto unchecked_cold(A... arguments, Cell* cell, const char* format, int found, Jump* core)
 {
     return [&](Room<A>&&... rooms) {
-        const auto call = [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); };
-        using R = decltype(call());
-        if (!tracing(cell, found))
-            return call();
-        Stopwatch watch;
-        watch.start();
-        Kept<R> kept(call);
-        watch.stop();
-        print_line(format, watch.elapsed(), shown_unchecked<A>(rooms)...);
-        return kept.take();
+        return traced(
+            cell, found, [&] { return call_core(HiddenLengths<A...>{}, core, rooms...); },
+            [&](double elapsed) { print_line(format, elapsed, shown_unchecked<A>(rooms)...); });
     }(Room<A>(arguments)...);
 }
 

@@ -69,4 +69,31 @@ QNM_INLINE void print_line(const char* format, double elapsed, Shown... shown)
         hand_over(format, elapsed, shown...);
 }
 
+/// The call of an entry whose cell is unknown or on: decided, and if the mode is on timed and shown. `show`
+/// prints the line of a time; it reads the arguments after the call, and the result is kept aside meanwhile.
+template <class Call, class Show>
+QNM_INLINE auto traced(Cell* cell, int found, Call&& call, Show&& show)
+{
+    if (!tracing(cell, found))
+        return call();
+    Stopwatch watch;
+    watch.start();
+    Kept<decltype(call())> kept(call);
+    watch.stop();
+    show(watch.elapsed());
+    return kept.take();
+}
+
+/// The line of a call that was refused: its time is the gap between two readings of the clock.
+template <class Show>
+QNM_INLINE void show_refused(Cell* cell, int found, Show&& show)
+{
+    if (!tracing(cell, found))
+        return;
+    Stopwatch watch;
+    watch.start();
+    watch.stop();
+    show(watch.elapsed());
+}
+
 } // namespace qnm

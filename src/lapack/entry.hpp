@@ -121,12 +121,8 @@ QNM_COLD void refused_cold(A... arguments, Cell* cell, const char* format, const
 {
     (set_info(arguments, -position), ...);
     report_argument<I>(name, length, position);
-    if (tracing(cell, found)) {
-        Stopwatch watch;
-        watch.start();
-        watch.stop();
-        print_line(format, watch.elapsed(), shown_caller<true>(arguments)...);
-    }
+    show_refused(cell, found,
+                 [&](double elapsed) { print_line(format, elapsed, shown_caller<true>(arguments)...); });
 }
 
 /// The call of an entry whose cell is unknown or on.
@@ -137,14 +133,8 @@ QNM_COLD auto traced_cold(A... arguments, Cell* cell, const char* format, const 
     constexpr bool wide = sizeof(I) == sizeof(core_int);
     using R = typename Function<Jump>::Result;
     const auto around = [&](auto&& call) -> R {
-        if (!tracing(cell, found))
-            return call();
-        Stopwatch watch;
-        watch.start();
-        Kept<R> kept(call);
-        watch.stop();
-        print_line(format, watch.elapsed(), shown_caller<wide>(arguments)...);
-        return kept.take();
+        return traced(cell, found, call,
+                      [&](double elapsed) { print_line(format, elapsed, shown_caller<wide>(arguments)...); });
     };
     return run<R, Letters<A...>>(name, length, around, core, Seat<A>(arguments, Ground<A>())...);
 }
