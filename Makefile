@@ -5,7 +5,7 @@ PREFIX  ?= /usr/local
 BUILD   := build/release
 LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_run qnm_headers
 
-.PHONY: all lib demo check bench install deps format tidy sanitizers clean
+.PHONY: all lib demo check sanitizers bench install deps format clean
 
 all: lib
 
@@ -23,9 +23,13 @@ demo: lib
 	@cmake --build $(BUILD) --parallel $(JOBS) --target examples
 	@examples/demo.sh $(BUILD)
 
-## check: everything built and every test passed; house rules, sanitizers and leaks included
+## check: everything built and every test passed; house rules and leaks included
 check: deps
 	@tools/check
+
+## sanitizers: the tests under the address, undefined behaviour and thread sanitizers
+sanitizers: deps
+	@tools/sanitizers
 
 ## bench: instructions and time beside a direct call of the engine
 bench: deps

@@ -15,3 +15,7 @@ echo "\$ qnm-run --report xblat3d < dblat3.in"
 title "Longley's regression, by BLAS alone: an ordinary program, linked against the system's BLAS, through the layer"
 echo "\$ qnm-run --report longley"
 "$build/bin/qnm-run" --report "$build/bin/longley"
+
+title "The same regression by LAPACK's least squares driver DGELS: an ordinary program too"
+echo "\$ qnm-run --report longley_lapack"
+"$build/bin/qnm-run" --report "$build/bin/longley_lapack"
