@@ -8,5 +8,6 @@ set(QNM_TABLES
   lapack/eig-tridiagonal.tab lapack/divide-conquer.tab lapack/eig-nonsym.tab lapack/svd.tab lapack/modes.tab
   lapack/generalised-sym.tab lapack/generalised.tab lapack/csd.tab lapack/reflectors.tab lapack/norms.tab
   lapack/auxiliary.tab lapack/environment.tab lapack/errors.tab lapack/test-matrices.tab
-  lapack/batch-factor.tab lapack/compact.tab)
+  lapack/batch-factor.tab lapack/compact.tab
+  trans/matcopy.tab)
 list(TRANSFORM QNM_TABLES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -33,22 +33,23 @@ private:
     double elapsed_ = 0.0;
 };
 
-/// Formats and hands over one line. The last byte ends the text whatever the formatter did.
+/// Formats and hands over one line. The last byte ends the text whatever the formatter did. `enabled` is 0
+/// for a call during which the mode came on.
 template <class... Shown>
-void hand_over(const char* format, double elapsed, Shown... shown)
+void hand_over(int enabled, const char* format, double elapsed, Shown... shown)
 {
     constexpr int size = 450;
     char line[size];
     qnm_serv_snprintf_s(line, size, size - 1, format, shown...);
     line[size - 1] = '\0';
-    qnm_serv_iface_print_verbose_info(1, line, elapsed);
+    qnm_serv_iface_print_verbose_info(enabled, line, elapsed);
 }
 
 /// The same with those left out that a line does not show; few entries have any.
 template <class... Kept>
 void leave_out(const char* format, double elapsed, const std::tuple<Kept...>& kept)
 {
-    std::apply([&](auto... shown) { hand_over(format, elapsed, shown...); }, kept);
+    std::apply([&](auto... shown) { hand_over(1, format, elapsed, shown...); }, kept);
 }
 
 template <class... Kept, class First, class... Rest>
@@ -66,7 +67,7 @@ QNM_INLINE void print_line(const char* format, double elapsed, Shown... shown)
     if constexpr ((std::is_same_v<Shown, Unshown> || ...))
         leave_out(format, elapsed, std::tuple<>(), shown...);
     else
-        hand_over(format, elapsed, shown...);
+        hand_over(1, format, elapsed, shown...);
 }
 
 /// The call of an entry whose cell is unknown or on: decided, and if the mode is on timed and shown. `show`

@@ -16,7 +16,7 @@ namespace qnm::catalogue {
 enum class Width { narrow, wide };
 
 /// The shape of an entry's frame; each has one template of the same name in the layer.
-enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check };
+enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check, matcopy };
 
 /// How an argument travels.
 enum class Kind {
@@ -118,7 +118,15 @@ struct Row {
     int code(const Argument& argument) const;
     /// The tested arguments in order of testing.
     std::vector<const Argument*> tests() const;
-    bool has_wide() const { return entry_class != Class::bare || small_root.empty(); }
+    bool has_wide() const
+    {
+        return entry_class != Class::matcopy && (entry_class != Class::bare || small_root.empty());
+    }
+    /// Whether the row has tests and an exported check.
+    bool has_check() const
+    {
+        return entry_class == Class::checked || entry_class == Class::check || entry_class == Class::matcopy;
+    }
 };
 
 /// One entry: a row, one of its letters and a width.
@@ -142,9 +150,16 @@ struct Entry {
     std::string format() const;
     /// The class whose frame this entry has: wide members of the scratch class are plain unchecked ones.
     Class frame() const;
+    /// The name of the C form of a matrix copy, which takes values: "QNM_Domatcopy"; empty in other families.
+    std::string c_form() const;
+    /// The trace line of the C form.
+    std::string c_format() const;
     /// The arguments of this entry that are option letters, which is the number of hidden lengths.
     int hidden_lengths() const;
 };
+
+/// The trace line of a matrix copy, with the conversion of its integers.
+std::string matcopy_format(const Entry& entry, const char* integer);
 
 /// How a service stands at the boundary.
 enum class ServiceKind {

@@ -151,11 +151,11 @@ std::vector<const Argument*> Row::tests() const
     const auto postponed = [&](const Argument& a) {
         return std::find(tested_last.begin(), tested_last.end(), a.name) != tested_last.end();
     };
-    if (groups) // the arrays cannot be walked before the number of groups is known to be sound
-        order.push_back(find("group_count"));
-    for (const Argument& a : arguments)
-        if (a.tested() && !postponed(a) && !(groups && a.name == "group_count"))
-            order.push_back(&a);
+    // Arrays cannot be walked before the number of groups is known to be sound.
+    for (const bool scalars : groups ? std::vector{true, false} : std::vector{false})
+        for (const Argument& a : arguments)
+            if (a.tested() && !postponed(a) && (!groups || a.array != scalars))
+                order.push_back(&a);
     for (const std::string& name : tested_last)
         order.push_back(find(name));
     return order;
@@ -204,6 +204,8 @@ std::vector<std::string> Entry::spellings() const
 std::string Entry::report_name() const
 {
     std::string text = to_upper(with_prefix(row->root, precision.prefix));
+    if (row->entry_class == Class::matcopy)
+        return to_lower(text);
     if (row->entry_class != Class::checked && row->entry_class != Class::check)
         return text;
     if (text.size() < 6)
@@ -215,6 +217,8 @@ std::string Entry::report_name() const
 
 std::string Entry::format() const
 {
+    if (row->entry_class == Class::matcopy)
+        return matcopy_format(*this, "%d");
     const bool narrow = width == Width::narrow;
     std::string text = name() + "(";
     const auto add = [&](const char* conversion) {

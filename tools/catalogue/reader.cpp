@@ -11,6 +11,7 @@ namespace {
 
 const std::map<std::string, Class> classes{{"check", Class::check},
                                            {"checked", Class::checked},
+                                           {"matcopy", Class::matcopy},
                                            {"registered", Class::registered},
                                            {"unregistered", Class::unregistered},
                                            {"unchecked", Class::unchecked},
@@ -158,8 +159,9 @@ void check_row(const Lexer& lexer, const Row& row)
             (a.extents.size() != 1 || a.direction != Direction::in))
             refuse("'" + a.name + "'", "an extent and 'in' for the index array of a scratch entry");
     }
-    if (any_test != (row.entry_class == Class::checked || row.entry_class == Class::check))
-        refuse(any_test ? "a test" : "no test", "tests in rows of class checked or check, and only there");
+    if (any_test != row.has_check())
+        refuse(any_test ? "a test" : "no test",
+               "tests in rows of class checked, check or matcopy, and only there");
     for (const std::string& name : row.tested_last)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
             refuse("'" + name + "'", "a tested argument behind 'tested last'");
@@ -269,7 +271,7 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
         } else {
             lexer.fail(
                 "letters (s d c z sc dz cs zd is id ic iz ds sds, or -) and a class (checked, registered, "
-                "unchecked, scratch, bare)");
+                "unchecked, scratch, bare, matcopy)");
         }
     }
     for (const auto& head : heads)
@@ -329,9 +331,12 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
         row.root = name;
         row.precisions = letters;
         rows_.push_back(row);
-        for (const Entry& entry : entries(rows_.back()))
+        for (const Entry& entry : entries(rows_.back())) {
             for (const std::string& spelling : entry.spellings())
                 claim(spelling, row.where());
+            if (!entry.c_form().empty())
+                claim(entry.c_form(), row.where());
+        }
     }
 }
 
@@ -404,7 +409,7 @@ std::vector<Entry> Catalogue::entries(const Row& row)
 std::vector<Entry> Catalogue::checks(const Row& row)
 {
     std::vector<Entry> all;
-    if (row.entry_class == Class::checked)
+    if (row.entry_class == Class::checked || row.entry_class == Class::matcopy)
         return entries(row);
     if (row.entry_class == Class::check)
         for (const Precision& precision : row.precisions)

@@ -61,9 +61,10 @@ std::string letter_fact(const std::string& argument, char letter)
     return argument + "_is_" + letter;
 }
 
-std::string letter_call(const std::string& argument, char letter, bool groups)
+std::string letter_call(const std::string& argument, char letter, const Row& row, bool groups)
 {
-    return "is(" + (groups ? "&" + argument + "[g]" : argument) + ", \"" + letter + "\")";
+    const bool each = groups && row.find(argument)->array;
+    return "is(" + (each ? "&" + argument + "[g]" : argument) + ", \"" + letter + "\")";
 }
 
 /// The expressions of an argument's test.
@@ -96,7 +97,7 @@ std::vector<std::pair<std::string, char>> facts(const Row& row)
 
 std::string value_of(const Argument& a, bool groups)
 {
-    return groups ? "integers<I>(" + a.name + ")[g]" : "*" + a.name;
+    return groups && a.array ? "integers<I>(" + a.name + ")[g]" : "*" + a.name;
 }
 
 std::string failing(const Argument& a, const Row& row, bool groups)
@@ -108,7 +109,7 @@ std::string failing(const Argument& a, const Row& row, bool groups)
         for (const char letter : a.letters)
             good.push_back(std::find(known.begin(), known.end(), std::pair{a.name, letter}) != known.end()
                                ? letter_fact(a.name, letter)
-                               : letter_call(a.name, letter, groups));
+                               : letter_call(a.name, letter, row, groups));
         text = "refused(" + joined(good, " || ") + ")";
     } else if (a.minimum) {
         text = "below<I>(" + value_of(a, groups) + ", " + cxx(*a.minimum, row, groups) + ")";
@@ -140,7 +141,7 @@ std::string cxx(const Expression& e, const Row& row, bool groups)
     case EKind::letter: {
         std::vector<std::string> any;
         for (const char letter : e.letters)
-            any.push_back(groups ? letter_call(e.text, letter, true) : letter_fact(e.text, letter));
+            any.push_back(groups ? letter_call(e.text, letter, row, true) : letter_fact(e.text, letter));
         return any.size() == 1 ? any[0] : "(" + joined(any, " || ") + ")";
     }
     case EKind::condition:
@@ -225,9 +226,7 @@ std::string tests_name(const Row& row)
     std::replace(root.begin(), root.end(), '?', 'x');
     // A root may have several rows, each with letters of its own; a row's line would make a comment change
     // all.
-    return row.entry_class == Class::checked || row.entry_class == Class::check
-               ? root + "_tests_" + row.precisions.front().prefix
-               : "NoTests";
+    return row.has_check() ? root + "_tests_" + row.precisions.front().prefix : "NoTests";
 }
 
 std::string tests_text(const Row& row)
@@ -253,7 +252,8 @@ std::string tests_text(const Row& row)
                                                                                        : "auto");
     if (row.groups) {
         used.emplace_back("group_count");
-        parameters.emplace_back("auto"); // the width flag
+        if (row.entry_class != Class::matcopy)
+            parameters.emplace_back("auto"); // the width flag
     }
     text += joined(parameters, ", ") + ")\n    {\n";
     if (row.groups) {
@@ -263,7 +263,7 @@ std::string tests_text(const Row& row)
     } else {
         for (const auto& [argument, letter] : facts(row))
             text += "        const bool " + letter_fact(argument, letter) + " = " +
-                    letter_call(argument, letter, false) + ";\n";
+                    letter_call(argument, letter, row, false) + ";\n";
         for (const Definition& d : row.definitions)
             text += "        const I " + d.name + " = " + cxx(*d.value, row, false) + ";\n";
     }
@@ -273,11 +273,11 @@ std::string tests_text(const Row& row)
         if (row.groups && a->name == "group_count")
             text += "below<I>(*integers<I>(group_count), 0) ? " + code +
                     "\n               : *integers<I>(group_count) == 0 ? 0\n               : ";
-        else if (row.groups)
+        else if (row.groups && a->array)
             text += "any_group<I>(group_count, [&](I g) { return " + failing(*a, row, true) + "; }) ? " +
                     code + "\n               : ";
         else
-            text += failing(*a, row, false) + " ? " + code + "\n               : ";
+            text += failing(*a, row, row.groups) + " ? " + code + "\n               : ";
     }
     return text + "0;\n    }\n};\n";
 }

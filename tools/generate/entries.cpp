@@ -207,7 +207,8 @@ std::string body(const Entry& entry)
         return "scratch<" + entry.core() + ">(" + cell + ", " + format + ", " + name + ", " + length + jump +
                ", " + extent + arguments(entry) + ")";
     }
-    case Class::check: // has no entry
+    case Class::check:   // has no entry
+    case Class::matcopy: // has entries of another kind
         break;
     case Class::bare:
         if (row.small_root.empty())
@@ -272,6 +273,11 @@ std::string entries_text(const Catalogue& tables, const std::string& file)
         const std::vector<Entry> checks = Catalogue::checks(row);
         if (!checks.empty())
             text += tests_text(row) + "\n";
+        if (row.entry_class == Class::matcopy) {
+            for (const Entry& entry : checks)
+                text += matcopy_text(entry);
+            continue;
+        }
         for (const Entry& entry : checks)
             text += check_text(entry);
         for (const Entry& entry : Catalogue::entries(row)) {

@@ -16,7 +16,8 @@ std::string class_text(const Entry& entry)
     static const std::map<Class, std::pair<const char*, const char*>> files{
         {Class::checked, {"checked", "checked"}},    {Class::registered, {"registered", "checked"}},
         {Class::unregistered, {"unregistered", ""}}, {Class::unchecked, {"unchecked", "unchecked"}},
-        {Class::scratch, {"scratch", "scratch"}},    {Class::bare, {"bare", "bare"}}};
+        {Class::scratch, {"scratch", "scratch"}},    {Class::bare, {"bare", "bare"}},
+        {Class::matcopy, {"matcopy", "entry"}}};
     const auto& [name, file] = files.at(entry.frame());
     const std::string& folder = entry.row->family->frame;
     // The LAPACK classes differ in one step of one template.
@@ -50,6 +51,8 @@ std::string entry_explanation(const Entry& entry)
         << "\n  spelled  ";
     for (const std::string& spelling : entry.spellings())
         out << ' ' << spelling;
+    if (!entry.c_form().empty())
+        out << "\n  C form    " << entry.c_form() << "\n  its line  " << entry.c_format();
     out << "\n  core      " << entry.core();
     if (!row.small_root.empty())
         out << ", or " << entry.small_core() << " when " << to_text(*row.small_condition);
@@ -60,8 +63,10 @@ std::string entry_explanation(const Entry& entry)
             << (a.kind == Kind::integer && entry.width == Width::narrow && !row.groups ? ", widened" : "")
             << "\n";
     if (entry.frame() != Class::bare)
-        out << "  line      " << entry.format() << "\n  cell      " << entry.cell() << ".verbose_ptr\n";
-    if (row.entry_class == Class::checked) {
+        out << "  line      " << entry.format() << "\n";
+    if (entry.frame() != Class::bare && entry.frame() != Class::matcopy)
+        out << "  cell      " << entry.cell() << ".verbose_ptr\n";
+    if (row.has_check()) {
         out << "  check     " << entry.check() << ", reports \"" << entry.report_name() << "\"\n";
         for (const Definition& d : row.definitions)
             out << "    " << d.name << " = " << to_text(*d.value) << "\n";

@@ -40,6 +40,14 @@ std::string parameter(const Argument& a, const Entry& entry)
     return pointee + (a.pointers ? " const* " : " ") + a.name;
 }
 
+/// The same in the C form of a matrix copy: scalars by value, and sizes as such.
+std::string value_parameter(const Argument& a, const Entry& entry)
+{
+    if (a.type == "int")
+        return (a.array ? "const size_t* " : "size_t ") + a.name;
+    return a.array ? parameter(a, entry) : c_type(a.type, entry.precision, entry.width) + " " + a.name;
+}
+
 std::string result(const Entry& entry)
 {
     const Result& r = entry.row->result;
@@ -95,10 +103,17 @@ std::string prototype(const std::string& type, const std::string& name, const st
 std::string prototypes(const Row& row)
 {
     std::string text;
-    for (const Entry& entry : Catalogue::entries(row))
+    for (const Entry& entry : Catalogue::entries(row)) {
         for (const std::string& spelling : entry.spellings())
             if (is_public(spelling))
                 text += prototype(result(entry), spelling, parameters(entry));
+        if (entry.c_form().empty())
+            continue;
+        std::vector<std::string> values;
+        for (const Argument& a : row.arguments)
+            values.push_back(value_parameter(a, entry));
+        text += prototype(result(entry), entry.c_form(), values);
+    }
     return text;
 }
 

@@ -23,6 +23,8 @@ std::string tests_text(const catalogue::Row& row);
 
 /// All entries and checks of one table.
 std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
+/// The check and both forms of a matrix copy.
+std::string matcopy_text(const catalogue::Entry& entry);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
 /// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of

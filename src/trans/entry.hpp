@@ -1,0 +1,43 @@
+// The frame of a matrix copy, both forms. It has no cell: where the mode lives is asked at each call, and the
+// mode is read on both sides of the core.
+#pragma once
+
+#include "frame/trace.hpp"
+#include "trans/kinds.hpp"
+
+namespace qnm::trans {
+
+/// The line of a call, `enabled` only if the mode was on when it began. `elapsed` is the negated first
+/// reading, or zero; a clock that answers zero is read again all the same.
+template <class... A>
+QNM_COLD void show(bool enabled, double elapsed, const char* format, A... arguments)
+{
+    elapsed += qnm_serv_iface_dsecnd();
+    hand_over(enabled ? 1 : 0, format, elapsed, shown(arguments)...);
+}
+
+template <class Tests, auto* Core, class... A>
+QNM_INLINE void entry(const char* name, const char* format, A... arguments)
+{
+    qnm_set_xerbla_interface(cdecl_xerbla);
+    const int* const mode = qnm_serv_iface_verbose_mode();
+    const bool enabled = *mode != 0;
+    const double elapsed = enabled ? -qnm_serv_iface_dsecnd() : 0.0;
+    core_int code = scratch_failed;
+    {
+        Widened<narrow_arrays<A...>> room((core_int{0} + ... + groups_of(arguments)));
+        if (!room.failed())
+            code = [&](auto... values) {
+                const int position = Tests::template code<size>(tested(values)...);
+                if (!unlikely(position != 0))
+                    Core(values...);
+                return position;
+            }(value(room, arguments)...);
+    }
+    if (unlikely(code != 0)) // a handler may throw: nothing is held any more
+        trans_xerbla(name, code);
+    if (unlikely(*mode != 0))
+        show(enabled, elapsed, format, arguments...);
+}
+
+} // namespace qnm::trans
