@@ -1,0 +1,9 @@
+#define VECTOR_BYTES 32
+#include "transpose.inc"
+
+namespace qnm::core {
+
+const Transposes transposes_avx2{transposed<std::uint32_t, 1>, transposed<std::uint64_t, 1>,
+                                 transposed<std::uint64_t, 2>};
+
+} // namespace qnm::core
