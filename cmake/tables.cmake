@@ -13,14 +13,18 @@ function(qnm_generate_sources variable)
       continue()
     endif()
     set(kind entries)
+    set(name ${chapter}.tab)
     if(family STREQUAL frame)
       set(kind services)
+    elseif(family STREQUAL cblas)
+      set(kind cblas)
+      set(name cblas/${chapter}.tab) # its chapters are called as those of the Fortran rows
     endif()
     set(source ${folder}/${family}-${chapter}.cpp)
     add_custom_command(
       OUTPUT ${source}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-      COMMAND qnm_generate ${kind} ${chapter}.tab ${source} ${ARGN}
+      COMMAND qnm_generate ${kind} ${name} ${source} ${ARGN}
       DEPENDS qnm_generate ${ARGN}
       COMMENT "Generating ${family}-${chapter}.cpp"
       VERBATIM)

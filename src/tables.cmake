@@ -2,6 +2,7 @@
 set(QNM_TABLES
   frame/families.tab frame/chains.tab frame/services.tab
   blas/level1.tab blas/sparse1.tab blas/level2.tab blas/level3.tab blas/batch.tab blas/variants.tab
+  cblas/level1.tab cblas/sparse1.tab cblas/level2.tab cblas/level3.tab cblas/batch.tab cblas/variants.tab
   lapack/lu.tab lapack/lu-expert.tab lapack/cholesky.tab lapack/cholesky-expert.tab lapack/indefinite.tab
   lapack/indefinite-variants.tab lapack/indefinite-expert.tab lapack/tridiagonal.tab lapack/triangular.tab
   lapack/qr.tab lapack/qr-blocked.tab lapack/least-squares.tab lapack/eig-sym.tab lapack/eig-sym-packed.tab

@@ -87,6 +87,7 @@ struct Family {
     std::string frame; // the folder and namespace of its templates
     std::string core;  // name of the core function
     std::string check; // name of the check function
+    std::string calls; // of a C interface: the family whose entries it calls
     std::map<Width, std::vector<std::string>> spellings;
 };
 
@@ -161,6 +162,17 @@ struct Entry {
 /// The trace line of a matrix copy, with the conversion of its integers.
 std::string matcopy_format(const Entry& entry, const char* integer);
 
+/// A routine of a row and its letters.
+struct Head {
+    std::string root;
+    std::vector<Precision> letters;
+};
+
+/// Reads `gemm s d c z, gemm3m c z` up to the class, which it leaves.
+std::vector<Head> read_heads(Lexer& lexer, const std::string& root,
+                             const std::function<bool(const std::string&)>& is_class,
+                             const std::string& classes_text);
+
 /// How a service stands at the boundary.
 enum class ServiceKind {
     service,  // Fortran spellings read their arguments by reference; the C spelling takes them by value
@@ -191,6 +203,9 @@ struct Service {
 /// The C type of a service's argument or result; empty for an unknown word.
 std::string service_type(const std::string& word);
 
+struct CRows; // rows of the C interface: cblas.hpp
+std::shared_ptr<CRows> no_c_rows();
+
 class Catalogue {
 public:
     /// Reads one table; throws TableError on the first word that it does not know.
@@ -200,6 +215,7 @@ public:
 
     const std::vector<Row>& rows() const { return rows_; }
     const std::vector<Service>& services() const { return services_; }
+    const CRows& c_rows() const { return *c_rows_; }
     /// All entries of a row, narrow before wide, letters in the row's order. A row of class check has none.
     static std::vector<Entry> entries(const Row& row);
     /// The exported checks of a row; a check without an entry exists once and reads 64-bit integers.
@@ -210,6 +226,7 @@ private:
     void statement(Lexer& lexer);
     void read_family(Lexer& lexer);
     void read_row(Lexer& lexer, const std::string& root);
+    void read_c_row(Lexer& lexer, const std::string& root);
     void read_service(Lexer& lexer, ServiceKind kind);
     void claim(const std::string& spelling, const std::string& where);
 
@@ -217,6 +234,7 @@ private:
     const Family* family_ = nullptr;
     std::vector<Row> rows_;
     std::vector<Service> services_;
+    std::shared_ptr<CRows> c_rows_ = no_c_rows();
     std::map<std::string, std::string> claimed_; // each exported name and where it was told
 };
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <cctype>
 
-#include "catalogue.hpp"
+#include "cblas.hpp"
 
 namespace qnm::catalogue {
 
@@ -250,6 +250,25 @@ int Entry::hidden_lengths() const
         std::count_if(row->arguments.begin(), row->arguments.end(), [](const Argument& a) {
             return a.kind == Kind::character || a.kind == Kind::letters;
         }));
+}
+
+std::string CEntry::name() const
+{
+    return spell(row->family->spellings.at(width).front(), with_prefix(row->root, precision.prefix));
+}
+
+std::string CEntry::callee(const Rewrite& rewrite) const
+{
+    Row fortran = row->fortran;
+    fortran.root = rewrite.callee.empty() ? row->fortran_root : rewrite.callee;
+    const Entry entry{&fortran, precision, width};
+    if (row->form == "direct")
+        return entry.core();
+    const std::vector<std::string> all = entry.spellings();
+    const auto hidden = std::find_if(all.begin(), all.end(), [](const std::string& spelling) {
+        return spelling.find("__") != std::string::npos;
+    });
+    return row->plain || hidden == all.end() || width == Width::wide ? all.at(1) : *hidden;
 }
 
 } // namespace qnm::catalogue

@@ -220,6 +220,8 @@ void Catalogue::statement(Lexer& lexer)
             return read_service(lexer, kind);
     const std::string root = lexer.identifier(
         "the root of a routine's name, 'family', 'service', 'forward', 'internal' or 'chain'");
+    if (family_ != nullptr && !family_->calls.empty())
+        return read_c_row(lexer, root);
     read_row(lexer, root);
 }
 
@@ -238,8 +240,12 @@ void Catalogue::read_family(Lexer& lexer)
     Family& family = place->second;
     family.name = name;
     family.frame = lexer.accept("frame") ? lexer.identifier("the folder of the family's templates") : name;
-    lexer.expect("core");
-    family.core = lexer.identifier("the pattern of core names");
+    if (lexer.accept("calls")) {
+        family.calls = lexer.identifier("the family whose entries are called");
+    } else {
+        lexer.expect("core");
+        family.core = lexer.identifier("the pattern of core names");
+    }
     if (lexer.accept("check"))
         family.check = lexer.identifier("the pattern of check names");
     for (const auto& [word, width] : {std::pair{"narrow", Width::narrow}, std::pair{"wide", Width::wide}}) {
@@ -247,6 +253,29 @@ void Catalogue::read_family(Lexer& lexer)
         while (!lexer.at_end() && lexer.peek().text != "wide")
             family.spellings[width].push_back(lexer.identifier("a spelling"));
     }
+}
+
+std::vector<Head> read_heads(Lexer& lexer, const std::string& root,
+                             const std::function<bool(const std::string&)>& is_class,
+                             const std::string& classes_text)
+{
+    std::vector<Head> heads{{root, {}}};
+    while (!is_class(lexer.peek().text)) {
+        std::vector<Precision>& letters = heads.back().letters;
+        if (lexer.accept(","))
+            heads.push_back({lexer.identifier("the root of a routine's name"), {}});
+        else if (lexer.accept("-"))
+            letters.push_back({"", ' ', ' '});
+        else if (const Precision* precision = find_precision(lexer.peek().text))
+            letters.push_back((lexer.next(), *precision));
+        else
+            lexer.fail("letters (s d c z sc dz cs zd is id ic iz ds sds, or -) and a class (" + classes_text +
+                       ")");
+    }
+    for (const Head& head : heads)
+        if (head.letters.empty())
+            lexer.fail_at(lexer.first_line(), "'" + head.root + "'", "letters ahead of the class");
+    return heads;
 }
 
 void Catalogue::read_row(Lexer& lexer, const std::string& root)
@@ -258,25 +287,9 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
     if (family_ == nullptr)
         lexer.fail_at(row.line, "'" + root + "'", "a line 'family NAME' above the first row");
     // Several routines may share one argument list: `gemm s d c z, gemm3m c z checked ...`.
-    std::vector<std::pair<std::string, std::vector<Precision>>> heads{{root, {}}};
-    while (classes.count(lexer.peek().text) == 0) {
-        std::vector<Precision>& letters = heads.back().second;
-        if (lexer.accept(",")) {
-            heads.emplace_back(lexer.identifier("the root of a routine's name"), std::vector<Precision>{});
-        } else if (lexer.accept("-")) {
-            letters.push_back({"", ' ', ' '});
-        } else if (const Precision* precision = find_precision(lexer.peek().text)) {
-            letters.push_back(*precision);
-            lexer.next();
-        } else {
-            lexer.fail(
-                "letters (s d c z sc dz cs zd is id ic iz ds sds, or -) and a class (checked, registered, "
-                "unchecked, scratch, bare, matcopy)");
-        }
-    }
-    for (const auto& head : heads)
-        if (head.second.empty())
-            lexer.fail_at(row.line, "'" + head.first + "'", "letters ahead of the class");
+    const std::vector<Head> heads = read_heads(
+        lexer, root, [](const std::string& word) { return classes.count(word) != 0; },
+        "checked, registered, unchecked, scratch, bare, matcopy");
     row.entry_class = classes.at(lexer.next().text);
     row.groups = lexer.accept("groups");
     row.unpadded = lexer.accept("unpadded");
@@ -327,7 +340,7 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
         }
     }
     check_row(lexer, row);
-    for (auto& [name, letters] : heads) {
+    for (const auto& [name, letters] : heads) {
         row.root = name;
         row.precisions = letters;
         rows_.push_back(row);

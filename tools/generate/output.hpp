@@ -25,6 +25,8 @@ std::string tests_text(const catalogue::Row& row);
 std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
 /// The check and both forms of a matrix copy.
 std::string matcopy_text(const catalogue::Entry& entry);
+/// All entries of the C interface of one table, "cblas/level3.tab".
+std::string cblas_text(const catalogue::Catalogue& tables, const std::string& file);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
 /// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of
