@@ -3,6 +3,7 @@
 #define QNM_H
 
 #include <qnm/blas.h>
+#include <qnm/cblas.h>
 #include <qnm/lapack.h>
 #include <qnm/services.h>
 #include <qnm/trans.h>

@@ -2,6 +2,8 @@
 // of one is what the Fortran routine takes by reference.
 #pragma once
 
+#include <cstddef>
+
 #include "frame/check.hpp"
 
 namespace qnm {
@@ -59,7 +61,7 @@ QNM_INLINE bool done(Step&& step)
 /// behind each.
 QNM_INLINE const char* letter(const char* texts, int index)
 {
-    return texts + 2 * static_cast<long>(index);
+    return texts + 2 * std::size_t{static_cast<unsigned>(index)}; // no sign to extend
 }
 
 /// Whether the operation leaves its result as it is.

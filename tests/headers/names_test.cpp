@@ -43,7 +43,7 @@ Names exported_names()
 Names declared_names()
 {
     Names names;
-    for (const char* header : {"services.h", "blas.h", "lapack.h", "trans.h"})
+    for (const char* header : {"services.h", "blas.h", "cblas.h", "lapack.h", "trans.h"})
         for (const Prototype& prototype : read_prototypes(read_file(QNM_HEADERS + std::string("/") + header)))
             EXPECT_TRUE(names.insert(prototype.name).second) << prototype.name << " is declared twice";
     return names;

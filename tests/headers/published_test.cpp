@@ -11,7 +11,7 @@ namespace {
 std::map<std::string, Prototype> ours()
 {
     std::map<std::string, Prototype> all;
-    for (const char* header : {"services.h", "blas.h"})
+    for (const char* header : {"services.h", "blas.h", "cblas.h"})
         for (const Prototype& prototype : read_prototypes(read_file(QNM_HEADERS + std::string("/") + header)))
             all[prototype.name] = prototype;
     return all;
@@ -135,6 +135,25 @@ TEST(PublishedHeader, OfReferenceBlasAgrees)
     int compared = 0;
     EXPECT_EQ(disagreements(published, as_reference_has_it, compared), "");
     EXPECT_GE(compared, 126);
+}
+#endif
+
+#ifdef CBLAS_HEADER
+bool as_cblas_has_it(const Type& our, const Type& their)
+{
+    return our.element == (their.element == "CBLAS_INT" ? "int" : their.element) &&
+           our.stars == their.stars && (our.constant == their.constant || our.stars == 0);
+}
+
+TEST(PublishedHeader, OfReferenceCblasAgrees)
+{
+    std::vector<Prototype> published = read_prototypes(read_file(CBLAS_HEADER));
+    std::erase_if(published,
+                  [](const Prototype& p) { return p.name == "cblas_xerbla"; }); // of another signature
+    int compared = 0;
+    EXPECT_EQ(disagreements(published, as_cblas_has_it, compared), "");
+    EXPECT_EQ(compared, static_cast<int>(published.size())) << "names of the reference that we lack";
+    EXPECT_GE(compared, 148);
 }
 #endif
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <sstream>
 
+#include "catalogue/cblas.hpp"
 #include "output.hpp"
 
 namespace qnm::generate {
@@ -76,6 +77,44 @@ std::string entry_explanation(const Entry& entry)
     return out.str();
 }
 
+/// Arguments of a Fortran routine as a row-major call fills their places.
+std::string rewrite_text(const CRow& row)
+{
+    std::string text;
+    for (const Argument& f : row.fortran.arguments) {
+        const std::string& source = row.rows.source(f.name);
+        const auto letters = row.rows.letters.find(source);
+        text += (text.empty() ? "" : ", ") + source +
+                (letters != row.rows.letters.end() ? " as " + letters->second : "") +
+                (row.has(row.rows.conjugated, source) ? " conjugated" : "");
+    }
+    return text;
+}
+
+std::string c_entry_explanation(const CEntry& entry)
+{
+    const CRow& row = *entry.row;
+    std::ostringstream out;
+    out << entry.name() << "\n  row       " << row.where() << "\n  class     " << row.form
+        << (row.conjugated.empty() ? "" : ", row-major conjugated: " + row.conjugated) << "\n  calls     "
+        << entry.callee(row.columns) << " of " << row.fortran.where() << "\n  arguments\n";
+    for (const CArgument& a : row.arguments)
+        out << "    " << row.position(a.as.name) << ": " << a.as.name << "\n";
+    if (!row.steps.empty())
+        out << "  tests, in this order\n";
+    for (const std::string& step : row.steps) {
+        out << "    " << row.position(step) << ": " << step;
+        for (const auto& [layout, rewrite] :
+             {std::pair{"column-major", &row.columns}, std::pair{"row-major", &row.rows}})
+            if (const auto code = rewrite->codes.find(step); code != rewrite->codes.end())
+                out << ", " << layout << " reported as " << code->second;
+        out << (row.has(row.goes_on, step) || row.has(row.rows.goes_on, step) ? ", goes on" : "") << "\n";
+    }
+    if (row.find("layout") != nullptr)
+        out << "  row-major " << rewrite_text(row) << "\n";
+    return out.str();
+}
+
 } // namespace
 
 std::string explanation(const Catalogue& tables, const std::string& name)
@@ -85,6 +124,10 @@ std::string explanation(const Catalogue& tables, const std::string& name)
         if (std::find(spellings.begin(), spellings.end(), name) != spellings.end())
             return entry_explanation(entry);
     }
+    for (const CRow& row : tables.c_rows().rows)
+        for (const CEntry& entry : c_entries(row))
+            if (entry.name() == name)
+                return c_entry_explanation(entry);
     for (const Service& s : tables.services())
         if (s.name == name || std::find(s.spellings.begin(), s.spellings.end(), name) != s.spellings.end())
             return name + "\n  row   " + s.where() + "\n  core  " + (s.name == name ? s.c_core : s.core) +

@@ -6,6 +6,7 @@
 #include <set>
 #include <sstream>
 
+#include "catalogue/cblas.hpp"
 #include "output.hpp"
 
 namespace qnm::generate {
@@ -131,6 +132,60 @@ std::string prototypes(const Service& s)
     return text;
 }
 
+/// The C interface's types are the published ones: enumerations, `void` for complex numbers, and also for
+/// arrays whose type depends on the layout.
+std::string parameter(const CArgument& a, const CEntry& entry)
+{
+    const CRow& row = *entry.row;
+    const std::string integer = entry.width == Width::narrow ? "int" : "qnm_int64";
+    const auto enumeration = [&] {
+        return a.as.letters.find('P') != std::string::npos ? "int" : code_group(a.as.letters).type;
+    };
+    const auto element = [&] {
+        const bool complex = entry.precision.element == 'c' || entry.precision.element == 'z';
+        const CArgument* other = row.find(row.rows.source(a.as.name));
+        return a.as.type == "C" || (complex && a.as.type == "T") || other->as.type != a.as.type
+                   ? "void"
+                   : c_type(a.as.type, entry.precision, entry.width);
+    };
+    const std::string constant = written(a.as) ? "" : "const ";
+    switch (a.role) {
+    case CRole::layout:
+        return "CBLAS_LAYOUT layout";
+    case CRole::option:
+        return std::string(enumeration()) + " " + a.as.name;
+    case CRole::options:
+        return std::string("const ") + enumeration() + "* " + a.as.name;
+    case CRole::integer:
+        return integer + " " + a.as.name;
+    case CRole::integers:
+        return "const " + integer + "* " + a.as.name;
+    case CRole::scalar:
+        return c_type(a.as.type, entry.precision, entry.width) + " " + a.as.name;
+    case CRole::address:
+        break;
+    }
+    if (a.as.pointers && a.as.type == "void")
+        return "void** " + a.as.name;
+    return constant + element() + "*" + (a.as.pointers ? " const* " : " ") + a.as.name;
+}
+
+std::string prototypes(const CRow& row)
+{
+    std::string text;
+    for (const CEntry& entry : c_entries(row)) {
+        std::vector<std::string> list;
+        for (const CArgument& a : row.arguments)
+            list.push_back(parameter(a, entry));
+        const Result& r = row.fortran.result;
+        text += prototype(r.kind != ResultKind::value ? "void"
+                          : row.form == "index"       ? "CBLAS_INDEX"
+                                                      : c_type(r.type, entry.precision, entry.width),
+                          entry.name(), list);
+    }
+    return text;
+}
+
 /// The rows that a header has declared so far, by table.
 class Declared {
 public:
@@ -151,6 +206,8 @@ public:
         };
         for (const Row& row : tables_.rows())
             add(row, row.root);
+        for (const CRow& row : tables_.c_rows().rows)
+            add(row, row.root);
         for (const Service& s : tables_.services())
             add(s, s.name);
         if (!missing.empty())
@@ -165,6 +222,8 @@ public:
     {
         for (const auto& [file, seen] : seen_) {
             for (const Row& row : tables_.rows())
+                check(row, file, row.root);
+            for (const CRow& row : tables_.c_rows().rows)
                 check(row, file, row.root);
             for (const Service& s : tables_.services())
                 if (s.kind != ServiceKind::internal)
