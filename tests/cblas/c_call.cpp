@@ -12,14 +12,15 @@ constexpr std::size_t array_length = 1024;
 bool is_integer(const std::string& name)
 {
     static const std::vector<std::string> names{
-        "m",    "n",    "k",       "kl",      "ku",      "lda",     "ldb",     "ldc",
-        "incx", "incy", "stridea", "strideb", "stridec", "stridex", "stridey", "batch_size"};
+        "m",    "n",       "k",       "kl",      "ku",      "lda",     "ldb",        "ldc",        "incx",
+        "incy", "stridea", "strideb", "stridec", "stridex", "stridey", "batch_size", "group_count"};
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 bool is_scalar(const std::string& name)
 {
-    return name.ends_with("alpha") || name.ends_with("beta");
+    return name.ends_with("alpha") || name.ends_with("beta") || name.ends_with("cos") ||
+           name.ends_with("sin");
 }
 
 bool is_real_scalar(const std::string& name, const Member& member)
@@ -44,19 +45,23 @@ const support::Library& layer()
     return library;
 }
 
+std::vector<Member> members_in(const std::vector<Family>& families)
+{
+    std::vector<Member> found;
+    for (const Family& family : families) {
+        const std::vector<std::string> told = words(family.members);
+        for (std::size_t i = 0; i < told.size(); i += 2)
+            for (const char letter : told[i + 1])
+                for (const bool wide : {false, true})
+                    if (!wide || !family.narrow_only)
+                        found.push_back({&family, letter + told[i], letter, wide});
+    }
+    return found;
+}
+
 const std::vector<Member>& members()
 {
-    static const std::vector<Member> all = [] {
-        std::vector<Member> found;
-        for (const Family& family : families()) {
-            const std::vector<std::string> told = words(family.members);
-            for (std::size_t i = 0; i < told.size(); i += 2)
-                for (const char letter : told[i + 1])
-                    for (const bool wide : {false, true})
-                        found.push_back({&family, letter + told[i], letter, wide});
-        }
-        return found;
-    }();
+    static const std::vector<Member> all = members_in(families());
     return all;
 }
 
@@ -81,10 +86,12 @@ const Option* option_of(const std::string& argument)
 CCall::CCall(const Member& member, int layout) : member_(member), layout_(layout)
 {
     static const std::map<std::string, std::int64_t> sizes{
-        {"m", 3}, {"n", 4}, {"k", 5}, {"kl", 1}, {"ku", 2}, {"incx", 2}, {"incy", 3}, {"batch_size", 2}};
+        {"m", 3},    {"n", 4},    {"k", 5},          {"kl", 1},         {"ku", 2},
+        {"incx", 2}, {"incy", 3}, {"batch_size", 2}, {"group_count", 3}};
     std::int64_t next = 40; // leading dimensions and strides, each its own
     double number = 1.5;
-    values_["layout"] = layout;
+    if (member.has_layout())
+        values_["layout"] = layout;
     for (const std::string& word : words(member.family->arguments)) {
         const auto [name, letters] = split_option(word);
         names_.push_back(name);
@@ -119,7 +126,8 @@ int CCall::position(const std::string& argument) const
 {
     return argument == "layout"
                ? 1
-               : static_cast<int>(std::find(names_.begin(), names_.end(), argument) - names_.begin()) + 2;
+               : static_cast<int>(std::find(names_.begin(), names_.end(), argument) - names_.begin()) +
+                     (member_.has_layout() ? 2 : 1);
 }
 
 CCall& CCall::set(const std::string& argument, std::int64_t value)
@@ -215,9 +223,28 @@ bool CCall::accepts(const std::string& argument, int index) const
                std::string::npos;
 }
 
+std::vector<Step> CCall::steps() const
+{
+    std::vector<Step> all;
+    for (std::string word :
+         words(layout_ == row_major ? member_.family->row_order : member_.family->column_order)) {
+        Step step;
+        step.goes_on = word.back() == '+';
+        if (step.goes_on)
+            word.pop_back();
+        const std::size_t at = word.find('@');
+        step.argument = word.substr(0, at);
+        step.code = at == std::string::npos ? position(step.argument) : std::stoi(word.substr(at + 1));
+        all.push_back(step);
+    }
+    return all;
+}
+
 support::Returned CCall::run() const
 {
-    std::vector<support::Word> list{static_cast<std::int32_t>(values_.at("layout"))};
+    std::vector<support::Word> list;
+    if (member_.has_layout())
+        list.emplace_back(static_cast<std::int32_t>(values_.at("layout")));
     std::vector<support::Real> reals;
     for (const std::string& name : names_) {
         if (option_of(name) != nullptr || (is_integer(name) && !member_.wide))
@@ -251,7 +278,7 @@ char CCall::expected_letter(const std::string& argument) const
 void CCall::expect_passed(const Call& noted) const
 {
     std::vector<std::string> places = names_;
-    if (layout_ == row_major)
+    if (layout_ == row_major || (!member_.has_layout() && !member_.family->rows.empty()))
         places = words(member_.family->rows);
     for (std::size_t i = 0; i < places.size(); ++i) {
         if (places[i].back() == '*' && places[i].find(':') == std::string::npos)

@@ -1,5 +1,5 @@
-// A call of any entry of the C interface that has a layout, made from its signature as published.hpp has it:
-// valid as it comes, with a value of its own in each argument.
+// A call of any entry of the C interface but the group batches and variants, made from its signature as
+// published.hpp has it: valid as it comes, with a value of its own in each argument.
 #pragma once
 
 #include "published.hpp"
@@ -29,12 +29,22 @@ struct Member {
     bool complex() const { return letter == 'c' || letter == 'z'; }
     bool single() const { return letter == 's' || letter == 'c'; }
     std::string name() const { return "cblas_" + routine + (wide ? "_64" : ""); }
-    std::string core() const { return "qnm_blas_" + routine; }
+    std::string core() const { return "qnm_blas_" + routine.substr(0, routine.find("_sub")); }
+    bool has_layout() const { return family->column_order.find("layout") != std::string::npos; }
 };
 
 /// All members of all families, narrow and wide.
 const std::vector<Member>& members();
 std::vector<Member> members_of(const std::string& root);
+/// All members of some families.
+std::vector<Member> members_in(const std::vector<Family>& families);
+
+/// The order of testing in a layout.
+struct Step {
+    std::string argument;
+    int code = 0;
+    bool goes_on = false;
+};
 
 /// A set of codes: the letters that the Fortran routine gets for them, in their order.
 struct Option {
@@ -49,6 +59,8 @@ public:
     CCall(const Member& member, int layout);
 
     const Member& member() const { return member_; }
+    int layout() const { return layout_; }
+    const std::vector<std::string>& names() const { return names_; }
     /// Position in the list, layout being 1.
     int position(const std::string& argument) const;
     bool has(const std::string& argument) const { return values_.count(argument) != 0; }
@@ -75,6 +87,8 @@ public:
     {
         choose(0, visit);
     }
+
+    std::vector<Step> steps() const;
 
     support::Returned run() const;
 

@@ -111,7 +111,8 @@ std::size_t place_of(const Member& member, const std::string& argument)
 
 std::string called(const Member& member)
 {
-    return member.routine.substr(1) == "gerc" ? std::string("qnm_blas_") + member.letter + "geru" : member.core();
+    return member.routine.substr(1) == "gerc" ? std::string("qnm_blas_") + member.letter + "geru"
+                                              : member.core();
 }
 
 std::vector<std::pair<std::string, std::string>> pairs(const std::string& text)
@@ -126,7 +127,8 @@ std::vector<std::pair<std::string, std::string>> pairs(const std::string& text)
 TEST_F(Conjugated, VectorsAndScalarsAreConjugatedForTheLengthOfTheCall)
 {
     each([](const Member& member, const Turned& turned) {
-        for (const auto& [incx, incy] : {std::pair{2, 3}, std::pair{-2, 3}, std::pair{3, -2}, std::pair{-1, -1}}) {
+        for (const auto& [incx, incy] :
+             {std::pair{2, 3}, std::pair{-2, 3}, std::pair{3, -2}, std::pair{-1, -1}}) {
             CCall call = make_call(member, turned);
             call.set("incx", incx);
             if (call.has("incy"))
@@ -188,8 +190,8 @@ TEST_F(Conjugated, ScratchHasItsSizeAndItsAlignment)
         ASSERT_EQ(blocks.size(), copies.size());
         for (std::size_t i = 0; i < copies.size(); ++i) {
             const std::int64_t reals = 2 * call.value(copies[i].second);
-            EXPECT_THAT(blocks[i],
-                        recording::Allocated(static_cast<std::size_t>(reals * (member.single() ? 4 : 8)), 128));
+            EXPECT_THAT(blocks[i], recording::Allocated(
+                                       static_cast<std::size_t>(reals * (member.single() ? 4 : 8)), 128));
         }
     });
 }
@@ -204,7 +206,8 @@ TEST_F(Conjugated, TheCountOfRealsHasTheCallersWidth)
         core().fail_allocation(1);
         call.run();
         const std::int64_t reals = member.wide ? 2 * large : -2 * large;
-        EXPECT_EQ(core().calls("qnm_serv_allocate").at(0).int64(0), reals * (member.single() ? 4 : 8)) << member.name();
+        EXPECT_EQ(core().calls("qnm_serv_allocate").at(0).int64(0), reals * (member.single() ? 4 : 8))
+            << member.name();
     }
 }
 

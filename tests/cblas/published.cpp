@@ -25,6 +25,12 @@ Family level2(const char* members, const char* arguments, const char* rows, cons
     return {members, arguments, rows, order, order, columns, bounds, false, idle};
 }
 
+/// Level 1: places of the Fortran routine, where they differ, and nothing else.
+Family level1(const char* members, const char* arguments, const char* places = "")
+{
+    return {members, arguments, places, "", "", "", "", false, ""};
+}
+
 } // namespace
 
 const std::vector<Family>& families()
@@ -153,6 +159,63 @@ const std::vector<Family>& families()
          "layout side+ m n lda stridea incx stridex ldc stridec",
          "layout side+ m n lda stridea incx stridex ldc stridec", "lda=m ldc=m stridec=ldc*n",
          "lda=n ldc=n stridec=ldc*m", true, "m n batch_size"},
+        {"axpy_batch_strided sdcz", "n alpha x incx stridex y incy stridey batch_size", "",
+         "stridex+ stridey+ batch_size+", "", "stridey!1+incy*n-incy", "", true, ""},
+        {"copy_batch_strided sdcz", "n x incx stridex y incy stridey batch_size", "",
+         "stridex+ stridey+ batch_size+", "", "stridey!1+incy*n-incy", "", true, ""},
+
+        level1("axpy sdcz", "n alpha x incx y incy"),
+        level1("axpby sdcz", "n alpha x incx beta y incy"),
+        level1("copy sdcz swap sdcz", "n x incx y incy"),
+        level1("scal sdcz", "n alpha x incx"),
+        level1("sscal c dscal z", "n ralpha x incx"),
+        level1("dot sd sdot d", "n x incx y incy"),
+        level1("dsdot s", "n alpha x incx y incy"),
+        level1("nrm2 sd cnrm2 s znrm2 d asum sd casum s zasum d", "n x incx"),
+        level1("samax i damax i camax i zamax i samin i damin i camin i zamin i", "n x incx"),
+        level1("rot sd srot c drot z", "n x incx y incy rcos rsin"),
+        level1("rot cz", "n x incx y incy rcos sin"),
+        level1("rotm sd", "n x incx y incy param"),
+        level1("dotu_sub cz dotc_sub cz", "n x incx y incy result", "result n x incx y incy"),
+        {"rotg sdcz", "a b c s", "", "", "", "", "", false, "", true},
+        {"rotmg sd", "d1 d2 x1 beta param", "", "", "", "", "", false, "", true},
+        {"cabs1 sd", "z", "", "", "", "", "", false, "", true},
+    };
+    return all;
+}
+
+const std::vector<Family>& group_families()
+{
+    static const std::vector<Family> all{
+        {"gemm_batch sdcz gemm3m_batch cz",
+         "transa transb m n k alpha a lda b ldb beta c ldc group_count group_size",
+         "transb transa n m k alpha b ldb a lda beta c ldc group_count group_size",
+         "layout group_count transa transb m n k lda ldb ldc c@14",
+         "layout group_count transa transb m n k lda ldb ldc c@14", "lda=transa?m:k ldb=transb?k:n ldc=m",
+         "lda=transa?k:m ldb=transb?n:k ldc=n", false, ""},
+        {"trsm_batch sdcz", "side uplo transa diag m n alpha a lda b ldb group_count group_size",
+         "side:RL uplo:LU transa diag n m alpha a lda b ldb group_count group_size",
+         "layout group_count side uplo transa diag m n lda ldb",
+         "layout group_count side uplo transa diag m n lda ldb", "lda=side?m:n ldb=m", "lda=side?m:n ldb=n",
+         false, ""},
+        {"gemv_batch sdcz", "trans m n alpha a lda x incx beta y incy group_count group_size",
+         "trans:TN* n m alpha a lda x incx beta y incy group_count group_size",
+         "group_count layout m n a lda x incx y incy trans",
+         "group_count layout m n a lda x incx y incy trans", "lda=m", "lda=n", true, ""},
+        {"syrk_batch sd", "uplo trans n k alpha a lda beta c ldc group_count group_size",
+         "uplo:LU trans:TNN n k alpha a lda beta c ldc group_count group_size",
+         "layout uplo trans n k lda ldc group_count", "layout uplo trans n k lda ldc group_count",
+         "lda=trans?n:k ldc=n", "lda=trans?k:n ldc=n", false, ""},
+        {"syrk_batch cz", "uplo trans(NT) n k alpha a lda beta c ldc group_count group_size",
+         "uplo:LU trans:TN n k alpha a lda beta c ldc group_count group_size",
+         "layout uplo trans n k lda ldc group_count", "layout uplo trans n k lda ldc group_count",
+         "lda=trans?n:k ldc=n", "lda=trans?k:n ldc=n", false, ""},
+        {"dgmm_batch sdcz", "side m n a lda x incx c ldc group_count group_size",
+         "side:RL n m a lda x incx c ldc group_count group_size",
+         "layout side m n a lda x incx c ldc group_count", "layout side m n a lda x incx c ldc group_count",
+         "lda=m ldc=m", "lda=n ldc=n", true, ""},
+        {"axpy_batch sdcz", "n alpha x incx y incy group_count group_size", "", "", "", "", "", false, ""},
+        {"copy_batch sdcz", "n x incx y incy group_count group_size", "", "", "", "", "", false, ""},
     };
     return all;
 }
