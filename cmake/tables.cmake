@@ -1,7 +1,8 @@
 # From tables to sources and to headers. Outputs are written only when their text changes.
 
 # qnm_generate_sources(<variable> <table>...): one source for each table of entries or services. Tables are read
-# in the order given. A table of a folder `frame` holds services, and families.tab only what others need.
+# in the order given. A table of a folder `frame` holds services, and
+# families.tab only what others need; one of `lapacke` holds the C interface to LAPACK.
 function(qnm_generate_sources variable)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/generated)
   set(sources)
@@ -16,9 +17,9 @@ function(qnm_generate_sources variable)
     set(name ${chapter}.tab)
     if(family STREQUAL frame)
       set(kind services)
-    elseif(family STREQUAL cblas)
-      set(kind cblas)
-      set(name cblas/${chapter}.tab) # its chapters are called as those of the Fortran rows
+    elseif(family STREQUAL cblas OR family STREQUAL lapacke)
+      set(kind ${family})
+      set(name ${family}/${chapter}.tab) # their chapters are called as those of the Fortran rows
     endif()
     set(source ${folder}/${family}-${chapter}.cpp)
     add_custom_command(

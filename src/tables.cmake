@@ -10,5 +10,12 @@ set(QNM_TABLES
   lapack/generalised-sym.tab lapack/generalised.tab lapack/csd.tab lapack/reflectors.tab lapack/norms.tab
   lapack/auxiliary.tab lapack/environment.tab lapack/errors.tab lapack/test-matrices.tab
   lapack/batch-factor.tab lapack/compact.tab
-  trans/matcopy.tab)
+  trans/matcopy.tab
+  lapacke/lu.tab lapacke/lu-expert.tab lapacke/cholesky.tab lapacke/cholesky-expert.tab
+  lapacke/indefinite.tab lapacke/indefinite-variants.tab lapacke/indefinite-expert.tab
+  lapacke/tridiagonal.tab lapacke/triangular.tab lapacke/qr.tab lapacke/qr-blocked.tab
+  lapacke/least-squares.tab lapacke/eig-sym.tab lapacke/eig-sym-packed.tab lapacke/eig-tridiagonal.tab
+  lapacke/eig-nonsym.tab lapacke/svd.tab lapacke/modes.tab lapacke/generalised-sym.tab
+  lapacke/generalised.tab lapacke/csd.tab lapacke/reflectors.tab lapacke/norms.tab
+  lapacke/auxiliary.tab lapacke/environment.tab lapacke/test-matrices.tab)
 list(TRANSFORM QNM_TABLES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -2,12 +2,14 @@
 // positions).
 #pragma once
 
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "expression.hpp"
+#include "lapacke.hpp"
 #include "lexer.hpp"
 
 namespace qnm::catalogue {
@@ -213,9 +215,11 @@ public:
     /// Reads a table's text; `file` is for messages.
     void read_text(const std::string& text, const std::string& file);
 
-    const std::vector<Row>& rows() const { return rows_; }
+    const std::deque<Row>& rows() const { return rows_; }
     const std::vector<Service>& services() const { return services_; }
     const CRows& c_rows() const { return *c_rows_; }
+    /// The members of the C interface to LAPACK that one table tells, or all.
+    const std::vector<LapackePlan>& lapacke_plans() const { return lapacke_plans_; }
     /// All entries of a row, narrow before wide, letters in the row's order. A row of class check has none.
     static std::vector<Entry> entries(const Row& row);
     /// The exported checks of a row; a check without an entry exists once and reads 64-bit integers.
@@ -227,16 +231,22 @@ private:
     void read_family(Lexer& lexer);
     void read_row(Lexer& lexer, const std::string& root);
     void read_c_row(Lexer& lexer, const std::string& root);
+    void read_lapacke_row(Lexer& lexer, const std::string& root);
     void read_service(Lexer& lexer, ServiceKind kind);
     void claim(const std::string& spelling, const std::string& where);
 
     std::map<std::string, Family> families_;
     const Family* family_ = nullptr;
-    std::vector<Row> rows_;
+    std::deque<Row> rows_; // entries and plans point at them
     std::vector<Service> services_;
     std::shared_ptr<CRows> c_rows_ = no_c_rows();
+    std::deque<LapackeRow> lapacke_rows_; // plans point at them
+    std::vector<LapackePlan> lapacke_plans_;
     std::map<std::string, std::string> claimed_; // each exported name and where it was told
 };
+
+/// The name of a member of the C interface to LAPACK.
+std::string lapacke_name(const Row& row, const Precision& precision, Width width, bool high);
 
 /// Reads every table named, in order.
 Catalogue read_tables(const std::vector<std::string>& paths);

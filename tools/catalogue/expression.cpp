@@ -23,9 +23,10 @@ ExpressionPtr make(Kind kind, std::string text, std::vector<ExpressionPtr> opera
 
 /// The functions of the language, and how many operands each takes.
 const std::map<std::string, bool (*)(std::size_t)> functions{
-    {"abs", [](std::size_t n) { return n == 1; }},   {"odd", [](std::size_t n) { return n == 1; }},
-    {"lg", [](std::size_t n) { return n == 1; }},    {"nlogn", [](std::size_t n) { return n == 1; }},
-    {"depth", [](std::size_t n) { return n == 2; }}, {"min", [](std::size_t n) { return n > 1; }},
+    {"nonzero", [](std::size_t n) { return n == 1; }}, {"reached", [](std::size_t n) { return n == 4; }},
+    {"abs", [](std::size_t n) { return n == 1; }},     {"odd", [](std::size_t n) { return n == 1; }},
+    {"lg", [](std::size_t n) { return n == 1; }},      {"nlogn", [](std::size_t n) { return n == 1; }},
+    {"depth", [](std::size_t n) { return n == 2; }},   {"min", [](std::size_t n) { return n > 1; }},
     {"max", [](std::size_t n) { return n > 1; }}};
 
 /// The smallest k with 2^k >= n.

@@ -222,6 +222,8 @@ void Catalogue::statement(Lexer& lexer)
         "the root of a routine's name, 'family', 'service', 'forward', 'internal' or 'chain'");
     if (family_ != nullptr && !family_->calls.empty())
         return read_c_row(lexer, root);
+    if (family_ != nullptr && family_->frame == "lapacke")
+        return read_lapacke_row(lexer, root);
     read_row(lexer, root);
 }
 

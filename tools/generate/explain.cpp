@@ -132,7 +132,7 @@ std::string explanation(const Catalogue& tables, const std::string& name)
         if (s.name == name || std::find(s.spellings.begin(), s.spellings.end(), name) != s.spellings.end())
             return name + "\n  row   " + s.where() + "\n  core  " + (s.name == name ? s.c_core : s.core) +
                    "\n";
-    return {};
+    return lapacke_explanation(tables, name);
 }
 
 } // namespace qnm::generate

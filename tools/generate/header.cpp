@@ -82,25 +82,6 @@ std::vector<std::string> parameters(const Service& s, bool by_reference)
     return list;
 }
 
-std::string prototype(const std::string& type, const std::string& name, const std::vector<std::string>& list)
-{
-    constexpr std::size_t widest = 110;
-    std::string text;
-    std::string line = type + " " + name + "(" + (list.empty() ? "void" : "");
-    for (const std::string& item : list) {
-        const bool last = &item == &list.back();
-        const std::string between = &item == &list.front() ? "" : " ";
-        if (line.size() + between.size() + item.size() + 2 > widest) {
-            text += line + "\n";
-            line = "    " + item;
-        } else {
-            line += between + item;
-        }
-        line += last ? "" : ",";
-    }
-    return text + line + ");\n";
-}
-
 std::string prototypes(const Row& row)
 {
     std::string text;
@@ -243,7 +224,35 @@ private:
     std::map<std::string, std::set<const void*>> seen_;
 };
 
+/// The tables of the C interface to LAPACK that a header has declared so far.
+void check_interfaces(const Catalogue& tables, const std::set<std::string>& seen)
+{
+    for (const LapackePlan& plan : tables.lapacke_plans())
+        if (!seen.empty() && seen.count(plan.c->file) == 0)
+            throw TableError(plan.c->where() + ": '" + plan.row->root + "': expected a place in the header");
+}
+
 } // namespace
+
+std::string prototype(const std::string& type, const std::string& name,
+                      const std::vector<std::string>& parameters)
+{
+    constexpr std::size_t widest = 110;
+    std::string text;
+    std::string line = type + " " + name + "(" + (parameters.empty() ? "void" : "");
+    for (const std::string& item : parameters) {
+        const bool last = &item == &parameters.back();
+        const std::string between = &item == &parameters.front() ? "" : " ";
+        if (line.size() + between.size() + item.size() + 2 > widest) {
+            text += line + "\n";
+            line = "    " + item;
+        } else {
+            line += between + item;
+        }
+        line += last ? "" : ",";
+    }
+    return text + line + ");\n";
+}
 
 std::string header_text(const Catalogue& tables, const std::string& path)
 {
@@ -253,7 +262,23 @@ std::string header_text(const Catalogue& tables, const std::string& path)
     std::string text;
     Declared declared(tables);
     const std::string mark = "@prototypes ";
+    const std::string c_mark = "@interface ";
+    std::set<std::string> interfaces;
     for (std::string line; std::getline(in, line);) {
+        if (line == "@renames@") {
+            text += lapacke_renames(tables);
+            continue;
+        }
+        if (line.rfind(c_mark, 0) == 0) {
+            const std::string file =
+                line.substr(c_mark.size(), line.find(' ', c_mark.size()) - c_mark.size());
+            const std::string declarations = lapacke_prototypes(tables, file);
+            if (declarations.empty())
+                throw TableError(file + ":0: no prototypes: expected the name of a table that was read");
+            interfaces.insert(file);
+            text += declarations;
+            continue;
+        }
         if (line.rfind(mark, 0) != 0) {
             text += line + "\n";
             continue;
@@ -268,6 +293,7 @@ std::string header_text(const Catalogue& tables, const std::string& path)
         text += declared.take(file, {std::istream_iterator<std::string>(words), {}});
     }
     declared.check_complete();
+    check_interfaces(tables, interfaces);
     return text;
 }
 

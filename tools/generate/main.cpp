@@ -29,10 +29,10 @@ void write_if_changed(const std::string& path, const std::string& text)
 
 namespace {
 
-constexpr const char* usage = "usage: generate entries|services|cblas TABLE OUTPUT TABLES...\n"
+constexpr const char* usage = "usage: generate entries|services|cblas|lapacke TABLE OUTPUT TABLES...\n"
                               "       generate header TEMPLATE OUTPUT TABLES...\n"
                               "       generate --explain NAME TABLES...\n"
-                              "TABLE is the file name of one of TABLES, for cblas behind its folder.\n";
+                              "TABLE is the file name of one of TABLES, for cblas and lapacke behind its folder.\n";
 
 int run(const std::vector<std::string>& words)
 {
@@ -56,6 +56,8 @@ int run(const std::vector<std::string>& words)
         generate::write_if_changed(words[2], generate::services_text(tables, words[1]));
     else if (words[0] == "cblas")
         generate::write_if_changed(words[2], generate::cblas_text(tables, words[1]));
+    else if (words[0] == "lapacke")
+        generate::write_if_changed(words[2], generate::lapacke_text(tables, words[1]));
     else if (words[0] == "header")
         generate::write_if_changed(words[2], generate::header_text(tables, words[1]));
     else {

@@ -27,6 +27,16 @@ std::string entries_text(const catalogue::Catalogue& tables, const std::string& 
 std::string matcopy_text(const catalogue::Entry& entry);
 /// All entries of the C interface of one table, "cblas/level3.tab".
 std::string cblas_text(const catalogue::Catalogue& tables, const std::string& file);
+/// The C interface to LAPACK of one table.
+std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& file);
+/// Its prototypes, and what a program of 64-bit integers calls in place of each name.
+std::string lapacke_prototypes(const catalogue::Catalogue& tables, const std::string& file);
+std::string lapacke_renames(const catalogue::Catalogue& tables);
+/// What follows from the rows of one of its names; empty for other names.
+std::string lapacke_explanation(const catalogue::Catalogue& tables, const std::string& name);
+/// A prototype, its lines broken.
+std::string prototype(const std::string& type, const std::string& name,
+                      const std::vector<std::string>& parameters);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
 /// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of

@@ -1,0 +1,5 @@
+// What generated entries of the C interface are made of.
+#pragma once
+
+#include "frame/check.hpp"
+#include "lapacke/high.hpp"
