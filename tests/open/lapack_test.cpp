@@ -66,11 +66,19 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
 TEST(Environment, NamesAreReadBeyondTheirLength)
 {
     const core_int block = 1, minus = -1, size = 1000;
-    EXPECT_GT(lapack<core_int>("ilaenv", block, "DGETRF", " ", size, size, minus, minus), 1);
-    EXPECT_EQ(lapack<core_int>("ilaenv", block, "DNOSUCH", " ", size, size, minus, minus), 1);
+    const std::size_t length = 1;
+    const auto block_of = [&](const char* name) {
+        return by_value<core_int>("qnm_lapack_ilaenv", &block, name, " ", &size, &size, &minus, &minus,
+                                  length, length);
+    };
+    EXPECT_GT(block_of("DGETRF"), 1);
+    EXPECT_EQ(block_of("DNOSUCH"), 1);
     const core_int three = 3;
-    EXPECT_NE(lapack<core_int>("lsamen", three, "gEqrf", "GEQxy"), 0);
-    EXPECT_EQ(lapack<core_int>("lsamen", three, "GER", "GEQ"), 0);
+    const auto agree = [&](const char* a, const char* b) {
+        return by_value<core_int>("qnm_lapack_lsamen", &three, a, b, length, length);
+    };
+    EXPECT_NE(agree("gEqrf", "GEQxy"), 0);
+    EXPECT_EQ(agree("GER", "GEQ"), 0);
 }
 
 template <class R>
@@ -122,6 +130,106 @@ TYPED_TEST(ComplexResults, StandFirst)
     const T x(3, 4), y(0, 2);
     by_value<void>("qnm_lapack_" + letter<T>() + "ladiv", &quotient, &x, &y);
     EXPECT_EQ(quotient, T(2, real_t<T>(-1.5)));
+}
+
+// ---- queries
+
+template <class T>
+class Selections : public testing::Test {
+protected:
+    static constexpr core_int n = 21, half = n / 2;
+    const std::string l = letter<T>();
+    const core_int query = -1, yes = 1;
+    std::vector<T> t = triangle(1), b = triangle(2), q = triangle(3), z = q; // order and content of q, z: any
+    std::vector<T> w[3] = {std::vector<T>(n), std::vector<T>(n), std::vector<T>(n)};
+    std::vector<core_int> half_of_them = selection();
+    core_int m = 0, info = -99, one_integer = 0;
+    T one_element{};
+    real_t<T> s = 0, sep = 0, dif[2] = {};
+
+    // Different numbers along the diagonal.
+    static std::vector<T> triangle(int step)
+    {
+        std::vector<T> a(n * n);
+        for (core_int j = 0; j < n; ++j)
+            for (core_int i = 0; i <= j; ++i)
+                a[static_cast<std::size_t>(i + j * n)] = static_cast<real_t<T>>(i == j ? n + step * j : 1);
+        return a;
+    }
+    static std::vector<core_int> selection()
+    {
+        std::vector<core_int> select(n);
+        std::fill_n(select.begin() + half, n - half, 1);
+        return select;
+    }
+    void trsen(const char* job, core_int* select, T* work, core_int lwork, [[maybe_unused]] core_int* iwork,
+               [[maybe_unused]] core_int liwork)
+    {
+        if constexpr (is_complex<T>)
+            lapack(l + "trsen", job, "V", select, n, t.data(), n, q.data(), n, w[0].data(), &m, &s, &sep,
+                   work, lwork, &info);
+        else
+            lapack(l + "trsen", job, "V", select, n, t.data(), n, q.data(), n, w[0].data(), w[1].data(), &m,
+                   &s, &sep, work, lwork, iwork, liwork, &info);
+    }
+    void tgsen(core_int ijob, core_int* select, T* work, core_int lwork, core_int* iwork, core_int liwork)
+    {
+        const auto call = [&](auto*... alpha) {
+            lapack(l + "tgsen", ijob, yes, yes, select, n, t.data(), n, b.data(), n, alpha..., w[2].data(),
+                   q.data(), n, z.data(), n, &m, &s, &sep, &dif[0], work, lwork, iwork, liwork, &info);
+        };
+        if constexpr (is_complex<T>)
+            call(w[0].data());
+        else
+            call(w[0].data(), w[1].data());
+    }
+    // What a query answers is enough, and less is refused. `call` takes SELECT, WORK, LWORK, IWORK, LIWORK.
+    template <class Call>
+    void expect_exact(core_int lwork_position, core_int less, Call call)
+    {
+        call(nullptr, &one_element, query, &one_integer, query);
+        ASSERT_EQ(info, 0);
+        const auto lwork = static_cast<core_int>(std::real(one_element));
+        std::vector<T> work(static_cast<std::size_t>(lwork));
+        std::vector<core_int> iwork(static_cast<std::size_t>(std::max<core_int>(1, one_integer)));
+        const auto liwork = static_cast<core_int>(iwork.size());
+        testing::internal::CaptureStderr();
+        call(half_of_them.data(), work.data(), lwork - less, iwork.data(), liwork);
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(info, -lwork_position);
+        call(half_of_them.data(), work.data(), lwork, iwork.data(), liwork);
+        EXPECT_EQ(info, 0);
+        EXPECT_EQ(m, n - half);
+    }
+};
+TYPED_TEST_SUITE(Selections, Types);
+
+// The layer hands no selection to a query: the room told is that of the most demanding one.
+TYPED_TEST(Selections, AreNotReadForAQuery)
+{
+    using T = TypeParam;
+    constexpr core_int shift = is_complex<T> ? 1 : 0; // one array of eigenvalues in place of two
+    for (const char* job : {"E", "V", "B"})
+        this->expect_exact(15 - shift, 1, [&](auto... sizes) { this->trsen(job, sizes...); });
+    for (const core_int ijob : {1, 4, 5}) // of 1 and 4 LAPACK asks one less than it takes
+
+        this->expect_exact(22 - shift, ijob == 5 ? 1 : 2,
+                           [&](auto... sizes) { this->tgsen(ijob, sizes...); });
+
+    const core_int none = 0;
+    core_int* const no_selection = nullptr;
+    const auto trevc3 = [&](const auto&... rest) {
+        lapack(this->l + "trevc3", "R", "S", no_selection, this->n, this->t.data(), this->n, this->q.data(),
+               this->n, this->z.data(), this->n, none, &this->m, &this->one_element, this->query, rest...,
+               &this->info);
+    };
+    this->info = -99;
+    if constexpr (is_complex<T>)
+        trevc3(&this->s, this->query);
+    else
+        trevc3();
+    EXPECT_EQ(this->info, 0);
+    EXPECT_GE(std::real(this->one_element), 2 * this->n);
 }
 
 } // namespace
