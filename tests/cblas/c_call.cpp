@@ -12,8 +12,8 @@ constexpr std::size_t array_length = 1024;
 bool is_integer(const std::string& name)
 {
     static const std::vector<std::string> names{
-        "m",    "n",       "k",       "kl",      "ku",      "lda",     "ldb",        "ldc",        "incx",
-        "incy", "stridea", "strideb", "stridec", "stridex", "stridey", "batch_size", "group_count"};
+        "m",    "n",    "k",       "kl",      "ku",      "lda",     "ld",      "ldb",        "ldc",
+        "incx", "incy", "stridea", "strideb", "stridec", "stridex", "stridey", "batch_size", "group_count"};
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
@@ -23,9 +23,15 @@ bool is_scalar(const std::string& name)
            name.ends_with("sin");
 }
 
+/// Numbers of 8 or 16 bits.
+bool is_small(const std::string& name)
+{
+    return name == "ao" || name == "bo" || name == "halpha" || name == "hbeta";
+}
+
 bool is_real_scalar(const std::string& name, const Member& member)
 {
-    return is_scalar(name) && (name[0] == 'r' || !member.complex());
+    return is_scalar(name) && (name[0] == 'r' || name[0] == 'f' || !member.complex());
 }
 
 /// `trans(NT)`: the name and, if told, the letters.
@@ -76,9 +82,10 @@ std::vector<Member> members_of(const std::string& root)
 
 const Option* option_of(const std::string& argument)
 {
-    static const std::map<std::string, Option> sets{{"trans", {111, "NTC"}},  {"transa", {111, "NTC"}},
-                                                    {"transb", {111, "NTC"}}, {"uplo", {121, "UL"}},
-                                                    {"diag", {131, "NU"}},    {"side", {141, "LR"}}};
+    static const std::map<std::string, Option> sets{{"trans", {111, "NTC"}},     {"transa", {111, "NTC"}},
+                                                    {"transb", {111, "NTC"}},    {"uplo", {121, "UL"}},
+                                                    {"identifier", {161, "AB"}}, {"offsetc", {171, "RCF"}},
+                                                    {"diag", {131, "NU"}},       {"side", {141, "LR"}}};
     const auto found = sets.find(argument);
     return found == sets.end() ? nullptr : &found->second;
 }
@@ -102,6 +109,8 @@ CCall::CCall(const Member& member, int layout) : member_(member), layout_(layout
         } else if (is_integer(name)) {
             const auto size = sizes.find(name);
             values_[name] = size != sizes.end() ? size->second : ++next;
+        } else if (is_small(name)) {
+            values_[name] = ++next;
         } else if (is_scalar(name)) {
             scalar(name, number, number + 10);
             number += 1;
@@ -168,7 +177,9 @@ std::int64_t CCall::evaluate(const std::string& expression) const
 {
     if (const std::size_t mark = expression.find('?'); mark != std::string::npos) {
         const std::string option = expression.substr(0, mark);
-        const std::size_t colon = expression.find(':');
+        std::size_t colon = mark + 1;
+        for (int open = 1; (open += expression[colon] == '?' ? 1 : expression[colon] == ':' ? -1 : 0) > 0;)
+            ++colon;
         return values_.at(option) == option_of(option)->first
                    ? evaluate(expression.substr(mark + 1, colon - mark - 1))
                    : evaluate(expression.substr(colon + 1));
@@ -247,13 +258,13 @@ support::Returned CCall::run() const
         list.emplace_back(static_cast<std::int32_t>(values_.at("layout")));
     std::vector<support::Real> reals;
     for (const std::string& name : names_) {
-        if (option_of(name) != nullptr || (is_integer(name) && !member_.wide))
+        if (option_of(name) != nullptr || is_small(name) || (is_integer(name) && !member_.wide))
             list.emplace_back(static_cast<std::int32_t>(values_.at(name)));
         else if (is_integer(name))
             list.emplace_back(values_.at(name));
         else if (!is_real_scalar(name, member_))
             list.emplace_back(address(name));
-        else if (member_.single())
+        else if (member_.single() || name[0] == 'f')
             reals.emplace_back(static_cast<float>(scalars_.at(name).first));
         else
             reals.emplace_back(scalars_.at(name).first);
@@ -289,9 +300,11 @@ void CCall::expect_passed(const Call& noted) const
             EXPECT_EQ(noted.letter(i), expected_letter(name));
         } else if (is_integer(name)) {
             EXPECT_EQ(noted.behind<std::int64_t>(i), values_.at(name));
+        } else if (is_small(name)) {
+            EXPECT_EQ(noted.behind<unsigned char>(i), values_.at(name));
         } else if (!is_real_scalar(name, member_)) {
             EXPECT_EQ(noted.pointer<const void>(i), address(name));
-        } else if (member_.single()) {
+        } else if (member_.single() || name[0] == 'f') {
             EXPECT_EQ(noted.behind<float>(i), static_cast<float>(scalars_.at(name).first));
         } else {
             EXPECT_EQ(noted.behind<double>(i), scalars_.at(name).first);

@@ -32,8 +32,9 @@ void each(Visit visit)
 
 TEST_F(Layouts, CountAsPublished)
 {
-    // Level 3: 44 names; level 2: 66; strided batches: 30; level 1: 54, and 8 that are narrow alone.
-    EXPECT_EQ(members().size(), 2U * (44 + 66 + 30 + 54) + 8);
+    // Level 3: 44 names; level 2: 66; strided batches: 30; variants: 34; level 1: 54, and 8 that are narrow
+    // alone.
+    EXPECT_EQ(members().size(), 2U * (44 + 66 + 30 + 34 + 54) + 8);
 }
 
 TEST_F(Layouts, TheCoreGetsTheCallAsItsLayoutTellsIt)
@@ -108,7 +109,9 @@ TEST_F(Layouts, CodesBesideTheirSetsAreBad)
             if (option == nullptr)
                 continue;
             const int beyond = option->first + static_cast<int>(option->letters.size());
-            std::vector<int> bad{option->first - 1, beyond, 0, -1, 151};
+            std::vector<int> bad{option->first - 1, beyond, 0, -1};
+            if (member.routine.find("compute") == std::string::npos)
+                bad.push_back(151);
             for (int code = option->first; code < beyond; ++code) // csyrk takes no 113, cherk no 112
                 if (word != name && word.find(option->letters[static_cast<std::size_t>(code - option->first)],
                                               name.size()) == std::string::npos)

@@ -9,7 +9,8 @@ namespace qnm::tests {
 
 /// Words of `arguments` behind the layout (if `column_order` has one, else all): options (trans..., uplo,
 /// side, diag, offsetc, identifier), with the letters that they may be in brackets if these are not all;
-/// sizes; `alpha`, `beta` and `sin` of the letter's type, with `r` in front real ones; arrays. `rows` are the
+/// sizes; `alpha`, `beta` and `sin` of the letter's type, with `r` in front real ones, `f` floats, `h` of 16
+/// bits; offsets ao and bo; arrays. `rows` are the
 /// places of the Fortran routine as a row-major call fills them, options with the letters of their codes, `*`
 /// behind what is conjugated. The orders are those of testing in the two layouts; `word@7` is reported as 7
 /// and not by its position; `word+` does not end the entry. A bound is `lda=trans?m:k`: no less than m, and
