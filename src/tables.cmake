@@ -10,7 +10,7 @@ set(QNM_TABLES
   lapack/generalised-sym.tab lapack/generalised.tab lapack/csd.tab lapack/reflectors.tab lapack/norms.tab
   lapack/auxiliary.tab lapack/environment.tab lapack/errors.tab lapack/test-matrices.tab
   lapack/batch-factor.tab lapack/compact.tab
-  trans/matcopy.tab
+  trans/matcopy.tab lapacke/helpers/forms.tab
   lapacke/lu.tab lapacke/lu-expert.tab lapacke/cholesky.tab lapacke/cholesky-expert.tab
   lapacke/indefinite.tab lapacke/indefinite-variants.tab lapacke/indefinite-expert.tab
   lapacke/tridiagonal.tab lapacke/triangular.tab lapacke/qr.tab lapacke/qr-blocked.tab

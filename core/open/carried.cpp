@@ -86,7 +86,7 @@ int run(const std::vector<std::string>& words)
     std::set<std::string> told;
     for (const Entry& entry : tables.entries()) {
         const std::string core = entry.core();
-        if (entry.width == Width::wide || !told.insert(core).second)
+        if (core.empty() || entry.width == Width::wide || !told.insert(core).second)
             continue;
         const std::string pattern = entry.row->family->core;
         const std::string stem = core.substr(pattern.size() - std::string("name").size());

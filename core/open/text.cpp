@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 
@@ -46,4 +47,25 @@ QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most,
     const int wanted = std::vsnprintf(dest, room, format, arguments);
     va_end(arguments);
     return wanted >= 0 && static_cast<std::size_t>(wanted) < room ? wanted : -1;
+}
+
+// To standard output. Returns how many characters were written, negative if that failed.
+QNM_CORE int qnm_serv_printf_s(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = std::vprintf(format, arguments);
+    va_end(arguments);
+    return written;
+}
+
+// The value's length; 0 if the variable is not set or empty, or if the value does not fit.
+QNM_CORE int qnm_serv_getenv(const char* name, char* value, std::size_t size)
+{
+    const char* const found = std::getenv(name);
+    const std::size_t length = found == nullptr ? 0 : std::strlen(found);
+    if (length == 0 || length >= size)
+        return 0;
+    std::memcpy(value, found, length + 1);
+    return static_cast<int>(length);
 }

@@ -5,6 +5,7 @@
 #include <qnm/blas.h>
 #include <qnm/cblas.h>
 #include <qnm/lapack.h>
+#include <qnm/lapacke_helpers.h>
 #include <qnm/services.h>
 #include <qnm/trans.h>
 #include <qnm/types.h>

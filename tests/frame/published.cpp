@@ -241,6 +241,10 @@ std::vector<Names> others()
 {
     return {{"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"},
             {"qnm_serv_iface_exit"},
+            {"LAPACKE_get_nancheck"},
+            {"LAPACKE_set_nancheck"},
+            {"LAPACKE_lsame"},
+            {"LAPACKE_xerbla"},
             {"cblas_xerbla"},
             {"cblas_xerbla_malloc_error"}};
 }

@@ -18,7 +18,7 @@ namespace qnm::catalogue {
 enum class Width { narrow, wide };
 
 /// The shape of an entry's frame; each has one template of the same name in the layer.
-enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check, matcopy };
+enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check, matcopy, helper };
 
 /// How an argument travels.
 enum class Kind {

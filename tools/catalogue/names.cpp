@@ -33,7 +33,7 @@ struct NamedType {
 };
 constexpr std::array<NamedType, 2> real_types{
     {{"R", "float", "double"}, {"C", "qnm_complex8", "qnm_complex16"}}};
-constexpr std::array<std::array<const char*, 2>, 16> plain_types{{{"char", "char"},
+constexpr std::array<std::array<const char*, 2>, 17> plain_types{{{"char", "char"},
                                                                   {"float", "float"},
                                                                   {"double", "double"},
                                                                   {"complex8", "qnm_complex8"},
@@ -48,6 +48,7 @@ constexpr std::array<std::array<const char*, 2>, 16> plain_types{{{"char", "char
                                                                   {"i32", "qnm_int32"},
                                                                   {"size", "size_t"},
                                                                   {"status", "int"},
+                                                                  {"layout", "int"},
                                                                   {"void", "void"}}};
 
 } // namespace

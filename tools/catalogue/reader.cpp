@@ -9,14 +9,10 @@ namespace qnm::catalogue {
 
 namespace {
 
-const std::map<std::string, Class> classes{{"check", Class::check},
-                                           {"checked", Class::checked},
-                                           {"matcopy", Class::matcopy},
-                                           {"registered", Class::registered},
-                                           {"unregistered", Class::unregistered},
-                                           {"unchecked", Class::unchecked},
-                                           {"scratch", Class::scratch},
-                                           {"bare", Class::bare}};
+const std::map<std::string, Class> classes{
+    {"check", Class::check},         {"checked", Class::checked},       {"matcopy", Class::matcopy},
+    {"helper", Class::helper},       {"registered", Class::registered}, {"unregistered", Class::unregistered},
+    {"unchecked", Class::unchecked}, {"scratch", Class::scratch},       {"bare", Class::bare}};
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
@@ -244,8 +240,7 @@ void Catalogue::read_family(Lexer& lexer)
     family.frame = lexer.accept("frame") ? lexer.identifier("the folder of the family's templates") : name;
     if (lexer.accept("calls")) {
         family.calls = lexer.identifier("the family whose entries are called");
-    } else {
-        lexer.expect("core");
+    } else if (lexer.accept("core")) {
         family.core = lexer.identifier("the pattern of core names");
     }
     if (lexer.accept("check"))
@@ -291,7 +286,7 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
     // Several routines may share one argument list: `gemm s d c z, gemm3m c z checked ...`.
     const std::vector<Head> heads = read_heads(
         lexer, root, [](const std::string& word) { return classes.count(word) != 0; },
-        "checked, registered, unchecked, scratch, bare, matcopy");
+        "checked, registered, unchecked, scratch, bare, matcopy, helper");
     row.entry_class = classes.at(lexer.next().text);
     row.groups = lexer.accept("groups");
     row.unpadded = lexer.accept("unpadded");

@@ -208,7 +208,8 @@ std::string body(const Entry& entry)
                ", " + extent + arguments(entry) + ")";
     }
     case Class::check:   // has no entry
-    case Class::matcopy: // has entries of another kind
+    case Class::matcopy: // have entries of another kind
+    case Class::helper:
         break;
     case Class::bare:
         if (row.small_root.empty())
@@ -264,6 +265,8 @@ std::string entries_text(const Catalogue& tables, const std::string& file)
     for (const Row& row : tables.rows()) {
         if (row.file != file)
             continue;
+        if (row.entry_class == Class::helper)
+            return helpers_text(tables, file);
         if (frame.empty()) {
             frame = row.family->frame;
             text += "#include \"" + frame + "/entries.hpp\"\n\nnamespace qnm::" + frame + " {\n\n";

@@ -19,8 +19,11 @@ std::string class_text(const Entry& entry)
         {Class::unregistered, {"unregistered", ""}}, {Class::unchecked, {"unchecked", "unchecked"}},
         {Class::scratch, {"scratch", "scratch"}},    {Class::bare, {"bare", "bare"}},
         {Class::matcopy, {"matcopy", "entry"}}};
-    const auto& [name, file] = files.at(entry.frame());
     const std::string& folder = entry.row->family->frame;
+    if (entry.frame() == Class::helper)
+        return "helper, src/lapacke/" + folder +
+               (entry.row->result.kind == ResultKind::none ? "/trans.hpp" : "/nancheck.hpp");
+    const auto& [name, file] = files.at(entry.frame());
     // The LAPACK classes differ in one step of one template.
     return std::string(name) + ", src/" + folder + "/" + (folder == "lapack" ? "entry" : file) + ".hpp";
 }
@@ -54,7 +57,8 @@ std::string entry_explanation(const Entry& entry)
         out << ' ' << spelling;
     if (!entry.c_form().empty())
         out << "\n  C form    " << entry.c_form() << "\n  its line  " << entry.c_format();
-    out << "\n  core      " << entry.core();
+    if (!entry.core().empty())
+        out << "\n  core      " << entry.core();
     if (!row.small_root.empty())
         out << ", or " << entry.small_core() << " when " << to_text(*row.small_condition);
     out << "\n  arguments\n";
@@ -63,9 +67,9 @@ std::string entry_explanation(const Entry& entry)
             << c_type(a.type, entry.precision, entry.width)
             << (a.kind == Kind::integer && entry.width == Width::narrow && !row.groups ? ", widened" : "")
             << "\n";
-    if (entry.frame() != Class::bare)
+    if (entry.frame() != Class::bare && entry.frame() != Class::helper)
         out << "  line      " << entry.format() << "\n";
-    if (entry.frame() != Class::bare && entry.frame() != Class::matcopy)
+    if (entry.frame() != Class::bare && entry.frame() != Class::matcopy && entry.frame() != Class::helper)
         out << "  cell      " << entry.cell() << ".verbose_ptr\n";
     if (row.has_check()) {
         out << "  check     " << entry.check() << ", reports \"" << entry.report_name() << "\"\n";

@@ -29,7 +29,7 @@ bool written(const Argument& a)
 std::string parameter(const Argument& a, const Entry& entry)
 {
     const std::string type = c_type(a.type, entry.precision, entry.width);
-    if (a.kind == Kind::value)
+    if (a.kind == Kind::value || (entry.frame() == Class::helper && !a.array))
         return type + " " + a.name;
     if (a.type == "procedure")
         return "qnm_procedure_t " + a.name;
