@@ -93,6 +93,8 @@ build_anew()
 echo "== $(nproc) x $(sed -n "s/^model name.*: //p" /proc/cpuinfo | head -n 1), build type $(
     sed -n "s/^CMAKE_BUILD_TYPE:[A-Z]*=//p" "$build/CMakeCache.txt")"
 calls
+echo "== Matrix copy and NaN checks, beside plain work on the same bytes"
+"$build/bin/qnm_bench_copies"
 loading
 relocations
 if [ $clean_build = yes ]; then

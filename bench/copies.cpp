@@ -1,0 +1,97 @@
+// Changes of layout beside a copy of the same bytes, NaN checks beside a plain read of them: each pair is
+// measured in turns, so that a neighbour's load meets both.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+extern "C" {
+void LAPACKE_dge_trans(int layout, int m, int n, const double* in, int ldin, double* out, int ldout);
+int LAPACKE_dge_nancheck(int layout, int m, int n, const double* a, int lda);
+}
+
+namespace {
+
+constexpr int column_major = 102;
+
+/// Something that the compiler cannot look into.
+template <class T>
+void used(T value)
+{
+    asm volatile("" : : "r"(value) : "memory");
+}
+
+/// Reads all elements, as plainly as vectors do it.
+void read(const double* a, std::size_t count)
+{
+    using Vector [[gnu::vector_size(16), gnu::aligned(8), gnu::may_alias]] = long long;
+    Vector all[8] = {};
+    for (std::size_t i = 0; i + 16 <= count; i += 16)
+        for (std::size_t k = 0; k < 8; ++k)
+            all[k] |= *reinterpret_cast<const Vector*>(a + i + 2 * k);
+    for (const Vector& part : all)
+        used(part[0] | part[1]);
+}
+
+template <class Work>
+double microseconds(int calls, Work& work)
+{
+    using clock = std::chrono::steady_clock;
+    const auto start = clock::now();
+    for (int call = 0; call < calls; ++call)
+        work();
+    return std::chrono::duration<double, std::micro>(clock::now() - start).count() / calls;
+}
+
+double median(std::vector<double> values)
+{
+    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
+                     values.end());
+    return values[values.size() / 2];
+}
+
+template <class Plain, class Ours>
+void compare(const char* name, int n, double aim, const char* beside, Plain plain, Ours ours)
+{
+    const int calls = n < 1000 ? 20 : 1;
+    constexpr int rounds = 101;
+    plain();
+    ours();
+    std::vector<double> plain_times, our_times, ratios;
+    for (int round = 0; round < rounds; ++round) {
+        const double first = microseconds(calls, plain), second = microseconds(calls, ours);
+        plain_times.push_back(first);
+        our_times.push_back(second);
+        ratios.push_back(second / first);
+    }
+    std::printf("%-22s %5d  %-6s %9.1f us  ours %9.1f us  ratio %5.2f  aim %4.2f\n", name, n, beside,
+                median(plain_times), median(our_times), median(ratios), aim);
+}
+
+} // namespace
+
+int main()
+{
+    struct Aims {
+        int n;
+        double trans, nancheck;
+    };
+    for (const auto& [n, trans, nancheck] : {Aims{500, 1.08, 1.05}, {2000, 1.06, 1.03}}) {
+        const std::size_t count = static_cast<std::size_t>(n) * static_cast<std::size_t>(n);
+        const auto a = std::make_unique<double[]>(count), b = std::make_unique<double[]>(count);
+        std::fill_n(a.get(), count, 1.0);
+        std::fill_n(b.get(), count, 2.0);
+        compare(
+            "LAPACKE_dge_trans", n, trans, "memcpy",
+            [&] {
+                std::memcpy(b.get(), a.get(), count * sizeof(double));
+                used(b.get());
+            },
+            [&] { LAPACKE_dge_trans(column_major, n, n, a.get(), n, b.get(), n); });
+        compare(
+            "LAPACKE_dge_nancheck", n, nancheck, "read", [&] { read(a.get(), count); },
+            [&] { used(LAPACKE_dge_nancheck(column_major, n, n, a.get(), n)); });
+    }
+}
