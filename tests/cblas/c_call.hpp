@@ -54,6 +54,13 @@ struct Option {
 /// The set of an argument's name; none for other arguments.
 const Option* option_of(const std::string& argument);
 
+/// How an argument comes: integers of the caller's width, numbers of 8 or 16 bits, real scalars by value;
+/// what is none of these, and no option, comes by address.
+bool is_integer(const std::string& argument);
+bool is_small(const std::string& argument);
+bool is_scalar(const std::string& argument);
+bool is_real_scalar(const std::string& argument, const Member& member);
+
 class CCall {
 public:
     CCall(const Member& member, int layout);
