@@ -53,10 +53,11 @@ void axpyi(void* function, long times)
     repeat(function, times, &n4<I>, &alpha, x, indx, y);
 }
 
-template <class I>
+template <class I, char trans = 'N'>
 void gemv(void* function, long times)
 {
-    repeat(function, times, "N", &n4<I>, &n4<I>, &alpha, a, &n4<I>, x, &inc<I>, &zero, y, &inc<I>,
+    static const char letter = trans;
+    repeat(function, times, &letter, &n4<I>, &n4<I>, &alpha, a, &n4<I>, x, &inc<I>, &zero, y, &inc<I>,
            hidden_length{1});
 }
 
@@ -67,6 +68,23 @@ void gemm(void* function, long times)
     static const char letter = trans;
     repeat(function, times, &letter, &letter, &n, &n, &n, &alpha, a, &n, b, &n, &zero, c, &n,
            hidden_length{1}, hidden_length{1});
+}
+
+// The C interface: numbers and codes by value; row-major, no transposition.
+constexpr int row_major = 101, no_transpose = 111;
+
+template <class I>
+void c_gemv(void* function, long times)
+{
+    repeat(function, times, row_major, no_transpose, n4<I>, n4<I>, alpha, a, n4<I>, x, inc<I>, zero, y,
+           inc<I>);
+}
+
+template <class I>
+void c_gemm(void* function, long times)
+{
+    repeat(function, times, row_major, no_transpose, no_transpose, n4<I>, n4<I>, n4<I>, alpha, a, n4<I>, b,
+           n4<I>, zero, c, n4<I>);
 }
 
 constexpr Case dgemm(const char* size, Loop* narrow, Loop* wide, Aim aim)
@@ -81,6 +99,24 @@ constexpr Case all[] = {
     dgemm("2x2x2", gemm<int, 2>, gemm<core_int, 2>, {121}),
     dgemm("2x2x2 T,T", gemm<int, 2, 'T'>, gemm<core_int, 2, 'T'>, {}),
     dgemm("16x16x16", gemm<int, 16>, gemm<core_int, 16>, {.narrow = 121, .ratio = 1.07}),
+    {"cblas_dgemv",
+     "row 4x4",
+     c_gemv<int>,
+     c_gemv<core_int>,
+     gemv<core_int, 'T'>,
+     "qnm_blas_dgemv",
+     "cblas_dgemv",
+     {162},
+     c_gemv<core_int>},
+    {"cblas_dgemm",
+     "row 4x4",
+     c_gemm<int>,
+     c_gemm<core_int>,
+     gemm<core_int, 4>,
+     "qnm_blas_dgemm",
+     "cblas_dgemm",
+     {210},
+     c_gemm<core_int>},
     {"daxpyi", "nz=4", axpyi<int>, axpyi<core_int>, axpyi<core_int>, "qnm_blas_daxpyi", nullptr, {0, 5}},
     {"daxpy_direct",
      "n=4",

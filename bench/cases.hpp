@@ -26,6 +26,7 @@ struct Case {
     const char* core;
     const char* engine; // null if the engine has no such routine
     Aim aim;
+    Loop* engine_loop = nullptr; // where the engine's routine is not called as the core's
 };
 
 std::span<const Case> cases();

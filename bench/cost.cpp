@@ -64,7 +64,9 @@ Times time_case(const Libraries& in, const Case& what, const Road& layer)
 {
     const Road direct{what.direct, in.core.function(what.core)};
     const bool has_engine = what.engine != nullptr && in.engine;
-    return measure(direct, layer, {what.direct, has_engine ? in.engine.function(what.engine) : nullptr});
+    return measure(direct, layer,
+                   {what.engine_loop != nullptr ? what.engine_loop : what.direct,
+                    has_engine ? in.engine.function(what.engine) : nullptr});
 }
 
 // The direct call against itself: what these times can tell apart.

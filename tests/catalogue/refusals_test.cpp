@@ -163,6 +163,59 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"axpy s unchecked int n\ninternal saxpy",
                 "3: 'saxpy': expected a name that x.tab:2 does not export"}));
 
+/// The same of a row of the C interface, over two Fortran rows.
+std::string c_refusal(const std::string& row)
+{
+    try {
+        Catalogue tables;
+        tables.read_text(families + "family cblas calls blas narrow cblas_name wide cblas_name_64\n",
+                         "families.tab");
+        tables.read_text(
+            "family blas\n"
+            "mul s d checked char trans in NTC, int m >= 0, int n >= 0, T alpha, T a[], int lda >= m\n"
+            "nul s checked int n >= 0\n",
+            "b.tab");
+        tables.read_text("family cblas\n" + row, "x.tab");
+    } catch (const TableError& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(Refusals, OfRowsOfTheCInterface)
+{
+    for (const auto& [row, message] : {
+             std::pair{"mul s d level3 rows exchange m n, trans as TNN", "accepted"},
+             std::pair{"mul s level4",
+                       "2: 'level4': expected letters (s d c z sc dz cs zd is id ic iz ds sds, or -) "
+                       "and a class (level2, level3, made, sized, blocks, groups, forward, "
+                       "regardless, index, direct, jump, here)"},
+             std::pair{"mul level3", "2: 'mul': expected letters ahead of the class"},
+             std::pair{"mul s c level3", "2: 'mul': expected a Fortran row with the letters 'c'"},
+             std::pair{"mul s level3 of mull", "2: 'mull': expected a Fortran row with the letters 's'"},
+             std::pair{"mul s level3 rows exchange m k", "2: 'k': expected an argument of the row"},
+             std::pair{"mul s level3 rows swap m n", "2: 'm': expected 'as'"},
+             std::pair{"mul s level3 rows m as NM", "2: 'm': expected an option"},
+             std::pair{"mul s level3 tested m, k, layout, lda", "2: 'k': expected an argument of the row"},
+             std::pair{"mul s level3 with k >= 0", "2: 'k': expected an argument of the Fortran row"},
+             std::pair{"mul s level3 with m", "2: end of the row: expected '>='"},
+             std::pair{"mul s level3 conjugated all",
+                       "2: 'all': expected general, product, copies, copies_in_step, triangle or batch"},
+             std::pair{"mul s level3 types alpha real", "2: 'real': expected a type"},
+             std::pair{"mul s level3 columns code lda it", "2: 'it': expected the reported code"},
+             std::pair{"mul s blocks", "2: 'trans': expected a place among the tests for each option"},
+             std::pair{"mul s level3 quickly",
+                       "2: 'quickly': expected a clause of the C interface (plain, stops, "
+                       "narrow_only, allocated_first, of, layout_behind, tested, goes_on, "
+                       "quick, conjugated, types, with, columns, rows) or the end of the row"},
+             std::pair{"mul s level3\nmul s level3",
+                       "3: 'cblas_smul': expected a name that x.tab:2 does not export"},
+         })
+        EXPECT_EQ(c_refusal(row),
+                  std::string(message) == "accepted" ? message : std::string("x.tab:") + message)
+            << row;
+}
+
 TEST(Refusals, OfTablesAndOfRowsWithoutFamily)
 {
     EXPECT_EQ(refusal("axpy s unchecked int n", false),

@@ -134,6 +134,76 @@ Names bare_as_wide()
     return all;
 }
 
+namespace {
+
+/// Names of the C interface that call the entry of the same name by its plain spelling.
+Names called_plain()
+{
+    Names all;
+    add(all, "s d c z",
+        "gemm_batch_strided trsm_batch_strided gemv_batch gemv_batch_strided dgmm_batch "
+        "dgmm_batch_strided axpy_batch_strided copy_batch_strided");
+    add(all, "c z", "gemm3m_batch_strided");
+    add(all, "crot zrot");
+    return all;
+}
+
+Names called_private()
+{
+    Names all;
+    add(all, "s d c z",
+        "gemm gemmt symm syrk syr2k trmm trsm trmm_oop trsm_oop gemv gbmv trmv trsv tbmv tbsv tpmv tpsv");
+    add(all, "c z", "gemm3m hemm herk her2k geru gerc hemv hbmv hpmv her her2 hpr hpr2");
+    add(all, "s d", "ger symv sbmv spmv syr syr2 spr spr2");
+    add(all, "s d c z", "gemm_batch trsm_batch syrk_batch syrk_batch_strided axpy_batch copy_batch");
+    add(all, "c z", "gemm3m_batch");
+    add(all, "gemm_s8u8s32 gemm_s16s16s32 hgemm gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
+             "gemm_e5m2e5m2f32");
+    for (const char* root : {"?_pack_get_size", "?_pack", "?_compute"})
+        add(all,
+            "sgemm dgemm hgemm gemm_s8u8s32 gemm_s16s16s32 gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
+            "gemm_e5m2e5m2f32",
+            root);
+    add(all, "s d c z", "axpy axpby copy swap scal i?amax i?amin");
+    add(all, "csscal zdscal srot drot csrot zdrot srotm drotm");
+    add(all, "sdot ddot dsdot sdsdot snrm2 dnrm2 scnrm2 dznrm2 sasum dasum scasum dzasum");
+    return all;
+}
+
+} // namespace
+
+Names cblas()
+{
+    Names roots = called_private();
+    for (const std::string& name : called_plain())
+        roots.push_back(name);
+    add(roots, "c z", "dotu_sub dotc_sub");
+    // Sparse level 1.
+    add(roots, "s d c z", "axpyi gthr gthrz sctr");
+    add(roots, "s d", "doti roti");
+    add(roots, "c z", "dotui_sub dotci_sub");
+    Names all;
+    for (const std::string& root : roots)
+        all.push_back("cblas_" + root);
+    add(all, "s d c z", "qnm_cblas_jit_create_?gemm");
+    return all;
+}
+
+Names cblas_narrow()
+{
+    return words("cblas_srotg cblas_drotg cblas_crotg cblas_zrotg cblas_srotmg cblas_drotmg cblas_scabs1 "
+                 "cblas_dcabs1");
+}
+
+Names cblas_callees()
+{
+    Names all = called_plain();
+    add(all, "s d c z", "qnm_jit_create_?gemm");
+    for (const std::string& name : called_private())
+        all.push_back("qnm_blas__" + name);
+    return all;
+}
+
 Names TwoForms::fortran_spellings() const
 {
     return {fortran, lower(fortran), lower(fortran) + "_"};
@@ -279,6 +349,12 @@ std::vector<Names> bodies()
         }
     for (const std::string& name : bare())
         all.push_back(narrow_spellings(name));
+    for (const std::string& name : cblas()) {
+        all.push_back({name});
+        all.push_back({name + "_64"});
+    }
+    for (const std::string& name : cblas_narrow())
+        all.push_back({name});
     for (const std::string& name : checked()) {
         all.push_back({"qnm_blas_errchk_" + name});
         all.push_back({"qnm_blas_errchk_" + name + "_ilp64"});

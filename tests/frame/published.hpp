@@ -16,6 +16,12 @@ std::vector<std::string> bare_as_wide(); // narrow and wide
 /// Traced and registered without a check.
 inline const std::string xerbla_array = "xerbla_array";
 
+/// The C interface, without `_64`; and what of it is narrow alone.
+std::vector<std::string> cblas();
+std::vector<std::string> cblas_narrow();
+/// The spellings that its narrow entries call: of most the private one, of some the plain one.
+std::vector<std::string> cblas_callees();
+
 /// A service with a Fortran form (upper case here; also lower case, and lower case with `_`), which reads its
 /// arguments through pointers, and a C form that takes values.
 struct TwoForms {

@@ -3,7 +3,7 @@
 #include "published.hpp"
 #include "support/library.hpp"
 
-#include "catalogue/catalogue.hpp"
+#include "catalogue/cblas.hpp"
 
 #include <algorithm>
 #include <fstream>
@@ -108,12 +108,30 @@ constexpr unsigned lapack_checks = 2 * 80 + 8;
 constexpr unsigned matrix_copies = 4 * 9; // counted in tests/trans
 constexpr unsigned helpers = 2 * 152;     // of the C interface to LAPACK, as published
 
+// The C interface: level 3, level 2, strided and group batches, variants, level 1, sparse level 1 and
+// products made at run time in both widths; eight names that are narrow alone.
+constexpr unsigned c_entries = 2 * (44 + 66 + 30 + 30 + 34 + 54 + 24 + 4) + 8;
+constexpr unsigned lapacke_entries = 2 * (1281 + 1280); // high level and work level
+
 /// The spellings, and the C form of a matrix copy, which is a function of its own.
 std::vector<std::string> names_of(const catalogue::Entry& entry)
 {
     std::vector<std::string> names = entry.spellings();
     if (!entry.c_form().empty())
         names.push_back(entry.c_form());
+    return names;
+}
+
+/// High level and work level of the C interface to LAPACK.
+Names lapacke_names()
+{
+    Names names;
+    for (const auto& plan : tables().lapacke_plans())
+        for (const auto& precision : plan.precisions)
+            for (const auto width : {catalogue::Width::narrow, catalogue::Width::wide})
+                for (const bool high : {true, false})
+                    if (high || plan.c->shape != catalogue::LapackeShape::one_level)
+                        names.insert(catalogue::lapacke_name(*plan.row, precision, width, high));
     return names;
 }
 
@@ -174,12 +192,13 @@ TEST(Census, TheLibraryCountsAsPublished)
     for (const auto& symbol : layer().file().exported())
         addresses.insert(symbol.value);
     // Entries, their checks; two forms of 20 services, 30 forwards, three chains of five, four others.
-    EXPECT_EQ(addresses.size(), 688U + 420U + lapack_entries + lapack_checks + 40U + 30U + 15U + 8U +
-                                    3 * matrix_copies + helpers);
+    EXPECT_EQ(addresses.size(), 688U + 420U + lapack_entries + lapack_checks + c_entries + 40U + 30U + 15U +
+                                    8U + 3 * matrix_copies + helpers + lapacke_entries);
     // Four spellings of each LAPACK entry, but for the four private extras, which have three wide ones. A
     // matrix copy has three of its Fortran form, one of its C form, and a check.
-    EXPECT_EQ(layer().file().exported().size(),
-              3038U + 4U + 4 * lapack_entries - 4 + lapack_checks + 5 * matrix_copies + helpers);
+    EXPECT_EQ(layer().file().exported().size(), 3038U + 4U + 4 * lapack_entries - 4 + lapack_checks +
+                                                    c_entries + 5 * matrix_copies + helpers +
+                                                    lapacke_entries);
 }
 
 TEST(Exports, AreThePublishedNamesAndNoOther)
@@ -196,6 +215,7 @@ TEST(Exports, AreThePublishedNamesAndNoOther)
             for (const auto& entry : catalogue::Catalogue::checks(row))
                 wanted.insert(entry.check());
         }
+    wanted.merge(lapacke_names());
     EXPECT_THAT(missing(exported(), wanted), IsEmpty());
 }
 
@@ -209,6 +229,10 @@ TEST(Exports, AreTheNamesOfTheTablesAndTheWrittenServices)
         for (const auto& entry : catalogue::Catalogue::checks(row))
             wanted.insert(entry.check());
     }
+    for (const auto& row : tables().c_rows().rows)
+        for (const auto& entry : catalogue::c_entries(row))
+            wanted.insert(entry.name());
+    wanted.merge(lapacke_names());
     for (const auto& service : tables().services()) {
         wanted.insert(service.spellings.begin(), service.spellings.end());
         wanted.insert(service.name);
@@ -302,6 +326,35 @@ TEST(Linking, ReplaceableNamesAreReachedThroughTheSymbolTable)
     EXPECT_TRUE(std::any_of(data.begin(), data.end(), [](const Relocation& relocation) {
         return relocation.name == "cdecl_xerbla" && relocation.type == R_X86_64_GLOB_DAT;
     }));
+}
+
+TEST(Linking, TheCInterfaceCallsFortranEntriesThroughTheSymbolTable)
+{
+    Names called;
+    for (const auto& relocation : relocations(DT_JMPREL, DT_PLTRELSZ))
+        if (relocation.defined)
+            called.insert(relocation.name);
+    Names wanted;
+    for (const std::string& callee : published::cblas_callees()) {
+        wanted.insert(callee);
+        const std::string_view hidden = "qnm_blas__";
+        wanted.insert((callee.starts_with(hidden) ? callee.substr(hidden.size()) : callee) + "_64");
+    }
+    for (const std::string& name : published::cblas_narrow()) // one jump each, by name
+        wanted.insert("qnm_blas__" + name.substr(6));
+    for (const char* name : {"cblas_xerbla", "cblas_xerbla_malloc_error", "qnm_serv_iface_malloc"})
+        wanted.insert(name);
+    EXPECT_THAT(missing(wanted, called), IsEmpty());
+    Names blas;
+    for (const auto& entry : tables().entries())
+        if (of_blas(entry))
+            for (const std::string& spelling : entry.spellings())
+                blas.insert(spelling);
+    Names others;
+    for (const std::string& name : called)
+        if (blas.count(name) != 0 && wanted.count(name) == 0)
+            others.insert(name);
+    EXPECT_THAT(others, IsEmpty()) << "called by another spelling than the published one";
 }
 
 TEST(Linking, RelativeRelocationsArePacked)

@@ -385,7 +385,7 @@ void Catalogue::read_c_row(Lexer& lexer, const std::string& root)
         for (CRow& one : split) {
             c_rows_->rows.push_back(std::move(one));
             for (const CEntry& entry : c_entries(c_rows_->rows.back()))
-                claim(entry.name(), row.where());
+                claim(entry.name(), lexer.file() + ":" + std::to_string(row.line));
         }
     }
 }

@@ -350,7 +350,7 @@ std::string quick_text(const CRow& row)
 
 std::string row_text(const CRow& row)
 {
-    std::string text = "/// " + row.where() + "\ntemplate <class I, class R>\nstruct " + struct_name(row) +
+    std::string text = "template <class I, class R>\nstruct " + struct_name(row) +
                        " {\n    using integer = I;\n    using real = R;\n";
     int options = 0;
     for (const CArgument& a : row.arguments) {

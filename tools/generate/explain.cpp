@@ -101,7 +101,8 @@ std::string c_entry_explanation(const CEntry& entry)
     std::ostringstream out;
     out << entry.name() << "\n  row       " << row.where() << "\n  class     " << row.form
         << (row.conjugated.empty() ? "" : ", row-major conjugated: " + row.conjugated) << "\n  calls     "
-        << entry.callee(row.columns) << " of " << row.fortran.where() << "\n  arguments\n";
+        << entry.callee(row.columns)
+        << (row.rows.callee.empty() ? "" : ", row-major " + entry.callee(row.rows)) << "\n  arguments\n";
     for (const CArgument& a : row.arguments)
         out << "    " << row.position(a.as.name) << ": " << a.as.name << "\n";
     if (!row.steps.empty())
