@@ -87,6 +87,26 @@ void c_gemm(void* function, long times)
            n4<I>, zero, c, n4<I>);
 }
 
+// The unit matrix and its factors are the same, so that every call finds what the first one found.
+double unit[vector_length * vector_length] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+template <class I>
+I ipiv[vector_length] = {1, 2, 3, 4};
+template <class I>
+I info;
+
+template <class I>
+void getrf(void* function, long times)
+{
+    repeat(function, times, &n4<I>, &n4<I>, unit, &n4<I>, ipiv<I>, &info<I>);
+}
+
+template <class I>
+void getrs(void* function, long times)
+{
+    repeat(function, times, "N", &n4<I>, &inc<I>, unit, &n4<I>, ipiv<I>, x, &n4<I>, &info<I>,
+           hidden_length{1});
+}
+
 constexpr Case dgemm(const char* size, Loop* narrow, Loop* wide, Aim aim)
 {
     return {"dgemm", size, narrow, wide, wide, "qnm_blas_dgemm", "dgemm_", aim};
@@ -117,6 +137,22 @@ constexpr Case all[] = {
      "cblas_dgemm",
      {210},
      c_gemm<core_int>},
+    {"dgetrf",
+     "n=4",
+     getrf<int>,
+     getrf<core_int>,
+     getrf<core_int>,
+     "qnm_lapack_dgetrf",
+     "dgetrf_",
+     {.narrow = 83}},
+    {"dgetrs",
+     "n=4",
+     getrs<int>,
+     getrs<core_int>,
+     getrs<core_int>,
+     "qnm_lapack_dgetrs",
+     "dgetrs_",
+     {.narrow = 111}},
     {"daxpyi", "nz=4", axpyi<int>, axpyi<core_int>, axpyi<core_int>, "qnm_blas_daxpyi", nullptr, {0, 5}},
     {"daxpy_direct",
      "n=4",

@@ -31,9 +31,12 @@ QNM_INLINE void widen(core_int* to, const int* from, core_int count)
 QNM_INLINE void narrow(int* to, const core_int* from, core_int count)
 {
     core_int i = 0;
-    for (; i <= count - 4; i += 4, keep(i))
-        *reinterpret_cast<Four*>(to + i) =
-            __builtin_convertvector(*reinterpret_cast<const FourWide*>(from + i), Four);
+    for (; i <= count - 4; i += 4, keep(i)) {
+        // the lower halves of two pairs
+        const Four first = *reinterpret_cast<const Four*>(from + i);
+        const Four second = *reinterpret_cast<const Four*>(from + i + 2);
+        *reinterpret_cast<Four*>(to + i) = __builtin_shufflevector(first, second, 0, 2, 4, 6);
+    }
     for (; i < count; ++i)
         to[i] = static_cast<int>(from[i]);
 }
