@@ -1,7 +1,7 @@
 // What a check says of a call, heard through both of its doors.
 #pragma once
 
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 namespace qnm::tests {
 

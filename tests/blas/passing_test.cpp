@@ -1,5 +1,5 @@
 // What reaches the core, and what stays as the caller had it.
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 namespace qnm::tests {
 namespace {

@@ -1,5 +1,5 @@
 // Results: each in the registers of its type, the same with and without a trace.
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 namespace qnm::tests {
 namespace {

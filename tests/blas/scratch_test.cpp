@@ -1,5 +1,5 @@
 // Narrow sparse level 1: the 64-bit copy of the index array, for the length of one call.
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 #include <numeric>
 

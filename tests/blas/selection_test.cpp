@@ -1,5 +1,5 @@
 // The two kernels of the direct entries: both sides of every limit, written by hand.
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 #include <sstream>
 

@@ -86,42 +86,6 @@ TEST(Derived, ReportsCarryPaddedNames)
         EXPECT_EQ(name(bare), bare);
 }
 
-TEST(Derived, FormatsShowEachArgument)
-{
-    const std::map<std::string, std::string> formats{
-        {"DGEMM", "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)"},
-        {"DGEMM_64", "DGEMM_64(%c,%c,%lli,%lli,%lli,%p,%p,%lli,%p,%lli,%p,%p,%lli)"},
-        {"DSCAL", "DSCAL(%d,%p,%p,%d)"},
-        {"DSCAL_64", "DSCAL_64(%lli,%p,%p,%lli)"},
-        {"IDAMAX", "IDAMAX(%d,%p,%d)"},
-        {"ZDOTU", "ZDOTU(%p,%d,%p,%d,%p,%d)"},
-        {"DCABS1", "DCABS1(%p)"},
-        {"QNM_GET_FORMAT_COMPACT", "QNM_GET_FORMAT_COMPACT()"},
-        {"QNM_JIT_DESTROY", "QNM_JIT_DESTROY(%p)"},
-        {"XERBLA_ARRAY", "XERBLA_ARRAY(%c,%d,%d)"},
-        {"DGEMM_BATCH", "DGEMM_BATCH(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DGEMM_BATCH_64", "DGEMM_BATCH_64(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DGEMM_BATCH_STRIDED", "DGEMM_BATCH_STRIDED(%c,%c,%d,%d,%d,%p,%p,%d,%d,%p,%d,%d,%p,%p,%d,%d,%d)"},
-        {"DCOPY_BATCH", "DCOPY_BATCH(%p,%p,%p,%p,%p,%p,%p)"},
-        {"DAXPY_BATCH", "DAXPY_BATCH(%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DCOPY_BATCH_STRIDED", "DCOPY_BATCH_STRIDED(%d,%p,%d,%d,%p,%d,%d,%d)"},
-        {"DAXPY_BATCH_STRIDED", "DAXPY_BATCH_STRIDED(%d,%p,%p,%d,%d,%p,%d,%d,%d)"},
-        {"DGEMV_BATCH", "DGEMV_BATCH(%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DDGMM_BATCH", "DDGMM_BATCH(%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DSYRK_BATCH", "DSYRK_BATCH(%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"DTRSM_BATCH", "DTRSM_BATCH(%c,%c,%c,%c,%p,%p,%p,%p,%p,%p,%p,%p,%p)"},
-        {"GEMM_S8U8S32", "GEMM_S8U8S32(%c,%c,%c,%d,%d,%d,%p,%p,%d,%p,%p,%d,%p,%p,%p,%d,%p)"},
-        {"GEMM_S8U8S32_PACK_GET_SIZE", "GEMM_S8U8S32_PACK_GET_SIZE(%c,%d,%d,%d)"},
-        {"DGEMM_PACK", "DGEMM_PACK(%c,%c,%d,%d,%d,%p,%p,%d,%p)"},
-        {"DGEMM_COMPUTE", "DGEMM_COMPUTE(%c,%c,%d,%d,%d,%p,%d,%p,%d,%p,%p,%d)"},
-        {"HGEMM", "HGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)"},
-        {"QNM_DGEMM_COMPACT", "QNM_DGEMM_COMPACT(%d,%d,%d,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d,%d,%d)"},
-        {"QNM_JIT_CREATE_DGEMM", "QNM_JIT_CREATE_DGEMM(%p,%c,%c,%d,%d,%d,%p,%d,%d,%p,%d)"},
-        {"QNM_JIT_GET_DGEMM_PTR", "QNM_JIT_GET_DGEMM_PTR(%p)"}};
-    for (const auto& [name, format] : formats)
-        EXPECT_EQ(entry(name).format(), format);
-}
-
 TEST(Derived, SpellingsFollowTheFamily)
 {
     EXPECT_THAT(entry("DGEMM").spellings(), ElementsAre("DGEMM", "dgemm", "dgemm_", "qnm_blas__dgemm"));

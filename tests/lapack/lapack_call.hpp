@@ -2,7 +2,7 @@
 // that reads and writes all that a routine may.
 #pragma once
 
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 #include <map>
 #include <random>

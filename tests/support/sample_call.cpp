@@ -1,4 +1,4 @@
-#include "sample_call.hpp"
+#include "support/sample_call.hpp"
 
 #include <algorithm>
 #include <cstring>
