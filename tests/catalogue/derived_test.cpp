@@ -86,6 +86,33 @@ TEST(Derived, ReportsCarryPaddedNames)
         EXPECT_EQ(name(bare), bare);
 }
 
+TEST(Derived, MatrixCopiesHaveTwoForms)
+{
+    EXPECT_EQ(tests_of("QNM_DOMATCOPY"), "1 ordering RC, 7 lda, 2 trans NRTC, 9 ldb");
+    EXPECT_EQ(tests_of("QNM_ZOMATCOPY_BATCH"),
+              "1 layout RC, 10 group_count, 7 lda_array, 2 trans_array NRTC, 9 ldb_array, 11 group_size");
+    const Entry& copy = entry("QNM_SOMATCOPY2");
+    EXPECT_THAT(copy.spellings(), ElementsAre("QNM_SOMATCOPY2", "qnm_somatcopy2", "qnm_somatcopy2_"));
+    EXPECT_EQ(copy.c_form(), "QNM_Somatcopy2");
+    EXPECT_EQ(copy.core(), "qnm_trans_qnm_somatcopy2");
+    EXPECT_EQ(copy.check(), "qnm_trans_errchk_qnm_somatcopy2");
+    EXPECT_EQ(copy.report_name(), "qnm_somatcopy2");
+    EXPECT_EQ(copy.format(), "QNM_SOMATCOPY2(%c, %c, %d, %d, %f, %p, %d, %d, %p, %d, %d)");
+    EXPECT_EQ(copy.c_format(), "QNM_SOMATCOPY2(%c, %c, %zu, %zu, %f, %p, %zu, %zu, %p, %zu, %zu)");
+    EXPECT_THROW(entry("QNM_DOMATCOPY_64"), std::out_of_range);
+    EXPECT_EQ(entry("DGEMM").c_form(), "");
+}
+
+TEST(Derived, HelpersHaveNoCore)
+{
+    const Entry& helper = entry("DGE_TRANS_64");
+    EXPECT_THAT(helper.spellings(), ElementsAre("LAPACKE_dge_trans_64"));
+    EXPECT_EQ(helper.core(), "");
+    EXPECT_EQ(entry("Z_NANCHECK").spellings().front(), "LAPACKE_z_nancheck");
+    EXPECT_EQ(c_type(helper.row->find("matrix_layout")->type, helper.precision, helper.width), "int");
+    EXPECT_EQ(c_type(helper.row->find("ldin")->type, helper.precision, helper.width), "qnm_int64");
+}
+
 TEST(Derived, SpellingsFollowTheFamily)
 {
     EXPECT_THAT(entry("DGEMM").spellings(), ElementsAre("DGEMM", "dgemm", "dgemm_", "qnm_blas__dgemm"));

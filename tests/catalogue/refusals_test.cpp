@@ -69,7 +69,11 @@ INSTANTIATE_TEST_SUITE_P(
                 "3: 'SAXPY': expected a name that x.tab:2 does not export"},
         Refused{"family nowhere", "2: end of the row: expected a family that was told before"},
         Refused{"family blas core qnm_blas_name", "2: 'core': expected a family that was not told before"},
-        Refused{"family own check own_name", "2: 'check': expected 'core'"},
+        Refused{"family own check own_name", "2: end of the row: expected 'narrow'"},
+        Refused{"family own narrow NAME wide\nfamily own\naxpy s unchecked int n",
+                "4: 'own': expected a family with a core, or without one for helpers"},
+        Refused{"axpy s helper int n",
+                "2: 'blas': expected a family with a core, or without one for helpers"},
         Refused{"family own core own_name narrow NAME", "2: end of the row: expected 'wide'"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -97,23 +101,26 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Tests, Rows,
-    ::testing::Values(Refused{"axpy s unchecked int n >= 0",
-                              "2: a test: expected tests in rows of class checked or check, and only there"},
-                      Refused{"axpy s checked int n",
-                              "2: no test: expected tests in rows of class checked or check, and only there"},
-                      Refused{"axpy s checked int n != 1", "2: '1': expected '0'"},
-                      Refused{"axpy s checked T x[] >= 1", "2: '>=': " + end_of_row},
-                      Refused{"axpy s checked int n >= 0, char trans in ntc", "2: 'in': " + end_of_row},
-                      Refused{"axpy s checked int n >= 0, int m code 4", "2: 'code': " + end_of_row},
-                      Refused{"axpy s checked int n >= 0 code x", "2: 'x': expected the reported code"},
-                      Refused{"axpy s checked int n >= 0, int m unless n == 1", "2: 'unless': " + end_of_row},
-                      Refused{"axpy s checked int n >= 0 tested first n", "2: 'first': expected 'last'"},
-                      Refused{"axpy s checked int n >= 0, int m tested last m",
-                              "2: 'm': expected a tested argument behind 'tested last'"},
-                      Refused{"axpy s checked int n >= 0 tested last k",
-                              "2: 'k': expected a tested argument behind 'tested last'"},
-                      Refused{"axpy s checked groups int n[] >= 0",
-                              "2: 'groups': expected the arguments group_count and group_size"}));
+    ::testing::Values(
+        Refused{"axpy s unchecked int n >= 0",
+                "2: a test: expected tests in rows of class checked, check or matcopy, and only there"},
+        Refused{"axpy s checked int n",
+                "2: no test: expected tests in rows of class checked, check or matcopy, and only there"},
+        Refused{"axpy s matcopy int n",
+                "2: no test: expected tests in rows of class checked, check or matcopy, and only there"},
+        Refused{"axpy s checked int n != 1", "2: '1': expected '0'"},
+        Refused{"axpy s checked T x[] >= 1", "2: '>=': " + end_of_row},
+        Refused{"axpy s checked int n >= 0, char trans in ntc", "2: 'in': " + end_of_row},
+        Refused{"axpy s checked int n >= 0, int m code 4", "2: 'code': " + end_of_row},
+        Refused{"axpy s checked int n >= 0 code x", "2: 'x': expected the reported code"},
+        Refused{"axpy s checked int n >= 0, int m unless n == 1", "2: 'unless': " + end_of_row},
+        Refused{"axpy s checked int n >= 0 tested first n", "2: 'first': expected 'last'"},
+        Refused{"axpy s checked int n >= 0, int m tested last m",
+                "2: 'm': expected a tested argument behind 'tested last'"},
+        Refused{"axpy s checked int n >= 0 tested last k",
+                "2: 'k': expected a tested argument behind 'tested last'"},
+        Refused{"axpy s checked groups int n[] >= 0",
+                "2: 'groups': expected the arguments group_count and group_size"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Clauses, Rows,

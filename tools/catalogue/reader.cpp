@@ -288,6 +288,9 @@ void Catalogue::read_row(Lexer& lexer, const std::string& root)
         lexer, root, [](const std::string& word) { return classes.count(word) != 0; },
         "checked, registered, unchecked, scratch, bare, matcopy, helper");
     row.entry_class = classes.at(lexer.next().text);
+    if (family_->core.empty() != (row.entry_class == Class::helper))
+        lexer.fail_at(row.line, "'" + family_->name + "'",
+                      "a family with a core, or without one for helpers");
     row.groups = lexer.accept("groups");
     row.unpadded = lexer.accept("unpadded");
 
