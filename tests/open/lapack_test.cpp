@@ -29,7 +29,7 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
     const catalogue::Catalogue tables = catalogue::read_tables({QNM_TABLE_FILES});
     int stubs = 0;
     for (const catalogue::Entry& entry : tables.entries()) {
-        if (entry.width == catalogue::Width::wide)
+        if (entry.width == catalogue::Width::wide || entry.core().empty()) // helpers have none
             continue;
         ASSERT_EQ(who.count(entry.core()), 1U) << entry.core();
         ASSERT_NO_THROW(core_symbol(entry.core()));
