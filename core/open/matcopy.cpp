@@ -25,12 +25,22 @@ struct Shape {
     bool empty() const { return m <= 0 || n <= 0; }
 };
 
+/// Matrices so small that to look for the best kernel would cost more than the copy.
+constexpr core_int small = 8;
+
 template <class T>
 void omatcopy(char ordering, char trans, core_int rows, core_int cols, T alpha, const T* a, core_int lda,
               core_int stridea, T* b, core_int ldb, core_int strideb)
 {
     const Shape shape(ordering, rows, cols);
     const Operation op(trans);
+    if (op.transposed && !op.conjugated && shape.m <= small && shape.n <= small && alpha == T(1) &&
+        stridea == 1 && strideb == 1) {
+        for (core_int j = 0; j < shape.n; ++j)
+            for (core_int i = 0; i < shape.m; ++i)
+                b[j + i * ldb] = a[i + j * lda];
+        return;
+    }
     if (!shape.empty())
         with_change(alpha, op.conjugated, [&](auto change) {
             copy(shape.m, shape.n, change, a, {stridea, lda}, b, steps(op.transposed, strideb, ldb));

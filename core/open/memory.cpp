@@ -64,7 +64,7 @@ void* allocate(std::size_t bytes, std::size_t alignment, bool zeroed)
         return nullptr;
     }
     const auto first = reinterpret_cast<std::uintptr_t>(base) + sizeof(BlockHead);
-    const auto block = (first + alignment - 1) / alignment * alignment;
+    const auto block = (first + alignment - 1) & ~(alignment - 1); // a power of two
     head_of(reinterpret_cast<void*>(block)) = {base, bytes, alignment};
     return reinterpret_cast<void*>(block);
 }

@@ -156,7 +156,7 @@ TEST(GeneratedSources, HoldNoLogic)
     const std::regex logic("\\b(if|else|for|while|do|switch|goto)\\b");
     // A function is its head and one return of one call.
     const std::regex function("extern \"\" QNM_EXPORT [^;]*?\\n\\{\\n([^]*?)\\n\\}\\n");
-    const std::regex one_call("\\s*return \\w+(<[^;]*>)?\\([^;]*\\);\\s*");
+    const std::regex one_call("\\s*return [\\w:]+(<[^;]*>)?\\([^;]*\\);\\s*");
     int sources = 0, functions = 0;
     for (const auto& file : fs::directory_iterator(GENERATED_SOURCES)) {
         ++sources;
