@@ -11,16 +11,6 @@ QNM_EXPORT void* qnm_serv_iface_malloc(core_int bytes, core_int alignment);
 QNM_EXPORT void qnm_serv_iface_free(void* block);
 }
 
-/// Whether any group fails. A negative number of groups has none; it is reported by a test of its own.
-template <class I, class Test>
-QNM_INLINE bool any_group(I groups, Test test)
-{
-    for (I g = 0; g < groups; ++g)
-        if (test(g))
-            return true;
-    return false;
-}
-
 template <class I>
 QNM_INLINE I problems(const I* group_size, I groups)
 {
@@ -184,7 +174,7 @@ struct GeneralGroups {
         using I = typename Row::integer;
         using R = typename Row::real;
         const auto turned = [&](I g) { return row.trans_array[g] == conjugate_transpose; };
-        if (!any_group(row.group_count, turned))
+        if (!any_group<I>(&row.group_count, turned))
             return row.rows(Entry, letters);
         Block<Complex<R>> alpha;
         Block<Complex<R>> beta;
