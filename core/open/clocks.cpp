@@ -11,10 +11,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double seconds(Clock::time_point until)
+// The origin is taken ahead of the reading, however long that takes the first time.
+double seconds()
 {
     static const Clock::time_point since = Clock::now() - std::chrono::microseconds(1);
-    return std::chrono::duration<double>(until - since).count();
+    return std::chrono::duration<double>(Clock::now() - since).count();
 }
 
 // The number behind the first line of a file that starts with `key`; 0 if there is none.
@@ -50,11 +51,11 @@ constexpr double mhz_to_ghz = 1e-3, khz_to_ghz = 1e-6, hz_to_ghz = 1e-9;
 // Seconds of a monotonic clock since the core's first reading; never exactly zero.
 QNM_CORE double qnm_serv_dsecnd()
 {
-    return seconds(Clock::now());
+    return seconds();
 }
 QNM_CORE float qnm_serv_second()
 {
-    return static_cast<float>(seconds(Clock::now()));
+    return static_cast<float>(seconds());
 }
 
 QNM_CORE void qnm_serv_get_cpu_clocks(std::uint64_t* clocks)
