@@ -1,22 +1,24 @@
 // Calls of the open core by name, and naive matrices to compare with.
 #pragma once
 
-#include <complex>
-#include <cstdint>
+#include "open/core.hpp" // element types
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace qnm::test {
 
-using core_int = std::int64_t;
-using cfloat = std::complex<float>;
-using cdouble = std::complex<double>;
+using core::cdouble;
+using core::cfloat;
+using core::conjugate;
+using core::core_int;
+using core::is_complex;
+using core::real_t;
 
 inline void* core_symbol(const std::string& name)
 {
@@ -61,19 +63,6 @@ inline void blas_pointers(const std::string& name, std::vector<const void*> p)
 }
 
 template <class T>
-struct RealOf {
-    using type = T;
-};
-template <class R>
-struct RealOf<std::complex<R>> {
-    using type = R;
-};
-template <class T>
-using real_t = typename RealOf<T>::type;
-template <class T>
-constexpr bool is_complex = !std::is_same_v<T, real_t<T>>;
-
-template <class T>
 std::string letter()
 {
     return is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d");
@@ -108,15 +97,6 @@ std::vector<T> random_vector(core_int n)
     for (T& x : v)
         x = random_value<T>();
     return v;
-}
-
-template <class T>
-T conjugate(T x)
-{
-    if constexpr (is_complex<T>)
-        return std::conj(x);
-    else
-        return x;
 }
 
 // Column-major, with rows to spare below the used ones.
