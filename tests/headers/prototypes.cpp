@@ -36,11 +36,15 @@ void erase_all(std::string& text, const char* pattern)
 
 } // namespace
 
-std::vector<Prototype> read_prototypes(std::string text)
+std::vector<Prototype> read_prototypes(const std::string& source)
 {
-    std::size_t open = 0;
-    while ((open = text.find("/*")) != std::string::npos)
-        text.replace(open, text.find("*/", open) + 2 - open, " ");
+    std::string text;
+    std::size_t at = 0;
+    for (std::size_t open = 0; (open = source.find("/*", at)) != std::string::npos;) {
+        text.append(source, at, open - at).push_back(' ');
+        at = source.find("*/", open) + 2;
+    }
+    text.append(source, at);
     erase_all(text, "#[^\\n]*(\\\\\\n[^\\n]*)*");
     erase_all(text, "extern \"C\" \\{");
 

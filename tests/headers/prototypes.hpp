@@ -21,7 +21,7 @@ struct Prototype {
 };
 
 /// All declarations of functions in the text, in every branch of its conditions.
-std::vector<Prototype> read_prototypes(std::string text);
+std::vector<Prototype> read_prototypes(const std::string& source);
 
 /// The file's text; throws std::runtime_error with the path.
 std::string read_file(const std::string& path);
