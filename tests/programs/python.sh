@@ -1,9 +1,11 @@
 # Runs the tests of a Python package on linear algebra over the reference libraries, as they stand and through qnm-run,
 # and compares the outcome of each test. The only differences allowed, and required, are those of
 # python_differences.txt.
-# usage: python.sh QNM_RUN FOLDER DIFFERENCES PYTHON PACKAGE
+# usage: python.sh QNM_RUN FOLDER DIFFERENCES PYTHON PACKAGE [OPTION OF PYTEST...]
 set -eu
 qnm_run=$1 folder=$2 differences=$3 python=$4 package=$5
+shift 5
+options=("$@")
 
 # Engine and reference libraries as in lapack.sh.
 export OPENBLAS_CORETYPE=Nehalem OPENBLAS_NUM_THREADS=1
@@ -18,7 +20,7 @@ cd "$work"
 outcomes() { # NAME RUNNER...
     local name=$1
     shift
-    "$@" "$python" -IB -m pytest -p no:cacheprovider --color=no -v --tb=short --pyargs "$package" \
+    "$@" "$python" -IB -m pytest -p no:cacheprovider --color=no -v --tb=short "${options[@]}" --pyargs "$package" \
         > "$name-output" 2> "$name-errors" || true
     sed -nE 's/^(.*::.*) (PASSED|FAILED|ERROR|SKIPPED|XFAIL|XPASS)( .*)?$/\2 \1/p' "$name-output" |
         sort > "$name"
