@@ -93,7 +93,7 @@ build_anew()
 echo "== $(nproc) x $(sed -n "s/^model name.*: //p" /proc/cpuinfo | head -n 1), build type $(
     sed -n "s/^CMAKE_BUILD_TYPE:[A-Z]*=//p" "$build/CMakeCache.txt")"
 calls
-echo "== Matrix copy and NaN checks, beside plain work on the same bytes"
+echo "== Changes of layout and NaN checks beside plain work on the same bytes; row-major beside column-major"
 "$build/bin/qnm_bench_copies"
 loading
 relocations
