@@ -454,6 +454,16 @@ void check_lapacke_names(const Lexer& lexer, const LapackeRow& c, const Row& row
                 all.insert(all.end(), {use.when, use.offset, use.increment});
             }
     }
+    std::vector<std::string> named = c.checked_in_order;
+    if (c.refused)
+        named.push_back(c.refused_as);
+    for (const Addition& add : c.additions)
+        named.push_back(add.workspace);
+    for (const auto& [one, other] : c.exchanged)
+        named.insert(named.end(), {one, other});
+    for (const std::string& name : named)
+        if (row.find(name) == nullptr)
+            lexer.fail_at(c.line, "'" + name + "'", "an argument of " + row.root);
     std::set<std::string> known{"row_major"};
     for (const Definition& d : row.definitions)
         known.insert(d.name);
@@ -559,8 +569,9 @@ void Catalogue::read_lapacke_row(Lexer& lexer, const std::string& root)
             continue;
         }
         if (lexer.accept("order")) {
-            while (is_identifier(lexer.peek().text))
-                c.checked_in_order.push_back(lexer.next().text);
+            do
+                c.checked_in_order.push_back(lexer.identifier("an argument, in the order of the NaN checks"));
+            while (is_identifier(lexer.peek().text));
             continue;
         }
         if (lexer.accept("stops")) {
