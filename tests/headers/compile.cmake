@@ -5,10 +5,13 @@ foreach(case c99 c11 c17 c++11 c++14 c++17 c++20)
   if(case MATCHES "c[+][+]")
     set(compiler ${CXX} -x c++)
   endif()
-  foreach(header types services blas cblas qnm)
+  foreach(header types services blas cblas lapacke trans qnm)
     foreach(own "" "struct pair8 { float re, im; }; struct pair16 { double re, im; };
 #define QNM_COMPLEX8 struct pair8
 #define QNM_COMPLEX16 struct pair16
+#define LAPACK_COMPLEX_CUSTOM
+#define lapack_complex_float struct pair8
+#define lapack_complex_double struct pair16
 ")
       file(WRITE ${SCRATCH}/alone.src "${own}#include <qnm/${header}.h>\n")
       execute_process(

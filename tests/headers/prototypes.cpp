@@ -45,6 +45,7 @@ std::vector<Prototype> read_prototypes(const std::string& source)
         at = source.find("*/", open) + 2;
     }
     text.append(source, at);
+    erase_all(text, "//[^\\n]*");
     erase_all(text, "#[^\\n]*(\\\\\\n[^\\n]*)*");
     erase_all(text, "extern \"C\" \\{");
 

@@ -1,0 +1,31 @@
+/* A program as one writes it for the reference header, unchanged: C or C++, integers of either width, complex
+ * numbers of the language or pairs of reals. */
+#include <lapacke.h>
+
+#include <math.h>
+#include <stdio.h>
+
+static lapack_logical in_left_half(const lapack_complex_double* w)
+{
+    return lapack_complex_double_real(*w) < 0;
+}
+
+int main(void)
+{
+    double a[] = {2, 1, 1, 3}, b[] = {3, 5};
+    lapack_complex_double m[4], w[2], vs[4];
+    lapack_int pivots[2], chosen = 0;
+    int i;
+    /* By rows, and a diagonal matrix whose second eigenvalue is to come first. */
+    const lapack_int solved = LAPACKE_dgesv(LAPACK_ROW_MAJOR, 2, 1, a, 2, pivots, b, 1);
+    for (i = 0; i < 4; ++i)
+        m[i] = lapack_make_complex_double(i == 0 ? 1 : i == 3 ? -1 : 0, 0);
+    const lapack_int sorted =
+        LAPACKE_zgees(LAPACK_COL_MAJOR, 'V', 'S', in_left_half, 2, m, 2, &chosen, w, vs, 2);
+    if (solved == 0 && sorted == 0 && fabs(b[0] - 0.8) < 1e-14 && fabs(b[1] - 1.4) < 1e-14 && chosen == 1 &&
+        lapack_complex_double_real(w[0]) == -1)
+        return 0;
+    printf("wrong: dgesv %" LAPACK_IFMT ", %g %g; zgees %" LAPACK_IFMT ", %" LAPACK_IFMT " chosen\n", solved,
+           b[0], b[1], sorted, chosen);
+    return 1;
+}
