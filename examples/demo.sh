@@ -19,3 +19,7 @@ echo "\$ qnm-run --report longley"
 title "The same regression by LAPACK's least squares driver DGELS: an ordinary program too"
 echo "\$ qnm-run --report longley_lapack"
 "$build/bin/qnm-run" --report "$build/bin/longley_lapack"
+
+title "Once more from C, row by row, through LAPACKE_dgels"
+echo "\$ qnm-run --report longley_lapacke"
+"$build/bin/qnm-run" --report "$build/bin/longley_lapacke"
