@@ -52,7 +52,7 @@ TEST(CRows, AreRefusedWithPlaceAndReason)
               place + "'xx': expected a storage form (ge, gb, sy, he, po, tr, ...)");
     EXPECT_EQ(refusal("geqrf s : a as ge(m)"), place + "'ge': expected 2 options for this form");
     EXPECT_EQ(refusal("geqrf s : a kept, a kept"), place + "'a': expected each argument once");
-    EXPECT_EQ(refusal("geqrf s\ngeqrf s").substr(0, 29), "x.tab:3: 'LAPACKE_sgeqrf': ex");
+    EXPECT_EQ(refusal("geqrf s\ngeqrf s").substr(0, 37), "lapacke/x.tab:3: 'LAPACKE_sgeqrf': ex");
     for (const char* row :
          {"geqrf s : a as ge(m,n) twice", "geqrf s square", "geqrf s : refuses m", "geqrf s : adds q x",
           "geqrf s : stops", "geqrf s turned", "geqrf s : a not", "geqrf s : order : a"})

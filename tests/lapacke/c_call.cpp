@@ -298,7 +298,8 @@ Element CCall::element(const std::string& type) const
 
 bool CCall::is_copied(const LapackeArgument& a) const
 {
-    return by_rows() && plan().c->shape == LapackeShape::split && a.role == Role::matrix && holds(a.facts.when);
+    return by_rows() && plan().c->shape == LapackeShape::split && a.role == Role::matrix &&
+           holds(a.facts.when);
 }
 
 std::int64_t CCall::copy_ld(const LapackeArgument& a) const
@@ -351,7 +352,8 @@ std::vector<std::int64_t> CCall::checked(const LapackeArgument& a, const FormUse
             offsets.push_back(first + i * step);
         return offsets;
     }
-    const LapackeArgument* next = &a + 1 < plan().arguments.data() + plan().arguments.size() ? &a + 1 : nullptr;
+    const LapackeArgument* next =
+        &a + 1 < plan().arguments.data() + plan().arguments.size() ? &a + 1 : nullptr;
     const bool has_ld = next != nullptr && next->argument->name.rfind("ld", 0) == 0;
     const std::int64_t lead =
         has_ld ? integer(next->argument->name)

@@ -20,12 +20,12 @@
 namespace qnm::tests {
 
 using catalogue::Argument;
-using catalogue::LapackeArgument;
-using catalogue::LapackePlan;
-using catalogue::LapackeShape;
 using catalogue::ExpressionPtr;
 using catalogue::Form;
 using catalogue::FormUse;
+using catalogue::LapackeArgument;
+using catalogue::LapackePlan;
+using catalogue::LapackeShape;
 using catalogue::Precision;
 using catalogue::Width;
 using recording::Call;

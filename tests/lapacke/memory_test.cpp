@@ -80,7 +80,8 @@ TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
                 const bool work = blocks[i].is_workspace;
                 EXPECT_EQ(call.run(), m.has_value() ? 0 : work ? -1010 : -1011);
                 core().fail_allocation(0);
-                const std::string name = lapacke_name(*m.plan->row, *m.precision, m.width, blocks[i].of_high_level);
+                const std::string name =
+                    lapacke_name(*m.plan->row, *m.precision, m.width, blocks[i].of_high_level);
                 EXPECT_EQ(printed(), std::vector{std::string("Not enough memory to ") +
                                                  (work ? "allocate work array" : "transpose matrix") +
                                                  " in %s\n(" + name + ")"});

@@ -62,9 +62,9 @@ const std::map<std::string, Shape> shapes{
     {"tp", {3, 2, 2, 2, true}},   {"pf", {3, 2, 2, 2, true}},   {"tf", {4, 3, 3, 3, true}}};
 
 const std::map<std::string, LapackeShape> words{{"flat", LapackeShape::flat},
-                                          {"options", LapackeShape::options},
-                                          {"turned", LapackeShape::turned},
-                                          {"one_level", LapackeShape::one_level}};
+                                                {"options", LapackeShape::options},
+                                                {"turned", LapackeShape::turned},
+                                                {"one_level", LapackeShape::one_level}};
 
 Form read_form(Lexer& lexer)
 {
@@ -643,7 +643,8 @@ void Catalogue::read_lapacke_row(Lexer& lexer, const std::string& root)
                 for (const bool high : {true, false})
                     if (high || c.shape != LapackeShape::one_level)
                         claim(lapacke_name(*found, letter, width, high), c.where());
-            if (!lapacke_plans_.empty() && lapacke_plans_.back().c == &c && lapacke_plans_.back().row == found) {
+            if (!lapacke_plans_.empty() && lapacke_plans_.back().c == &c &&
+                lapacke_plans_.back().row == found) {
                 lapacke_plans_.back().precisions.push_back(letter);
                 continue;
             }

@@ -134,7 +134,7 @@ struct LapackePlan {
     const LapackeRow* c = nullptr;
     std::vector<Precision> precisions;
     std::vector<LapackeArgument> arguments; // all but INFO
-    std::vector<int> checked;         // indices, in the order of the NaN checks
+    std::vector<int> checked;               // indices, in the order of the NaN checks
     bool has_info = false;
     bool has_layout() const;
     const LapackeArgument* find(const std::string& name) const;

@@ -206,8 +206,8 @@ private:
     bool behind(const Form& form) const
     {
         const LapackeArgument* a = form.name == "ge" && form.options[1]->kind == EKind::name
-                                 ? plan_.find(form.options[1]->text)
-                                 : nullptr;
+                                       ? plan_.find(form.options[1]->text)
+                                       : nullptr;
         return a != nullptr && a->address;
     }
 
@@ -390,7 +390,8 @@ private:
 
     std::string layout() const
     {
-        return plan_.c->shape == LapackeShape::options ? "option_layout(matrix_layout, trans)" : "matrix_layout";
+        return plan_.c->shape == LapackeShape::options ? "option_layout(matrix_layout, trans)"
+                                                       : "matrix_layout";
     }
 
     std::string nancheck(std::size_t index, const FormUse& use) const

@@ -29,10 +29,11 @@ void write_if_changed(const std::string& path, const std::string& text)
 
 namespace {
 
-constexpr const char* usage = "usage: generate entries|services|cblas|lapacke TABLE OUTPUT TABLES...\n"
-                              "       generate header TEMPLATE OUTPUT TABLES...\n"
-                              "       generate --explain NAME TABLES...\n"
-                              "TABLE is the file name of one of TABLES, for cblas and lapacke behind its folder.\n";
+constexpr const char* usage =
+    "usage: generate entries|services|cblas|lapacke TABLE OUTPUT TABLES...\n"
+    "       generate header TEMPLATE OUTPUT TABLES...\n"
+    "       generate --explain NAME TABLES...\n"
+    "TABLE is the file name of one of TABLES, for cblas and lapacke behind its folder.\n";
 
 int run(const std::vector<std::string>& words)
 {
