@@ -7,6 +7,7 @@
 #define QNM_TYPES_H
 
 #include <stddef.h>
+#include <stdint.h>
 
 #ifdef __cplusplus
 #if !defined(QNM_COMPLEX8) || !defined(QNM_COMPLEX16)
@@ -35,7 +36,7 @@ extern "C" {
 #endif
 
 /* Integers of the wide interface, whose names end in _64; the narrow one has int. */
-typedef long long qnm_int64;
+typedef int64_t qnm_int64;
 
 /* Complex numbers, named by their size in bytes. */
 typedef QNM_COMPLEX8 qnm_complex8;

@@ -269,6 +269,10 @@ std::string header_text(const Catalogue& tables, const std::string& path)
             text += lapacke_renames(tables);
             continue;
         }
+        if (line == "@routines narrow@" || line == "@routines wide@") {
+            text += lapacke_routines(tables, line == "@routines wide@" ? Width::wide : Width::narrow);
+            continue;
+        }
         if (line.rfind(c_mark, 0) == 0) {
             const std::string file =
                 line.substr(c_mark.size(), line.find(' ', c_mark.size()) - c_mark.size());

@@ -709,6 +709,17 @@ std::string lapacke_explanation(const Catalogue& tables, const std::string& name
     return {};
 }
 
+std::string lapacke_routines(const Catalogue& tables, Width width)
+{
+    std::string text;
+    for (const Entry& entry : tables.entries())
+        if (entry.row->family->name == "lapack" && entry.width == width) {
+            const std::string name = to_lower(Entry{entry.row, entry.precision, Width::narrow}.name());
+            text += "#define LAPACK_" + name + " " + to_lower(entry.name()) + "_\n";
+        }
+    return text;
+}
+
 std::string lapacke_text(const Catalogue& tables, const std::string& file)
 {
     std::string text = "// Made from " + file +

@@ -34,6 +34,8 @@ std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& 
 /// Its prototypes, and what a program of 64-bit integers calls in place of each name.
 std::string lapacke_prototypes(const catalogue::Catalogue& tables, const std::string& file);
 std::string lapacke_renames(const catalogue::Catalogue& tables);
+/// The names under which C programs call the LAPACK routines themselves.
+std::string lapacke_routines(const catalogue::Catalogue& tables, catalogue::Width width);
 /// What follows from the rows of one of its names; empty for other names.
 std::string lapacke_explanation(const catalogue::Catalogue& tables, const std::string& name);
 /// A prototype, its lines broken.
