@@ -173,8 +173,12 @@ QNM_INLINE R turned(const char* name, int bad, char norm, char uplo, core_int le
 {
     if (bad != 0)
         return misused<R>(name, bad);
-    const char other_norm = option(norm, '1') || option(norm, 'o') ? 'i' : option(norm, 'i') ? '1' : norm;
-    const char other_uplo = option(uplo, 'u') ? 'l' : option(uplo, 'l') ? 'u' : uplo;
+    // Without a norm or a triangle there is a blank, and nothing to ask.
+    const char other_norm = norm == ' '                              ? norm
+                            : option(norm, '1') || option(norm, 'o') ? 'i'
+                            : option(norm, 'i')                      ? '1'
+                                                                     : norm;
+    const char other_uplo = uplo == ' ' ? uplo : option(uplo, 'u') ? 'l' : option(uplo, 'l') ? 'u' : uplo;
     E* work = nullptr;
     constexpr bool has_work = !std::is_same_v<E, char>; // not if no norm is asked for
     if (has_work && other_norm == 'i') {
