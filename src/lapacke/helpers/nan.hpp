@@ -54,10 +54,32 @@ inline bool sum_is_nan_of(const T* x, core_int n)
     return sum_is_nan(reinterpret_cast<const real<T>*>(x), n * parts<T>);
 }
 
+/// Whether any of n reals side by side is a NaN.
+template <class R>
+inline bool any_nan_in_row(const R* x, core_int n)
+{
+    using Vector = typename Lanes<R>::Vector;
+    constexpr core_int lanes = Lanes<R>::count;
+    decltype(Vector{} != Vector{}) found = {};
+    core_int i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        const Vector v = *reinterpret_cast<const Vector*>(x + i);
+        found |= v != v;
+    }
+    bool any = false;
+    for (core_int lane = 0; lane < lanes; ++lane)
+        any = any || found[lane] != 0;
+    for (; i < n; ++i)
+        any = any || is_nan(x[i]);
+    return any;
+}
+
 /// Whether any of n elements, which stand `step` apart, is a NaN.
 template <class T>
 inline bool any_nan(const T* x, core_int n, core_int step = 1)
 {
+    if (step == 1)
+        return any_nan_in_row(reinterpret_cast<const real<T>*>(x), n * parts<T>);
     for (core_int i = 0; i < n; ++i)
         if (is_nan(x[i * step]))
             return true;

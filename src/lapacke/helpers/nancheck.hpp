@@ -60,7 +60,10 @@ inline I ge_nancheck(int layout, I m, I n, const T* a, I lda)
         return 0;
     const bool rows = layout == row_major;
     const core_int length = least(rows ? n : m, lda), lines = rows ? m : n;
-    return any_nan_in_lines(lines, rows ? n >= 5 : m >= 16, [&](core_int j) {
+    const bool summed = rows ? n >= 5 : m >= 16;
+    if (!summed && length == lda && lines > 0) // one line after the other, without a gap
+        return any_nan(a, length * lines);
+    return any_nan_in_lines(lines, summed, [&](core_int j) {
         return Piece<T>{a + j * core_int{lda}, length};
     });
 }
