@@ -34,7 +34,7 @@ sanitizers: deps
 ## bench: instructions and time beside a direct call of the engine
 bench: deps
 	@cmake --preset release -DQNM_TESTS=OFF -DQNM_BENCH=ON >/dev/null
-	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_bench_cost qnm_bench_load
+	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_bench_cost qnm_bench_copies qnm_bench_load
 	@bench/run.sh $(BUILD)
 
 ## install: library, open core, adapter, qnm-run, headers, package files (PREFIX, DESTDIR)
