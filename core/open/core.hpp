@@ -43,11 +43,17 @@ T conjugate(T value)
         return value;
 }
 
-// Option characters compare without regard to case, whatever the locale.
-constexpr bool same_letter(char a, char b)
+/// Whether two characters are the same but for the case of a letter, whatever the locale.
+constexpr bool same_character(char a, char b)
 {
     constexpr auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
     return upper(a) == upper(b);
+}
+
+/// The same, quicker, where one of them is known for a letter: the cases differ in one bit.
+constexpr bool same_letter(char option, char letter)
+{
+    return ((option ^ letter) & ~('a' - 'A')) == 0;
 }
 constexpr bool is_letter(const char* option, char letter)
 {

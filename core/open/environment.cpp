@@ -58,7 +58,7 @@ QNM_CORE core_int qnm_lapack_lsamen(const core_int* n, const char* ca, const cha
                                     std::size_t)
 {
     for (core_int i = 0; i < *n; ++i)
-        if (!qnm::core::same_letter(ca[i], cb[i]))
+        if (!qnm::core::same_character(ca[i], cb[i]))
             return 0;
     return 1;
 }

@@ -26,25 +26,40 @@ struct Shape {
 };
 
 /// Matrices so small that to look for the best kernel would cost more than the copy.
-constexpr core_int small = 8;
+constexpr core_int few = 8;
 
 template <class T>
-void omatcopy(char ordering, char trans, core_int rows, core_int cols, T alpha, const T* a, core_int lda,
-              core_int stridea, T* b, core_int ldb, core_int strideb)
+[[gnu::noinline]] void omatcopy2(char ordering, char trans, core_int rows, core_int cols, T alpha, const T* a,
+                                 core_int lda, core_int stridea, T* b, core_int ldb, core_int strideb)
 {
     const Shape shape(ordering, rows, cols);
     const Operation op(trans);
-    if (op.transposed && !op.conjugated && shape.m <= small && shape.n <= small && alpha == T(1) &&
-        stridea == 1 && strideb == 1) {
-        for (core_int j = 0; j < shape.n; ++j)
-            for (core_int i = 0; i < shape.m; ++i)
-                b[j + i * ldb] = a[i + j * lda];
-        return;
-    }
     if (!shape.empty())
         with_change(alpha, op.conjugated, [&](auto change) {
             copy(shape.m, shape.n, change, a, {stridea, lda}, b, steps(op.transposed, strideb, ldb));
         });
+}
+
+template <class T>
+[[gnu::noinline]] void omatcopy_of_many(char ordering, char trans, core_int rows, core_int cols, T alpha,
+                                        const T* a, core_int lda, T* b, core_int ldb)
+{
+    omatcopy2<T>(ordering, trans, rows, cols, alpha, a, lda, 1, b, ldb, 1);
+}
+
+template <class T>
+[[gnu::always_inline]] inline void omatcopy(char ordering, char trans, core_int rows, core_int cols, T alpha,
+                                            const T* a, core_int lda, T* b, core_int ldb)
+{
+    if (!same_letter(trans, 'T') || rows > few || cols > few || alpha != T(1))
+        return omatcopy_of_many(ordering, trans, rows, cols, alpha, a, lda, b, ldb);
+    const Shape shape(ordering, rows, cols);
+    if (shape.n <= 1)
+        transpose_line(shape.empty() ? 0 : shape.m, a, 1, b, ldb);
+    else if (shape.m <= 1)
+        transpose_line(shape.empty() ? 0 : shape.n, a, lda, b, 1);
+    else
+        transpose_few(shape.m, shape.n, a, lda, b, ldb);
 }
 
 template <class T>
@@ -96,7 +111,7 @@ using qnm::core::value;
     QNM_CORE void qnm_trans_qnm_##l##omatcopy(char ordering, char trans, core_int rows, core_int cols,       \
                                               Scalar<T> alpha, const T* a, core_int lda, T* b, core_int ldb) \
     {                                                                                                        \
-        qnm::core::omatcopy<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, 1, b, ldb, 1);          \
+        qnm::core::omatcopy<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, b, ldb);                \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##imatcopy(char ordering, char trans, core_int rows, core_int cols,       \
                                               Scalar<T> alpha, T* ab, core_int lda, core_int ldb)            \
@@ -108,8 +123,8 @@ using qnm::core::value;
                                                Scalar<T> alpha, const T* a, core_int lda, core_int stridea,  \
                                                T* b, core_int ldb, core_int strideb)                         \
     {                                                                                                        \
-        qnm::core::omatcopy<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, stridea, b, ldb,        \
-                               strideb);                                                                     \
+        qnm::core::omatcopy2<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, stridea, b, ldb,       \
+                                strideb);                                                                    \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##omatadd(char ordering, char transa, char transb, core_int rows,         \
                                              core_int cols, Scalar<T> alpha, const T* a, core_int lda,       \
@@ -124,8 +139,8 @@ using qnm::core::value;
                                                     core_int group_count, const core_int* group_size)        \
     {                                                                                                        \
         qnm::core::groups(group_count, group_size, [&](core_int g, core_int p) {                             \
-            qnm::core::omatcopy<T>(layout, trans[g], rows[g], cols[g], alpha[g], a[p], lda[g], 1, b[p],      \
-                                   ldb[g], 1);                                                               \
+            qnm::core::omatcopy<T>(layout, trans[g], rows[g], cols[g], alpha[g], a[p], lda[g], b[p],         \
+                                   ldb[g]);                                                                  \
         });                                                                                                  \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##imatcopy_batch(char layout, const char* trans, const core_int* rows,    \
@@ -143,8 +158,8 @@ using qnm::core::value;
         core_int stridea, T* b, core_int ldb, core_int strideb, core_int batch_size)                         \
     {                                                                                                        \
         for (core_int p = 0; p < batch_size; ++p)                                                            \
-            qnm::core::omatcopy<T>(layout, trans, rows, cols, value<T>(alpha), a + p * stridea, lda, 1,      \
-                                   b + p * strideb, ldb, 1);                                                 \
+            qnm::core::omatcopy<T>(layout, trans, rows, cols, value<T>(alpha), a + p * stridea, lda,         \
+                                   b + p * strideb, ldb);                                                    \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##imatcopy_batch_strided(                                                 \
         char layout, char trans, core_int rows, core_int cols, Scalar<T> alpha, T* ab, core_int lda,         \

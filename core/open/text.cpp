@@ -27,7 +27,7 @@ void print_to(int fd, const char* format, ...)
 // First characters only, without regard to case; the hidden lengths say nothing more.
 QNM_CORE int qnm_serv_lsame(const char* a, const char* b, std::size_t, std::size_t)
 {
-    return qnm::core::same_letter(*a, *b);
+    return qnm::core::same_character(*a, *b);
 }
 
 QNM_CORE std::size_t qnm_serv_strnlen_s(const char* text, std::size_t most)

@@ -17,22 +17,26 @@ QNM_COLD void show(bool enabled, double elapsed, const char* format, A... argume
 }
 
 template <class Tests, auto* Core, class... A>
-QNM_INLINE void entry(const char* name, const char* format, A... arguments)
+QNM_INLINE void entry(const char* name, const char* format, A&&... arguments)
 {
+    (park(arguments), ...);
     qnm_set_xerbla_interface(cdecl_xerbla);
     const int* const mode = qnm_serv_iface_verbose_mode();
     const bool enabled = *mode != 0;
     const double elapsed = enabled ? -qnm_serv_iface_dsecnd() : 0.0;
     core_int code = scratch_failed;
     {
-        Widened<narrow_arrays<A...>> room((core_int{0} + ... + groups_of(arguments)));
+        Widened<narrow_arrays<std::remove_reference_t<A>...>> room(
+            (core_int{0} + ... + groups_of(arguments)));
         if (!room.failed())
-            code = [&](auto... values) {
-                const int position = Tests::template code<size>(tested(values)...);
-                if (!unlikely(position != 0))
-                    Core(values...);
-                return position;
-            }(value(room, arguments)...);
+            code = [&](auto&&... arguments_64) QNM_INLINE_LAMBDA {
+                const int position = Tests::template code<size>(tested(value(arguments_64))...);
+                if (unlikely(position != 0))
+                    return position;
+                (park(arguments_64), ...); // read anew for the core, not kept over the check
+                Core(value(arguments_64)...);
+                return 0;
+            }(wide_arrays(room, arguments)...);
     }
     if (unlikely(code != 0)) // a handler may throw: nothing is held any more
         trans_xerbla(name, code);

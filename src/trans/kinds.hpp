@@ -101,9 +101,21 @@ QNM_INLINE core_int groups_of(A argument)
         return 0;
 }
 
-/// What check and core get.
+/// Narrow arrays as their 64-bit copies, everything else as it is.
 template <class Room, class A>
-QNM_INLINE auto value(Room& room, A argument)
+QNM_INLINE A& wide_arrays(Room& /*room*/, A& argument)
+{
+    return argument;
+}
+template <class Room>
+QNM_INLINE Sizes wide_arrays(Room& room, NarrowSizes argument)
+{
+    return {room.widen(argument.array)};
+}
+
+/// What check and core get.
+template <class A>
+QNM_INLINE auto value(A argument)
 {
     if constexpr (std::is_same_v<A, const char*> || std::is_same_v<A, const float*> ||
                   std::is_same_v<A, const double*>)
@@ -114,8 +126,6 @@ QNM_INLINE auto value(Room& room, A argument)
         return core_int{*argument.place};
     else if constexpr (std::is_same_v<A, size>)
         return static_cast<core_int>(argument);
-    else if constexpr (std::is_same_v<A, NarrowSizes>)
-        return room.widen(argument.array);
     else if constexpr (std::is_same_v<A, Letters> || std::is_same_v<A, Sizes>)
         return argument.array;
     else

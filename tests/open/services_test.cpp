@@ -111,6 +111,40 @@ TEST(Memory, IsAlignedCountedAndGivenBack)
     EXPECT_EQ(blocks, blocks_before);
 }
 
+TEST(Memory, BlocksChangeThreads)
+{
+    int blocks_before = 0, blocks = 0;
+    const std::int64_t before = bytes_in_use(&blocks_before);
+    constexpr std::size_t sizes[] = {0, 1, 128, 255, 4096, 4097};
+    std::vector<std::pair<unsigned char*, std::size_t>> held;
+    const auto take = [&] { // ten of each size; nobody else may write into them
+        for (const std::size_t size : sizes)
+            for (int i = 0; i < 10; ++i) {
+                held.emplace_back(by_value<unsigned char*>("qnm_serv_allocate", size, 128), size);
+                EXPECT_EQ(reinterpret_cast<std::uintptr_t>(held.back().first) % 128, 0U) << size;
+                std::memset(held.back().first, static_cast<int>(held.size()), size);
+            }
+    };
+    const auto give_back = [&] {
+        for (unsigned char value = 1; const auto& [block, size] : held) {
+            for (std::size_t at = 0; at < size; ++at)
+                ASSERT_EQ(block[at], value) << size;
+            by_value<void>("qnm_serv_deallocate", block);
+            ++value;
+        }
+        held.clear();
+    };
+    std::thread(take).join();
+    EXPECT_EQ(bytes_in_use(&blocks), before + 10 * (1 + 128 + 255 + 4096 + 4097));
+    EXPECT_EQ(blocks, blocks_before + 60);
+    give_back();
+    take();
+    by_value<void>("qnm_serv_free_buffers");
+    std::thread(give_back).join();
+    EXPECT_EQ(bytes_in_use(&blocks), before);
+    EXPECT_EQ(blocks, blocks_before);
+}
+
 TEST(Memory, PeakIsWatchedOnDemand)
 {
     auto peak = [](int mode) { return by_value<std::int64_t>("qnm_serv_peak_mem_usage", mode); };

@@ -23,36 +23,47 @@ struct Lanes {
     static constexpr core_int count = 16 / sizeof(R);
 };
 
-/// Whether the sum of n reals is a NaN, in eight interleaved sums of vectors.
+/// Sums elements up, eight vectors of partial sums side by side.
 template <class R>
-inline bool sum_is_nan(const R* x, core_int n)
-{
-    using Vector = typename Lanes<R>::Vector;
-    constexpr core_int lanes = Lanes<R>::count, sums = 8, ahead = 512 / sizeof(R);
-    Vector sum[sums] = {};
-    core_int i = 0;
-    for (; i + sums * lanes <= n; i += sums * lanes) {
-        __builtin_prefetch(x + i + ahead);
-        __builtin_prefetch(x + i + ahead + sums * lanes / 2);
+class Sums {
+public:
+    void add(const R* x, core_int n)
+    {
+        core_int i = 0;
+        for (; i + sums * lanes <= n; i += sums * lanes) {
+            __builtin_prefetch(x + i + ahead);
+            __builtin_prefetch(x + i + ahead + sums * lanes / 2);
 #pragma GCC unroll 8
-        for (core_int k = 0; k < sums; ++k)
-            sum[k] += *reinterpret_cast<const Vector*>(x + i + k * lanes);
+            for (core_int k = 0; k < sums; ++k)
+                sum_[k] += *reinterpret_cast<const Vector*>(x + i + k * lanes);
+        }
+        for (; i + lanes <= n; i += lanes)
+            sum_[0] += *reinterpret_cast<const Vector*>(x + i);
+        for (; i < n; ++i)
+            rest_ += x[i];
     }
-    R rest = 0;
-    for (; i < n; ++i)
-        rest += x[i];
-    for (core_int k = 1; k < sums; ++k)
-        sum[0] += sum[k];
-    for (core_int lane = 0; lane < lanes; ++lane)
-        rest += sum[0][lane];
-    return is_nan(rest);
-}
+    void add(const Complex<R>* x, core_int n)
+    {
+        add(reinterpret_cast<const R*>(x), 2 * n);
+    }
 
-template <class T>
-inline bool sum_is_nan_of(const T* x, core_int n)
-{
-    return sum_is_nan(reinterpret_cast<const real<T>*>(x), n * parts<T>);
-}
+    bool nan() const
+    {
+        Vector all = sum_[0];
+        for (core_int k = 1; k < sums; ++k)
+            all += sum_[k];
+        R sum = rest_;
+        for (core_int lane = 0; lane < lanes; ++lane)
+            sum += all[lane];
+        return is_nan(sum);
+    }
+
+private:
+    using Vector = typename Lanes<R>::Vector;
+    static constexpr core_int lanes = Lanes<R>::count, sums = 8, ahead = 512 / sizeof(R);
+    Vector sum_[sums] = {};
+    R rest_ = 0;
+};
 
 /// Whether any of n reals side by side is a NaN.
 template <class R>
@@ -60,18 +71,21 @@ inline bool any_nan_in_row(const R* x, core_int n)
 {
     using Vector = typename Lanes<R>::Vector;
     constexpr core_int lanes = Lanes<R>::count;
-    decltype(Vector{} != Vector{}) found = {};
     core_int i = 0;
-    for (; i + lanes <= n; i += lanes) {
-        const Vector v = *reinterpret_cast<const Vector*>(x + i);
-        found |= v != v;
+    if (n >= 4 * lanes) { // elements of a shorter row were often stored one by one just now
+        decltype(Vector{} != Vector{}) found = {};
+        for (; i + lanes <= n; i += lanes) {
+            const Vector v = *reinterpret_cast<const Vector*>(x + i);
+            found |= v != v;
+        }
+        for (core_int lane = 0; lane < lanes; ++lane)
+            if (found[lane] != 0)
+                return true;
     }
-    bool any = false;
-    for (core_int lane = 0; lane < lanes; ++lane)
-        any = any || found[lane] != 0;
     for (; i < n; ++i)
-        any = any || is_nan(x[i]);
-    return any;
+        if (is_nan(x[i]))
+            return true;
+    return false;
 }
 
 /// Whether any of n elements, which stand `step` apart, is a NaN.
@@ -86,20 +100,18 @@ inline bool any_nan(const T* x, core_int n, core_int step = 1)
     return false;
 }
 
-/// Whether any line holds a NaN. `line(j)` gives the first element of line j and how many there are; long
-/// lines are summed up first, and the first sum that is a NaN sends all lines to be looked at one by one.
-template <class Line>
+/// Whether any line holds a NaN. `line(j)` gives the first element of line j and how many there are. Where
+/// that pays, all are summed up first, and only a sum that is a NaN sends for each element.
+template <class T, class Line>
 inline bool any_nan_in_lines(core_int lines, bool summed, Line&& line)
 {
     if (summed) {
-        core_int j = 0;
-        while (j < lines) {
+        Sums<real<T>> sums;
+        for (core_int j = 0; j < lines; ++j) {
             const auto [x, n] = line(j);
-            if (sum_is_nan_of(x, n))
-                break;
-            ++j;
+            sums.add(x, n);
         }
-        if (j == lines)
+        if (!sums.nan())
             return false;
     }
     for (core_int j = 0; j < lines; ++j) {

@@ -17,7 +17,9 @@ inline I nancheck(I n, const T* x, I incx)
     const core_int step = incx < 0 ? -core_int{incx} : core_int{incx};
     constexpr I limit = 32; // below it, a sum costs more than it saves
     if (n >= limit && step == 1) {
-        if (!sum_is_nan_of(x, n))
+        Sums<real<T>> sums;
+        sums.add(x, n);
+        if (!sums.nan())
             return 0;
     } else if (n >= limit) {
         const auto* const reals = reinterpret_cast<const real<T>*>(x);
@@ -63,7 +65,7 @@ inline I ge_nancheck(int layout, I m, I n, const T* a, I lda)
     const bool summed = rows ? n >= 5 : m >= 16;
     if (!summed && length == lda && lines > 0) // one line after the other, without a gap
         return any_nan(a, length * lines);
-    return any_nan_in_lines(lines, summed, [&](core_int j) {
+    return any_nan_in_lines<T>(lines, summed, [&](core_int j) {
         return Piece<T>{a + j * core_int{lda}, length};
     });
 }
@@ -100,7 +102,7 @@ inline I tr_nancheck(int layout, char uplo, char diag, I n, const T* a, I lda)
     if (a == nullptr || !triangle.good)
         return 0;
     const core_int limit = parts<T> == 1 ? 20 : 19;
-    return any_nan_in_lines(n, n >= limit, [&](core_int j) {
+    return any_nan_in_lines<T>(n, n >= limit, [&](core_int j) {
         const core_int begin = triangle.begin(j), end = least(triangle.end(j, n), lda);
         return Piece<T>{a + begin + j * core_int{lda}, end - begin};
     });
