@@ -29,14 +29,9 @@ Type read_type(const std::string& text)
     return type;
 }
 
-void erase_all(std::string& text, const char* pattern)
-{
-    text = std::regex_replace(text, std::regex(pattern), " ");
-}
-
-} // namespace
-
-std::vector<Prototype> read_prototypes(const std::string& source)
+// The library's own matching goes as deep as a text is long, which a sanitized stack does not bear: comments
+// and directives are taken out by hand.
+std::string without_comments(const std::string& source)
 {
     std::string text;
     std::size_t at = 0;
@@ -44,22 +39,41 @@ std::vector<Prototype> read_prototypes(const std::string& source)
         text.append(source, at, open - at).push_back(' ');
         at = source.find("*/", open) + 2;
     }
-    text.append(source, at);
-    erase_all(text, "//[^\\n]*");
-    erase_all(text, "#[^\\n]*(\\\\\\n[^\\n]*)*");
-    erase_all(text, "extern \"C\" \\{");
+    return text.append(source, at);
+}
 
+std::string without_directives(const std::string& source)
+{
+    std::string text;
+    std::istringstream lines(source);
+    bool goes_on = false;
+    for (std::string line; std::getline(lines, line);) {
+        const bool directive = goes_on || line.find_first_not_of(" \t") == line.find('#');
+        goes_on = directive && line.ends_with('\\');
+        if (!directive && line.find("extern \"C\" {") == std::string::npos)
+            text += line.substr(0, line.find("//")) + '\n';
+    }
+    return text;
+}
+
+} // namespace
+
+std::vector<Prototype> read_prototypes(const std::string& source)
+{
     std::vector<Prototype> all;
-    static const std::regex declaration("^\\s*([\\w\\s*]+?[\\s*])(\\w+)\\s*\\(([^()]*)\\)\\s*$");
-    std::istringstream statements(text);
+    std::istringstream statements(without_directives(without_comments(source)));
     for (std::string statement; std::getline(statements, statement, ';');) {
-        std::smatch parts;
-        const auto close = statement.rfind('}'); // the end of a struct or an enum lies ahead of it
-        const std::string last = close == std::string::npos ? statement : statement.substr(close + 1);
-        if (last.find("typedef") != std::string::npos || !std::regex_match(last, parts, declaration))
+        statement.erase(0, statement.rfind('}') + 1); // the end of a struct or an enum lies ahead of it
+        const auto open = statement.find('('), close = statement.find(')');
+        if (statement.find("typedef") != std::string::npos || close == std::string::npos ||
+            statement.find('(', open + 1) != std::string::npos ||
+            statement.find_first_not_of(" \n", close + 1) != std::string::npos)
             continue;
-        Prototype prototype{parts[2], read_type(parts[1]), {}};
-        std::istringstream list(parts[3]);
+        const auto last = statement.find_last_not_of(" \n\t", open - 1);
+        const auto name = statement.find_last_of(" *\n\t", last) + 1;
+        Prototype prototype{
+            statement.substr(name, last + 1 - name), read_type(statement.substr(0, name)), {}};
+        std::istringstream list(statement.substr(open + 1, close - open - 1));
         for (std::string argument; std::getline(list, argument, ',');)
             if (const Type type = read_type(argument); type.element != "void" || type.stars > 0)
                 prototype.arguments.push_back(type);
