@@ -28,29 +28,38 @@ template <class T>
         *b = *a;
 }
 
-/// The same for few elements, of which the choice of a kernel would take longer than the work.
+/// The same for few elements, of which the choice of a kernel would take longer than the work: at least two
+/// lines of two. Squares of vectors, the last ones of which begin early enough to fit and move some elements
+/// a second time.
 template <class T>
 [[gnu::noinline]] void transpose_few(core_int m, core_int n, const T* a, core_int lda, T* b, core_int ldb)
 {
-    // Squares of vectors; the last ones begin early enough to fit, and move some elements a second time.
     constexpr core_int width = sizeof(T) == 8 ? 2 : 1;
-    using Pair [[gnu::vector_size(16)]] = long long;
-    using Loose [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] = long long;
-    for (core_int i = 0; i < m; i += width) {
-        const core_int row = std::min(i, m - width);
-        for (core_int j = 0; j < n; j += width) {
-            const core_int column = std::min(j, n - width);
-            const T* const from = a + row + column * lda;
-            T* const to = b + column + row * ldb;
-            if constexpr (width == 1) {
-                *to = *from;
-            } else {
-                const Pair x = *reinterpret_cast<const Loose*>(from);
-                const Pair y = *reinterpret_cast<const Loose*>(from + lda);
-                *reinterpret_cast<Loose*>(to) = __builtin_shufflevector(x, y, 0, 2);
-                *reinterpret_cast<Loose*>(to + ldb) = __builtin_shufflevector(x, y, 1, 3);
-            }
+    const auto square = [lda, ldb](const T* from, T* to) {
+        if constexpr (width == 1) {
+            *to = *from;
+        } else {
+            using Pair [[gnu::vector_size(16)]] = long long;
+            using Loose [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] = long long;
+            const Pair x = *reinterpret_cast<const Loose*>(from);
+            const Pair y = *reinterpret_cast<const Loose*>(from + lda);
+            *reinterpret_cast<Loose*>(to) = __builtin_shufflevector(x, y, 0, 2);
+            *reinterpret_cast<Loose*>(to + ldb) = __builtin_shufflevector(x, y, 1, 3);
         }
+    };
+    for (;;) {
+        const T* from = a;
+        T* to = b;
+        T* const last = b + n - width;
+        for (; to < last; from += width * lda, to += width)
+            square(from, to);
+        square(from - (to - last) * lda, last);
+        m -= width;
+        if (m <= 0)
+            return;
+        const core_int step = std::min(m, width);
+        a += step;
+        b += step * ldb;
     }
 }
 

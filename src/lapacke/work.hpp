@@ -46,6 +46,14 @@ QNM_INLINE I shifted(I info)
     return info < 0 ? info - 1 : info;
 }
 
+/// Where a value stands for the length of a call. A member's own address would keep its record in memory, and
+/// what is known of each matrix would be looked up there.
+template <class I>
+QNM_INLINE const I* lent(const I&& value)
+{
+    return &value;
+}
+
 /// A matrix of a row-major call, and its column-major copy.
 template <class E, class I, class Form, class Back = Form>
 struct Matrix {
@@ -61,6 +69,7 @@ struct Matrix {
     E* place = const_cast<E*>(given);
     I place_ld = leading();
 
+    QNM_INLINE I copy_ld() const { return place_ld; }
     QNM_INLINE bool too_short() const { return ld < bound; }
     QNM_INLINE bool allocate()
     {

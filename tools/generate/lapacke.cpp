@@ -185,8 +185,8 @@ private:
             else if (copies && a.role == Role::matrix)
                 append(list, name + "_t.place");
             else if (copies && a.role == Role::leading)
-                append(list, "&" + plan_.arguments[static_cast<std::size_t>(a.matrix)].argument->name +
-                                 "_t.place_ld");
+                append(list, "lent(" + plan_.arguments[static_cast<std::size_t>(a.matrix)].argument->name +
+                                 "_t.copy_ld())");
             else
                 append(list, (a.address ? "" : "&") + name);
         }
