@@ -128,26 +128,8 @@ QNM_INLINE P sent(In<P> a)
     return a;
 }
 
-template <class P>
-QNM_INLINE Out<P> sent(Out<In<P>> a)
-{
-    return {a.caller};
-}
-
-template <class P>
-QNM_INLINE Answer<P> sent(Answer<In<P>> a)
-{
-    return {a.caller};
-}
-
-template <class P>
-QNM_INLINE Info<P> sent(Info<In<P>> a)
-{
-    return {a.caller};
-}
-
-template <class P>
-QNM_INLINE ReadInfo<P> sent(ReadInfo<In<P>> a)
+template <template <class> class Kind, class P>
+QNM_INLINE Kind<P> sent(Kind<In<P>> a)
 {
     return {a.caller};
 }
@@ -156,12 +138,6 @@ template <class P>
 QNM_INLINE Query<P> sent(Query<In<P>> a)
 {
     return {a.caller, a.asked};
-}
-
-template <class P>
-QNM_INLINE OwnQuery<P> sent(OwnQuery<In<P>> a)
-{
-    return {a.caller};
 }
 
 template <Way way, Extra extra, class P, class Returned>

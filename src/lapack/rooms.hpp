@@ -61,16 +61,11 @@ struct Seat<In<const int*>> : Room<const int*> {
     QNM_INLINE Seat(In<const int*> a, Ground<In<const int*>>&& /*ground*/) : Room<const int*>(a) {}
 };
 
-/// A scalar that comes back is seeded with the caller's value: a routine that stops early leaves it alone.
+/// An integer that the core writes and the caller gets, converted if that is narrow.
 template <class H>
-struct Seat<Out<H>> {
+struct Written {
     H caller;
     core_int* wide;
-    QNM_INLINE Seat(Out<H> a, Ground<Out<H>>&& ground) : caller(a.caller), wide(&ground.wide)
-    {
-        if constexpr (is_narrow<H>)
-            *wide = *caller;
-    }
     QNM_INLINE core_int* pass()
     {
         if constexpr (is_narrow<H>)
@@ -82,6 +77,16 @@ struct Seat<Out<H>> {
     {
         if constexpr (is_narrow<H>)
             *pointer(caller) = static_cast<int>(*wide);
+    }
+};
+
+/// A scalar that comes back is seeded with the caller's value: a routine that stops early leaves it alone.
+template <class H>
+struct Seat<Out<H>> : Written<H> {
+    QNM_INLINE Seat(Out<H> a, Ground<Out<H>>&& ground) : Written<H>{a.caller, &ground.wide}
+    {
+        if constexpr (is_narrow<H>)
+            *this->wide = *this->caller;
     }
 };
 
@@ -99,24 +104,10 @@ struct Seat<Answer<H>> : Seat<Out<H>> {
 };
 
 template <class H>
-struct Seat<Info<H>> {
-    H caller;
-    core_int* wide;
-    QNM_INLINE Seat(Info<H> a, Ground<Info<H>>&& ground) : caller(a.caller), wide(&ground.wide) {}
-    QNM_INLINE core_int* pass()
-    {
-        if constexpr (is_narrow<H>)
-            return wide;
-        else
-            return caller;
-    }
-    QNM_INLINE void bring_back()
-    {
-        if constexpr (is_narrow<H>)
-            *pointer(caller) = static_cast<int>(*wide);
-    }
+struct Seat<Info<H>> : Written<H> {
+    QNM_INLINE Seat(Info<H> a, Ground<Info<H>>&& ground) : Written<H>{a.caller, &ground.wide} {}
     /// Scratch could not be had; the handler is told another code.
-    QNM_INLINE void fail() { *pointer(caller) = -1023; }
+    QNM_INLINE void fail() { *pointer(this->caller) = -1023; }
 };
 
 template <class H>
