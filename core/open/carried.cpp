@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "catalogue/catalogue.hpp"
+#include "catalogue/tool.hpp"
 
 namespace {
 
@@ -109,10 +110,5 @@ int run(const std::vector<std::string>& words)
 
 int main(int count, char** words)
 {
-    try {
-        return run({words + 1, words + count});
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return qnm::catalogue::run_tool(run, count, words);
 }

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "catalogue/tool.hpp"
 #include "output.hpp"
 
 namespace qnm::generate {
@@ -72,10 +73,5 @@ int run(const std::vector<std::string>& words)
 
 int main(int count, char** words)
 {
-    try {
-        return run({words + 1, words + count});
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return qnm::catalogue::run_tool(run, count, words);
 }
