@@ -80,6 +80,7 @@ struct Precision {
     std::string prefix;
     char element; // T: s d c z
     char real;    // R: s d
+    bool is_complex() const { return element == 'c' || element == 'z'; }
 };
 const Precision* find_precision(const std::string& prefix);
 

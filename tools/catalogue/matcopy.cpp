@@ -3,15 +3,6 @@
 
 namespace qnm::catalogue {
 
-namespace {
-
-bool real(const Precision& precision)
-{
-    return precision.element == precision.real;
-}
-
-} // namespace
-
 std::string Entry::c_form() const
 {
     if (row->entry_class != Class::matcopy)
@@ -37,7 +28,7 @@ std::string matcopy_format(const Entry& entry, const char* integer)
         else if (a.kind == Kind::integer)
             text += integer;
         else
-            text += real(entry.precision) ? "%f" : "%p";
+            text += entry.precision.is_complex() ? "%p" : "%f";
     }
     return text + ")";
 }

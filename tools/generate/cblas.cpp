@@ -1,9 +1,11 @@
 // The C interface: for each entry one call of its class's template.
 #include "cblas.hpp"
-#include "output.hpp"
 
 #include <map>
 #include <set>
+
+#include "entry.hpp"
+#include "output.hpp"
 
 namespace qnm::generate {
 
@@ -16,17 +18,10 @@ bool has_struct(const CRow& row)
     return has_layout(row) || row.form == "sized" || row.form == "regardless";
 }
 
-std::string result_type(const CEntry& entry)
+std::string c_result_type(const CEntry& entry)
 {
-    const Row& fortran = entry.row->fortran;
-    if (entry.row->form == "index")
-        return "core_int";
-    if (fortran.result.kind != ResultKind::value)
-        return "void";
-    if (fortran.result.type == "index" || fortran.result.type == "status")
-        return "int";
-    return fortran.result.type == "size" ? "core_int"
-                                         : c_type(fortran.result.type, entry.precision, entry.width);
+    return entry.row->form == "index" ? "core_int"
+                                      : result_type({&entry.row->fortran, entry.precision, entry.width});
 }
 
 /// What the Fortran routine, or the core, takes: addresses all.
@@ -34,8 +29,8 @@ std::string callee_declaration(const CEntry& entry, const std::string& callee)
 {
     const Row& fortran = entry.row->fortran;
     const std::size_t count = fortran.arguments.size() + (fortran.result.kind == ResultKind::hidden ? 1 : 0);
-    return "extern \"C\" QNM_EXPORT " + (entry.row->form == "index" ? "int" : result_type(entry)) + " " +
-           callee + "(" + joined(Words(count, "const void*"), ", ") + ");\n";
+    return "extern \"C\" QNM_EXPORT " + (entry.row->form == "index" ? "int" : c_result_type(entry)) + " " +
+           callee + "(" + joined(Words(count, "const void*")) + ");\n";
 }
 
 std::string row_instance(const CEntry& entry, const std::string& integer)
@@ -45,7 +40,7 @@ std::string row_instance(const CEntry& entry, const std::string& integer)
         names.push_back(a.as.name);
     const std::string real = c_type("R", entry.precision, entry.width);
     return struct_name(*entry.row) + "<" + integer + ", " + (real.empty() ? "float" : real) + ">{" +
-           joined(names, ", ") + "}";
+           joined(names) + "}";
 }
 
 std::string body(const CEntry& entry)
@@ -58,7 +53,7 @@ std::string body(const CEntry& entry)
                                                                  {"triangle", "Triangle"},
                                                                  {"batch", "Batch"}};
     const CRow& row = *entry.row;
-    const std::string integer = entry.width == Width::narrow ? "int" : "core_int";
+    const std::string integer = integer_type(entry.width);
     const std::string columns = entry.callee(row.columns);
     const std::string rows = entry.callee(row.rows);
     const std::string instance = has_struct(row) ? row_instance(entry, integer) : "";
@@ -77,7 +72,7 @@ std::string body(const CEntry& entry)
         passed.push_back(
             (row.form == "forward" && (a.role == CRole::integer || a.role == CRole::scalar) ? "&" : "") +
             a.as.name);
-    const std::string list = "(" + joined(passed, ", ") + ")";
+    const std::string list = "(" + joined(passed) + ")";
     if (row.form == "forward")
         return columns + list;
     if (row.form == "index")
@@ -85,30 +80,28 @@ std::string body(const CEntry& entry)
     if (row.form == "direct")
         return "dot_sub<" + columns + ">" + list;
     const std::string real = c_type("R", entry.precision, entry.width);
-    const char element = entry.precision.element;
     return "sparse::" + row.fortran_root + "<" +
-           (element == 'c' || element == 'z' ? "Complex<" + real + ">" : real) + ">" + list;
+           (entry.precision.is_complex() ? "Complex<" + real + ">" : real) + ">" + list;
 }
 
 std::string c_entry_text(const CEntry& entry)
 {
     if (entry.row->form == "jump")
         return "QNM_FORWARD(" + entry.name() + ", " + entry.callee(entry.row->columns) + ")\n\n";
-    const std::string integer = entry.width == Width::narrow ? "int" : "core_int";
+    const std::string integer = integer_type(entry.width);
     Words parameters;
     for (const CArgument& a : entry.row->arguments)
         parameters.push_back(c_parameter_type(a, integer, scalar_type(a, entry.precision)) + " " + a.as.name);
-    return "extern \"C\" QNM_EXPORT " + result_type(entry) + " " + entry.name() + "(" +
-           joined(parameters, ", ") + ")\n{\n    return " + body(entry) + ";\n}\n\n";
+    return exported(c_result_type(entry) + " " + entry.name() + "(" + joined(parameters) + ")",
+                    "return " + body(entry)) +
+           "\n";
 }
 
 } // namespace
 
 std::string cblas_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = "// Made from " + file +
-                       "; the table and the templates of this family are what to read.\n"
-                       "#include \"cblas/entries.hpp\"\n\nnamespace qnm {\n\n";
+    std::string text = source_head(file, "cblas", "qnm");
     std::set<std::string> declared;
     for (const CRow& row : tables.c_rows().rows) {
         if (row.file != file)

@@ -8,14 +8,6 @@ namespace qnm::generate {
 
 using namespace catalogue;
 
-std::string joined(const Words& parts, const char* between)
-{
-    std::string text;
-    for (const std::string& part : parts)
-        text += (text.empty() ? "" : between) + part;
-    return text;
-}
-
 bool has_layout(const CRow& row)
 {
     return row.find("layout") != nullptr;
@@ -53,25 +45,10 @@ std::string scalar_type(const CArgument& a, const Precision& precision)
 
 std::string struct_name(const CRow& row)
 {
-    std::string root = row.root;
-    std::replace(root.begin(), root.end(), '?', 'x');
-    return root + "_row_" + row.precisions.front().prefix;
+    return stem(row.root) + "_row_" + row.precisions.front().prefix;
 }
 
 namespace {
-
-using EKind = Expression::Kind;
-bool is_array(const CArgument& a)
-{
-    return a.role == CRole::options || a.role == CRole::integers;
-}
-
-/// What an argument's letters become in a layout, in the order of its codes.
-std::string letters_of(const CArgument& a, const Rewrite& rewrite)
-{
-    const auto told = rewrite.letters.find(a.as.name);
-    return told != rewrite.letters.end() ? told->second : code_group(a.as.letters).letters;
-}
 
 /// A text of letters as letter() wants them. P stands behind the others; a blank stands for a bad code.
 std::string texts(const CArgument& a, const CRow& row, const Rewrite& rewrite)
@@ -98,177 +75,10 @@ std::string index_text(const CArgument& a)
            " ? 3 : " + index + ")";
 }
 
-/// Expressions and tests of a row in one of its layouts.
-class Printer {
-public:
-    Printer(const CRow& row, bool row_major) : row_(row), rewrite_(row.rewrite(row_major)) {}
-
-    /// The test of a C argument: where it fails.
-    std::string failing(const std::string& name) const
-    {
-        const CArgument& c = *row_.find(name);
-        const std::string array = is_array(c) || (row_.fortran.groups && c.as.array)
-                                      ? "unlikely(" + name + " == nullptr)"
-                                      : std::string{};
-        const Argument& a = row_.find(rewrite_.source(name))->as; // whose place it takes
-        const std::string test = c.role == CRole::option || c.role == CRole::options ? codes(c)
-                                 : a.tested()                                        ? values(name, a)
-                                                                                     : std::string{};
-        if (array.empty() || test.empty())
-            return array + test;
-        return "(" + array + " || any_group<I>(&group_count, [&](I g) { return " + test + "; }))";
-    }
-
-private:
-    std::string value(const std::string& name) const
-    {
-        return is_array(*row_.find(name)) ? name + "[g]" : name;
-    }
-
-    /// Codes that are none of the option's.
-    std::string codes(const CArgument& c) const
-    {
-        std::vector<int> good;
-        for (const char letter : c.as.letters)
-            good.push_back(option_code(code_group(c.as.letters), letter));
-        std::sort(good.begin(), good.end());
-        const std::string name = value(c.as.name);
-        Words any;
-        for (std::size_t i = 0; i < good.size();) {
-            std::size_t last = i;
-            while (last + 1 < good.size() && good[last + 1] == good[last] + 1)
-                ++last;
-            any.push_back(last == i ? "(" + name + " == " + std::to_string(good[i]) + ")"
-                                    : "within(" + name + ", " + std::to_string(good[i]) + ", " +
-                                          std::to_string(good[last]) + ")");
-            i = last + 1;
-        }
-        return "refused(" + joined(any, " || ") + ")";
-    }
-
-    std::string values(const std::string& name, const Argument& a) const
-    {
-        std::string text;
-        if (a.nonzero)
-            text = "unlikely(" + value(name) + " == 0)";
-        else if (const Expression& e = *a.minimum; e.kind == EKind::binary && e.text == "+" &&
-                                                   e.operands[1]->kind == EKind::number &&
-                                                   e.operands[1]->value == 1)
-            text = "at_most<I>(" + value(name) + ", " + cxx(*e.operands[0]) + ")";
-        else
-            text = "below<I>(" + value(name) + ", " + cxx(e) + ")";
-        return a.unless ? "(!" + cxx(*a.unless) + " && " + text + ")" : text;
-    }
-
-    const Expression* defined(const std::string& name) const
-    {
-        for (const Definition& d : row_.fortran.definitions)
-            if (d.name == name)
-                return &*d.value;
-        return nullptr;
-    }
-
-    bool non_negative(const Expression& e) const
-    {
-        if (e.kind == EKind::number)
-            return true;
-        if (e.kind == EKind::condition)
-            return non_negative(*e.operands[1]) && non_negative(*e.operands[2]);
-        if (e.kind != EKind::name)
-            return false;
-        if (const Expression* d = defined(e.text))
-            return non_negative(*d);
-        const ExpressionPtr& minimum = row_.find(e.text)->as.minimum;
-        return minimum && minimum->kind == EKind::number && minimum->value >= 0;
-    }
-
-    /// `trans is N`: the codes that become such a letter in this layout.
-    std::string letter_test(const Expression& e) const
-    {
-        const CArgument& c = *row_.find(rewrite_.source(e.text));
-        const CodeGroup& group = code_group(c.as.letters);
-        const std::string letters = letters_of(c, rewrite_);
-        Words in;
-        Words out;
-        for (const char letter : c.as.letters) {
-            const std::size_t at = std::string(group.letters).find(letter);
-            const char becomes = at == std::string::npos ? letter : letters[at];
-            const std::string code = std::to_string(option_code(group, letter));
-            (e.letters.find(becomes) != std::string::npos ? in : out).push_back(code);
-        }
-        const bool few = in.size() <= out.size();
-        Words any;
-        for (const std::string& code : few ? in : out)
-            any.push_back(value(c.as.name) + (few ? " == " : " != ") + code);
-        return "(" + joined(any, few ? " || " : " && ") + ")";
-    }
-
-    std::string cxx(const Expression& e) const
-    {
-        const auto operand = [&](std::size_t i) { return cxx(*e.operands[i]); };
-        switch (e.kind) {
-        case EKind::number:
-            return std::to_string(e.value);
-        case EKind::name:
-            if (const Expression* d = defined(e.text))
-                return cxx(*d);
-            return value(rewrite_.source(e.text));
-        case EKind::letter:
-            return letter_test(e);
-        case EKind::condition:
-            return "(" + operand(0) + " ? " + operand(1) + " : " + operand(2) + ")";
-        case EKind::negation:
-            return (e.text == "-" ? "-" : "!") + operand(0);
-        case EKind::call:
-            if (e.text == "abs")
-                return "magnitude<I>(" + operand(0) + ")";
-            if (e.text == "max" && non_negative(*e.operands[1]))
-                return "at_least_1<I>(" + operand(1) + ")";
-            return (e.text == "max" ? "larger<I>(" : "smaller<I>(") + operand(0) + ", " + operand(1) + ")";
-        case EKind::binary:
-            return "(" + operand(0) + " " +
-                   (e.text == "and"  ? "&&"
-                    : e.text == "or" ? "||"
-                                     : e.text) +
-                   " " + operand(1) + ")";
-        }
-        return {};
-    }
-
-    const CRow& row_;
-    const Rewrite& rewrite_;
-};
-
 /// The type of a scalar in the struct of a row, which its letters share.
 std::string field_scalar(const CArgument& a, const CRow& row)
 {
     return a.as.type == "T" || a.as.type == "R" ? "R" : scalar_type(a, row.precisions.front());
-}
-
-/// The tests of some steps, as a chain of conditions that ends in 0.
-std::string chain(const CRow& row, const Words& steps, bool row_major, const std::string& behind_trans = {})
-{
-    const Printer printer(row, row_major);
-    const Rewrite& rewrite = row.rewrite(row_major);
-    std::string text;
-    for (const std::string& step : steps) {
-        const auto told = rewrite.codes.find(step);
-        const std::string code =
-            std::to_string(told != rewrite.codes.end() ? told->second : row.position(step));
-        const CArgument& a = *row.find(step);
-        if (row.has(row.goes_on, step) && a.role == CRole::option)
-            text += "goes_on(" + printer.failing(step) + ", name, " + code + ", " + step + ", " +
-                    std::to_string(code_group(a.as.letters).first +
-                                   static_cast<int>(std::string(code_group(a.as.letters).letters).size())) +
-                    ") ? 0\n             : ";
-        else if (row.has(row.goes_on, step) || row.has(rewrite.goes_on, step))
-            text += "goes_on(" + printer.failing(step) + ", name, " + code + ") ? 0\n             : ";
-        else
-            text += printer.failing(step) + " ? " + code + "\n             : ";
-        if (!behind_trans.empty() && step == "trans")
-            text += behind_trans + " ? 0\n             : ";
-    }
-    return text + "0";
 }
 
 std::string tests_text(const std::string& head, const std::string& body)
@@ -301,7 +111,7 @@ std::string call_text(const CRow& row, bool row_major)
     const bool groups = row.fortran.groups && row.form != "forward";
     return "    template <class Entry" + std::string(groups ? ", class Letters" : "") +
            ">\n    QNM_INLINE auto " + (row_major ? "rows" : "columns") + "(Entry* entry" +
-           (groups ? ", Letters letters" : "") + ")\n    {\n        return entry(" + joined(passed, ", ") +
+           (groups ? ", Letters letters" : "") + ")\n    {\n        return entry(" + joined(passed) +
            ");\n    }\n";
 }
 
@@ -364,12 +174,12 @@ std::string row_text(const CRow& row)
             "    static constexpr int layout_position = " + std::to_string(row.position("layout")) + ";\n";
     if (options > 0)
         text += "    static constexpr int options = " + std::to_string(options) + ";\n";
-    text += tests_text("ahead" + name, chain(row, ahead, false));
+    text += tests_text("ahead" + name, test_chain(row, ahead, false));
     if (!has_layout(row))
         return text + call_text(row, false) + "};\n\n";
     const Words behind(layout + 1, row.steps.end());
-    text += tests_text("columns_tests" + name, chain(row, behind, false));
-    text += tests_text("rows_tests" + name, chain(row, behind, true));
+    text += tests_text("columns_tests" + name, test_chain(row, behind, false));
+    text += tests_text("rows_tests" + name, test_chain(row, behind, true));
     if (!row.conjugated.empty() && !row.fortran.groups) {
         Words named;
         Words values;
@@ -379,8 +189,8 @@ std::string row_text(const CRow& row)
         text += turns ? "    template <class Turn>\n" : "";
         text += tests_text("rows_options([[maybe_unused]] const char* name" +
                                std::string(turns ? ", Turn turn)" : ")"),
-                           chain(row, named, true, turns ? "done(turn)" : ""));
-        text += tests_text("rows_values" + name, chain(row, values, true));
+                           test_chain(row, named, true, turns ? "done(turn)" : ""));
+        text += tests_text("rows_values" + name, test_chain(row, values, true));
     }
     if (!row.copied.empty()) {
         Words visits;

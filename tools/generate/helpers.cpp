@@ -19,22 +19,17 @@ std::string type(const std::string& word, const Entry& entry)
                                   : c;
 }
 
-std::string parameters(const Entry& entry)
-{
-    std::string list;
-    for (const Argument& a : entry.row->arguments) {
-        const std::string constant = a.array && a.direction == Direction::none ? "const " : "";
-        list += (list.empty() ? "" : ", ") + constant + type(a.type, entry) + (a.array ? "* " : " ") + a.name;
-    }
-    return list;
-}
-
-std::string declaration(const Entry& entry)
+/// Result, name and parameters.
+std::string head(const Entry& entry)
 {
     const Result& result = entry.row->result;
-    return "extern \"C\" QNM_EXPORT " +
-           (result.kind == ResultKind::none ? "void" : type(result.type, entry)) + " " +
-           entry.spellings()[0] + "(" + parameters(entry) + ")";
+    Words list;
+    for (const Argument& a : entry.row->arguments) {
+        const std::string constant = a.array && a.direction == Direction::none ? "const " : "";
+        list.push_back(constant + type(a.type, entry) + (a.array ? "* " : " ") + a.name);
+    }
+    return (result.kind == ResultKind::none ? "void" : type(result.type, entry)) + " " +
+           entry.spellings()[0] + "(" + joined(list) + ")";
 }
 
 /// The root without the letter's place: `ge_trans`; of plain vectors `nancheck`.
@@ -52,11 +47,11 @@ std::string element_and_integer(const Entry& entry)
 
 std::string definition(const Entry& entry)
 {
-    std::string arguments;
+    Words arguments;
     for (const Argument& a : entry.row->arguments)
-        arguments += (arguments.empty() ? "" : ", ") + a.name;
-    return declaration(entry) + "\n{\n    return " + form(*entry.row) + "<" + element_and_integer(entry) +
-           ">(" + arguments + ");\n}\n";
+        arguments.push_back(a.name);
+    return exported(head(entry), "return " + form(*entry.row) + "<" + element_and_integer(entry) + ">(" +
+                                     joined(arguments) + ")");
 }
 
 } // namespace
@@ -68,14 +63,12 @@ std::string helpers_text(const Catalogue& tables, const std::string& file)
     for (const Row& row : tables.rows())
         if (row.file == file)
             for (const Entry& entry : Catalogue::entries(row)) {
-                declarations += declaration(entry) + ";\n";
+                declarations += "extern \"C\" QNM_EXPORT " + head(entry) + ";\n";
                 members[element_and_integer(entry)] +=
                     "    static constexpr auto* " + form(row) + " = " + entry.spellings()[0] + ";\n";
                 definitions += definition(entry);
             }
-    std::string text =
-        "// Made from " + file + "; the table and the templates of this family are what to read.\n" +
-        "#include \"lapacke/helpers/entries.hpp\"\n\nnamespace qnm::helpers {\n\n" + declarations;
+    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers") + declarations;
     for (const auto& [types, functions] : members)
         text += "\ntemplate <>\nstruct Exported<" + types + "> {\n" + functions + "};\n";
     return text + "\n" + definitions + "\n} // namespace qnm::helpers\n";

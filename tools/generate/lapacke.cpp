@@ -5,6 +5,7 @@
 #include <set>
 
 #include "output.hpp"
+#include "prototypes.hpp"
 
 namespace qnm::generate {
 

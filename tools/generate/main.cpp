@@ -1,17 +1,13 @@
 // The generator: reads the tables and writes what the compiler and the linker need of them.
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "catalogue/tool.hpp"
 #include "output.hpp"
 
 namespace qnm::generate {
-
-std::string quoted(const std::string& text)
-{
-    return "\"" + text + "\"";
-}
 
 void write_if_changed(const std::string& path, const std::string& text)
 {
@@ -51,21 +47,19 @@ int run(const std::vector<std::string>& words)
         std::fputs(usage, stderr);
         return 2;
     }
+    using Output = std::string (*)(const catalogue::Catalogue&, const std::string&);
+    static const std::map<std::string, Output> outputs{{"entries", generate::entries_text},
+                                                       {"services", generate::services_text},
+                                                       {"cblas", generate::cblas_text},
+                                                       {"lapacke", generate::lapacke_text},
+                                                       {"header", generate::header_text}};
     const auto tables = catalogue::read_tables({words.begin() + 3, words.end()});
-    if (words[0] == "entries")
-        generate::write_if_changed(words[2], generate::entries_text(tables, words[1]));
-    else if (words[0] == "services")
-        generate::write_if_changed(words[2], generate::services_text(tables, words[1]));
-    else if (words[0] == "cblas")
-        generate::write_if_changed(words[2], generate::cblas_text(tables, words[1]));
-    else if (words[0] == "lapacke")
-        generate::write_if_changed(words[2], generate::lapacke_text(tables, words[1]));
-    else if (words[0] == "header")
-        generate::write_if_changed(words[2], generate::header_text(tables, words[1]));
-    else {
+    const auto output = outputs.find(words[0]);
+    if (output == outputs.end()) {
         std::fputs(usage, stderr);
         return 2;
     }
+    generate::write_if_changed(words[2], output->second(tables, words[1]));
     return 0;
 }
 

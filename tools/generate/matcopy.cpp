@@ -9,15 +9,10 @@ namespace {
 
 enum class Form { fortran, c, core };
 
-bool real(const Precision& precision)
-{
-    return precision.element == precision.real;
-}
-
 std::string scalar_type(const Precision& precision, Form form)
 {
     const bool single = precision.real == 's';
-    if (real(precision))
+    if (!precision.is_complex())
         return std::string(form == Form::fortran ? "const " : "") + (single ? "float" : "double") +
                (form == Form::fortran ? "*" : "");
     return form == Form::c ? (single ? "Complex8" : "Complex16") : "const void*";
@@ -38,10 +33,10 @@ std::string type(const Argument& a, const Precision& precision, Form form)
 
 std::string parameters(const Entry& entry, Form form)
 {
-    std::string list;
+    Words list;
     for (const Argument& a : entry.row->arguments)
-        list += (list.empty() ? "" : ", ") + type(a, entry.precision, form) + " " + a.name;
-    return list;
+        list.push_back(type(a, entry.precision, form) + " " + a.name);
+    return "(" + joined(list) + ")";
 }
 
 /// An argument as it is handed to the template: what is an array says so, and what comes by value has an
@@ -54,41 +49,34 @@ std::string argument(const Argument& a, const Entry& entry, Form form)
         return (form == Form::fortran ? "NarrowSizes{" : "Sizes{") + a.name + "}";
     if (a.name == "group_count" && form == Form::fortran)
         return "GroupCount{" + a.name + "}";
-    if (form == Form::c && a.type == "T" && !a.array && !real(entry.precision))
+    if (form == Form::c && a.type == "T" && !a.array && entry.precision.is_complex())
         return "address(" + a.name + ")";
     return a.name;
-}
-
-std::string arguments(const Entry& entry, Form form)
-{
-    std::string list;
-    for (const Argument& a : entry.row->arguments)
-        list += ", " + argument(a, entry, form);
-    return list;
 }
 
 std::string form_text(const Entry& entry, Form form)
 {
     const bool fortran = form == Form::fortran;
-    return "extern \"C\" QNM_EXPORT void " + (fortran ? entry.name() : entry.c_form()) + "(" +
-           parameters(entry, form) + ")\n{\n    return entry<" + tests_name(*entry.row) + ", " +
-           entry.core() + ">(" + quoted(entry.report_name()) + ", " +
-           quoted(fortran ? entry.format() : entry.c_format()) + arguments(entry, form) + ");\n}\n";
+    Words passed{quoted(entry.report_name()), quoted(fortran ? entry.format() : entry.c_format())};
+    for (const Argument& a : entry.row->arguments)
+        passed.push_back(argument(a, entry, form));
+    return exported("void " + (fortran ? entry.name() : entry.c_form()) + parameters(entry, form),
+                    "return entry<" + tests_name(*entry.row) + ", " + entry.core() + ">(" + joined(passed) +
+                        ")");
 }
 
 } // namespace
 
 std::string matcopy_text(const Entry& entry)
 {
-    std::string text = "extern \"C\" void " + entry.core() + "(" + parameters(entry, Form::core) + ");\n";
-    text += "extern \"C\" QNM_EXPORT int " + entry.check() + "(" + parameters(entry, Form::core) +
-            ")\n{\n    return verdict<" + tests_name(*entry.row) + ">(" + quoted(entry.report_name());
+    Words passed{quoted(entry.report_name())};
     for (const Argument& a : entry.row->arguments)
-        text += ", " + a.name;
-    text += ");\n}\n" + form_text(entry, Form::fortran) + "QNM_SPELLINGS(" + entry.name();
-    for (std::size_t i = 1; i < entry.spellings().size(); ++i)
-        text += ", " + entry.spellings()[i];
-    return text + ")\n" + form_text(entry, Form::c) + "\n";
+        passed.push_back(a.name);
+    return "extern \"C\" void " + entry.core() + parameters(entry, Form::core) + ";\n" +
+           exported("int " + entry.check() + parameters(entry, Form::core),
+                    "return verdict<" + tests_name(*entry.row) + ">(" + joined(passed) + ")") +
+           form_text(entry, Form::fortran) + "QNM_SPELLINGS(" + joined(entry.spellings()) + ")\n" +
+           form_text(entry, Form::c) + "\n";
 }
 
 } // namespace qnm::generate

@@ -3,15 +3,15 @@
 
 #include <string>
 
-#include "catalogue/catalogue.hpp"
+#include "text.hpp"
 
 namespace qnm::generate {
 
 /// Writes a file only when its text changes, so that nothing is compiled anew for a comment in a table.
 void write_if_changed(const std::string& path, const std::string& text);
 
-/// An expression as C++, for a test of scalars or, with `groups`, for group `g` of a batch.
-std::string cxx(const catalogue::Expression& expression, const catalogue::Row& row, bool groups);
+/// An expression of a test as C++; that of a batch is for group `g`.
+std::string test_text(const catalogue::Expression& expression, const catalogue::Row& row);
 
 /// An expression of arguments as a size of 64 bits, and the number of elements of an array.
 std::string size_text(const catalogue::Expression& expression, const catalogue::Row& row);
@@ -31,16 +31,8 @@ std::string matcopy_text(const catalogue::Entry& entry);
 std::string cblas_text(const catalogue::Catalogue& tables, const std::string& file);
 /// The C interface to LAPACK of one table.
 std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& file);
-/// Its prototypes, and what a program of 64-bit integers calls in place of each name.
-std::string lapacke_prototypes(const catalogue::Catalogue& tables, const std::string& file);
-std::string lapacke_renames(const catalogue::Catalogue& tables);
-/// The names under which C programs call the LAPACK routines themselves.
-std::string lapacke_routines(const catalogue::Catalogue& tables, catalogue::Width width);
 /// What follows from the rows of one of its names; empty for other names.
 std::string lapacke_explanation(const catalogue::Catalogue& tables, const std::string& name);
-/// A prototype, its lines broken.
-std::string prototype(const std::string& type, const std::string& name,
-                      const std::vector<std::string>& parameters);
 /// All services of one table.
 std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
 /// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of
@@ -49,8 +41,5 @@ std::string services_text(const catalogue::Catalogue& tables, const std::string&
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
 /// What a name is and what follows from its row, for people.
 std::string explanation(const catalogue::Catalogue& tables, const std::string& name);
-
-/// A C string literal.
-std::string quoted(const std::string& text);
 
 } // namespace qnm::generate
