@@ -1,0 +1,208 @@
+// The high level of a member of the C interface to LAPACK: NaN checks and workspaces around a call of the
+// work level.
+#include <algorithm>
+
+#include "lapacke.hpp"
+
+namespace qnm::generate {
+
+using namespace catalogue;
+
+namespace {
+
+using EKind = Expression::Kind;
+using Role = LapackeArgument::Role;
+
+class HighLevel {
+public:
+    explicit HighLevel(const LapackeMember& member) : m_(member), plan_(member.plan()), text_(member, true) {}
+
+    std::string function() const
+    {
+        return exported(m_.result() + " " + m_.name() + m_.parameters(true), "return " + body());
+    }
+
+private:
+    std::string quoted_name() const { return quoted(m_.name()); }
+
+    std::string body() const
+    {
+        const std::string call = with_workspaces();
+        const std::string nan = checks();
+        const std::string lambdas = "[&] { return " + nan + "; },\n        [&] { return " + call + "; })";
+        if (plan_.has_layout())
+            return nan.empty() ? "is_layout(matrix_layout) ? " + call + " : misused<" + m_.result() + ">(" +
+                                     quoted_name() + ", 1)"
+                               : "with_layout<" + m_.result() + ">(" + quoted_name() +
+                                     ", matrix_layout,\n        " + lambdas;
+        return nan.empty() ? call : "without_layout<" + m_.result() + ">(" + lambdas;
+    }
+
+    // NaN checks.
+
+    /// The chain of NaN checks: the position of the first array that holds one, or 0.
+    std::string checks() const
+    {
+        std::string text;
+        const LapackeRow& c = *plan_.c;
+        if (c.refused_with_nan)
+            text += text_.text(*c.refused) + " ? reported(" + quoted_name() + ", " +
+                    std::to_string(plan_.find(c.refused_as)->position) + ")\n            : ";
+        for (const int i : plan_.checked) {
+            const LapackeArgument& a = plan_.arguments[static_cast<std::size_t>(i)];
+            for (const FormUse& use : a.checks)
+                text += (use.when ? text_.text(*use.when) + " && " : "") + nancheck(a, use) + " != 0 ? " +
+                        std::to_string(a.position) + "\n            : ";
+        }
+        return text.empty() ? "" : text + "0";
+    }
+
+    /// The call of an array's helper.
+    std::string nancheck(const LapackeArgument& a, const FormUse& use) const
+    {
+        static const std::map<std::string, std::string> letters{
+            {"float", "s"}, {"double", "d"}, {"qnm_complex8", "c"}, {"qnm_complex16", "z"}};
+        const Form& form = use.form;
+        const std::string place =
+            (a.address ? "" : "&") + a.argument->name + (use.offset ? " + " + text_.text(*use.offset) : "");
+        Words list;
+        if (form.is_vector()) {
+            const Expression& length = *form.options[0];
+            const bool plain = length.kind == EKind::name && plan_.find(length.text) != nullptr;
+            list = {plain ? length.text : text_.size(length), place,
+                    use.increment ? text_.size(*use.increment) : "1"};
+        } else {
+            // Of the packed forms only triangles have options and a layout.
+            const bool order_alone = form.is_packed() && form.name != "tp" && form.name != "tf";
+            if (!order_alone)
+                list.push_back(layout());
+            for (std::size_t i = order_alone ? form.options.size() - 1 : 0; i < form.options.size(); ++i)
+                list.push_back(text_.option(form, i));
+            list.push_back(place);
+            if (!form.is_packed())
+                list.push_back(leading_of(a, form));
+        }
+        return "LAPACKE_" + letters.at(m_.element(a)) + form.name + "_nancheck" + m_.suffix() + "(" +
+               joined(list) + ")";
+    }
+
+    std::string layout() const
+    {
+        return plan_.c->shape == LapackeShape::options ? "option_layout(matrix_layout, trans)"
+                                                       : "matrix_layout";
+    }
+
+    /// The leading dimension behind a matrix, or its columns where it has none.
+    std::string leading_of(const LapackeArgument& matrix, const Form& form) const
+    {
+        const LapackeArgument* next = &matrix + 1;
+        const bool leading = next < plan_.arguments.data() + plan_.arguments.size() &&
+                             next->argument->name.rfind("ld", 0) == 0;
+        return leading ? next->argument->name : text_.size(*form.columns());
+    }
+
+    // Workspaces.
+
+    std::string with_workspaces() const
+    {
+        const std::vector<const LapackeArgument*> rooms = workspaces();
+        if (rooms.empty())
+            return call_of_work();
+        Words names;
+        std::string values;
+        for (const LapackeArgument* a : rooms) {
+            names.push_back("[[maybe_unused]] auto& " + a->argument->name + "_w");
+            values += ",\n                " + workspace(*a);
+        }
+        const auto step = [&](const std::string& text) {
+            return text.empty() ? "nothing" : "[&](" + joined(names) + ") { " + text + "}";
+        };
+        return "worked<" + m_.result() + ">(" + quoted_name() + ", " +
+               (plan_.c->stops ? text_.text(*plan_.c->stops) : "false") + ",\n                " +
+               step("return " + call_of_work() + "; ") + ",\n                " + step(moved(true)) + ", " +
+               step(moved(false)) + values + ")";
+    }
+
+    /// The workspaces, in the order in which they are taken.
+    std::vector<const LapackeArgument*> workspaces() const
+    {
+        std::vector<const LapackeArgument*> all;
+        for (const LapackeArgument& a : plan_.arguments)
+            if (a.role == Role::workspace)
+                all.push_back(&a);
+        std::stable_sort(all.begin(), all.end(), [](const LapackeArgument* a, const LapackeArgument* b) {
+            return a->argument->name < b->argument->name;
+        });
+        return all;
+    }
+
+    std::string workspace(const LapackeArgument& a) const
+    {
+        const std::string when = text_.when(a.facts.room_when);
+        if (a.room)
+            return "Fixed<" + m_.element(a) + ">{" + text_.text(*a.room) + ", " + when + "}";
+        const std::string types = "<" + m_.element(a) + ", " + m_.integer() + ">{";
+        return a.argument->extents.empty() && a.facts.asked ? "AskedTable" + types + "}"
+                                                            : "Asked" + types + when + "}";
+    }
+
+    /// The workspace that a size belongs to: the one whose extent it is, or that it is named after.
+    std::string workspace_of(const LapackeArgument& size) const
+    {
+        const std::string& name = size.argument->name;
+        for (const LapackeArgument& a : plan_.arguments) {
+            if (a.role != Role::workspace)
+                continue;
+            bool mentioned = name == "l" + a.argument->name || name == "ld" + a.argument->name;
+            for (const ExpressionPtr& e : a.argument->extents)
+                walk(*e, [&](const Expression& node) { mentioned = mentioned || node.text == name; });
+            if (mentioned)
+                return a.argument->name;
+        }
+        throw TableError(plan_.c->where() + ": '" + name + "': expected a workspace of this size");
+    }
+
+    std::string call_of_work() const
+    {
+        Words list;
+        if (plan_.has_layout())
+            list.emplace_back("matrix_layout");
+        for (const LapackeArgument& a : plan_.arguments) {
+            const std::string& name = a.argument->name;
+            list.push_back(a.role == Role::workspace ? name + "_w.place"
+                           : a.role == Role::size    ? workspace_of(a) + "_w.size"
+                           : a.role == Role::given   ? text_.size(*a.facts.given)
+                                                     : name);
+        }
+        return m_.work_name() + "(" + joined(list) + ")";
+    }
+
+    /// Values that an addition takes into a workspace or out of it.
+    std::string moved(bool in) const
+    {
+        std::string text;
+        for (const Addition& add : plan_.c->additions) {
+            const std::string room = add.workspace + "_w.place";
+            const std::string from = room + (add.offset != 0 ? " + " + std::to_string(add.offset) : "");
+            if (in && add.first_goes_in)
+                text += "copy_values(" + joined({room, add.name, "1"}) + "); ";
+            else if (!in)
+                text += "copy_values(" + joined({add.name, from, add.count ? text_.text(*add.count) : "1"}) +
+                        "); ";
+        }
+        return text;
+    }
+
+    const LapackeMember& m_;
+    const LapackePlan& plan_;
+    LapackeText text_;
+};
+
+} // namespace
+
+std::string lapacke_high(const LapackeMember& member)
+{
+    return HighLevel(member).function();
+}
+
+} // namespace qnm::generate
