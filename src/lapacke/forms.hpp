@@ -1,7 +1,7 @@
 // Storage forms: the shape of a column-major copy, and how a matrix moves between the two layouts.
 #pragma once
 
-#include "lapacke/helpers.hpp"
+#include "lapacke/exported.hpp"
 
 namespace qnm {
 
@@ -28,7 +28,7 @@ QNM_INLINE core_int packed_room(core_int n)
         template <class E>                                                                                   \
         QNM_INLINE void trans(int layout, const E* in, I ldin, E* out, I ldout) const                        \
         {                                                                                                    \
-            Helpers<E, I>::FORM(layout, __VA_ARGS__, in, ldin, out, ldout);                                  \
+            Exported<E, I>::FORM##_trans(layout, __VA_ARGS__, in, ldin, out, ldout);                         \
         }                                                                                                    \
     };
 #define QNM_PACKED_FORM(NAME, FORM, OPTIONS, ...)                                                            \
@@ -40,7 +40,7 @@ QNM_INLINE core_int packed_room(core_int n)
         template <class E>                                                                                   \
         QNM_INLINE void trans(int layout, const E* in, I /*ldin*/, E* out, I /*ldout*/) const                \
         {                                                                                                    \
-            Helpers<E, I>::FORM(layout, __VA_ARGS__, in, out);                                               \
+            Exported<E, I>::FORM##_trans(layout, __VA_ARGS__, in, out);                                      \
         }                                                                                                    \
     };
 
@@ -71,7 +71,7 @@ struct GeBehind {
     template <class E>
     QNM_INLINE void trans(int layout, const E* in, I ldin, E* out, I ldout) const
     {
-        Helpers<E, I>::ge(layout, m, *n, in, ldin, out, ldout);
+        Exported<E, I>::ge_trans(layout, m, *n, in, ldin, out, ldout);
     }
 };
 

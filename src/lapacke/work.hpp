@@ -7,17 +7,10 @@
 
 namespace qnm {
 
-inline constexpr int row_major = 101;
-inline constexpr int column_major = 102;
 inline constexpr int work_failed = -1010;
 inline constexpr int transposition_failed = -1011;
 /// Copies and workspace begin at such addresses.
 inline constexpr int lapacke_alignment = 128;
-
-QNM_INLINE bool is_layout(int layout)
-{
-    return layout == row_major || layout == column_major;
-}
 
 QNM_INLINE bool option(char letter, char expected)
 {

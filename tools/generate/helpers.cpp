@@ -12,11 +12,7 @@ namespace {
 
 std::string type(const std::string& word, const Entry& entry)
 {
-    const std::string c = c_type(word, entry.precision, entry.width);
-    return c == "qnm_complex8"    ? "Complex8"
-           : c == "qnm_complex16" ? "Complex16"
-           : c == "qnm_int64"     ? "core_int"
-                                  : c;
+    return c_type(word, entry.precision, entry.width);
 }
 
 /// Result, name and parameters.
@@ -56,22 +52,29 @@ std::string definition(const Entry& entry)
 
 } // namespace
 
-std::string helpers_text(const Catalogue& tables, const std::string& file)
+std::string helper_declarations(const Catalogue& tables)
 {
-    std::string declarations, definitions;
+    std::string text = "namespace qnm {\n\n";
     std::map<std::string, std::string> members; // of each element and integer
-    for (const Row& row : tables.rows())
-        if (row.file == file)
-            for (const Entry& entry : Catalogue::entries(row)) {
-                declarations += "extern \"C\" QNM_EXPORT " + head(entry) + ";\n";
-                members[element_and_integer(entry)] +=
-                    "    static constexpr auto* " + form(row) + " = " + entry.spellings()[0] + ";\n";
-                definitions += definition(entry);
-            }
-    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers") + declarations;
+    for (const Entry& entry : tables.entries())
+        if (entry.row->family->name == "helper") {
+            text += "extern \"C\" QNM_EXPORT " + head(entry) + ";\n";
+            members[element_and_integer(entry)] +=
+                "    static constexpr auto* " + form(*entry.row) + " = " + entry.spellings()[0] + ";\n";
+        }
     for (const auto& [types, functions] : members)
         text += "\ntemplate <>\nstruct Exported<" + types + "> {\n" + functions + "};\n";
-    return text + "\n" + definitions + "\n} // namespace qnm::helpers\n";
+    return text + "\n} // namespace qnm\n\n";
+}
+
+std::string helpers_text(const Catalogue& tables, const std::string& file)
+{
+    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers", helper_declarations(tables));
+    for (const Row& row : tables.rows())
+        if (row.file == file)
+            for (const Entry& entry : Catalogue::entries(row))
+                text += definition(entry);
+    return text + "\n} // namespace qnm::helpers\n";
 }
 
 } // namespace qnm::generate

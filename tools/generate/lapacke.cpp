@@ -22,7 +22,7 @@ std::string member_text(const LapackeMember& member)
 
 std::string lapacke_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = source_head(file, "lapacke", "qnm::lapacke");
+    std::string text = source_head(file, "lapacke", "qnm::lapacke", helper_declarations(tables));
     for (const Width width : {Width::narrow, Width::wide})
         for (const LapackePlan& plan : tables.lapacke_plans())
             if (plan.c->file == file)

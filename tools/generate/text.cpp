@@ -28,10 +28,11 @@ std::string stem(std::string root)
     return root;
 }
 
-std::string source_head(const std::string& table, const std::string& folder, const std::string& space)
+std::string source_head(const std::string& table, const std::string& folder, const std::string& space,
+                        const std::string& declarations)
 {
     return "// Made from " + table + "; the table and the templates of this family are what to read.\n" +
-           "#include \"" + folder + "/entries.hpp\"\n\nnamespace " + space + " {\n\n";
+           "#include \"" + folder + "/entries.hpp\"\n\n" + declarations + "namespace " + space + " {\n\n";
 }
 
 std::string exported(const std::string& head, const std::string& statement)

@@ -21,8 +21,10 @@ std::string integer_type(catalogue::Width width);
 /// A root as part of a C++ name: the place of the letter is an x.
 std::string stem(std::string root);
 
-/// How a source made from a table begins: it includes its folder's templates and opens their namespace.
-std::string source_head(const std::string& table, const std::string& folder, const std::string& space);
+/// How a source made from a table begins: it includes its folder's templates and, behind what it declares,
+/// opens their namespace.
+std::string source_head(const std::string& table, const std::string& folder, const std::string& space,
+                        const std::string& declarations = {});
 
 /// An exported function of one statement; `head` is its result, name and parameters.
 std::string exported(const std::string& head, const std::string& statement);

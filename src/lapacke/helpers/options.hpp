@@ -1,22 +1,13 @@
-// What helpers read of their options, and how they reach each other: by the exported names, which an
-// application may have taken over.
+// What helpers read of their options and matrices.
 #pragma once
 
-#include "frame/types.hpp"
+#include "lapacke/exported.hpp"
 
 #include <cstddef>
 
 namespace qnm::helpers {
 
 using size = std::size_t;
-
-/// A complex number as an array has it.
-template <class R>
-struct Complex {
-    R re, im;
-};
-using Complex8 = Complex<float>;
-using Complex16 = Complex<double>;
 
 template <class T>
 struct RealOf {
@@ -32,10 +23,6 @@ using real = typename RealOf<T>::type;
 template <class T>
 inline constexpr core_int parts = sizeof(T) / sizeof(real<T>);
 
-inline constexpr int row_major = 101, column_major = 102;
-
-extern "C" QNM_EXPORT int LAPACKE_lsame(char a, char b);
-
 #define QNM_OMATCOPY(LETTER, T)                                                                              \
     extern "C" QNM_EXPORT void QNM_##LETTER##omatcopy(char, char, size, size, T, const T*, size, T*, size);  \
     QNM_INLINE void omatcopy(char ordering, char trans, size rows, size cols, T alpha, const T* a, size lda, \
@@ -45,17 +32,8 @@ extern "C" QNM_EXPORT int LAPACKE_lsame(char a, char b);
     }
 QNM_OMATCOPY(S, float)
 QNM_OMATCOPY(D, double)
-QNM_OMATCOPY(C, Complex8)
-QNM_OMATCOPY(Z, Complex16)
-
-/// The helpers of one element and one integer.
-template <class T, class I>
-struct Exported;
-
-inline bool is_layout(int layout)
-{
-    return layout == row_major || layout == column_major;
-}
+QNM_OMATCOPY(C, qnm_complex8)
+QNM_OMATCOPY(Z, qnm_complex16)
 
 /// An option letter that has two values.
 struct Option {
