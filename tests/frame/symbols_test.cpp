@@ -3,7 +3,7 @@
 #include "published.hpp"
 #include "support/library.hpp"
 
-#include "catalogue/cblas.hpp"
+#include "catalogue/catalogue.hpp"
 
 #include <algorithm>
 #include <fstream>
@@ -229,7 +229,7 @@ TEST(Exports, AreTheNamesOfTheTablesAndTheWrittenServices)
         for (const auto& entry : catalogue::Catalogue::checks(row))
             wanted.insert(entry.check());
     }
-    for (const auto& row : tables().c_rows().rows)
+    for (const auto& row : tables().c_rows())
         for (const auto& entry : catalogue::c_entries(row))
             wanted.insert(entry.name());
     wanted.merge(lapacke_names());

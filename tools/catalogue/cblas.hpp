@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "catalogue.hpp"
+#include "row.hpp"
 
 namespace qnm::catalogue {
 
@@ -80,10 +80,6 @@ struct CRow {
     int position(const std::string& name) const;
     bool has(const std::vector<std::string>& list, const std::string& name) const;
     const Rewrite& rewrite(bool row_major) const { return row_major ? rows : columns; }
-};
-
-struct CRows {
-    std::vector<CRow> rows;
 };
 
 /// One entry of the C interface.

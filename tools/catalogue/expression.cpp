@@ -12,15 +12,6 @@ namespace {
 
 using Kind = Expression::Kind;
 
-ExpressionPtr make(Kind kind, std::string text, std::vector<ExpressionPtr> operands)
-{
-    auto node = std::make_shared<Expression>();
-    node->kind = kind;
-    node->text = std::move(text);
-    node->operands = std::move(operands);
-    return node;
-}
-
 /// The functions of the language, and how many operands each takes.
 const std::map<std::string, bool (*)(std::size_t)> functions{
     {"nonzero", [](std::size_t n) { return n == 1; }}, {"reached", [](std::size_t n) { return n == 4; }},
@@ -63,14 +54,10 @@ ExpressionPtr parse_primary(Lexer& lexer)
     }
     if (text == "-" || text == "not") {
         lexer.next();
-        return make(Kind::negation, text, {parse_primary(lexer)});
+        return make_expression(Kind::negation, text, {parse_primary(lexer)});
     }
-    if (is_number(text)) {
-        auto node = std::make_shared<Expression>();
-        node->kind = Kind::number;
-        node->value = lexer.number("a number of at most six digits");
-        return node;
-    }
+    if (is_number(text))
+        return make_number(lexer.number("a number of at most six digits"));
     if (!is_identifier(text))
         lexer.fail("a number, a name or '('");
     lexer.next();
@@ -84,7 +71,7 @@ ExpressionPtr parse_primary(Lexer& lexer)
             lexer.fail_at(
                 lexer.peek().line, "'" + text + "'",
                 "one operand for abs, odd, lg and nlogn, two for depth, two or more for min and max");
-        return make(Kind::call, text, std::move(operands));
+        return make_expression(Kind::call, text, std::move(operands));
     }
     if (lexer.peek().text == "is" || lexer.peek().text == "in") {
         const bool one = lexer.next().text == "is";
@@ -97,7 +84,7 @@ ExpressionPtr parse_primary(Lexer& lexer)
                           "one letter after 'is'; 'in' takes several");
         return node;
     }
-    return make(Kind::name, text, {});
+    return make_expression(Kind::name, text, {});
 }
 
 using Level = ExpressionPtr (*)(Lexer&);
@@ -107,7 +94,7 @@ ExpressionPtr parse_left(Lexer& lexer, Level operand, std::initializer_list<cons
     ExpressionPtr left = operand(lexer);
     while (std::find(operators.begin(), operators.end(), lexer.peek().text) != operators.end()) {
         const std::string text = lexer.next().text;
-        left = make(Kind::binary, text, {left, operand(lexer)});
+        left = make_expression(Kind::binary, text, {left, operand(lexer)});
     }
     return left;
 }
@@ -167,6 +154,23 @@ std::int64_t apply(const std::string& op, std::int64_t a, std::int64_t b)
 
 } // namespace
 
+ExpressionPtr make_expression(Kind kind, const std::string& text, std::vector<ExpressionPtr> operands)
+{
+    auto node = std::make_shared<Expression>();
+    node->kind = kind;
+    node->text = text;
+    node->operands = std::move(operands);
+    return node;
+}
+
+ExpressionPtr make_number(std::int64_t value)
+{
+    auto node = std::make_shared<Expression>();
+    node->kind = Kind::number;
+    node->value = value;
+    return node;
+}
+
 ExpressionPtr parse_expression(Lexer& lexer)
 {
     ExpressionPtr test = parse_or(lexer);
@@ -174,7 +178,7 @@ ExpressionPtr parse_expression(Lexer& lexer)
         return test;
     ExpressionPtr then = parse_expression(lexer);
     lexer.expect(":");
-    return make(Kind::condition, "?", {test, then, parse_expression(lexer)});
+    return make_expression(Kind::condition, "?", {test, then, parse_expression(lexer)});
 }
 
 ExpressionPtr parse_bound(Lexer& lexer)

@@ -30,6 +30,11 @@ struct Expression {
 };
 using ExpressionPtr = std::shared_ptr<const Expression>;
 
+/// A node that is neither a number nor a test of letters.
+ExpressionPtr make_expression(Expression::Kind kind, const std::string& text,
+                              std::vector<ExpressionPtr> operands = {});
+ExpressionPtr make_number(std::int64_t value);
+
 /// Reads `a ? b : c`, `or`, `and`, comparisons, `is`, `in`, sums, products, functions and brackets.
 ExpressionPtr parse_expression(Lexer& lexer);
 

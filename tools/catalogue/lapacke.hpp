@@ -7,14 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "expression.hpp"
+#include "row.hpp"
 
 namespace qnm::catalogue {
-
-struct Argument;
-struct Row;
-struct Precision;
-struct Definition;
 
 /// A storage form with what its helpers take: ge(m,n), sy(uplo,n), gb(m,n,kl,ku), tp(uplo,diag,n) ... Options
 /// are arguments of the routine, sizes, or a fixed letter. A form without a name is a vector of so many
@@ -89,7 +84,7 @@ struct LapackeRow {
     std::string file;
     int line = 0;
     LapackeShape shape = LapackeShape::split;
-    std::vector<std::pair<std::string, std::vector<Precision>>> heads;
+    std::vector<Head> heads;
     std::map<std::string, LapackeFacts> facts;
     std::vector<Definition> definitions;
     std::vector<std::string> checked_in_order;
@@ -139,5 +134,11 @@ struct LapackePlan {
     bool has_layout() const;
     const LapackeArgument* find(const std::string& name) const;
 };
+
+/// The plan of a routine, its letters left to the caller.
+LapackePlan derive_plan(const Row& row, const LapackeRow& c);
+
+/// The name of a member.
+std::string lapacke_name(const Row& row, const Precision& precision, Width width, bool high);
 
 } // namespace qnm::catalogue

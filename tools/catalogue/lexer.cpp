@@ -98,6 +98,15 @@ std::string Lexer::identifier(const std::string& what)
     return next().text;
 }
 
+std::vector<std::string> Lexer::identifiers(const std::string& what)
+{
+    std::vector<std::string> all;
+    do
+        all.push_back(identifier(what));
+    while (accept(","));
+    return all;
+}
+
 int Lexer::number(const std::string& what)
 {
     if (!is_number(peek().text) || peek().text.size() > 6)

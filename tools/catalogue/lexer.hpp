@@ -37,6 +37,8 @@ public:
     void expect(const std::string& text);
     /// An identifier: letters, digits, `_`, and `?` for the place of the precision letter.
     std::string identifier(const std::string& what);
+    /// One or more of them, commas in between.
+    std::vector<std::string> identifiers(const std::string& what);
     int number(const std::string& what);
 
     [[noreturn]] void fail(const std::string& expected) const;

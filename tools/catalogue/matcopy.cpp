@@ -1,5 +1,5 @@
 // What follows from a row of matrix copy: two forms, lines of their own kind.
-#include "catalogue.hpp"
+#include "row.hpp"
 
 namespace qnm::catalogue {
 

@@ -1,6 +1,5 @@
-// What follows from a row: names, formats, positions and types.
+// What follows from a row: names, formats and positions.
 #include <algorithm>
-#include <array>
 #include <cctype>
 
 #include "cblas.hpp"
@@ -26,31 +25,6 @@ std::string spell(const std::string& pattern, const std::string& lower)
     return replace_all(replace_all(pattern, "NAME", to_upper(lower)), "name", lower);
 }
 
-struct NamedType {
-    const char* word;
-    const char* single; // by the letter's real type
-    const char* dbl;
-};
-constexpr std::array<NamedType, 2> real_types{
-    {{"R", "float", "double"}, {"C", "qnm_complex8", "qnm_complex16"}}};
-constexpr std::array<std::array<const char*, 2>, 17> plain_types{{{"char", "char"},
-                                                                  {"float", "float"},
-                                                                  {"double", "double"},
-                                                                  {"complex8", "qnm_complex8"},
-                                                                  {"complex16", "qnm_complex16"},
-                                                                  {"half", "qnm_f16"},
-                                                                  {"f16", "qnm_f16"},
-                                                                  {"bf16", "qnm_bf16"},
-                                                                  {"f8", "qnm_f8"},
-                                                                  {"i8", "qnm_int8"},
-                                                                  {"u8", "qnm_uint8"},
-                                                                  {"i16", "qnm_int16"},
-                                                                  {"i32", "qnm_int32"},
-                                                                  {"size", "size_t"},
-                                                                  {"status", "int"},
-                                                                  {"layout", "int"},
-                                                                  {"void", "void"}}};
-
 } // namespace
 
 std::string to_upper(std::string text)
@@ -67,73 +41,17 @@ std::string to_lower(std::string text)
     return text;
 }
 
-const Precision* find_precision(const std::string& prefix)
-{
-    static const std::vector<Precision> precisions{
-        {"s", 's', 's'},  {"d", 'd', 'd'},  {"c", 'c', 's'},  {"z", 'z', 'd'},  {"sc", 'c', 's'},
-        {"dz", 'z', 'd'}, {"cs", 'c', 's'}, {"zd", 'z', 'd'}, {"is", 's', 's'}, {"id", 'd', 'd'},
-        {"ic", 'c', 's'}, {"iz", 'z', 'd'}, {"ds", 's', 'd'}, {"sds", 's', 's'}};
-    const auto found = std::find_if(precisions.begin(), precisions.end(),
-                                    [&](const Precision& p) { return p.prefix == prefix; });
-    return found == precisions.end() ? nullptr : &*found;
-}
-
-bool is_type(const std::string& word)
-{
-    return word == "T" || word == "int" || word == "logical" || word == "procedure" || word == "kernel" ||
-           std::any_of(real_types.begin(), real_types.end(), [&](const auto& t) { return word == t.word; }) ||
-           std::any_of(plain_types.begin(), plain_types.end(), [&](const auto& t) { return word == t[0]; });
-}
-
-std::string c_type(const std::string& type, const Precision& precision, Width width)
-{
-    if (type == "int" || type == "logical")
-        return width == Width::narrow ? "int" : "qnm_int64";
-    if (type == "T") {
-        if (precision.element == 's' || precision.element == 'd')
-            return precision.element == 's' ? "float" : "double";
-        return precision.element == 'c' ? "qnm_complex8" : "qnm_complex16";
-    }
-    if (type == "procedure")
-        return "void";
-    if (type == "kernel") // what a JIT lookup hands out
-        return std::string("qnm_") + precision.element + "gemm_jit_kernel_t";
-    for (const NamedType& t : real_types)
-        if (type == t.word)
-            return precision.real == 's' ? t.single : t.dbl;
-    for (const auto& t : plain_types)
-        if (type == t[0])
-            return t[1];
-    return {};
-}
-
-std::string service_type(const std::string& word)
-{
-    static const std::map<std::string, std::string> types{{"void", "void"},
-                                                          {"int", "int"},
-                                                          {"int64", "qnm_int64"},
-                                                          {"double", "double"},
-                                                          {"float", "float"},
-                                                          {"address", "void*"},
-                                                          {"text", "const char*"},
-                                                          {"buffer", "char*"},
-                                                          {"version", "qnm_version_t*"},
-                                                          {"integers", "int*"},
-                                                          {"code", "const int*"},
-                                                          {"mode", "int*"},
-                                                          {"clocks", "unsigned long long*"},
-                                                          {"handler", "qnm_xerbla_t"},
-                                                          {"progress", "qnm_progress_t"},
-                                                          {"pivot", "qnm_pardiso_pivot_t"}};
-    const auto found = types.find(word);
-    return found == types.end() ? std::string{} : found->second;
-}
-
 const Argument* Row::find(const std::string& name) const
 {
     const auto found =
         std::find_if(arguments.begin(), arguments.end(), [&](const Argument& a) { return a.name == name; });
     return found == arguments.end() ? nullptr : &*found;
+}
+
+bool Row::has_letter(const Precision& letter) const
+{
+    return std::any_of(precisions.begin(), precisions.end(),
+                       [&](const Precision& p) { return p.prefix == letter.prefix; });
 }
 
 int Row::position(const Argument& argument) const

@@ -103,7 +103,7 @@ std::string cblas_text(const Catalogue& tables, const std::string& file)
 {
     std::string text = source_head(file, "cblas", "qnm");
     std::set<std::string> declared;
-    for (const CRow& row : tables.c_rows().rows) {
+    for (const CRow& row : tables.c_rows()) {
         if (row.file != file)
             continue;
         if (has_struct(row))

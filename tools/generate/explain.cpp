@@ -129,7 +129,7 @@ std::string explanation(const Catalogue& tables, const std::string& name)
         if (std::find(spellings.begin(), spellings.end(), name) != spellings.end())
             return entry_explanation(entry);
     }
-    for (const CRow& row : tables.c_rows().rows)
+    for (const CRow& row : tables.c_rows())
         for (const CEntry& entry : c_entries(row))
             if (entry.name() == name)
                 return c_entry_explanation(entry);

@@ -35,7 +35,7 @@ public:
         };
         for (const Row& row : tables_.rows())
             add(row, row.root);
-        for (const CRow& row : tables_.c_rows().rows)
+        for (const CRow& row : tables_.c_rows())
             add(row, row.root);
         for (const Service& s : tables_.services())
             add(s, s.name);
@@ -52,7 +52,7 @@ public:
         for (const auto& [file, seen] : seen_) {
             for (const Row& row : tables_.rows())
                 check(row, file, row.root);
-            for (const CRow& row : tables_.c_rows().rows)
+            for (const CRow& row : tables_.c_rows())
                 check(row, file, row.root);
             for (const Service& s : tables_.services())
                 if (s.kind != ServiceKind::internal)

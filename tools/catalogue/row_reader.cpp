@@ -1,0 +1,222 @@
+// Rows of routines.
+#include <algorithm>
+
+#include "reader.hpp"
+
+namespace qnm::catalogue {
+
+namespace {
+
+const std::map<std::string, Class> classes{
+    {"check", Class::check},         {"checked", Class::checked},       {"matcopy", Class::matcopy},
+    {"helper", Class::helper},       {"registered", Class::registered}, {"unregistered", Class::unregistered},
+    {"unchecked", Class::unchecked}, {"scratch", Class::scratch},       {"bare", Class::bare}};
+
+const std::map<std::string, Direction> directions{
+    {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
+
+bool is_letters(const std::string& word)
+{
+    return !word.empty() &&
+           std::all_of(word.begin(), word.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
+void read_extents(Lexer& lexer, Argument& a)
+{
+    const bool matrix = lexer.peek().text == "(";
+    if (!matrix && lexer.peek().text != "[")
+        return;
+    lexer.next();
+    a.array = true;
+    const std::string close = matrix ? ")" : "]";
+    if (matrix || lexer.peek().text != close)
+        a.extents.push_back(parse_expression(lexer));
+    if (matrix) {
+        lexer.expect(",");
+        a.extents.push_back(parse_expression(lexer));
+    }
+    lexer.expect(close);
+}
+
+/// The words behind an argument's name: direction, test, and what is odd about it.
+void read_modifiers(Lexer& lexer, Argument& a)
+{
+    const auto take = [&](const char* word, bool fits) { return fits && lexer.accept(word); };
+    for (;;) {
+        const std::string word = lexer.peek().text;
+        const bool work = a.direction == Direction::work;
+        if (word == "in" && is_letters(lexer.peek(1).text) && a.type == "char") {
+            lexer.next();
+            a.letters = lexer.next().text;
+        } else if (directions.count(word) != 0 &&
+                   (a.array || (word != "work" && (word != "in" || a.type != "char")))) {
+            a.direction = directions.at(lexer.next().text);
+        } else if (take("returns", work || a.direction == Direction::out)) {
+            a.returned = parse_expression(lexer);
+        } else if (take("query", a.kind == Kind::integer)) {
+            a.query = true;
+            a.alone = lexer.accept("alone");
+        } else if (take("null_at_query", work)) {
+            a.null_at_query = true;
+        } else if (take("cleared", work)) {
+            a.cleared = true;
+        } else if (take(">=", a.is_integer())) {
+            a.minimum = parse_bound(lexer);
+        } else if (take("<=", a.minimum != nullptr)) {
+            a.maximum = parse_bound(lexer);
+        } else if (take("barred", a.tested())) {
+            a.barred = parse_expression(lexer);
+        } else if (take("!=", a.is_integer())) {
+            lexer.expect("0");
+            a.nonzero = true;
+        } else if (take("unless", a.tested())) {
+            a.unless = parse_expression(lexer);
+        } else if (take("code", a.tested())) {
+            a.code_override = lexer.number("the reported code");
+        } else if (take("kept", a.kind == Kind::integer)) {
+            a.kept = true;
+        } else {
+            return;
+        }
+    }
+}
+
+Argument read_argument(Lexer& lexer)
+{
+    Argument a;
+    a.type = read_type(lexer, "a type of argument (char, int, T, R, C, void, float, ...)");
+    a.pointers = lexer.accept("*");
+    a.name = lexer.identifier("the argument's name");
+    const bool by_value = lexer.accept("value");
+    read_extents(lexer, a);
+    if (by_value && (a.array || (!a.is_integer() && a.type != "void")))
+        lexer.fail_at(lexer.peek().line, "'value'", "it behind an int or a void that is no array");
+    if (a.type == "char")
+        a.kind = a.array ? Kind::letters : Kind::character;
+    else if (a.is_integer())
+        a.kind = a.array ? Kind::integers : by_value ? Kind::value : Kind::integer;
+    else
+        a.kind = by_value ? Kind::handle : Kind::real;
+    read_modifiers(lexer, a);
+    return a;
+}
+
+/// Every name in an expression must be an argument or a definition, and letters ask character arguments.
+void check_names(const Lexer& lexer, const Row& row, const Expression& expression, std::size_t definitions)
+{
+    walk(expression, [&](const Expression& e) {
+        const Argument* a = row.find(e.text);
+        if (e.kind == Expression::Kind::letter && (a == nullptr || a->type != "char"))
+            lexer.fail_at(row.line, "'" + e.text + "'", "a character argument of the row");
+        if (e.kind != Expression::Kind::name || (a != nullptr && a->is_integer()) || e.text == row.leaf)
+            return;
+        const auto end = row.definitions.begin() + static_cast<std::ptrdiff_t>(definitions);
+        if (std::none_of(row.definitions.begin(), end, [&](const Definition& d) { return d.name == e.text; }))
+            lexer.fail_at(row.line, "'" + e.text + "'", "an integer argument or an earlier name of 'where'");
+    });
+}
+
+void check_row(const Lexer& lexer, const Row& row)
+{
+    const auto refuse = [&](const std::string& found, const std::string& expected) {
+        lexer.fail_at(row.line, found, expected);
+    };
+    for (std::size_t i = 0; i < row.definitions.size(); ++i)
+        check_names(lexer, row, *row.definitions[i].value, i);
+    bool any_test = false;
+    for (const Argument& a : row.arguments) {
+        any_test = any_test || a.tested();
+        if (row.find(a.name) != &a)
+            refuse("'" + a.name + "'", "each argument's name once");
+        for (const ExpressionPtr& extent : a.extents)
+            check_names(lexer, row, *extent, row.definitions.size());
+        for (const ExpressionPtr& e : {a.minimum, a.maximum, a.barred, a.unless, a.returned})
+            if (e)
+                check_names(lexer, row, *e, row.definitions.size());
+        if (row.entry_class == Class::scratch && a.kind == Kind::integers &&
+            (a.extents.size() != 1 || a.direction != Direction::in))
+            refuse("'" + a.name + "'", "an extent and 'in' for the index array of a scratch entry");
+    }
+    if (any_test != row.has_check())
+        refuse(any_test ? "a test" : "no test",
+               "tests in rows of class checked, check or matcopy, and only there");
+    for (const std::string& name : row.tested_last)
+        if (const Argument* a = row.find(name); a == nullptr || !a->tested())
+            refuse("'" + name + "'", "a tested argument behind 'tested last'");
+    if (row.groups && (row.find("group_count") == nullptr || row.find("group_size") == nullptr))
+        refuse("'groups'", "the arguments group_count and group_size");
+    if (row.small_condition)
+        check_names(lexer, row, *row.small_condition, row.definitions.size());
+}
+
+} // namespace
+
+std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family* family,
+                           const Families& families)
+{
+    Row row;
+    row.file = lexer.file();
+    row.line = lexer.first_line();
+    row.family = family;
+    if (family == nullptr)
+        lexer.fail_at(row.line, "'" + root + "'", "a line 'family NAME' above the first row");
+    // Several routines may share one argument list: `gemm s d c z, gemm3m c z checked ...`.
+    const std::vector<Head> heads = read_heads_of_class(
+        lexer, root, [](const std::string& word) { return classes.count(word) != 0; },
+        "checked, registered, unchecked, scratch, bare, matcopy, helper");
+    row.entry_class = classes.at(lexer.next().text);
+    if (family->core.empty() != (row.entry_class == Class::helper))
+        lexer.fail_at(row.line, "'" + family->name + "'", "a family with a core, or without one for helpers");
+    row.groups = lexer.accept("groups");
+    row.unpadded = lexer.accept("unpadded");
+
+    if (!lexer.accept("nothing"))
+        do
+            row.arguments.push_back(read_argument(lexer));
+        while (lexer.accept(","));
+    while (!lexer.at_end()) {
+        if (lexer.accept("->")) {
+            row.result.kind = lexer.accept("hidden") ? ResultKind::hidden : ResultKind::value;
+            if (!is_type(lexer.peek().text) && lexer.peek().text != "index")
+                lexer.fail("the result's type");
+            row.result.type = lexer.next().text;
+            if (lexer.accept("refused"))
+                row.result.refusal = lexer.number("what a refused call gives back");
+        } else if (lexer.accept("where")) {
+            do
+                row.definitions.push_back(read_definition(lexer));
+            while (lexer.accept(","));
+        } else if (lexer.accept("tested")) {
+            lexer.expect("last");
+            row.tested_last = lexer.identifiers("an argument's name");
+        } else if (lexer.accept("leaf")) {
+            row.leaf = lexer.identifier("a name for the leaf size");
+        } else if (lexer.accept("settled")) {
+            row.settled = true;
+        } else if (lexer.accept("core")) {
+            row.core_root = lexer.identifier("the root of the core's name");
+        } else if (lexer.accept("small")) {
+            row.small_root = lexer.identifier("the root of the kernel for small sizes");
+            lexer.expect("when");
+            row.small_condition = parse_expression(lexer);
+        } else if (lexer.accept("also")) {
+            const std::string name = lexer.identifier("a family's name");
+            if (families.count(name) == 0)
+                lexer.fail_at(row.line, "'" + name + "'", "a family that was told before");
+            row.also = &families.at(name);
+        } else {
+            lexer.fail("',', '->', 'where', 'tested last', 'leaf', 'settled', 'core', 'small', 'also' or the "
+                       "end of the row");
+        }
+    }
+    check_row(lexer, row);
+    std::vector<Row> rows;
+    for (const Head& head : heads) {
+        row.root = head.root;
+        row.precisions = head.letters;
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+} // namespace qnm::catalogue
