@@ -1,6 +1,4 @@
 // Statements of the C interface to LAPACK.
-#include <set>
-
 #include "forms.hpp"
 #include "reader.hpp"
 
@@ -8,16 +6,10 @@ namespace qnm::catalogue {
 
 namespace {
 
-using EKind = Expression::Kind;
-
 const std::map<std::string, LapackeShape> words{{"flat", LapackeShape::flat},
                                                 {"options", LapackeShape::options},
                                                 {"turned", LapackeShape::turned},
                                                 {"one_level", LapackeShape::one_level}};
-
-const std::set<std::string> fact_words{"as",      "when",      "bound", "in",    "out",   "not",
-                                       "checked", "unchecked", "room",  "asked", "given", "kept",
-                                       "value",   "address",   "const", "takes"};
 
 Form read_form(Lexer& lexer)
 {
@@ -63,58 +55,61 @@ void read_checked(Lexer& lexer, LapackeFacts& f)
     f.checks.push_back(std::move(use));
 }
 
-/// What is said of an argument, up to a comma.
-void read_facts(Lexer& lexer, LapackeFacts& f)
+void read_out(Lexer& lexer, LapackeFacts& f)
 {
-    for (;;) {
-        if (lexer.accept("as")) {
-            f.form = read_form(lexer);
-            f.has_form = true;
-        } else if (lexer.accept("when")) {
-            f.when = parse_expression(lexer);
-        } else if (lexer.accept("bound")) {
-            f.bound = parse_expression(lexer);
-        } else if (lexer.accept("in")) {
-            f.also_in = true;
-            f.in_when = read_when(lexer);
-        } else if (lexer.accept("out")) {
-            f.also_out = true;
-            const bool other = lexer.accept("as");
-            Form form = other ? read_form(lexer) : Form{};
-            if (ExpressionPtr when = read_when(lexer); when || other)
-                f.outs.push_back({std::move(form), when, nullptr, nullptr});
-        } else if (lexer.accept("not")) {
-            (lexer.accept("in") ? f.no_in : f.no_out) = true;
-            if (f.no_out && !f.no_in)
-                lexer.expect("out");
-        } else if (lexer.accept("checked")) {
-            read_checked(lexer, f);
-        } else if (lexer.accept("unchecked")) {
-            f.unchecked = true;
-        } else if (lexer.accept("room")) {
-            if (lexer.peek().text != "when")
-                f.room = parse_expression(lexer);
-            f.room_when = read_when(lexer);
-        } else if (lexer.accept("asked")) {
-            f.asked = true;
-            f.room_when = read_when(lexer);
-        } else if (lexer.accept("given")) {
-            f.given = parse_expression(lexer);
-        } else if (lexer.accept("kept")) {
-            f.kept = true;
-        } else if (lexer.accept("value")) {
-            f.by_value = true;
-        } else if (lexer.accept("address")) {
-            f.by_address = true;
-        } else if (lexer.accept("const")) {
-            f.constant = true;
-        } else if (lexer.accept("takes")) {
-            f.takes = lexer.number("how many arguments the function takes");
-        } else {
-            return;
-        }
-    }
+    f.also_out = true;
+    const bool other = lexer.accept("as");
+    Form form = other ? read_form(lexer) : Form{};
+    if (ExpressionPtr when = read_when(lexer); when || other)
+        f.outs.push_back({std::move(form), when, nullptr, nullptr});
 }
+
+void read_not(Lexer& lexer, LapackeFacts& f)
+{
+    (lexer.accept("in") ? f.no_in : f.no_out) = true;
+    if (f.no_out && !f.no_in)
+        lexer.expect("out");
+}
+
+void read_room(Lexer& lexer, LapackeFacts& f)
+{
+    if (lexer.peek().text != "when")
+        f.room = parse_expression(lexer);
+    f.room_when = read_when(lexer);
+}
+
+/// What can be said of an argument, by its first word.
+using Fact = void (*)(Lexer&, LapackeFacts&);
+const std::map<std::string, Fact> facts{
+    {"as",
+     [](Lexer& lexer, LapackeFacts& f) {
+         f.form = read_form(lexer);
+         f.has_form = true;
+     }},
+    {"when", [](Lexer& lexer, LapackeFacts& f) { f.when = parse_expression(lexer); }},
+    {"bound", [](Lexer& lexer, LapackeFacts& f) { f.bound = parse_expression(lexer); }},
+    {"in",
+     [](Lexer& lexer, LapackeFacts& f) {
+         f.also_in = true;
+         f.in_when = read_when(lexer);
+     }},
+    {"out", read_out},
+    {"not", read_not},
+    {"checked", read_checked},
+    {"unchecked", [](Lexer&, LapackeFacts& f) { f.unchecked = true; }},
+    {"room", read_room},
+    {"asked",
+     [](Lexer& lexer, LapackeFacts& f) {
+         f.asked = true;
+         f.room_when = read_when(lexer);
+     }},
+    {"given", [](Lexer& lexer, LapackeFacts& f) { f.given = parse_expression(lexer); }},
+    {"kept", [](Lexer&, LapackeFacts& f) { f.kept = true; }},
+    {"value", [](Lexer&, LapackeFacts& f) { f.by_value = true; }},
+    {"address", [](Lexer&, LapackeFacts& f) { f.by_address = true; }},
+    {"const", [](Lexer&, LapackeFacts& f) { f.constant = true; }},
+    {"takes",
+     [](Lexer& lexer, LapackeFacts& f) { f.takes = lexer.number("how many arguments the function takes"); }}};
 
 Addition read_addition(Lexer& lexer)
 {
@@ -166,11 +161,15 @@ void read_arguments(Lexer& lexer, LapackeRow& c)
     do
         names.push_back(
             lexer.identifier("an argument's name, 'where', 'order', 'adds', 'stops' or 'refuses'"));
-    while (is_identifier(lexer.peek().text) && fact_words.count(lexer.peek().text) == 0);
-    LapackeFacts facts;
-    read_facts(lexer, facts);
+    while (is_identifier(lexer.peek().text) && facts.count(lexer.peek().text) == 0);
+    LapackeFacts said;
+    for (auto fact = facts.find(lexer.peek().text); fact != facts.end();
+         fact = facts.find(lexer.peek().text)) {
+        lexer.next();
+        fact->second(lexer, said);
+    }
     for (const std::string& name : names)
-        if (!c.facts.emplace(name, facts).second)
+        if (!c.facts.emplace(name, said).second)
             lexer.fail_at(c.line, "'" + name + "'", "each argument once");
 }
 
@@ -215,54 +214,6 @@ LapackeRow read_lapacke_row(Lexer& lexer, const std::string& root)
     if (!lexer.at_end())
         lexer.fail("',' or the end of the row");
     return c;
-}
-
-void check_lapacke_names(const Lexer& lexer, const LapackeRow& c, const Row& row)
-{
-    std::vector<ExpressionPtr> all{c.stops, c.refused, c.asks};
-    const auto take = [&](const Form& form) {
-        all.insert(all.end(), form.options.begin(), form.options.end());
-    };
-    for (const auto& [name, f] : c.facts) {
-        if (row.find(name) == nullptr)
-            lexer.fail_at(c.line, "'" + name + "'", "an argument of " + row.root);
-        for (const ExpressionPtr& e :
-             {f.when, f.bound, f.in_when, f.checked_when, f.room, f.room_when, f.given})
-            all.push_back(e);
-        take(f.form);
-        for (const auto* uses : {&f.outs, &f.checks})
-            for (const FormUse& use : *uses) {
-                take(use.form);
-                all.insert(all.end(), {use.when, use.offset, use.increment});
-            }
-    }
-    std::vector<std::string> named = c.checked_in_order;
-    if (c.refused)
-        named.push_back(c.refused_as);
-    for (const Addition& add : c.additions)
-        named.push_back(add.workspace);
-    for (const auto& [one, other] : c.exchanged)
-        named.insert(named.end(), {one, other});
-    for (const std::string& name : named)
-        if (row.find(name) == nullptr)
-            lexer.fail_at(c.line, "'" + name + "'", "an argument of " + row.root);
-    std::set<std::string> known{"row_major"};
-    for (const Definition& d : row.definitions)
-        known.insert(d.name);
-    for (const Definition& d : c.definitions) {
-        known.insert(d.name);
-        all.push_back(d.value);
-    }
-    for (const ExpressionPtr& e : all)
-        if (e)
-            walk(*e, [&](const Expression& node) {
-                const bool letter = node.text.size() == 1 && node.text[0] >= 'A' && node.text[0] <= 'Z';
-                if ((node.kind == EKind::name || node.kind == EKind::letter) &&
-                    row.find(node.text) == nullptr && known.count(node.text) == 0 && !letter)
-                    lexer.fail_at(c.line, "'" + node.text + "'",
-                                  "an argument of " + row.root +
-                                      ", a name of 'where', row_major or one letter");
-            });
 }
 
 } // namespace qnm::catalogue

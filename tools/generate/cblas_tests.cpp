@@ -111,7 +111,7 @@ private:
 
     std::string name(const std::string& name) const override
     {
-        if (const Expression* value = defined(row_.fortran, name))
+        if (const Expression* value = defined(row_.fortran.definitions, name))
             return text(*value);
         return value_of(rewrite_.source(name));
     }

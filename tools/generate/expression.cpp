@@ -21,7 +21,7 @@ bool non_negative(const Expression& e, const Row& row)
         return false;
     if (const Argument* a = row.find(e.text))
         return a->minimum && a->minimum->kind == EKind::number && a->minimum->value >= 0;
-    const Expression* value = defined(row, e.text);
+    const Expression* value = defined(row.definitions, e.text);
     return value != nullptr && non_negative(*value, row);
 }
 
@@ -107,9 +107,9 @@ std::string SizeText::number(std::int64_t value) const
     return "core_int{" + std::to_string(value) + "}";
 }
 
-const Expression* defined(const Row& row, const std::string& name)
+const Expression* defined(const std::vector<Definition>& definitions, const std::string& name)
 {
-    for (const Definition& d : row.definitions)
+    for (const Definition& d : definitions)
         if (d.name == name)
             return d.value.get();
     return nullptr;

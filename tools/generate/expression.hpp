@@ -58,7 +58,8 @@ protected:
     std::string number(std::int64_t value) const override;
 };
 
-/// What a row's `where` calls by this name; null if nothing.
-const catalogue::Expression* defined(const catalogue::Row& row, const std::string& name);
+/// What `where` calls by this name; null if nothing.
+const catalogue::Expression* defined(const std::vector<catalogue::Definition>& definitions,
+                                     const std::string& name);
 
 } // namespace qnm::generate

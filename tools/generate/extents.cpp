@@ -18,7 +18,8 @@ private:
     {
         if (row_.find(name) != nullptr)
             return "size(" + name + ")";
-        return name == row_.leaf ? name + "()" : text(*defined(row_, name)); // the reader has seen to it
+        return name == row_.leaf ? name + "()"
+                                 : text(*defined(row_.definitions, name)); // the reader has seen to it
     }
 
     std::string letter(const Expression& e) const override

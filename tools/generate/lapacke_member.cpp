@@ -5,17 +5,7 @@ namespace qnm::generate {
 
 using namespace catalogue;
 
-namespace {
-
 using EKind = Expression::Kind;
-
-/// A name that is none of the row's is a fixed letter.
-std::string fixed_letter(const std::string& name)
-{
-    return "'" + to_lower(name.substr(0, 1)) + "'";
-}
-
-} // namespace
 
 std::string LapackeMember::type(const std::string& word) const
 {
@@ -77,12 +67,8 @@ std::string LapackeMember::call(const Places& places) const
 
 const Expression* LapackeText::find(const std::string& name) const
 {
-    const LapackePlan& plan = member_.plan();
-    for (const auto* definitions : {&plan.c->definitions, &plan.row->definitions})
-        for (const Definition& d : *definitions)
-            if (d.name == name)
-                return d.value.get();
-    return nullptr;
+    const Expression* own = defined(member_.plan().c->definitions, name);
+    return own != nullptr ? own : defined(member_.plan().row->definitions, name);
 }
 
 std::string LapackeText::name(const std::string& name) const
@@ -98,7 +84,7 @@ std::string LapackeText::name(const std::string& name) const
         return a->argument->type == "char" ? value : "core_int{" + value + "}";
     }
     const Expression* value = find(name);
-    return value != nullptr ? text(*value) : fixed_letter(name);
+    return value != nullptr ? text(*value) : "'" + to_lower(name.substr(0, 1)) + "'"; // a fixed letter
 }
 
 std::string LapackeText::letter(const Expression& e) const
