@@ -16,8 +16,6 @@ public:
 protected:
     /// `integer` is the type in which the functions compute.
     explicit ExpressionText(const char* integer) : integer_(integer) {}
-    ExpressionText(const ExpressionText&) = default;
-    ExpressionText& operator=(const ExpressionText&) = delete;
     ~ExpressionText() = default;
 
     virtual std::string number(std::int64_t value) const = 0;

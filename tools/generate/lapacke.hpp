@@ -31,7 +31,7 @@ public:
     std::string result() const { return value_type().empty() ? integer() : value_type(); }
     std::string parameters(bool high) const;
 
-    /// An argument as it comes: its name, and what it is if it is an address.
+    /// The value of an argument, which stands behind its address if it comes by one.
     static std::string value(const catalogue::LapackeArgument& a);
     /// In the caller's integers.
     std::string narrowed(const std::string& value) const
