@@ -9,171 +9,143 @@ namespace {
 // A routine's arguments, a letter each: s side, u uplo, t trans, d diag; n size, l leading dimension,
 // i increment; a scalar; x array.
 struct Routine {
-    const char* name;
-    const char* arguments;
+    std::string name, arguments;
 };
-constexpr Routine gemm3m{"gemm3m", "ttnnnaxlxlaxl"};
-constexpr Routine routines[] = {
+const Routine gemm3m{"gemm3m", "ttnnnaxlxlaxl"};
+const Routine routines[] = {
     {"gemm", gemm3m.arguments}, {"gemv", "tnnaxlxiaxi"}, {"dgmm", "snnxlxixl"}, {"syrk", "utnnaxlaxl"},
     {"trsm", "sutdnnaxlxl"},    {"axpy", "naxixi"},      {"copy", "nxixi"},
 };
 
-enum class Kind { letter, integer, scalar, array };
-Kind kind_of(char argument)
-{
-    return argument == 'x'                           ? Kind::array
-           : argument == 'a'                         ? Kind::scalar
-           : std::strchr("nli", argument) != nullptr ? Kind::integer
-                                                     : Kind::letter;
-}
-
 constexpr core_int room = 64; // elements of one array of one problem
-constexpr core_int ld = 8;
+constexpr core_int sizes[] = {2, -1, 3, 1}, groups = 4, total = 6;
 
-// The values of one group, by argument.
+// An argument of all groups: what its letter tells, or an array for each problem.
 template <class T>
-struct Group {
-    std::vector<char> letters;
-    std::vector<core_int> integers;
+struct Argument {
+    char kind;
+    std::string letters;
+    std::vector<core_int> wide;
+    std::vector<std::int32_t> narrow;
     std::vector<T> scalars;
+    std::vector<T*> arrays;
 
-    Group(std::string_view arguments, std::size_t g)
+    explicit Argument(char k) : kind(k)
     {
-        for (const char a : arguments) {
-            const char* pair = a == 's' ? "LR" : a == 'u' ? "LU" : a == 'd' ? "NU" : "TN";
-            letters.push_back(pair[g % 2]);
-            integers.push_back(a == 'l' ? ld : a == 'i' ? 1 : 3 + static_cast<core_int>(g));
+        const char* pair = kind == 's' ? "LR" : kind == 'u' ? "LU" : kind == 'd' ? "NU" : "TN";
+        for (int g = 0; g < groups; ++g) {
+            letters += pair[g % 2];
+            narrow.push_back(kind == 'l' ? 8 + g % 2 : kind == 'i' ? 1 + g % 2 : 3 + g);
             scalars.push_back(static_cast<real_t<T>>(g + 2));
         }
+        wide.assign(narrow.begin(), narrow.end());
     }
-    const void* at(std::size_t i, Kind kind) const
+    const void* at(std::size_t g) const
     {
-        return kind == Kind::letter    ? static_cast<const void*>(&letters[i])
-               : kind == Kind::integer ? static_cast<const void*>(&integers[i])
-                                       : &scalars[i];
+        if (kind == 'a')
+            return &scalars[g];
+        return std::strchr("nli", kind) != nullptr ? static_cast<const void*>(&wide[g]) : &letters[g];
+    }
+    const void* all(bool as_narrow) const
+    {
+        return kind == 'x' ? arrays.data() : as_narrow && at(0) == wide.data() ? narrow.data() : at(0);
     }
 };
 
 template <class T>
 class Problems {
 public:
-    using Data = std::vector<std::vector<T>>; // one array of all problems for each x
+    using Data = std::vector<T>;
 
-    Problems(Routine routine, std::vector<core_int> sizes)
-        : routine_(routine), list_(routine.arguments), sizes_(std::move(sizes))
+    explicit Problems(Routine routine) : routine_(std::move(routine))
     {
-        for (std::size_t g = 0; g < sizes_.size(); ++g) {
-            groups_.emplace_back(list_, g);
-            total_ += sizes_[g];
+        for (const char kind : routine_.arguments) {
+            arguments_.emplace_back(kind);
+            if (kind == 'x')
+                data_.resize(data_.size() + room * total);
         }
-        for (const char a : list_)
-            if (a == 'x')
-                data_.push_back(random_vector<T>(room * total_));
-        for (auto& array : data_)
-            for (std::size_t i = 0; i < array.size(); ++i)
-                if (i % room % (ld + 1) == 0)
-                    array[i] = T(1); // a triangle can be solved
+        data_ = random_vector<T>(static_cast<core_int>(data_.size()));
+        for (std::size_t i = 0; i < data_.size(); ++i)
+            if (i % room % 9 == 0 || i % room % 10 == 0)
+                data_[i] = T(1); // a triangle can be solved
     }
 
     // The plain routine, problem by problem; the values of the first group for all, or each group's own.
-    Data looped(bool first_group) const
+    Data looped(bool first_group)
     {
-        Data data = data_;
-        core_int problem = 0;
-        for (std::size_t g = 0; g < sizes_.size(); ++g)
-            for (core_int p = 0; p < sizes_[g]; ++p, ++problem) {
-                const Group<T>& group = groups_[first_group ? 0 : g];
+        Data data = placed();
+        std::size_t problem = 0;
+        for (std::size_t g = 0; g < groups; ++g)
+            for (core_int last = sizes[g]; last > 0; --last, ++problem) {
                 std::vector<const void*> given;
-                std::vector<T*> arrays;
-                for (std::size_t i = 0; i < list_.size(); ++i) {
-                    if (kind_of(list_[i]) == Kind::array)
-                        given.push_back(arrays.emplace_back(data[arrays.size()].data() + room * problem));
-                    else
-                        given.push_back(group.at(i, kind_of(list_[i])));
-                }
-                if (routine_.name == std::string_view("dgmm")) // has no plain form
-                    diagonal_product(group, arrays);
+                for (const auto& x : arguments_)
+                    given.push_back(x.kind == 'x' ? x.arrays[problem] : x.at(first_group ? 0 : g));
+                if (routine_.name == "dgmm") // has no plain form
+                    diagonal_product(first_group ? 0 : g, problem);
                 else
-                    call("", given);
+                    blas_pointers(letter<T>() + routine_.name, given);
             }
         return data;
     }
-
     template <class I>
-    Data grouped() const
+    Data grouped()
     {
-        Data data = data_;
-        std::vector<std::vector<char>> letters(list_.size());
-        std::vector<std::vector<I>> integers(list_.size());
-        std::vector<std::vector<T>> scalars(list_.size());
-        std::vector<std::vector<T*>> pointers(list_.size());
+        Data data = placed();
+        constexpr bool narrow = sizeof(I) == 4;
         std::vector<const void*> given;
-        std::size_t arrays = 0;
-        for (std::size_t i = 0; i < list_.size(); ++i) {
-            for (const Group<T>& group : groups_) {
-                letters[i].push_back(group.letters[i]);
-                integers[i].push_back(static_cast<I>(group.integers[i]));
-                scalars[i].push_back(group.scalars[i]);
-            }
-            const Kind kind = kind_of(list_[i]);
-            if (kind == Kind::array) {
-                for (core_int p = 0; p < total_; ++p)
-                    pointers[i].push_back(data[arrays].data() + room * p);
-                ++arrays;
-            }
-            given.push_back(kind == Kind::letter    ? static_cast<const void*>(letters[i].data())
-                            : kind == Kind::integer ? static_cast<const void*>(integers[i].data())
-                            : kind == Kind::scalar  ? static_cast<const void*>(scalars[i].data())
-                                                    : pointers[i].data());
-        }
-        const auto count = static_cast<I>(sizes_.size());
-        const std::vector<I> sizes(sizes_.begin(), sizes_.end());
-        given.insert(given.end(), {&count, sizes.data(), reinterpret_cast<const void*>(sizeof(I) == 4)});
-        call("_batch", given);
+        for (const auto& x : arguments_)
+            given.push_back(x.all(narrow));
+        const I count = groups;
+        const std::vector<I> counts(std::begin(sizes), std::end(sizes));
+        given.insert(given.end(), {&count, counts.data(), reinterpret_cast<const void*>(narrow)});
+        blas_pointers(letter<T>() + routine_.name + "_batch", given);
         return data;
     }
-
-    Data strided() const
+    Data strided()
     {
-        Data data = data_;
+        Data data = placed();
         std::vector<const void*> given;
-        std::size_t arrays = 0;
-        for (std::size_t i = 0; i < list_.size(); ++i) {
-            const Kind kind = kind_of(list_[i]);
-            given.push_back(kind == Kind::array ? data[arrays++].data() : groups_[0].at(i, kind));
-            if (i > 0 && list_[i - 1] == 'x')
+        for (std::size_t i = 0; i < arguments_.size(); ++i) {
+            given.push_back(arguments_[i].kind == 'x' ? arguments_[i].arrays[0] : arguments_[i].at(0));
+            if (i > 0 && arguments_[i - 1].kind == 'x')
                 given.push_back(&room);
         }
-        given.push_back(&total_);
-        call("_batch_strided", given);
+        given.push_back(&total);
+        blas_pointers(letter<T>() + routine_.name + "_batch_strided", given);
         return data;
     }
 
 private:
-    void call(const std::string& form, const std::vector<const void*>& given) const
+    // A copy of the data, which the arguments point into.
+    Data placed()
     {
-        blas_pointers(letter<T>() + routine_.name + form, given);
+        Data data = data_;
+        T* next = data.data();
+        for (auto& x : arguments_)
+            for (x.arrays.clear(); x.kind == 'x' && x.arrays.size() < total; next += room)
+                x.arrays.push_back(next);
+        return data;
     }
-    static void diagonal_product(const Group<T>& group, const std::vector<T*>& arrays)
+    void diagonal_product(std::size_t g, std::size_t problem) const
     {
-        for (core_int j = 0; j < group.integers[2]; ++j)
-            for (core_int i = 0; i < group.integers[1]; ++i)
-                arrays[2][i + j * ld] = arrays[1][group.letters[0] == 'L' ? i : j] * arrays[0][i + j * ld];
+        const auto& x = arguments_; // side m n a lda x incx c ldc
+        for (core_int j = 0; j < x[2].wide[g]; ++j)
+            for (core_int i = 0; i < x[1].wide[g]; ++i)
+                x[7].arrays[problem][i + j * x[8].wide[g]] =
+                    x[5].arrays[problem][(x[0].letters[g] == 'L' ? i : j) * x[6].wide[g]] *
+                    x[3].arrays[problem][i + j * x[4].wide[g]];
     }
 
     Routine routine_;
-    std::string_view list_;
-    std::vector<core_int> sizes_;
-    core_int total_ = 0;
-    std::vector<Group<T>> groups_;
+    std::vector<Argument<T>> arguments_;
     Data data_;
 };
 
 template <class T>
-void compare(Routine routine)
+void compare(const Routine& routine)
 {
     SCOPED_TRACE(letter<T>() + routine.name);
-    const Problems<T> problems(routine, {2, 0, 3, 1});
+    Problems<T> problems(routine);
     const auto expected = problems.looped(false);
     EXPECT_EQ(problems.template grouped<std::int32_t>(), expected);
     EXPECT_EQ(problems.template grouped<core_int>(), expected);

@@ -1,64 +1,26 @@
 // Interleaved batches and kernels made ahead of their calls.
-#include "core.hpp"
-
-#include <limits>
+#include "interleaved.hpp"
 
 namespace qnm::test {
 namespace {
 
-constexpr core_int row_major = 101, column_major = 102;
-constexpr core_int left = 141, right = 142, upper = 121, lower = 122, non_unit = 131, unit = 132;
-
-// A batch of matrices of one size, and the same batch interleaved.
-template <class T>
-struct Interleaved {
-    core_int layout, rows, columns, ld, ldp, format;
-    std::vector<std::vector<T>> matrices;
-    std::vector<real_t<T>> packs;
-
-    Interleaved(core_int order, core_int m, core_int n, core_int form, core_int nm)
-        : layout(order), rows(m), columns(n), ld((order == row_major ? n : m) + 1), ldp(ld + 1), format(form)
-    {
-        for (core_int i = 0; i < nm; ++i)
-            matrices.push_back(random_vector<T>(ld * (order == row_major ? m : n)));
-    }
-    static Interleaved for_op(core_int order, core_int op, core_int m, core_int n, core_int form, core_int nm)
-    {
-        return op == 111 ? Interleaved(order, m, n, form, nm) : Interleaved(order, n, m, form, nm);
-    }
-    core_int nm() const { return static_cast<core_int>(matrices.size()); }
-    T& at(std::size_t which, core_int i, core_int j)
-    {
-        return matrices[which][static_cast<std::size_t>(layout == row_major ? i * ld + j : i + j * ld)];
-    }
-    T op(std::size_t which, core_int code, core_int i, core_int j)
-    {
-        const T x = code == 111 ? at(which, i, j) : at(which, j, i);
-        return code == 113 ? conjugate(x) : x;
-    }
-    void pack()
-    {
-        const core_int lanes = format / static_cast<core_int>(sizeof(real_t<T>));
-        const core_int parts = is_complex<T> ? 2 : 1;
-        const core_int elements = ldp * (layout == row_major ? rows : columns);
-        packs.assign(static_cast<std::size_t>((nm() + lanes - 1) / lanes * lanes * parts * elements), -99);
-        move("gepack");
-    }
-    void unpack() { move("geunpack"); }
-
-private:
-    void move(const std::string& routine)
-    {
-        std::vector<T*> pointers;
-        for (auto& matrix : matrices)
-            pointers.push_back(matrix.data());
-        by_value<void>("qnm_blas_" + letter<T>() + routine + "_compact", layout, rows, columns,
-                       pointers.data(), ld, packs.data(), ldp, format, nm());
-    }
-};
-
 template <class T>
 class SmallMatrices : public testing::Test {
+protected:
+    const std::string l = letter<T>();
+
+    static Matrices<T> any(core_int nm, char trans, core_int m, core_int n)
+    {
+        Matrices<T> all;
+        for (core_int k = 0; k < nm; ++k)
+            all.push_back(stored<T>(trans, m, n));
+        return all;
+    }
+    static void expect_equal(const Matrices<T>& found, const Matrices<T>& expected)
+    {
+        for (std::size_t k = 0; k < expected.size(); ++k)
+            ASSERT_EQ(found[k].data, expected[k].data) << k;
+    }
 };
 TYPED_TEST_SUITE(SmallMatrices, Types);
 
@@ -66,27 +28,20 @@ TYPED_TEST(SmallMatrices, PackPutsEachMatrixIntoItsLane)
 {
     using T = TypeParam;
     for (const core_int layout : {row_major, column_major}) {
-        Interleaved<T> a(layout, 3, 2, 32, 5);
-        a.pack();
+        const auto matrices = this->any(5, 'N', 3, 2);
+        const Interleaved<T> a(layout, 32, matrices);
         constexpr core_int lanes = 32 / sizeof(real_t<T>), parts = is_complex<T> ? 2 : 1;
-        const core_int place = layout == row_major ? 2 * a.ldp + 1 : 2 + a.ldp; // of element (2,1)
-        const core_int pack = 4 / lanes, lane = 4 % lanes;
-        const core_int step = a.ldp * (layout == row_major ? 3 : 2);
-        const auto at = static_cast<std::size_t>((pack * step + place) * lanes * parts + lane);
-        const T got = [&] {
-            if constexpr (is_complex<T>)
-                return T(a.packs[at], a.packs[at + lanes]);
-            else
-                return a.packs[at];
-        }();
-        EXPECT_EQ(got, a.at(4, 2, 1));
-        const auto original = a.matrices;
-        for (auto& matrix : a.matrices)
-            matrix.back() = T(55);
-        auto changed = a;
-        changed.unpack();
-        changed.pack();
-        EXPECT_EQ(changed.packs, a.packs);
+        const core_int place = layout == row_major ? 2 * a.ld + 1 : 2 + a.ld; // of element (2,1)
+        const core_int pack = 4 / lanes * a.ld * a.lines;
+        const auto at = static_cast<std::size_t>((pack + place) * lanes * parts + 4 % lanes);
+        EXPECT_EQ(a.packs[at], std::real(matrices[4](2, 1)));
+        if constexpr (is_complex<T>) {
+            EXPECT_EQ(a.packs[at + lanes], matrices[4](2, 1).imag());
+        }
+        auto zeros = matrices;
+        for (Matrix<T>& each : zeros)
+            each.take('N', each, T(0));
+        this->expect_equal(a.unpacked(zeros), matrices);
     }
 }
 
@@ -94,71 +49,56 @@ TYPED_TEST(SmallMatrices, GemmOfInterleavedMatrices)
 {
     using T = TypeParam;
     const core_int m = 3, n = 4, k = 5, nm = 9;
-    const T alpha = T(2), beta = T(3);
+    const T alpha = T(2);
     for (const core_int layout : {row_major, column_major})
-        for (const core_int transa : {111, 112, 113})
-            for (const core_int transb : {111, 112, 113})
-                for (const core_int format : {16, 32, 64}) {
-                    auto a = Interleaved<T>::for_op(layout, transa, m, k, format, nm);
-                    auto b = Interleaved<T>::for_op(layout, transb, k, n, format, nm);
-                    Interleaved<T> c(layout, m, n, format, nm);
-                    a.pack(), b.pack(), c.pack();
-                    auto expected = c;
-                    for (std::size_t which = 0; which < static_cast<std::size_t>(nm); ++which)
-                        for (core_int i = 0; i < m; ++i)
-                            for (core_int j = 0; j < n; ++j)
-                                expected.at(which, i, j) = product_element(
-                                    k, alpha, [&](core_int h) { return a.op(which, transa, i, h); },
-                                    [&](core_int h) { return b.op(which, transb, h, j); }, beta,
-                                    c.at(which, i, j));
-                    by_value<void>("qnm_blas_" + letter<T>() + "gemm_compact", layout, transa, transb, m, n,
-                                   k, &alpha, a.packs.data(), a.ldp, b.packs.data(), b.ldp, &beta,
-                                   c.packs.data(), c.ldp, format, nm);
-                    c.unpack();
-                    ASSERT_EQ(c.matrices, expected.matrices) << layout << " " << transa << " " << transb;
-                }
+        for (const core_int transa : {0, 1, 2})
+            for (const core_int transb : {0, 1, 2})
+                for (const core_int format : {16, 32, 64})
+                    for (const T beta : {T(0), T(3)}) {
+                        SCOPED_TRACE(testing::Message() << layout << transa << transb << ' ' << format);
+                        const auto a = this->any(nm, transposes[transa], m, k),
+                                   b = this->any(nm, transposes[transb], k, n), c = this->any(nm, 'N', m, n);
+                        const Interleaved<T> pa(layout, format, a), pb(layout, format, b);
+                        Interleaved<T> pc(layout, format, c);
+                        by_value<void>("qnm_blas_" + this->l + "gemm_compact", layout, 111 + transa,
+                                       111 + transb, m, n, k, &alpha, pa, pb, &beta, pc, format, nm);
+                        auto expected = c;
+                        for (std::size_t i = 0; i < c.size(); ++i)
+                            expected[i] = product(transposes[transa], a[i], transposes[transb], b[i], alpha,
+                                                  beta, c[i]);
+                        this->expect_equal(pc.unpacked(c), expected);
+                    }
 }
 
-// B = op(A) * X or X * op(A) with whole numbers: X / alpha comes back exactly, since the diagonal is 2 or 1.
+// B = op(A) * X or X * op(A) with whole numbers: X comes back exactly, since the diagonal is 2 or 1.
 TYPED_TEST(SmallMatrices, TrsmOfInterleavedMatrices)
 {
     using T = TypeParam;
     const core_int m = 4, n = 3, nm = 5, format = 32;
-    const T alpha = T(2);
+    const T alpha = T(2), one = T(1), zero = T(0);
     for (const core_int layout : {row_major, column_major})
-        for (const core_int side : {left, right})
-            for (const core_int uplo : {upper, lower})
-                for (const core_int transa : {111, 112, 113})
-                    for (const core_int diag : {non_unit, unit}) {
-                        const core_int order = side == left ? m : n;
-                        Interleaved<T> a(layout, order, order, format, nm), x(layout, m, n, format, nm);
-                        auto b = x, expected = x;
-                        for (std::size_t which = 0; which < static_cast<std::size_t>(nm); ++which) {
-                            auto element = [&](core_int i, core_int j) { // of op(A)
-                                const bool stored = (uplo == upper) == (transa == 111) ? i <= j : i >= j;
-                                return i == j && diag == unit ? T(1)
-                                       : stored               ? a.op(which, transa, i, j)
-                                                              : T{};
-                            };
+        for (const core_int right : {0, 1})
+            for (const core_int lower : {0, 1})
+                for (const core_int transa : {0, 1, 2})
+                    for (const core_int diag : {0, 1}) {
+                        SCOPED_TRACE(testing::Message() << layout << right << lower << transa << diag);
+                        const core_int order = right == 1 ? n : m;
+                        auto a = this->any(nm, 'N', order, order), x = this->any(nm, 'N', m, n), b = x;
+                        for (std::size_t k = 0; k < b.size(); ++k) {
                             for (core_int i = 0; i < order; ++i)
-                                a.at(which, i, i) = T(2);
-                            for (core_int i = 0; i < m; ++i)
-                                for (core_int j = 0; j < n; ++j) {
-                                    T sum{};
-                                    for (core_int h = 0; h < order; ++h)
-                                        sum += side == left ? element(i, h) * x.at(which, h, j)
-                                                            : x.at(which, i, h) * element(h, j);
-                                    b.at(which, i, j) = sum;
-                                    expected.at(which, i, j) = alpha * x.at(which, i, j);
-                                }
+                                a[k](i, i) = T(2);
+                            const auto full = triangle("UL"[lower], "NU"[diag], a[k]);
+                            b[k] = right == 1 ? product('N', x[k], transposes[transa], full, one, zero, b[k])
+                                              : product(transposes[transa], full, 'N', x[k], one, zero, b[k]);
                         }
-                        a.pack(), b.pack();
-                        by_value<void>("qnm_blas_" + letter<T>() + "trsm_compact", layout, side, uplo, transa,
-                                       diag, m, n, &alpha, a.packs.data(), a.ldp, b.packs.data(), b.ldp,
+                        const Interleaved<T> pa(layout, format, a);
+                        Interleaved<T> pb(layout, format, b);
+                        by_value<void>("qnm_blas_" + this->l + "trsm_compact", layout, left + right,
+                                       upper + lower, 111 + transa, unit - 1 + diag, m, n, &alpha, pa, pb,
                                        format, nm);
-                        b.unpack();
-                        ASSERT_EQ(b.matrices, expected.matrices)
-                            << layout << " " << side << " " << uplo << " " << transa << " " << diag;
+                        for (Matrix<T>& each : x)
+                            each.take('N', each, alpha);
+                        this->expect_equal(pb.unpacked(x), x);
                     }
 }
 
@@ -174,8 +114,9 @@ TEST(Compact, FormatsAreThoseOfVectors)
     EXPECT_TRUE(format == 16 || format == 32 || format == 64);
     by_value<void*>("qnm_serv_set_xerbla", &remember_position);
     const void* null = nullptr;
-    by_value<void>("qnm_blas_dgepack_compact", column_major, core_int{1}, core_int{1}, null, core_int{1},
-                   null, core_int{1}, core_int{48}, core_int{1});
+    const core_int one = 1;
+    by_value<void>("qnm_blas_dgepack_compact", column_major, one, one, null, one, null, one, core_int{48},
+                   one);
     by_value<void*>("qnm_serv_set_xerbla", nullptr);
     EXPECT_EQ(reported_position, 8);
 }
@@ -183,27 +124,23 @@ TEST(Compact, FormatsAreThoseOfVectors)
 TYPED_TEST(SmallMatrices, KernelsCarryTheirParameters)
 {
     using T = TypeParam;
-    const std::string name = letter<T>() + "gemm";
-    const std::string extended = is_complex<T> ? "NTCOUV" : "NTOU", plain = is_complex<T> ? "NTCNTC" : "NTNT";
+    const std::string name = this->l + "gemm", extended = "NTCOUV", plain = "NTCNTC";
     const core_int m = 3, n = 4, k = 5, lda = 6, ldb = 7, ldc = 8;
     const T alpha = T(2), beta = T(3);
     const auto a = random_vector<T>(64), b = random_vector<T>(64), before = random_vector<T>(64);
     for (std::size_t i = 0; i < extended.size(); ++i)
         for (const char transb : {'N', 'T'}) {
             void* jitter = nullptr;
-            const int status = blas<int>("qnm_jit_create_" + name, &jitter, extended[i], transb, m, n, k,
-                                         alpha, lda, ldb, beta, ldc);
-            EXPECT_EQ(status, 1);
-            using Function = void (*)(void*, const T*, const T*, T*);
+            EXPECT_EQ(blas<int>("qnm_jit_create_" + name, &jitter, extended[i], transb, m, n, k, alpha, lda,
+                                ldb, beta, ldc),
+                      1);
+            using Function = void (*)(void*, const T*, const T*, const T*);
             const auto function = by_value<Function>("qnm_blas_qnm_jit_get_" + name + "_ptr", jitter);
             ASSERT_NE(function, nullptr);
             auto c = before, expected = before;
-            blas(name, plain[i], transb, m, n, k, alpha, a.data(), lda, b.data(), ldb, beta, expected.data(),
-                 ldc);
-            if (std::string("OUV").find(extended[i]) == std::string::npos)
-                function(jitter, a.data(), b.data(), c.data());
-            else // the product's first matrix comes second
-                function(jitter, b.data(), a.data(), c.data());
+            blas(name, plain[i], transb, m, n, k, alpha, a, lda, b, ldb, beta, expected, ldc);
+            const bool exchanged = i >= 3; // the product's first matrix comes second
+            function(jitter, (exchanged ? b : a).data(), (exchanged ? a : b).data(), c.data());
             EXPECT_EQ(c, expected) << extended[i] << transb;
             EXPECT_EQ(by_value<int>("qnm_blas_qnm_jit_destroy", jitter), 0);
         }

@@ -5,10 +5,10 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <initializer_list>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace qnm::test {
@@ -19,6 +19,125 @@ using core::conjugate;
 using core::core_int;
 using core::is_complex;
 using core::real_t;
+
+template <class T>
+std::string letter()
+{
+    return is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d");
+}
+using Types = testing::Types<float, double, cfloat, cdouble>;
+using ComplexTypes = testing::Types<cfloat, cdouble>;
+inline constexpr char transposes[] = {'N', 'T', 'C'};
+
+// ---- matrices
+
+inline int random_integer(int low, int high)
+{
+    static std::mt19937 generator(20240229);
+    return std::uniform_int_distribution(low, high)(generator);
+}
+
+// Small whole numbers: sums of their products are exact in every type, whatever the order.
+template <class T>
+std::vector<T> random_vector(core_int n)
+{
+    const auto part = [] { return static_cast<real_t<T>>(random_integer(-3, 3)); };
+    std::vector<T> v(static_cast<std::size_t>(n));
+    for (T& x : v)
+        if constexpr (is_complex<T>)
+            x = T(part(), part());
+        else
+            x = part();
+    return v;
+}
+template <class T>
+T random_value()
+{
+    return random_vector<T>(1)[0];
+}
+
+inline bool turns(char trans)
+{
+    return trans == 'T' || trans == 'C';
+}
+
+// Column-major, with room to spare below the rows. The elements of a column stand `inc` apart; below zero,
+// the last one stands first, as in a vector of BLAS.
+template <class T>
+struct Matrix {
+    core_int rows, columns, inc, ld;
+    std::vector<T> data;
+
+    Matrix(core_int m, core_int n, core_int spare = 3, core_int step = 1)
+        : rows(m),
+          columns(n),
+          inc(step),
+          ld((m - 1) * std::abs(step) + 1 + spare),
+          data(random_vector<T>(ld * n + 1))
+    {
+    }
+    std::size_t at(core_int i, core_int j) const
+    {
+        return static_cast<std::size_t>((inc > 0 ? i : i - rows + 1) * inc + j * ld);
+    }
+    T& operator()(core_int i, core_int j) { return data[at(i, j)]; }
+    const T& operator()(core_int i, core_int j) const { return data[at(i, j)]; }
+    // Element of op(X), which R conjugates where it stands.
+    T op(char trans, core_int i, core_int j) const
+    {
+        const T x = turns(trans) ? (*this)(j, i) : (*this)(i, j);
+        return trans == 'C' || trans == 'R' ? conjugate(x) : x;
+    }
+    // Becomes alpha * op(X) + beta * itself.
+    Matrix& take(char trans, const Matrix& x, T alpha = T(1), T beta = T(0))
+    {
+        for (core_int j = 0; j < columns; ++j)
+            for (core_int i = 0; i < rows; ++i)
+                (*this)(i, j) = alpha * x.op(trans, i, j) + beta * (*this)(i, j);
+        return *this;
+    }
+};
+
+template <class T>
+struct Vector : Matrix<T> {
+    Vector(core_int n, core_int step) : Matrix<T>(n, 1, 0, step) {}
+};
+
+// A matrix stored so that op(X) is m by n.
+template <class T>
+Matrix<T> stored(char trans, core_int m, core_int n)
+{
+    return turns(trans) ? Matrix<T>(n, m) : Matrix<T>(m, n);
+}
+
+// alpha * op(A) * op(B) + beta * C; C is not read if beta is zero.
+template <class A, class B, class T>
+Matrix<T> product(char transa, const Matrix<A>& a, char transb, const Matrix<B>& b, T alpha, T beta,
+                  Matrix<T> c)
+{
+    const core_int k = turns(transa) ? a.rows : a.columns;
+    for (core_int j = 0; j < c.columns; ++j)
+        for (core_int i = 0; i < c.rows; ++i) {
+            T sum{};
+            for (core_int h = 0; h < k; ++h)
+                sum += T(a.op(transa, i, h)) * T(b.op(transb, h, j));
+            c(i, j) = alpha * sum + (beta == T{} ? T{} : beta * c(i, j));
+        }
+    return c;
+}
+
+// The triangle that a routine reads, as a full matrix.
+template <class T>
+Matrix<T> triangle(char uplo, char diag, Matrix<T> a)
+{
+    for (core_int j = 0; j < a.columns; ++j)
+        for (core_int i = 0; i < a.rows; ++i)
+            if (i == j ? diag == 'U' : (uplo == 'U') == (i > j))
+                a(i, j) = T(i == j ? 1 : 0);
+    return a;
+}
+
+// ---- calls
 
 inline void* core_symbol(const std::string& name)
 {
@@ -31,11 +150,37 @@ inline void* core_symbol(const std::string& name)
     return symbol;
 }
 
-// Arguments exactly as given.
-template <class R, class... A>
-R by_value(const std::string& name, A... arguments)
+// A matrix stands for its array and its leading dimension, a vector for its array and its increment.
+template <class X>
+std::tuple<const X&> spread(const X& x)
 {
-    return reinterpret_cast<R (*)(A...)>(core_symbol(name))(arguments...);
+    return {x};
+}
+template <class X>
+std::tuple<const X*> spread(const std::vector<X>& x)
+{
+    return {x.data()};
+}
+template <class T>
+std::tuple<const T*, const core_int&> spread(const Matrix<T>& x)
+{
+    return {x.data.data(), x.ld};
+}
+template <class T>
+std::tuple<const T*, const core_int&> spread(const Vector<T>& x)
+{
+    return {x.data.data(), x.inc};
+}
+
+// Arguments as they are given.
+template <class R, class... A>
+R by_value(const std::string& name, const A&... arguments)
+{
+    void* const routine = core_symbol(name);
+    const auto call = [&](const auto&... x) {
+        return reinterpret_cast<R (*)(std::decay_t<decltype(x)>...)>(routine)(x...);
+    };
+    return std::apply(call, std::tuple_cat(spread(arguments)...));
 }
 
 // Fortran convention: pointers as they are, all else by reference. Integers must be core_int.
@@ -48,91 +193,32 @@ auto reference(const X& x)
     else
         return &x;
 }
+template <class R, class... A>
+R by_reference(const std::string& name, const A&... arguments)
+{
+    const auto call = [&](const auto&... x) { return by_value<R>(name, reference(x)...); };
+    return std::apply(call, std::tuple_cat(spread(arguments)...));
+}
 template <class R = void, class... A>
 R blas(const std::string& name, const A&... arguments)
 {
-    return by_value<R>("qnm_blas_" + name, reference(arguments)...);
+    return by_reference<R>("qnm_blas_" + name, arguments...);
+}
+template <class R = void, class... A>
+R lapack(const std::string& name, const A&... arguments)
+{
+    return by_reference<R>("qnm_lapack_" + name, arguments...);
 }
 
 // Fortran convention with arguments collected at run time: all of them pointers. Too many do no harm.
 inline void blas_pointers(const std::string& name, std::vector<const void*> p)
 {
     p.resize(18);
-    by_value<void>("qnm_blas_" + name, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8], p[9], p[10],
-                   p[11], p[12], p[13], p[14], p[15], p[16], p[17]);
-}
-
-template <class T>
-std::string letter()
-{
-    return is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d");
-}
-using Types = testing::Types<float, double, cfloat, cdouble>;
-using ComplexTypes = testing::Types<cfloat, cdouble>;
-
-inline std::mt19937& generator()
-{
-    static std::mt19937 g(20240229);
-    return g;
-}
-inline int random_integer(int low, int high)
-{
-    return std::uniform_int_distribution(low, high)(generator());
-}
-
-// Small whole numbers: sums of their products are exact in every type, whatever the order.
-template <class T>
-T random_value()
-{
-    if constexpr (is_complex<T>)
-        return T(static_cast<real_t<T>>(random_integer(-3, 3)),
-                 static_cast<real_t<T>>(random_integer(-3, 3)));
-    else
-        return static_cast<T>(random_integer(-3, 3));
-}
-template <class T>
-std::vector<T> random_vector(core_int n)
-{
-    std::vector<T> v(static_cast<std::size_t>(n));
-    for (T& x : v)
-        x = random_value<T>();
-    return v;
-}
-
-// Column-major, with rows to spare below the used ones.
-template <class T>
-struct Matrix {
-    core_int rows, columns, ld;
-    std::vector<T> data;
-
-    Matrix(core_int m, core_int n, core_int spare = 2)
-        : rows(m), columns(n), ld(m + spare + 1), data(random_vector<T>(ld * n + 1))
+    const auto call = [&]<std::size_t... i>(std::index_sequence<i...>)
     {
-    }
-    T& operator()(core_int i, core_int j) { return data[static_cast<std::size_t>(i + j * ld)]; }
-    const T& operator()(core_int i, core_int j) const { return data[static_cast<std::size_t>(i + j * ld)]; }
-    // Element of op(X).
-    T op(char trans, core_int i, core_int j) const
-    {
-        const T x = trans == 'N' ? (*this)(i, j) : (*this)(j, i);
-        return trans == 'C' ? conjugate(x) : x;
-    }
-};
-
-// A matrix stored so that op(X) is m by n.
-template <class T>
-Matrix<T> stored(char trans, core_int m, core_int n)
-{
-    return trans == 'N' ? Matrix<T>(m, n) : Matrix<T>(n, m);
-}
-
-template <class A, class B, class T>
-T product_element(core_int k, T alpha, A a, B b, T beta, T c)
-{
-    T sum{};
-    for (core_int h = 0; h < k; ++h)
-        sum += T(a(h)) * T(b(h));
-    return alpha * sum + (beta == T{} ? T{} : beta * c);
+        by_value<void>("qnm_blas_" + name, p[i]...);
+    };
+    call(std::make_index_sequence<18>{});
 }
 
 } // namespace qnm::test

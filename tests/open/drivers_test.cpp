@@ -1,8 +1,6 @@
 // LAPACK's drivers from C: by rows they have to come to what they come to by columns, to the last bit, since
 // both give the engine the same matrices.
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <initializer_list>
 #include <random>
 #include <vector>
 
@@ -48,165 +46,94 @@ struct Matrix {
 /// What else a driver gives back.
 struct Results {
     std::vector<double> w = std::vector<double>(3 * m, 0), v = w, u = w;
+    std::vector<double> ones = std::vector<double>(m, 1), twos = std::vector<double>(m, 2);
     std::vector<lapack_int> i = std::vector<lapack_int>(2 * m, 0);
     lapack_int count = 0;
     bool operator==(const Results&) const = default;
 };
 
+using Matrices = std::vector<Matrix>;
+
 template <class Driver>
-void twins(const char* name, std::initializer_list<Matrix*> matrices, Driver driver)
+void twins(const char* name, Matrices x, Driver driver)
 {
     SCOPED_TRACE(name);
-    const auto before = (*matrices.begin())->by_rows;
+    const auto before = x[0].by_rows;
     Results results[2];
-    lapack_int info[2];
     for (int k = 0; k < 2; ++k)
-        info[k] = driver(layouts[k], results[k]);
-    EXPECT_EQ(info[0], 0);
-    EXPECT_EQ(info[1], 0);
+        EXPECT_EQ(driver(layouts[k], results[k], x), 0);
     EXPECT_EQ(results[0], results[1]);
-    for (Matrix* matrix : matrices)
-        for (int i = 0; i < matrix->rows; ++i)
-            for (int j = 0; j < matrix->columns; ++j)
-                EXPECT_EQ(matrix->at(LAPACK_ROW_MAJOR, i, j), matrix->at(LAPACK_COL_MAJOR, i, j))
+    for (Matrix& matrix : x)
+        for (int i = 0; i < matrix.rows; ++i)
+            for (int j = 0; j < matrix.columns; ++j)
+                EXPECT_EQ(matrix.at(LAPACK_ROW_MAJOR, i, j), matrix.at(LAPACK_COL_MAJOR, i, j))
                     << i << " " << j;
-    EXPECT_TRUE(results[0].w != Results().w || (*matrices.begin())->by_rows != before) << "nothing was done";
+    EXPECT_TRUE(results[0].w != Results().w || x[0].by_rows != before) << "nothing was done";
 }
 
-#define QNM_M(x) x.data(layout), x.ld(layout)
+// A driver and its arguments behind the layout: M(k) is the k-th of the matrices, r holds what else comes
+// back.
+#define QNM_TWINS(routine, matrices, ...)                                                                    \
+    twins(#routine, matrices, [&](int layout, [[maybe_unused]] Results& r, Matrices& x) -> lapack_int {      \
+        return LAPACKE_##routine(layout, __VA_ARGS__);                                                       \
+    })
+#define M(k) x[k].data(layout), x[k].ld(layout)
+
+const Matrix square(n, n, 1, 4), definite(n, n, 2, 6, true), symmetric(n, n, 21, 0, true), tall(m, n, 11);
+const Matrix right(n, few, 3), tall_right(m, few, 12), wide(few, n, 13), small(few, few, 35), large(m, m, 32);
 
 TEST(Drivers, OfSystems)
 {
-    const Matrix square(n, n, 1, 4), definite(n, n, 2, 6, true), right(n, few, 3);
-    Matrix a = square, b = right;
-    twins("gesv", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgesv(layout, n, few, QNM_M(a), r.i.data(), QNM_M(b));
-    });
-    a = definite, b = right;
-    twins("posv", {&a, &b}, [&](int layout, Results&) -> lapack_int {
-        return LAPACKE_dposv(layout, 'L', n, few, QNM_M(a), QNM_M(b));
-    });
-    a = definite, b = right;
-    twins("sysv", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsysv(layout, 'U', n, few, QNM_M(a), r.i.data(), QNM_M(b));
-    });
-    Matrix factors(n, n, 4), x(n, few, 5);
-    a = square, b = right;
-    twins("gesvx", {&a, &factors, &b, &x}, [&](int layout, Results& r) -> lapack_int {
-        char equed = 'N';
-        double rcond = 0, growth = 0;
-        const lapack_int info =
-            LAPACKE_dgesvx(layout, 'E', 'N', n, few, QNM_M(a), QNM_M(factors), r.i.data(), &equed, r.w.data(),
-                           r.v.data(), QNM_M(b), QNM_M(x), &rcond, r.u.data(), r.u.data() + few, &growth);
-        r.w[2 * m] = rcond, r.w[2 * m + 1] = growth, r.count = equed;
-        return info;
-    });
+    const Matrices of_square{square, right}, of_definite{definite, right};
+    QNM_TWINS(dgesv, of_square, n, few, M(0), r.i.data(), M(1));
+    QNM_TWINS(dposv, of_definite, 'L', n, few, M(0), M(1));
+    QNM_TWINS(dsysv, of_definite, 'U', n, few, M(0), r.i.data(), M(1));
+    const Matrices expert{square, square, right, right};
+    char equed = 'N';
+    QNM_TWINS(dgesvx, expert, 'E', 'N', n, few, M(0), M(1), r.i.data(), &equed, r.w.data(), r.v.data(), M(2),
+              M(3), &r.w[2 * m], r.u.data(), r.u.data() + few, &r.w[2 * m + 1]);
     // Two diagonals below and one above, and two more for the factors; the rows of the band are those of the
     // array.
-    Matrix band(2 * 2 + 1 + 1, n, 6);
-    b = right;
-    twins("gbsv", {&band, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgbsv(layout, n, 2, 1, few, QNM_M(band), r.i.data(), QNM_M(b));
-    });
+    const Matrices band{Matrix(2 * 2 + 1 + 1, n, 6), right};
+    QNM_TWINS(dgbsv, band, n, 2, 1, few, M(0), r.i.data(), M(1));
 }
 
 TEST(Drivers, OfLeastSquares)
 {
-    const Matrix tall(m, n, 11), right(m, few, 12);
-    Matrix a = tall, b = right;
-    twins("gels", {&a, &b}, [&](int layout, Results&) -> lapack_int {
-        return LAPACKE_dgels(layout, 'N', m, n, few, QNM_M(a), QNM_M(b));
-    });
-    a = tall, b = right;
-    twins("gelsd", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgelsd(layout, m, n, few, QNM_M(a), QNM_M(b), r.w.data(), 1e-12, &r.count);
-    });
-    a = tall, b = right;
-    twins("gelss", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgelss(layout, m, n, few, QNM_M(a), QNM_M(b), r.w.data(), 1e-12, &r.count);
-    });
-    a = tall, b = right;
-    twins("gelsy", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgelsy(layout, m, n, few, QNM_M(a), QNM_M(b), r.i.data(), 1e-12, &r.count);
-    });
-    Matrix constraints(few, n, 13);
-    a = tall;
-    twins("gglse", {&a, &constraints}, [&](int layout, Results& r) -> lapack_int {
-        std::fill(r.u.begin(), r.u.end(), 1.0);
-        std::fill(r.v.begin(), r.v.end(), 2.0);
-        return LAPACKE_dgglse(layout, m, n, few, QNM_M(a), QNM_M(constraints), r.u.data(), r.v.data(),
-                              r.w.data());
-    });
+    const Matrices of_tall{tall, tall_right}, constrained{tall, wide};
+    QNM_TWINS(dgels, of_tall, 'N', m, n, few, M(0), M(1));
+    QNM_TWINS(dgelsd, of_tall, m, n, few, M(0), M(1), r.w.data(), 1e-12, &r.count);
+    QNM_TWINS(dgelss, of_tall, m, n, few, M(0), M(1), r.w.data(), 1e-12, &r.count);
+    QNM_TWINS(dgelsy, of_tall, m, n, few, M(0), M(1), r.i.data(), 1e-12, &r.count);
+    QNM_TWINS(dgglse, constrained, m, n, few, M(0), M(1), r.ones.data(), r.twos.data(), r.w.data());
 }
 
 TEST(Drivers, OfEigenvalues)
 {
-    const Matrix symmetric(n, n, 21, 0, true), square(n, n, 22), definite(n, n, 23, 6, true);
-    Matrix a = symmetric, z(n, n, 24), other(n, n, 25);
-    twins("syev", {&a}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsyev(layout, 'V', 'U', n, QNM_M(a), r.w.data());
-    });
-    a = symmetric;
-    twins("syevd", {&a}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsyevd(layout, 'N', 'L', n, QNM_M(a), r.w.data());
-    });
-    a = symmetric;
-    twins("syevr", {&a, &z}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsyevr(layout, 'V', 'A', 'U', n, QNM_M(a), 0, 0, 0, 0, 0, &r.count, r.w.data(),
-                              QNM_M(z), r.i.data());
-    });
-    a = symmetric;
-    twins("syevx", {&a, &z}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsyevx(layout, 'V', 'A', 'L', n, QNM_M(a), 0, 0, 0, 0, 0, &r.count, r.w.data(),
-                              QNM_M(z), r.i.data());
-    });
-    a = symmetric;
-    Matrix b = definite;
-    twins("sygv", {&a, &b}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsygv(layout, 1, 'V', 'U', n, QNM_M(a), QNM_M(b), r.w.data());
-    });
-    a = square;
-    twins("geev", {&a, &z, &other}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgeev(layout, 'V', 'V', n, QNM_M(a), r.w.data(), r.v.data(), QNM_M(z), QNM_M(other));
-    });
-    a = square;
-    twins("gees", {&a, &z}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgees(layout, 'V', 'N', nullptr, n, QNM_M(a), &r.count, r.w.data(), r.v.data(),
-                             QNM_M(z));
-    });
-    a = square, b = definite;
-    twins("ggev", {&a, &b, &z, &other}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dggev(layout, 'V', 'V', n, QNM_M(a), QNM_M(b), r.w.data(), r.v.data(), r.u.data(),
-                             QNM_M(z), QNM_M(other));
-    });
-    a = square, b = definite;
-    twins("gges", {&a, &b, &z, &other}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgges(layout, 'V', 'V', 'N', nullptr, n, QNM_M(a), QNM_M(b), &r.count, r.w.data(),
-                             r.v.data(), r.u.data(), QNM_M(z), QNM_M(other));
-    });
-    Matrix band(3, n, 26);
-    twins("sbev", {&band, &z}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dsbev(layout, 'V', 'L', n, 2, QNM_M(band), r.w.data(), QNM_M(z));
-    });
+    const Matrices one{symmetric}, vectors{symmetric, square}, pair{symmetric, definite};
+    QNM_TWINS(dsyev, one, 'V', 'U', n, M(0), r.w.data());
+    QNM_TWINS(dsyevd, one, 'N', 'L', n, M(0), r.w.data());
+    QNM_TWINS(dsyevr, vectors, 'V', 'A', 'U', n, M(0), 0, 0, 0, 0, 0, &r.count, r.w.data(), M(1), r.i.data());
+    QNM_TWINS(dsyevx, vectors, 'V', 'A', 'L', n, M(0), 0, 0, 0, 0, 0, &r.count, r.w.data(), M(1), r.i.data());
+    QNM_TWINS(dsygv, pair, 1, 'V', 'U', n, M(0), M(1), r.w.data());
+    const Matrices any{square, square, square}, any_pair{square, definite, square, square};
+    QNM_TWINS(dgeev, any, 'V', 'V', n, M(0), r.w.data(), r.v.data(), M(1), M(2));
+    QNM_TWINS(dgees, any, 'V', 'N', nullptr, n, M(0), &r.count, r.w.data(), r.v.data(), M(1));
+    QNM_TWINS(dggev, any_pair, 'V', 'V', n, M(0), M(1), r.w.data(), r.v.data(), r.u.data(), M(2), M(3));
+    QNM_TWINS(dgges, any_pair, 'V', 'V', 'N', nullptr, n, M(0), M(1), &r.count, r.w.data(), r.v.data(),
+              r.u.data(), M(2), M(3));
+    QNM_TWINS(dstev, any, 'V', n, r.twos.data(), r.ones.data(), M(0));
+    const Matrices band{wide, square};
+    QNM_TWINS(dsbev, band, 'V', 'L', n, 2, M(0), r.w.data(), M(1));
 }
 
 TEST(Drivers, OfSingularValues)
 {
-    const Matrix tall(m, n, 31);
-    Matrix a = tall, u(m, m, 32), vt(n, n, 33);
-    twins("gesvd", {&a, &u, &vt}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgesvd(layout, 'A', 'A', m, n, QNM_M(a), r.w.data(), QNM_M(u), QNM_M(vt), r.v.data());
-    });
-    a = tall;
-    twins("gesdd", {&a, &u, &vt}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dgesdd(layout, 'A', m, n, QNM_M(a), r.w.data(), QNM_M(u), QNM_M(vt));
-    });
-    a = tall;
-    Matrix b(few, n, 34), v(few, few, 35), q(n, n, 36);
-    twins("ggsvd3", {&a, &b, &u, &v, &q}, [&](int layout, Results& r) -> lapack_int {
-        return LAPACKE_dggsvd3(layout, 'U', 'V', 'Q', m, n, few, &r.count, r.i.data() + n, QNM_M(a), QNM_M(b),
-                               r.w.data(), r.v.data(), QNM_M(u), QNM_M(v), QNM_M(q), r.i.data());
-    });
+    const Matrices one{tall, large, square}, two{tall, wide, large, small, square};
+    QNM_TWINS(dgesvd, one, 'A', 'A', m, n, M(0), r.w.data(), M(1), M(2), r.v.data());
+    QNM_TWINS(dgesdd, one, 'A', m, n, M(0), r.w.data(), M(1), M(2));
+    QNM_TWINS(dggsvd3, two, 'U', 'V', 'Q', m, n, few, &r.count, r.i.data() + n, M(0), M(1), r.w.data(),
+              r.v.data(), M(2), M(3), M(4), r.i.data());
 }
 
 } // namespace

@@ -1,53 +1,36 @@
 // Memory, error routing, text, and the closedness of the library.
 #include "core.hpp"
 
-#include <array>
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
+#include <thread>
 #include <unistd.h>
 
 // The executable offers names of the engine: whoever lands here was led out of the core.
 int taken_over = 0;
-#pragma GCC visibility push(default)
-extern "C" {
-void dgemm_()
-{
-    ++taken_over;
-}
-void dscal_()
-{
-    ++taken_over;
-}
-void cblas_dgemm()
-{
-    ++taken_over;
-}
-void xerbla_()
-{
-    ++taken_over;
-}
-void lsame_()
-{
-    ++taken_over;
-}
-void openblas_get_config()
-{
-    ++taken_over;
-}
-void openblas_get_num_threads()
-{
-    ++taken_over;
-}
-#pragma GCC visibility pop
-}
+#define QNM_OFFERED(name)                                                                                    \
+    extern "C" [[gnu::visibility("default")]] void name()                                                    \
+    {                                                                                                        \
+        ++taken_over;                                                                                        \
+    }
+QNM_OFFERED(dgemm_)
+QNM_OFFERED(dscal_)
+QNM_OFFERED(cblas_dgemm)
+QNM_OFFERED(xerbla_)
+QNM_OFFERED(lsame_)
+QNM_OFFERED(openblas_get_config)
+QNM_OFFERED(openblas_get_num_threads)
 
 namespace qnm::test {
 namespace {
 
-std::int64_t bytes_in_use(int* blocks = nullptr)
+// Bytes and blocks handed out.
+using Use = std::pair<std::int64_t, int>;
+Use in_use()
 {
-    return by_value<std::int64_t>("qnm_serv_mem_stat", blocks);
+    int blocks = 0;
+    const auto bytes = by_value<std::int64_t>("qnm_serv_mem_stat", &blocks);
+    return {bytes, blocks};
 }
 
 TEST(Closedness, OnlyTheCoresNamesLeaveIt)
@@ -68,12 +51,11 @@ TEST(Closedness, TheEngineIsNotTakenOver)
 {
     const core_int n = 2;
     const double alpha = 1, beta = 0;
-    const std::array<double, 4> a{1, 2, 3, 4};
-    std::array<double, 4> c{};
+    const std::vector<double> a{1, 2, 3, 4};
     for (const char* name : {"dgemm", "xdgemm", "qnm_dgemm_jit", "qnm_dgemm_direct_jit"}) {
-        c = {};
-        blas(name, 'N', 'N', n, n, n, alpha, a.data(), n, a.data(), n, beta, c.data(), n);
-        EXPECT_EQ(c, (std::array<double, 4>{7, 10, 15, 22})) << name;
+        std::vector<double> c(4);
+        blas(name, 'N', 'N', n, n, n, alpha, a, n, a, n, beta, c, n);
+        EXPECT_EQ(c, (std::vector<double>{7, 10, 15, 22})) << name;
     }
     EXPECT_GT(by_value<int>("qnm_serv_get_max_threads"), 0);
     EXPECT_EQ(taken_over, 0);
@@ -81,8 +63,7 @@ TEST(Closedness, TheEngineIsNotTakenOver)
 
 TEST(Memory, IsAlignedCountedAndGivenBack)
 {
-    int blocks_before = 0, blocks = 0;
-    const std::int64_t before = bytes_in_use(&blocks_before);
+    const auto [bytes, blocks] = in_use();
     std::vector<void*> taken;
     for (const int alignment : {0, 1, 64, 128, 168, 4096}) {
         taken.push_back(by_value<void*>("qnm_serv_malloc", std::size_t{100}, alignment));
@@ -92,33 +73,28 @@ TEST(Memory, IsAlignedCountedAndGivenBack)
             << alignment;
         std::memset(taken.back(), 0xa5, 100);
     }
-    EXPECT_EQ(bytes_in_use(&blocks), before + 600);
-    EXPECT_EQ(blocks, blocks_before + 6);
+    EXPECT_EQ(in_use(), Use(bytes + 600, blocks + 6));
     auto* grown = by_value<unsigned char*>("qnm_serv_realloc", taken.back(), std::size_t{5000});
     EXPECT_EQ(grown[99], 0xa5);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(grown) % 4096, 0U);
-    EXPECT_EQ(bytes_in_use(), before + 5500);
+    EXPECT_EQ(in_use(), Use(bytes + 5500, blocks + 6));
     taken.back() = grown;
     for (void* block : taken)
         by_value<void>("qnm_serv_free", block);
     auto* zeroed = by_value<char*>("qnm_serv_calloc", std::size_t{50}, std::size_t{2}, 64);
-    for (int i = 0; i < 100; ++i)
-        EXPECT_EQ(zeroed[i], 0);
+    EXPECT_EQ(std::string(zeroed, 100), std::string(100, '\0'));
     EXPECT_EQ(by_value<void*>("qnm_serv_realloc", zeroed, std::size_t{0}), nullptr);
     EXPECT_EQ(by_value<void*>("qnm_serv_calloc", SIZE_MAX / 2, std::size_t{3}, 64), nullptr);
     EXPECT_EQ(by_value<void*>("qnm_serv_allocate", SIZE_MAX - 8, 64), nullptr);
-    EXPECT_EQ(bytes_in_use(&blocks), before);
-    EXPECT_EQ(blocks, blocks_before);
+    EXPECT_EQ(in_use(), Use(bytes, blocks));
 }
 
 TEST(Memory, BlocksChangeThreads)
 {
-    int blocks_before = 0, blocks = 0;
-    const std::int64_t before = bytes_in_use(&blocks_before);
-    constexpr std::size_t sizes[] = {0, 1, 128, 255, 4096, 4097};
+    const auto [bytes, blocks] = in_use();
     std::vector<std::pair<unsigned char*, std::size_t>> held;
     const auto take = [&] { // ten of each size; nobody else may write into them
-        for (const std::size_t size : sizes)
+        for (const std::size_t size : {0, 1, 128, 255, 4096, 4097})
             for (int i = 0; i < 10; ++i) {
                 held.emplace_back(by_value<unsigned char*>("qnm_serv_allocate", size, 128), size);
                 EXPECT_EQ(reinterpret_cast<std::uintptr_t>(held.back().first) % 128, 0U) << size;
@@ -135,14 +111,12 @@ TEST(Memory, BlocksChangeThreads)
         held.clear();
     };
     std::thread(take).join();
-    EXPECT_EQ(bytes_in_use(&blocks), before + 10 * (1 + 128 + 255 + 4096 + 4097));
-    EXPECT_EQ(blocks, blocks_before + 60);
+    EXPECT_EQ(in_use(), Use(bytes + 10 * (1 + 128 + 255 + 4096 + 4097), blocks + 60));
     give_back();
     take();
     by_value<void>("qnm_serv_free_buffers");
     std::thread(give_back).join();
-    EXPECT_EQ(bytes_in_use(&blocks), before);
-    EXPECT_EQ(blocks, blocks_before);
+    EXPECT_EQ(in_use(), Use(bytes, blocks));
 }
 
 TEST(Memory, PeakIsWatchedOnDemand)
@@ -158,17 +132,13 @@ TEST(Memory, PeakIsWatchedOnDemand)
 }
 
 std::vector<std::string> reports;
-void first_handler(const char* srname, const int* info, int len)
+template <char which>
+void handler(const char* srname, const int* info, int len)
 {
-    reports.push_back("first " + std::string(srname, static_cast<std::size_t>(len)) + " " +
+    reports.push_back(which + (' ' + std::string(srname, static_cast<std::size_t>(len))) + ' ' +
                       std::to_string(*info));
 }
-void second_handler(const char* srname, const int* info, int len)
-{
-    reports.push_back("second " + std::string(srname, static_cast<std::size_t>(len)) + " " +
-                      std::to_string(*info));
-}
-using Handler = decltype(&first_handler);
+using Handler = decltype(&handler<'1'>);
 
 void set_limit(std::size_t bytes)
 {
@@ -177,7 +147,7 @@ void set_limit(std::size_t bytes)
 
 TEST(Memory, LimitHoldsAndRoutinesReportIt)
 {
-    const auto used = static_cast<std::size_t>(bytes_in_use());
+    const auto used = static_cast<std::size_t>(in_use().first);
     EXPECT_EQ(by_value<int>("qnm_serv_set_memory_limit", 2, std::size_t{1}), 0);
     set_limit(used + 100);
     EXPECT_EQ(by_value<void*>("qnm_serv_malloc", std::size_t{101}, 64), nullptr);
@@ -186,29 +156,27 @@ TEST(Memory, LimitHoldsAndRoutinesReportIt)
     by_value<void>("qnm_serv_free", fits);
 
     reports.clear();
-    by_value<Handler>("qnm_serv_set_xerbla", &first_handler);
-    const core_int n = 20;
+    by_value<Handler>("qnm_serv_set_xerbla", &handler<'1'>);
+    const core_int n = 20, one_apart = 1;
     const cdouble alpha = 1, beta = 0;
     const std::vector<double> a(400);
     std::vector<cdouble> c(400, 7);
     const auto untouched = c;
     set_limit(used + 1);
-    blas("dzgemm", 'N', 'N', n, n, n, alpha, a.data(), n, c.data(), n, beta, c.data(), n);
-    blas("dzgemv", 'N', n, n, alpha, a.data(), n, c.data(), core_int{1}, beta, c.data(), core_int{1});
-    blas("ztrsm_oop", 'L', 'U', 'N', 'N', n, n, alpha, a.data(), n, c.data(), n, beta, c.data(), n);
+    blas("dzgemm", 'N', 'N', n, n, n, alpha, a, n, c, n, beta, c, n);
+    blas("dzgemv", 'N', n, n, alpha, a, n, c, one_apart, beta, c, one_apart);
+    blas("ztrsm_oop", 'L', 'U', 'N', 'N', n, n, alpha, a, n, c, n, beta, c, n);
     const float one = 1, zero = 0;
-    const void* data = a.data();
-    blas("gemm_bf16bf16f32", 'N', 'N', n, n, n, one, data, n, data, n, zero, static_cast<void*>(c.data()), n);
+    blas("gemm_bf16bf16f32", 'N', 'N', n, n, n, one, a, n, a, n, zero, c, n);
     void* jitter = &reports;
     EXPECT_EQ(blas<int>("qnm_jit_create_sgemm", &jitter, 'N', 'N', n, n, n, one, n, n, zero, n), 2);
     EXPECT_EQ(jitter, nullptr);
     set_limit(0);
     by_value<Handler>("qnm_serv_set_xerbla", Handler{nullptr});
-    EXPECT_EQ(reports,
-              (std::vector<std::string>{"first DZGEMM 1000", "first DZGEMV 1000", "first ZTRSM_OOP 1000",
-                                        "first GEMM_BF16BF16F32 1000", "first GEMM_BF16BF16F32 1000"}));
+    EXPECT_EQ(reports, (std::vector<std::string>{"1 DZGEMM 1000", "1 DZGEMV 1000", "1 ZTRSM_OOP 1000",
+                                                 "1 GEMM_BF16BF16F32 1000", "1 GEMM_BF16BF16F32 1000"}));
     EXPECT_EQ(c, untouched);
-    EXPECT_EQ(static_cast<std::size_t>(bytes_in_use()), used);
+    EXPECT_EQ(static_cast<std::size_t>(in_use().first), used);
 }
 
 void report(const char* name, int len, int info)
@@ -221,21 +189,19 @@ void report(const char* name, int len, int info)
 TEST(Errors, RunTimeHandlerThenChainThenDefault)
 {
     reports.clear();
-    by_value<void>("qnm_serv_set_xerbla_interface", &second_handler);
+    by_value<void>("qnm_serv_set_xerbla_interface", &handler<'2'>);
     report("DGEMM ", 6, 13);
-    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", &first_handler), nullptr);
+    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", &handler<'1'>), nullptr);
     report("DGEMM ", 6, 8);
-    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", Handler{nullptr}), &first_handler);
-    const core_int length = 6;
-    const core_int info = 3;
+    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", Handler{nullptr}), &handler<'1'>);
+    const core_int length = 6, info = 3;
     by_value<void>("qnm_lapack_xerbla_array", "DTRTRIxyz", &length, &info, std::size_t{1});
     // A direct call with an argument that the engine refuses.
     const core_int bad = -1, n = 2;
     const double alpha = 1;
-    std::array<double, 4> a{};
-    blas("dgemm", 'N', 'N', n, bad, n, alpha, a.data(), n, a.data(), n, alpha, a.data(), n);
-    EXPECT_EQ(reports, (std::vector<std::string>{"second DGEMM  13", "first DGEMM  8", "second DTRTRI 3",
-                                                 "second DGEMM  4"}));
+    const std::vector<double> a(4);
+    blas("dgemm", 'N', 'N', n, bad, n, alpha, a, n, a, n, alpha, a, n);
+    EXPECT_EQ(reports, (std::vector<std::string>{"2 DGEMM  13", "1 DGEMM  8", "2 DTRTRI 3", "2 DGEMM  4"}));
     by_value<void>("qnm_serv_set_xerbla_interface", Handler{nullptr});
 
     testing::internal::CaptureStderr();

@@ -15,7 +15,7 @@ trap 'rm -rf "$work"' EXIT
 cd "$work"
 
 verdicts() { grep -E 'passed|failed|XERBLA|detected|is not 0|total number|rror code|\*\*\*' "$1" || true; }
-expected() { sed -n "/^\[$program $1\]\$/,/^\$/{/^[<>]/p}" "$differences"; }
+expected() { sed -n "/^\[$program.* $1\b.*\]\$/,/^\$/{/^[<>]/p}" "$differences"; }
 
 failures=0
 compared=0
