@@ -1,14 +1,10 @@
 // The mode word, the trace's lines and where they go.
 #include "core.hpp"
 
-#include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -33,14 +29,8 @@ void print(const char* line, double seconds, int enabled = 1)
 // A file of its own for each test; tracing is off and on standard error again at the end.
 class Trace : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        path_ = std::filesystem::temp_directory_path() /
-                ("qnm-trace-" + std::to_string(getpid()) +
-                 testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::remove(path_);
-    }
-    void TearDown() override
+    Trace() { std::filesystem::remove(path_); }
+    ~Trace() override
     {
         verbose(0);
         output_file("");
@@ -54,7 +44,9 @@ protected:
             all.push_back(line);
         return all;
     }
-    std::filesystem::path path_;
+    const std::string path_ = std::filesystem::temp_directory_path() /
+                              ("qnm-trace-" + std::to_string(getpid()) +
+                               testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 TEST_F(Trace, ModeWordIsLive)
@@ -62,14 +54,11 @@ TEST_F(Trace, ModeWordIsLive)
     ASSERT_EQ(output_file(path_), 0);
     const int* word = by_value<const int*>("qnm_serv_verbose_mode");
     EXPECT_EQ(*word, 0);
-    EXPECT_EQ(verbose(2), 0);
-    EXPECT_EQ(*word, 2);
-    EXPECT_EQ(verbose(3), -1);
-    EXPECT_EQ(verbose(-1), -1);
-    EXPECT_EQ(verbose(1), 2);
-    EXPECT_EQ(*word, 1);
-    EXPECT_EQ(verbose(0), 1);
-    EXPECT_EQ(*word, 0);
+    const int asked[][3] = {{2, 0, 2}, {3, -1, 2}, {-1, -1, 2}, {1, 2, 1}, {0, 1, 0}};
+    for (const auto& [mode, answer, now] : asked) {
+        EXPECT_EQ(verbose(mode), answer) << mode;
+        EXPECT_EQ(*word, now) << mode;
+    }
     const int* to_file = by_value<const int*>("qnm_serv_verbose_output_file_mode");
     EXPECT_EQ(*to_file, 1);
     EXPECT_EQ(output_file("/no/such/folder/file"), 1);
@@ -177,11 +166,8 @@ TEST_F(Trace, EnvironmentSwitchesItOnBeforeTheFirstQuestion)
     setenv("QNM_VERBOSE", "1", 1);
     EXPECT_EXIT((print("FIRST()", 1e-9), std::_Exit(0)), testing::ExitedWithCode(0),
                 "^# QNM_VERBOSE open core .*\nQNM_VERBOSE FIRST\\(\\) 1.000ns\n$");
-    const std::string name = std::filesystem::temp_directory_path() / "qnm-trace-environment";
-    std::filesystem::remove(name);
-    setenv("QNM_VERBOSE_OUTPUT_FILE", name.c_str(), 1);
+    setenv("QNM_VERBOSE_OUTPUT_FILE", path_.c_str(), 0); // the process within has this one's
     EXPECT_EXIT((print("SECOND()", 1e-9), std::_Exit(0)), testing::ExitedWithCode(0), "^$");
-    path_ = name;
     const auto all = lines();
     ASSERT_EQ(all.size(), 2U);
     EXPECT_EQ(all[1], "QNM_VERBOSE SECOND() 1.000ns");

@@ -16,7 +16,7 @@ struct Format {
 
     bool whole() const { return exponent_bits == 0; }
     int bias() const { return (1 << (exponent_bits - 1)) - 1; }
-    std::uint64_t one() const { return static_cast<std::uint64_t>(bias()) << mantissa_bits; }
+    int one() const { return bias() << mantissa_bits; } // of at most 16 bits
     double decoded(std::uint64_t code) const
     {
         const std::uint64_t negative = code >> (bits - 1) & 1;
@@ -32,16 +32,6 @@ struct Format {
         const double size = std::ldexp((exponent == 0 ? 0 : 1) + fraction, std::max(exponent, 1) - bias());
         return negative == 1 ? -size : size;
     }
-    // Of a normal number that the format has.
-    std::uint64_t encoded(double value) const
-    {
-        int exponent = 0;
-        const double fraction = std::frexp(std::abs(value), &exponent);
-        const auto mantissa = static_cast<std::uint64_t>(std::ldexp(2 * fraction - 1, mantissa_bits));
-        const std::uint64_t size =
-            one() + (static_cast<std::uint64_t>(exponent - 1) << mantissa_bits) + mantissa;
-        return value < 0 ? size | 1ULL << (bits - 1) : size;
-    }
 };
 constexpr Format f16{16, 5, 10}, bf16{16, 8, 7}, e5m2{8, 5, 2}, e4m3{8, 4, 3, false}, f32{32, 8, 23},
     f64{64, 11, 52};
@@ -53,18 +43,24 @@ struct Numbers {
     std::vector<unsigned char> memory;
 
     Numbers(Format f, core_int n) : format(f), memory(static_cast<std::size_t>(n * f.bits / 8)) {}
-    explicit Numbers(Format f, double value) : Numbers(f, core_int{1}) { set(0, f.encoded(value)); }
+    explicit Numbers(Format f, double value) : Numbers(f, core_int{1}) { set_value(0, value); }
     const void* data() const { return memory.data(); }
-    unsigned char* at(core_int i) { return &memory[static_cast<std::size_t>(i * format.bits / 8)]; }
-    void set(core_int i, std::uint64_t code)
+    std::size_t at(core_int i) const { return static_cast<std::size_t>(i * format.bits / 8); }
+    template <class X>
+    void set(core_int i, X x) // its lower bytes
     {
-        std::memcpy(at(i), &code, static_cast<std::size_t>(format.bits / 8));
+        std::memcpy(&memory[at(i)], &x, at(1));
+    }
+    void set_value(core_int i, double value)
+    {
+        format.bits == 64   ? set(i, value)
+        : format.bits == 32 ? set(i, static_cast<float>(value))
+                            : set(i, static_cast<_Float16>(value));
     }
     double operator[](core_int i) const
     {
         std::uint64_t code = 0;
-        std::memcpy(&code, &memory[static_cast<std::size_t>(i * format.bits / 8)],
-                    static_cast<std::size_t>(format.bits / 8));
+        std::memcpy(&code, &memory[at(i)], at(1));
         return format.decoded(code);
     }
     // Integers over their whole range, 32 bits a part of it; small formats from 0 to 1; others whole numbers.
@@ -72,12 +68,12 @@ struct Numbers {
     {
         Numbers x(f, n);
         for (core_int i = 0; i < n; ++i)
-            if (!f.whole() && f.bits > 16)
-                x.set(i, f.encoded(random_integer(1, 6) - 3.5));
+            if (f.whole())
+                x.set(i, f.bits == 32 ? random_integer(-100000, 100000) : random_integer(0, 65535));
+            else if (f.bits > 16)
+                x.set_value(i, random_integer(-3, 3));
             else
-                x.set(i, static_cast<std::uint64_t>(!f.whole() ? random_integer(0, static_cast<int>(f.one()))
-                                                    : f.bits == 32 ? random_integer(-100000, 100000)
-                                                                   : random_integer(0, 65535)));
+                x.set(i, random_integer(0, f.one()));
         return x;
     }
 };
@@ -220,11 +216,12 @@ TEST(Variants, EveryCodeHasItsValue)
         const Format format = member.a;
         if (format.whole() || format.bits > 16 || member.c.bits != 32)
             continue;
-        const Numbers one(format, 1.0);
+        Numbers one(format, core_int{1});
+        one.set(0, format.one());
         const core_int m = 1 << format.bits, single = 1;
         Numbers a(format, m);
         for (core_int code = 0; code < m; ++code)
-            a.set(code, static_cast<std::uint64_t>(code));
+            a.set(code, code);
         std::vector<float> c(static_cast<std::size_t>(m));
         const float alpha = 1, beta = 0;
         blas(member.name, 'N', 'N', m, single, single, alpha, a.data(), m, one.data(), single, beta, c, m);
