@@ -5,15 +5,18 @@
 #include "support/invoke.hpp"
 #include "support/library.hpp"
 
-#include <initializer_list>
+#include <optional>
 
 namespace qnm {
 
+using recording::Answer;
+using recording::Call;
 using recording::Called;
 using recording::core;
 using recording::Printed;
 using recording::Reported;
 using support::Word;
+using ::testing::ElementsAre;
 using wide_int = long long;
 
 inline const support::Library& layer()
@@ -28,30 +31,15 @@ inline support::Returned call_entry(const std::string& name, const std::vector<W
     return support::call_words(layer()[name], words);
 }
 
-/// The place of an entry's verbose cell. `name` is in lower case, with `_64` for a wide entry.
+/// An entry's verbose cell, and where it points before the first call. `name` is in lower case, with `_64`
+/// for a wide entry.
 inline const int*& cell(const std::string& name)
 {
     return *layer().local<const int*>(name + ".verbose_ptr");
 }
-
-/// Puts the cell back to where it stands before the first call.
-inline void unbind(const std::string& name)
+inline const int* unknown(const std::string& name)
 {
-    cell(name) = layer().local<const int>(name + ".verbose_unknown");
+    return layer().local<const int>(name + ".verbose_unknown");
 }
-
-/// Lets the cell stand as after a first call.
-inline void bind(const std::string& name)
-{
-    cell(name) = core().mode_word();
-}
-
-/// An address that nothing reads. The loop of letters keeps expected lines literal.
-inline void* address(std::uintptr_t value)
-{
-    return reinterpret_cast<void*>(value);
-}
-
-class LayerTest : public recording::RecordedTest {};
 
 } // namespace qnm

@@ -8,8 +8,6 @@ namespace qnm::published {
 
 namespace {
 
-using Names = std::vector<std::string>;
-
 Names words(const std::string& text)
 {
     std::istringstream in(text);
@@ -19,22 +17,19 @@ Names words(const std::string& text)
     return all;
 }
 
-/// Each root with each letter: in the place of `?`, or in front.
-void add(Names& all, const std::string& letters, const std::string& roots)
+/// Lines "letters: roots" give each root with each letter, in the place of `?` or in front.
+Names expanded(const std::string& text)
 {
-    for (const std::string& root : words(roots))
-        for (const std::string& letter : words(letters)) {
-            const auto place = root.find('?');
-            all.push_back(place == std::string::npos
-                              ? letter + root
-                              : root.substr(0, place) + letter + root.substr(place + 1));
-        }
-}
-
-void add(Names& all, const std::string& names)
-{
-    const Names more = words(names);
-    all.insert(all.end(), more.begin(), more.end());
+    Names all;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        for (const std::string& root : words(line.substr(line.find(':') + 1)))
+            for (const std::string& letter : words(line.substr(0, line.find(':')))) {
+                const auto place = root.find('?');
+                all.push_back(place == std::string::npos ? letter + root
+                                                         : std::string(root).replace(place, 1, letter));
+            }
+    return all;
 }
 
 std::string changed(std::string text, int (*change)(int))
@@ -54,204 +49,107 @@ std::string lower(const std::string& text)
     return changed(text, std::tolower);
 }
 
-/// QNM_Get_Version and its kin: as given, and the three Fortran spellings.
-Forward same(const std::string& c, const std::string& core)
+/// Upper case, lower case, lower case with `_`.
+Names fortran(const std::string& name)
 {
-    return {{upper(c), c, lower(c), lower(c) + "_"}, core};
+    return {upper(name), lower(name), lower(name) + "_"};
+}
+
+/// QNM_Get_Version -> qnm_serv_get_version
+std::string of_core(const std::string& service)
+{
+    return "qnm_serv_" + lower(service.substr(4));
+}
+
+// What both interfaces have, by its class; the C interface calls most of it by the private spelling.
+const std::string unusual_types =
+    "gemm_s8u8s32 gemm_s16s16s32 hgemm gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 gemm_e5m2e5m2f32";
+const std::string checked_private =
+    "s d c z: gemm gemmt symm syrk syr2k trmm trsm trmm_oop trsm_oop\n"
+    "s d c z: gemv gbmv trmv trsv tbmv tbsv tpmv tpsv gemm_batch trsm_batch syrk_batch syrk_batch_strided\n"
+    "s d: ger symv sbmv spmv syr syr2 spr spr2\n"
+    "c z: gemm3m hemm herk her2k geru gerc hemv hbmv hpmv her her2 hpr hpr2 gemm3m_batch\n" +
+    unusual_types + ": ?\n sgemm dgemm " + unusual_types + ": ?_pack_get_size ?_pack ?_compute\n";
+const std::string checked_plain =
+    "s d c z: gemm_batch_strided trsm_batch_strided gemv_batch gemv_batch_strided dgmm_batch\n"
+    "s d c z: dgmm_batch_strided axpy_batch_strided copy_batch_strided\n"
+    "c z: gemm3m_batch_strided\n";
+const std::string unchecked_private =
+    "s d c z: axpy axpby copy swap scal i?amax i?amin axpy_batch copy_batch\n"
+    "cs zd: scal rot\n"
+    "s d: rot rotm dot nrm2 asum\n"
+    "ds sds: dot\n"
+    "sc dz: nrm2 asum\n";
+const std::string unchecked_plain = "c z: rot\n";
+const std::string scratch = "s d c z: axpyi gthr gthrz sctr\n s d: roti doti\n";
+
+const std::string cblas_alone = "c z: dotu_sub dotc_sub dotui_sub dotci_sub\n";
+const std::string cblas_narrow = "s d c z: rotg\n s d: rotmg cabs1\n"; // each is one jump
+
+/// Those that are published with LAPACK too.
+bool with_lapack(const std::string& name)
+{
+    return name == "crot" || name == "zrot" || name == "xerbla_array";
 }
 
 } // namespace
 
-Names checked()
+const std::map<std::string, Names>& classes()
 {
-    Names all;
-    // Level 2.
-    add(all, "s d c z", "gemv gbmv trmv trsv tbmv tbsv tpmv tpsv");
-    add(all, "dzgemv scgemv");
-    add(all, "s d", "gem2vu ger symv sbmv spmv syr syr2 spr spr2");
-    add(all, "c z", "gem2vc gerc geru hemv hbmv hpmv her her2 hpr hpr2");
-    // Level 3.
-    add(all, "s d c z", "gemm gemmt symm syrk syr2k trmm trsm trmm_oop trsm_oop");
-    add(all, "c z", "gemm3m hemm herk her2k");
-    add(all, "s d", "ptrmm");
-    add(all, "dzgemm scgemm");
-    // Batches.
-    add(all, "s d c z", "gemm_batch gemv_batch dgmm_batch syrk_batch trsm_batch");
-    add(all, "s d c z",
-        "gemm_batch_strided gemv_batch_strided dgmm_batch_strided syrk_batch_strided trsm_batch_strided "
-        "axpy_batch_strided copy_batch_strided");
-    add(all, "c z", "gemm3m_batch gemm3m_batch_strided");
-    // Variants.
-    add(all, "gemm_s8u8s32 gemm_s16s16s32 hgemm gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
-             "gemm_e5m2e5m2f32");
-    for (const char* root : {"?_pack_get_size", "?_pack", "?_compute"})
-        add(all,
-            "sgemm dgemm hgemm gemm_s8u8s32 gemm_s16s16s32 gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
-            "gemm_e5m2e5m2f32",
-            root);
-    add(all, "s d c z", "qnm_jit_create_?gemm");
+    static const std::map<std::string, Names> all{
+        {"checked", expanded(checked_private + checked_plain +
+                             "sc dz: gemv gemm\n s d: gem2vu ptrmm\n c z: gem2vc\n"
+                             "s d c z: qnm_jit_create_?gemm\n")},
+        {"unchecked", expanded(unchecked_private + unchecked_plain + cblas_narrow +
+                               "c z: dotc dotu\n qnm_: get_format_compact jit_destroy\n"
+                               "s d c z: qnm_?gemm_compact qnm_?trsm_compact qnm_jit_get_?gemm_ptr\n"
+                               "s d c z: qnm_?gepack_compact qnm_?geunpack_compact\n")},
+        {"scratch", expanded(scratch + "c z: dotci dotui\n")},
+        {"bare", expanded("s d c z: gemm_direct syrk_direct trsm_direct axpy_direct\n"
+                          "c z: gemm3m_direct\n s d: dot_direct\n")},
+        {"jit", expanded("s d c z: qnm_?gemm_jit qnm_?gemm_direct_jit\n")},
+        {"registered", {"xerbla_array"}}};
     return all;
 }
 
-Names unchecked()
+Names traced()
 {
     Names all;
-    add(all, "s d c z", "axpy axpby copy swap scal rot rotg");
-    add(all, "csscal zdscal csrot zdrot");
-    add(all, "s d", "rotm rotmg dot asum nrm2");
-    add(all, "dsdot sdsdot scasum dzasum scnrm2 dznrm2 scabs1 dcabs1");
-    add(all, "c z", "dotc dotu");
-    add(all, "s d c z", "i?amax i?amin");
-    add(all, "s d c z", "axpy_batch copy_batch");
-    add(all, "s d c z", "qnm_?gemm_compact qnm_?trsm_compact qnm_?gepack_compact qnm_?geunpack_compact");
-    add(all, "s d c z", "qnm_jit_get_?gemm_ptr");
-    add(all, "qnm_get_format_compact qnm_jit_destroy");
+    for (const char* name : {"checked", "unchecked", "scratch", "registered"})
+        for (const std::string& entry : classes().at(name))
+            all.insert(all.end(), {entry, entry + "_64"});
     return all;
-}
-
-Names scratch()
-{
-    Names all;
-    add(all, "s d c z", "axpyi gthr gthrz sctr");
-    add(all, "s d", "roti doti");
-    add(all, "c z", "dotci dotui");
-    return all;
-}
-
-Names bare()
-{
-    Names all;
-    add(all, "s d c z", "gemm_direct syrk_direct trsm_direct axpy_direct");
-    add(all, "c z", "gemm3m_direct");
-    add(all, "s d", "dot_direct");
-    return all;
-}
-
-Names bare_as_wide()
-{
-    Names all;
-    add(all, "s d c z", "qnm_?gemm_jit qnm_?gemm_direct_jit");
-    return all;
-}
-
-namespace {
-
-/// Names of the C interface that call the entry of the same name by its plain spelling.
-Names called_plain()
-{
-    Names all;
-    add(all, "s d c z",
-        "gemm_batch_strided trsm_batch_strided gemv_batch gemv_batch_strided dgmm_batch "
-        "dgmm_batch_strided axpy_batch_strided copy_batch_strided");
-    add(all, "c z", "gemm3m_batch_strided");
-    add(all, "crot zrot");
-    return all;
-}
-
-Names called_private()
-{
-    Names all;
-    add(all, "s d c z",
-        "gemm gemmt symm syrk syr2k trmm trsm trmm_oop trsm_oop gemv gbmv trmv trsv tbmv tbsv tpmv tpsv");
-    add(all, "c z", "gemm3m hemm herk her2k geru gerc hemv hbmv hpmv her her2 hpr hpr2");
-    add(all, "s d", "ger symv sbmv spmv syr syr2 spr spr2");
-    add(all, "s d c z", "gemm_batch trsm_batch syrk_batch syrk_batch_strided axpy_batch copy_batch");
-    add(all, "c z", "gemm3m_batch");
-    add(all, "gemm_s8u8s32 gemm_s16s16s32 hgemm gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
-             "gemm_e5m2e5m2f32");
-    for (const char* root : {"?_pack_get_size", "?_pack", "?_compute"})
-        add(all,
-            "sgemm dgemm hgemm gemm_s8u8s32 gemm_s16s16s32 gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 "
-            "gemm_e5m2e5m2f32",
-            root);
-    add(all, "s d c z", "axpy axpby copy swap scal i?amax i?amin");
-    add(all, "csscal zdscal srot drot csrot zdrot srotm drotm");
-    add(all, "sdot ddot dsdot sdsdot snrm2 dnrm2 scnrm2 dznrm2 sasum dasum scasum dzasum");
-    return all;
-}
-
-} // namespace
-
-Names cblas()
-{
-    Names roots = called_private();
-    for (const std::string& name : called_plain())
-        roots.push_back(name);
-    add(roots, "c z", "dotu_sub dotc_sub");
-    // Sparse level 1.
-    add(roots, "s d c z", "axpyi gthr gthrz sctr");
-    add(roots, "s d", "doti roti");
-    add(roots, "c z", "dotui_sub dotci_sub");
-    Names all;
-    for (const std::string& root : roots)
-        all.push_back("cblas_" + root);
-    add(all, "s d c z", "qnm_cblas_jit_create_?gemm");
-    return all;
-}
-
-Names cblas_narrow()
-{
-    return words("cblas_srotg cblas_drotg cblas_crotg cblas_zrotg cblas_srotmg cblas_drotmg cblas_scabs1 "
-                 "cblas_dcabs1");
 }
 
 Names cblas_callees()
 {
-    Names all = called_plain();
-    add(all, "s d c z", "qnm_jit_create_?gemm");
-    for (const std::string& name : called_private())
+    Names all = expanded(checked_plain + unchecked_plain + "s d c z: qnm_jit_create_?gemm\n");
+    for (const std::string& name : expanded(checked_private + unchecked_private))
         all.push_back("qnm_blas__" + name);
     return all;
-}
-
-Names TwoForms::fortran_spellings() const
-{
-    return {fortran, lower(fortran), lower(fortran) + "_"};
 }
 
 const std::vector<TwoForms>& two_forms()
 {
     static const std::vector<TwoForms> all = [] {
-        std::vector<TwoForms> rows{
-            {"QNM_MALLOC", "QNM_malloc", {64, 32}, "qnm_serv_malloc", ""},
-            {"QNM_CALLOC", "QNM_calloc", {64, 64, 32}, "qnm_serv_calloc", ""},
-            {"QNM_REALLOC", "QNM_realloc", {64, 64}, "qnm_serv_realloc", ""},
-            {"QNM_FREE", "QNM_free", {64}, "qnm_serv_free", ""},
-            {"QNM_PEAK_MEM_USAGE", "QNM_Peak_Mem_Usage", {32}, "qnm_serv_peak_mem_usage", ""},
-            {"QNM_SET_MEMORY_LIMIT", "QNM_Set_Memory_Limit", {32, 64}, "qnm_serv_set_memory_limit", ""},
-            {"QNM_SET_NUM_THREADS", "QNM_Set_Num_Threads", {32}, "qnm_serv_set_num_threads", ""},
-            {"QNM_SET_NUM_THREADS_LOCAL",
-             "QNM_Set_Num_Threads_Local",
-             {32},
-             "qnm_serv_set_num_threads_local",
-             ""},
-            {"QNM_DOMAIN_SET_NUM_THREADS",
-             "QNM_Domain_Set_Num_Threads",
-             {32, 32},
-             "qnm_serv_domain_set_num_threads",
-             ""},
-            {"QNM_DOMAIN_GET_MAX_THREADS",
-             "QNM_Domain_Get_Max_Threads",
-             {32},
-             "qnm_serv_domain_get_max_threads",
-             ""},
-            {"QNM_SET_DYNAMIC", "QNM_Set_Dynamic", {32}, "qnm_serv_set_dynamic", ""},
-            {"QNM_SET_NUM_STRIPES", "QNM_Set_Num_Stripes", {32}, "qnm_serv_set_num_stripes", ""},
-            {"QNM_SET_ENV_MODE", "QNM_Set_Env_Mode", {32}, "qnm_serv_set_env_mode", ""},
-            {"QNM_SET_MPI", "QNM_Set_mpi", {32}, "qnm_serv_set_mpi", ""},
-            {"QNM_ENABLE_INSTRUCTIONS", "QNM_Enable_Instructions", {32}, "qnm_serv_enable_instructions", ""},
-            {"QNM_CBWR_GET", "QNM_CBWR_Get", {32}, "qnm_serv_cbwr_get", ""},
-            {"QNM_CBWR_SET", "QNM_CBWR_Set", {32}, "qnm_serv_cbwr_set", ""},
-            {"QNM_VERBOSE", "QNM_Verbose", {32}, "qnm_serv_verbose", ""},
-            {"QNM_VERBOSE_OUTPUT_FILE", "QNM_Verbose_Output_File", {}, "qnm_serv_verbose_output_file", ""},
-            {"QNM_GET_VERSION_STRING",
-             "QNM_Get_Version_String",
-             {},
-             "qnm_serv_get_version_string",
-             "qnm_serv_get_version_string_c"}};
-        for (TwoForms& row : rows)
-            if (row.c_core.empty())
-                row.c_core = row.core;
+        std::vector<TwoForms> rows;
+        std::istringstream in("QNM_malloc 64 32\n QNM_calloc 64 64 32\n QNM_realloc 64 64\n QNM_free 64\n"
+                              "QNM_Peak_Mem_Usage 32\n QNM_Set_Memory_Limit 32 64\n"
+                              "QNM_Set_Num_Threads 32\n QNM_Set_Num_Threads_Local 32\n"
+                              "QNM_Domain_Set_Num_Threads 32 32\n QNM_Domain_Get_Max_Threads 32\n"
+                              "QNM_Set_Dynamic 32\n QNM_Set_Num_Stripes 32\n QNM_Set_Env_Mode 32\n"
+                              "QNM_Set_mpi 32\n QNM_Enable_Instructions 32\n QNM_CBWR_Get 32\n"
+                              "QNM_CBWR_Set 32\n QNM_Verbose 32\n QNM_Verbose_Output_File\n"
+                              "QNM_Get_Version_String\n");
+        for (std::string line; std::getline(in, line);) {
+            const Names row = words(line);
+            const std::string core = of_core(row[0]);
+            std::vector<int> widths;
+            for (auto width = row.begin() + 1; width != row.end(); ++width)
+                widths.push_back(std::stoi(*width));
+            rows.push_back({fortran(row[0]), row[0], widths, core,
+                            row[0] == "QNM_Get_Version_String" ? core + "_c" : core});
+        }
         return rows;
     }();
     return all;
@@ -259,39 +157,31 @@ const std::vector<TwoForms>& two_forms()
 
 const std::vector<Forward>& forwards()
 {
-    static const std::vector<Forward> all{
-        same("QNM_Get_Version", "qnm_serv_get_version"),
-        same("QNM_Get_Cpu_Frequency", "qnm_serv_get_cpu_frequency"),
-        same("QNM_Get_Max_Cpu_Frequency", "qnm_serv_get_max_cpu_frequency"),
-        same("QNM_Get_Clocks_Frequency", "qnm_serv_get_clocks_frequency"),
-        same("QNM_Get_Cpu_Clocks", "qnm_serv_get_cpu_clocks"),
-        same("QNM_Get_Max_Threads", "qnm_serv_get_max_threads"),
-        same("QNM_Get_Dynamic", "qnm_serv_get_dynamic"),
-        same("QNM_Get_Num_Stripes", "qnm_serv_get_num_stripes"),
-        same("QNM_Free_Buffers", "qnm_serv_free_buffers"),
-        same("QNM_Thread_Free_Buffers", "qnm_serv_thread_free_buffers"),
-        same("QNM_Disable_Fast_MM", "qnm_serv_disable_fast_mm"),
-        same("QNM_Mem_Stat", "qnm_serv_mem_stat"),
-        same("QNM_CBWR_Get_Auto_Branch", "qnm_serv_cbwr_get_auto_branch"),
-        same("QNM_Finalize", "qnm_serv_finalize"),
-        {{"DSECND", "DSECND_64", "dsecnd", "dsecnd_", "dsecnd_64", "dsecnd_64_"}, "qnm_serv_dsecnd"},
-        {{"SECOND", "SECOND_64", "second", "second_", "second_64", "second_64_"}, "qnm_serv_second"},
-        {{"LSAME", "LSAME_64", "lsame", "lsame_", "lsame_64", "lsame_64_", "qnm_lapack__lsame_"},
-         "qnm_serv_lsame"},
-        {{"QNM_SET_XERBLA", "qnm_set_xerbla", "qnm_set_xerbla_"}, "qnm_serv_set_xerbla"},
-        {{"QNM_SET_PROGRESS", "qnm_set_progress", "qnm_set_progress_"}, "qnm_serv_set_progress"},
-        {{"QNM_SET_PARDISO_PIVOT", "qnm_set_pardiso_pivot", "qnm_set_pardiso_pivot_"},
-         "qnm_serv_set_pardiso_pivot"},
-        {{"qnm_serv_iface_allocate"}, "qnm_serv_allocate"},
-        {{"qnm_serv_iface_deallocate"}, "qnm_serv_deallocate"},
-        {{"qnm_serv_iface_malloc"}, "qnm_serv_malloc"},
-        {{"qnm_serv_iface_free"}, "qnm_serv_free"},
-        {{"qnm_serv_iface_dsecnd"}, "qnm_serv_dsecnd"},
-        {{"qnm_serv_iface_xerbla"}, "qnm_serv_xerbla"},
-        {{"qnm_serv_iface_verbose_mode"}, "qnm_serv_verbose_mode"},
-        {{"qnm_serv_iface_verbose_output_file_mode"}, "qnm_serv_verbose_output_file_mode"},
-        {{"qnm_serv_iface_print_verbose_info"}, "qnm_serv_print_verbose_info"},
-        {{"qnm_set_xerbla_interface"}, "qnm_serv_set_xerbla_interface"}};
+    static const std::vector<Forward> all = [] {
+        std::vector<Forward> rows{{{"qnm_set_xerbla_interface"}, "qnm_serv_set_xerbla_interface"}};
+        for (const char* name : {"dsecnd", "second", "lsame"}) {
+            Names spellings = fortran(name);
+            for (const Names wide = fortran(name + std::string("_64")); const std::string& spelling : wide)
+                spellings.push_back(spelling);
+            if (name == std::string("lsame"))
+                spellings.push_back("qnm_lapack__lsame_");
+            rows.push_back({spellings, std::string("qnm_serv_") + name});
+        }
+        for (const char* name : {"QNM_SET_XERBLA", "QNM_SET_PROGRESS", "QNM_SET_PARDISO_PIVOT"})
+            rows.push_back({fortran(name), of_core(name)});
+        for (const std::string& c :
+             words("QNM_Get_Version QNM_Get_Cpu_Frequency QNM_Get_Max_Cpu_Frequency QNM_Get_Clocks_Frequency "
+                   "QNM_Get_Cpu_Clocks QNM_Get_Max_Threads QNM_Get_Dynamic QNM_Get_Num_Stripes "
+                   "QNM_Free_Buffers QNM_Thread_Free_Buffers QNM_Disable_Fast_MM QNM_Mem_Stat "
+                   "QNM_CBWR_Get_Auto_Branch QNM_Finalize")) {
+            rows.push_back({fortran(c), of_core(c)});
+            rows.back().spellings.push_back(c);
+        }
+        for (const std::string& name : words("allocate deallocate malloc free dsecnd xerbla verbose_mode "
+                                             "verbose_output_file_mode print_verbose_info"))
+            rows.push_back({{"qnm_serv_iface_" + name}, "qnm_serv_" + name});
+        return rows;
+    }();
     return all;
 }
 
@@ -307,78 +197,47 @@ const std::vector<Chain>& chains()
     return all;
 }
 
-std::vector<Names> others()
-{
-    return {{"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"},
-            {"qnm_serv_iface_exit"},
-            {"LAPACKE_get_nancheck"},
-            {"LAPACKE_set_nancheck"},
-            {"LAPACKE_lsame"},
-            {"LAPACKE_xerbla"},
-            {"cblas_xerbla"},
-            {"cblas_xerbla_malloc_error"}};
-}
-
-Names narrow_spellings(const std::string& name)
-{
-    if (name == xerbla_array)
-        return {"XERBLA_ARRAY", "xerbla_array", "xerbla_array_", "qnm_lapack__xerbla_array_"};
-    Names all{upper(name), name, name + "_", "qnm_blas__" + name};
-    if (name == "crot" || name == "zrot") // published with LAPACK
-        all.push_back("qnm_lapack__" + name + "_");
-    return all;
-}
-
-Names wide_spellings(const std::string& name)
-{
-    if (name == xerbla_array)
-        return {"XERBLA_ARRAY_64", "xerbla_array_64", "xerbla_array_64_", "qnm_lapack__xerbla_array_64_"};
-    Names all{upper(name) + "_64", name + "_64", name + "_64_"};
-    if (name == "crot" || name == "zrot")
-        all.push_back("qnm_lapack__" + name + "_64_");
-    return all;
-}
-
 std::vector<Names> bodies()
 {
-    std::vector<Names> all = others();
-    for (const Names& both : {checked(), unchecked(), scratch(), bare_as_wide(), Names{xerbla_array}})
-        for (const std::string& name : both) {
-            all.push_back(narrow_spellings(name));
-            all.push_back(wide_spellings(name));
-        }
-    for (const std::string& name : bare())
-        all.push_back(narrow_spellings(name));
-    for (const std::string& name : cblas()) {
-        all.push_back({name});
-        all.push_back({name + "_64"});
+    std::vector<Names> all{
+        {"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"}};
+    const auto alone = [&](const std::string& name) { all.push_back({name}); };
+    for (const auto& [name, entries] : classes())
+        for (const std::string& entry : entries)
+            for (const std::string suffix : {"", "_64"}) {
+                if (name == "bare" && !suffix.empty())
+                    continue;
+                all.push_back(fortran(entry + suffix));
+                if (suffix.empty() && name != "registered")
+                    all.back().push_back("qnm_blas__" + entry);
+                if (with_lapack(entry))
+                    all.back().push_back("qnm_lapack__" + entry + suffix + "_");
+                if (name == "checked")
+                    alone("qnm_blas_errchk_" + entry + (suffix.empty() ? "" : "_ilp64"));
+            }
+    Names c = expanded("s d c z: qnm_cblas_jit_create_?gemm");
+    for (const std::string& name : expanded(checked_private + checked_plain + unchecked_private +
+                                            unchecked_plain + scratch + cblas_alone))
+        c.push_back("cblas_" + name);
+    for (const std::string& name : c) {
+        alone(name);
+        alone(name + "_64");
     }
-    for (const std::string& name : cblas_narrow())
-        all.push_back({name});
-    for (const std::string& name : checked()) {
-        all.push_back({"qnm_blas_errchk_" + name});
-        all.push_back({"qnm_blas_errchk_" + name + "_ilp64"});
-    }
+    for (const std::string& name : expanded(cblas_narrow))
+        alone("cblas_" + name);
     for (const TwoForms& row : two_forms()) {
-        all.push_back(row.fortran_spellings());
-        all.push_back({row.c});
+        all.push_back(row.fortran);
+        alone(row.c);
     }
     for (const Forward& row : forwards())
         all.push_back(row.spellings);
     for (const Chain& chain : chains())
         for (const std::string& link : chain.links)
-            all.push_back({link});
-    return all;
-}
-
-Names traced()
-{
-    Names all;
-    for (const Names& names : {checked(), unchecked(), scratch(), Names{xerbla_array}})
-        for (const std::string& name : names) {
-            all.push_back(name);
-            all.push_back(name + "_64");
-        }
+            alone(link);
+    for (const std::string& name :
+         words("qnm_serv_iface_exit LAPACKE_get_nancheck LAPACKE_set_nancheck "
+               "LAPACKE_lsame LAPACKE_xerbla cblas_xerbla cblas_xerbla_malloc_error"))
+        alone(name);
     return all;
 }
 

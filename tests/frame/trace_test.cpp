@@ -1,4 +1,4 @@
-// The time and the line of a traced call.
+// Tracing: the verbose cell in all its states, the decision whether a call is traced, its time and its line.
 #include "telling.hpp"
 
 #include <cmath>
@@ -7,116 +7,171 @@
 namespace qnm {
 namespace {
 
-using recording::Answer;
-using recording::Call;
-using ::testing::IsEmpty;
+class Cells : public recording::RecordedTest {};
 
-// The time
-// ----------------------------------------------------------------------------------------------------------
-
-class Time : public BoundTest {
-protected:
-    /// The seconds of the line that was printed, and how often the clock was read for them.
-    struct Seconds {
-        double value = 0;
-        std::size_t readings = 0;
-    };
-
-    static Seconds seconds(std::vector<double> readings, const std::string& name,
-                           const std::vector<Word>& words)
-    {
-        core().clear();
-        core().mode(1);
-        core().clock(std::move(readings));
-        call_entry(name, words);
-        const auto lines = core().calls("qnm_serv_print_verbose_info");
-        EXPECT_EQ(lines.size(), 1U);
-        return {lines.empty() ? 0.0 : lines.front().real(0), core().calls("qnm_serv_dsecnd").size()};
-    }
-
-    template <class Expect>
-    static void for_each_call(Expect expect)
-    {
-        for (const Telling& entry : telling()) {
+TEST_F(Cells, BindAtTheFirstCallAndFollowTheModeFromThen)
+{
+    for (const Telling& entry : all_calls)
+        for (const int first : {0, 1}) {
             SCOPED_TRACE(entry.name);
-            expect(entry.name, entry.words);
+            cell(entry.name) = unknown(entry.name);
+            core().mode(first);
+            EXPECT_EQ(story(entry.name, entry.words),
+                      first == 0 ? joined({entry.ahead, asks, entry.at_core})
+                                 : joined({entry.ahead, asks, clock, entry.at_core, clock, prints}));
+            EXPECT_EQ(cell(entry.name), core().mode_word());
+            for (const int mode : {1, 0, 2, 0, std::numeric_limits<int>::min()}) {
+                core().mode(mode);
+                EXPECT_EQ(story(entry.name, entry.words), mode == 0 ? entry.untraced() : entry.traced());
+                if (mode != 0 && !entry.line.empty()) {
+                    EXPECT_THAT(core().calls().back(), Printed(entry.line));
+                }
+            }
         }
-        SCOPED_TRACE("refused");
-        expect("dgemm", refused);
-        expect("dgemm_64", wide_refused);
+}
+
+TEST_F(Cells, AreOneForEachWidthAndStayUnknownWhereNothingIsDecided)
+{
+    for (const char* name : {"dgemm", "dgemm_64", "daxpyi"})
+        cell(name) = unknown(name);
+    story("dgemm", good("dgemm"));
+    EXPECT_EQ(cell("dgemm_64"), unknown("dgemm_64"));
+    core().mode(1);
+    core().fail_allocation(1);
+    EXPECT_EQ(story("daxpyi", good("daxpyi")),
+              joined({allocates, registers, reports})); // not traced, at that
+    EXPECT_EQ(cell("daxpyi"), unknown("daxpyi"));
+    // A live word of -1 cannot be told from an unbound cell. It is on, and asked for again each time.
+    core().mode(-1);
+    cell("dscal") = core().mode_word();
+    EXPECT_EQ(story("dscal", good("dscal")), joined({asks, clock, {"qnm_blas_dscal"}, clock, prints}));
+}
+
+/// Begins with cells as they stand after first calls.
+class Trace : public recording::RecordedTest {
+protected:
+    Trace()
+    {
+        for (const Telling& entry : telling)
+            cell(entry.name) = core().mode_word();
     }
 };
 
-TEST_F(Time, IsThatBetweenTwoReadings)
+TEST_F(Trace, IsDecidedAtItsPlaceInTheCall)
 {
-    for_each_call([](const std::string& name, const std::vector<Word>& words) {
-        const auto [value, readings] = seconds({1.25, 3.5, 1000}, name, words);
-        EXPECT_EQ(value, 2.25);
-        EXPECT_EQ(readings, 2U);
-        EXPECT_EQ(seconds({5, 2}, name, words).value, -3.0);
-        EXPECT_EQ(seconds({-3, 1}, name, words).value, 4.0);
-    });
+    constexpr const char* lsame = "qnm_serv_lsame";
+    const Telling &gemm = good_call("dgemm"), &wide_gemm = good_call("dgemm_64"),
+                  &axpyi = good_call("daxpyi"), &scal = good_call("dscal");
+    const struct {
+        Telling entry;
+        const char* where; // the mode is switched while the core serves this call
+        int before, after;
+        bool traced;
+    } all[]{
+        // A call found untraced stays so; the snapshot is older than scratch, and younger than the
+        // registration.
+        {gemm, lsame, 0, 1, false},
+        {wide_gemm, lsame, 0, 1, false},
+        {axpyi, "qnm_serv_allocate", 0, 1, false},
+        {gemm, "qnm_serv_set_xerbla_interface", 0, 1, true},
+        // One found traced may be called off until it has begun.
+        {gemm, lsame, 1, 0, false},
+        {axpyi, "qnm_serv_allocate", 1, 0, false},
+        {scal, "qnm_blas_dscal", 1, 0, true},
+        // A refused call follows the live mode.
+        {refused[0], lsame, 0, 1, true},
+        {refused[0], lsame, 1, 0, false},
+        {refused[0], "qnm_serv_xerbla", 0, 1, true},
+        {refused[0], "qnm_serv_xerbla", 1, 0, false},
+        {refused[1], lsame, 0, 1, true},
+        {refused[1], "qnm_serv_xerbla", 1, 0, false},
+    };
+    for (const auto& [entry, where, before, after, traced] : all) {
+        SCOPED_TRACE(entry.name + " switched at " + where);
+        core().reset();
+        core().mode(before);
+        core().answers(where).calling([mode = after](Call& call, Answer& answer) {
+            core().mode(mode);
+            core().serve(call, answer);
+        });
+        EXPECT_EQ(story(entry.name, entry.words), traced ? entry.traced() : entry.untraced());
+    }
 }
 
-TEST_F(Time, OfAClockThatAnswersZeroIsZero)
+// A narrow entry has read its integers before it decides.
+TEST_F(Trace, IsDecidedWithIntegersWidened)
 {
-    for_each_call([](const std::string& name, const std::vector<Word>& words) {
-        const auto positive = seconds({0.0, 7}, name, words);
-        EXPECT_EQ(positive.value, 0.0);
-        EXPECT_TRUE(std::signbit(positive.value));
-        EXPECT_EQ(positive.readings, 1U);
-        const auto negative = seconds({-0.0, 7}, name, words);
-        EXPECT_EQ(negative.value, 0.0);
-        EXPECT_FALSE(std::signbit(negative.value));
-        EXPECT_EQ(negative.readings, 1U);
+    int m = 2;
+    core().answers("qnm_serv_verbose_mode").calling([&](Call& call, Answer& answer) {
+        m = 99;
+        core().serve(call, answer);
     });
+    for (const int mode : {0, 1})
+        for (const auto& [name, place] : {std::pair{"dgemm", 2U}, {"dscal", 0U}, {"daxpyi", 0U}}) {
+            SCOPED_TRACE(name);
+            core().mode(mode);
+            m = 2;
+            cell(name) = unknown(name);
+            story(name, good(name, place, &m));
+            EXPECT_EQ(m, 99);
+            EXPECT_EQ(core().calls(std::string("qnm_blas_") + name).at(0).behind(place), 2);
+        }
 }
 
-TEST_F(Time, OfAClockThatAnswersNothingSensibleIsReadTwice)
+TEST_F(Trace, IsNotOfBareEntries)
+{
+    core().mode(1);
+    const int flag = 0;
+    EXPECT_THAT(story("daxpy_direct", {&n3, nullptr, nullptr, &one, nullptr, &one, &flag}),
+                ElementsAre("qnm_blas_xdaxpy"));
+    std::vector<Word> words(13, &w1);
+    words[0] = words[1] = "N";
+    EXPECT_THAT(story("QNM_DGEMM_JIT_64", words), ElementsAre("qnm_blas_qnm_dgemm_jit"));
+}
+
+TEST_F(Trace, TimeLiesBetweenTwoReadings)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    for_each_call([](const std::string& name, const std::vector<Word>& words) {
-        const auto [value, readings] = seconds({nan, 7}, name, words);
-        EXPECT_TRUE(std::isnan(value));
-        EXPECT_EQ(readings, 2U);
-    });
+    const struct {
+        std::vector<double> clock;
+        double seconds;
+        std::size_t readings; // a clock that answers zero is not read again
+    } all[]{{{1.25, 3.5, 1000}, 2.25, 2}, {{5, 2}, -3, 2},   {{-3, 1}, 4, 2},
+            {{0.0, 7}, -0.0, 1},          {{-0.0, 7}, 0, 1}, {{nan, 7}, nan, 2}};
+    core().mode(1);
+    for (const Telling& entry : all_calls)
+        for (const auto& [clock, seconds, readings] : all) {
+            SCOPED_TRACE(entry.name + " at " + std::to_string(clock[0]));
+            core().clock(clock);
+            const auto line = printed(entry.name, entry.words);
+            ASSERT_TRUE(line);
+            if (std::isnan(seconds)) {
+                EXPECT_TRUE(std::isnan(line->real(0)));
+            } else {
+                EXPECT_EQ(std::bit_cast<std::uint64_t>(line->real(0)), std::bit_cast<std::uint64_t>(seconds));
+            }
+            EXPECT_EQ(core().calls("qnm_serv_dsecnd").size(), readings);
+        }
 }
 
-// The line
-// ----------------------------------------------------------------------------------------------------------
-
-class Line : public BoundTest {
+class Line : public Trace {
 protected:
     Line() { core().mode(1); }
 
     static std::string of(const std::string& name, const std::vector<Word>& words)
     {
-        core().clear();
-        call_entry(name, words);
-        return core().calls().empty() ? "" : core().calls().back().text;
+        const auto line = printed(name, words);
+        return line ? line->text : "not printed";
     }
 };
 
-TEST_F(Line, OfScratchShowsTheCallersIndices)
+TEST_F(Line, ShowsTheCallersArguments)
 {
     char text[80];
     std::snprintf(text, sizeof text, "DAXPYI(3,0xa0,0x100,%p,0x200)", static_cast<const void*>(indices));
     EXPECT_EQ(of("daxpyi", good("daxpyi")), text);
-}
-
-TEST_F(Line, OfARefusedCallPrintsZeroForWhatIsNotThere)
-{
-    EXPECT_EQ(of("dgemm", refused), "DGEMM(X,n,2,3,4,(nil),(nil),0,(nil),0,(nil),(nil),0)");
-    EXPECT_EQ(of("dgemm_64", wide_refused), "DGEMM_64(X,n,2,3,4,(nil),(nil),0,(nil),0,(nil),(nil),0)");
-    EXPECT_THAT(core().calls("qnm_blas_dgemm"), IsEmpty());
-    std::vector<Word> negative = good("dgemm");
-    negative[3] = &bad;
-    EXPECT_EQ(of("dgemm", negative), "DGEMM(N,t,2,-7,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
-}
-
-TEST_F(Line, OfAWideCallTestsEachPointer)
-{
-    EXPECT_EQ(of("dscal_64", {nullptr, address(0xa0), address(0x100), nullptr}), "DSCAL_64(0,0xa0,0x100,0)");
+    EXPECT_EQ(of("dgemm", good("dgemm", 3, &bad)), "DGEMM(N,t,2,-7,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
+    EXPECT_EQ(of("dscal_64", {nullptr, 0xa0L, 0x100L, nullptr}), "DSCAL_64(0,0xa0,0x100,0)");
 }
 
 // A checked entry reads again what the caller has after the core; an unchecked narrow one shows its copies,
@@ -125,31 +180,27 @@ TEST_F(Line, ReadsIntegersWhereTheClassSays)
 {
     int m = 2;
     wide_int wide_m = 2;
-    const auto change = [&](const std::string& name, std::size_t place) {
-        core().answers(name).calling([&, place](Call& call, Answer&) {
+    for (const auto& [name, place] :
+         {std::pair{"qnm_blas_dgemm", 2U}, {"qnm_blas_dscal", 0U}, {"qnm_blas_daxpyi", 0U}})
+        core().answers(name).calling([&, at = place](Call& call, Answer&) {
             m = 77;
             wide_m = 77;
-            if (call.pointer<wide_int>(place) != &wide_m)
-                *call.pointer<wide_int>(place) = 0x500000063;
+            if (call.pointer<wide_int>(at) != &wide_m)
+                *call.pointer<wide_int>(at) = 0x500000063;
         });
+    const auto shown = [&](const char* name, std::size_t place, Word word) {
+        m = 2;
+        wide_m = 2;
+        const std::string line = of(name, good(name, place, word));
+        EXPECT_EQ(m, 77); // and copies are never written back
+        return line;
     };
-    const auto with = [](std::vector<Word> words, std::size_t place, Word word) {
-        words[place] = word;
-        return words;
-    };
-    change("qnm_blas_dgemm", 2);
-    change("qnm_blas_dscal", 0);
-    change("qnm_blas_daxpyi", 0);
-    EXPECT_EQ(of("dgemm", with(good("dgemm"), 2, &m)), "DGEMM(N,t,77,3,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
-    EXPECT_EQ(of("dgemm_64", with(good("dgemm_64"), 2, &wide_m)),
+    EXPECT_EQ(shown("dgemm", 2, &m), "DGEMM(N,t,77,3,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
+    EXPECT_EQ(shown("dgemm_64", 2, &wide_m),
               "DGEMM_64(N,t,77,3,4,0xa0,0xa00,4000000000,0xb00,3,0xc0,0xc00,2)");
-    m = 2;
-    EXPECT_EQ(of("dscal", with(good("dscal"), 0, &m)), "DSCAL(99,0xa0,0x100,-1)");
-    wide_m = 2;
-    EXPECT_EQ(of("dscal_64", with(good("dscal_64"), 0, &wide_m)), "DSCAL_64(77,0xa0,0x100,-1)");
-    m = 2;
-    EXPECT_TRUE(of("daxpyi", with(good("daxpyi"), 0, &m)).starts_with("DAXPYI(99,"));
-    EXPECT_EQ(m, 77); // and the copies are never written back
+    EXPECT_EQ(shown("dscal", 0, &m), "DSCAL(99,0xa0,0x100,-1)");
+    EXPECT_EQ(shown("dscal_64", 0, &wide_m), "DSCAL_64(77,0xa0,0x100,-1)");
+    EXPECT_THAT(shown("daxpyi", 0, &m), ::testing::StartsWith("DAXPYI(99,"));
 }
 
 TEST_F(Line, IsBoundedAndAlwaysEnds)
@@ -159,36 +210,20 @@ TEST_F(Line, IsBoundedAndAlwaysEnds)
         std::fill_n(call.pointer<char>(0), 450, 'x');
         answer.returns(450);
     });
-    for (const Telling& entry : telling()) {
+    for (const Telling& entry : all_calls) {
         SCOPED_TRACE(entry.name);
-        EXPECT_EQ(of(entry.name, entry.words), std::string(449, 'x'));
+        of(entry.name, entry.words);
         const auto& calls = core().calls();
-        EXPECT_EQ(calls.back().last_byte, '\0');
+        EXPECT_THAT(calls.back(), Printed(std::string(449, 'x')));
         const Call& formatted = calls.at(calls.size() - 2);
         EXPECT_EQ(formatted.int32(1), 450);
         EXPECT_EQ(formatted.int32(2), 449);
         EXPECT_EQ(formatted.word(0), calls.back().word(1));
     }
-    of("dgemm", refused);
-    EXPECT_THAT(core().calls().back(), Printed(std::string(449, 'x')));
-}
-
-TEST_F(Line, IsCutWhereItIsTooLong)
-{
-    // No published list is that long, so the format is made longer.
-    core().answers("qnm_serv_snprintf_s").calling([](Call& call, Answer&) {
-        std::snprintf(call.pointer<char>(0), call.word(2) + 1, "%s%0600d", "DSCAL", 1);
-    });
-    const std::string line = of("dscal", good("dscal"));
-    EXPECT_EQ(line.size(), 449U);
-    EXPECT_EQ(core().calls().back().last_byte, '\0');
 }
 
 TEST_F(Line, LeavesResultsAsTheyCame)
 {
-    bind("ddot");
-    bind("sdot");
-    bind("dgemm_pack_get_size");
     const std::vector<Word> dot{&n3, nullptr, &one, nullptr, &one};
     core().answers("qnm_blas_ddot").with(-0.1);
     core().answers("qnm_blas_sdot").with(0.1F);
@@ -201,9 +236,8 @@ TEST_F(Line, LeavesResultsAsTheyCame)
         EXPECT_EQ(call_entry("sdot_", dot).float32(), 0.1F);
         EXPECT_EQ(call_entry("idamax_", good("idamax")).int32(), 7);
         EXPECT_EQ(call_entry("dgemm_pack_get_size_", good("dgemm_pack_get_size")).int64(), 0x123456789);
-        core().clear();
         call_entry("zdotu_", good("zdotu"));
-        EXPECT_EQ(core().calls("qnm_blas_zdotu").at(0).word(0), 0x500U);
+        EXPECT_EQ(core().calls("qnm_blas_zdotu").back().word(0), 0x500U);
     }
 }
 
