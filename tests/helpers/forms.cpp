@@ -1,6 +1,7 @@
 #include "forms.hpp"
 
 #include <algorithm>
+#include <random>
 #include <sstream>
 
 namespace qnm::tests {
@@ -11,7 +12,7 @@ const support::Library& layer()
     return library;
 }
 
-const std::vector<catalogue::Entry>& helpers()
+std::vector<Helper> helpers(const std::function<bool(const Helper&)>& kind)
 {
     static const catalogue::Catalogue tables = [] {
         std::vector<std::string> paths;
@@ -20,51 +21,40 @@ const std::vector<catalogue::Entry>& helpers()
             paths.push_back(path);
         return catalogue::read_tables(paths);
     }();
-    static const std::vector<catalogue::Entry> all = tables.entries();
+    std::vector<Helper> all;
+    for (const catalogue::Entry& entry : tables.entries())
+        if (const Helper helper(entry); kind(helper))
+            all.push_back(helper);
     return all;
-}
-
-std::mt19937& chance()
-{
-    static std::mt19937 generator(19681224);
-    return generator;
 }
 
 long any(long low, long high)
 {
-    return std::uniform_int_distribution<long>(low, high)(chance());
+    static std::mt19937 generator(19681224);
+    return std::uniform_int_distribution<long>(low, high)(generator);
 }
 
 Form Form::random(const std::string& name, long largest)
 {
-    const auto letter = [](const std::string& letters) {
-        return letters[static_cast<std::size_t>(any(0, static_cast<long>(letters.size()) - 1))];
-    };
     Form form;
     form.name = name;
     form.by_rows = any(0, 1) == 0;
-    form.uplo = letter("ulUL");
-    form.diag = letter("nuNU");
-    form.transr = letter("ntcNTC");
-    form.direct = letter("fbFB");
+    for (const auto& [option, letters] :
+         {std::pair{"uplo", "ul"}, {"diag", "nu"}, {"transr", "ntc"}, {"direct", "fb"}})
+        form.options[option] = letters[any(0, static_cast<long>(std::strlen(letters)) - 1)];
     form.n = any(0, largest);
     form.m = name == "ge" || name == "gg" || name == "gb" || name == "tz" ? any(0, largest) : form.n;
     form.kd = any(0, std::min(form.n + 2, 6L));
-    form.kl = any(0, 5);
-    form.ku = any(0, 5);
-    for (char* option : {&form.uplo, &form.diag, &form.transr, &form.direct})
-        *option = static_cast<char>(*option | 0x20); // how the model spells it; calls use either case
-    if (name[1] == 'b' && name != "gb") {
-        form.kl = form.uplo == 'l' ? form.kd : 0;
-        form.ku = form.uplo == 'u' ? form.kd : 0;
-    }
+    const bool triangle = form.is_band() && name != "gb";
+    form.kl = !triangle ? any(0, 5) : form.is("uplo", 'l') ? form.kd : 0;
+    form.ku = !triangle ? any(0, 5) : form.is("uplo", 'u') ? form.kd : 0;
     form.choose_ld();
     return form;
 }
 
 void Form::choose_ld()
 {
-    ld = std::max(1L, least_ld()) + any(0, 3);
+    ld = std::max(1L, by_rows ? n : is_band() ? kl + ku + 1 : m) + any(0, 3);
 }
 
 Form Form::turned() const
@@ -75,31 +65,33 @@ Form Form::turned() const
     return other;
 }
 
-long Form::least_ld() const
+std::string Form::told() const
 {
-    return by_rows ? n : is_band() ? kl + ku + 1 : m;
+    std::string text = name + (by_rows ? " by rows" : " by columns");
+    for (const auto& [option, letter] : options)
+        text += " " + option + " " + letter;
+    for (const long size : {m, n, kl, ku, ld})
+        text += " " + std::to_string(size);
+    return text + " (m, n, kl, ku, ld)";
 }
 
 long Form::length() const
 {
     if (is_packed() || is_full_packed())
         return n * (n + 1) / 2;
-    const long lines = !by_rows ? n : is_band() ? kl + ku + 1 : m;
-    return ld * lines;
+    return ld * (!by_rows ? n : is_band() ? kl + ku + 1 : m);
 }
 
 bool Form::holds(long i, long j) const
 {
-    if (has_unit_diagonal() && (name == "tz" && direct == 'b' ? j - i == n - m : i == j))
+    const long diagonal = name == "tz" && is("direct", 'b') ? n - m : 0; // j - i on it
+    if (name[0] == 't' && is("diag", 'u') && j - i == diagonal)
         return false;
     if (is_band())
         return i - j <= kl && j - i <= ku;
     if (name == "hs")
         return i <= j + 1;
-    if (name == "ge" || name == "gg")
-        return true;
-    const long diagonal = name == "tz" && direct == 'b' ? n - m : 0; // j - i on it
-    return uplo == 'u' ? j - i >= diagonal : j - i <= diagonal;
+    return name == "ge" || name == "gg" || (is("uplo", 'u') ? j - i >= diagonal : j - i <= diagonal);
 }
 
 long Form::at(long i, long j) const
@@ -108,12 +100,9 @@ long Form::at(long i, long j) const
         i += ku - j;
     if (!is_packed())
         return by_rows ? i * ld + j : i + j * ld;
-    bool upper = uplo == 'u';
-    if (by_rows) {
+    if (by_rows)
         std::swap(i, j);
-        upper = !upper;
-    }
-    return upper ? i + j * (j + 1) / 2 : i - j + j * (2 * n - j + 1) / 2;
+    return is("uplo", 'u') != by_rows ? i + j * (j + 1) / 2 : i - j + j * (2 * n - j + 1) / 2;
 }
 
 std::vector<long> Form::places(bool whole_rectangle) const
@@ -131,74 +120,54 @@ std::vector<long> Form::places(bool whole_rectangle) const
 // LAPACK itself says where: a triangle of numbers is packed, and the numbers looked up.
 std::vector<long> Form::full_packed_places(bool whole) const
 {
-    const long rows = transr == 'n' ? n | 1 : (n + 1) / 2, columns = transr == 'n' ? (n + 1) / 2 : n | 1;
-    const auto in_layout = [&](long p) { return by_rows ? p % rows * columns + p / rows : p; };
-    std::vector<long> all;
-    if (whole) {
-        for (long p = 0; p < rows * columns; ++p)
-            all.push_back(in_layout(p));
-        return all;
-    }
+    const bool normal = is("transr", 'n');
+    const long rows = normal ? n | 1 : (n + 1) / 2, columns = normal ? (n + 1) / 2 : n | 1;
     const int order = static_cast<int>(n), lda = std::max(order, 1);
-    std::vector<double> a(static_cast<std::size_t>(lda) * static_cast<std::size_t>(lda), -1),
+    std::vector<double> a(static_cast<std::size_t>(lda * lda), -1),
         packed(static_cast<std::size_t>(rows * columns) + 1);
-    double number = 0;
+    std::size_t count = 0;
     for (long j = 0; j < n; ++j)
         for (long i = 0; i < n; ++i)
             if (holds(i, j))
-                a[static_cast<std::size_t>(i + j * lda)] = number++;
+                a[static_cast<std::size_t>(i + j * lda)] = static_cast<double>(count++);
     int info = 0;
-    const char form = transr == 'n' ? 'n' : 't';
+    const char form = normal ? 'n' : 't', uplo = options.at("uplo");
     support::call_words(layer()["dtrttf_"], {&form, &uplo, &order, a.data(), &lda, packed.data(), &info});
     EXPECT_EQ(info, 0);
-    all.resize(static_cast<std::size_t>(number));
-    for (long p = 0; p < rows * columns; ++p)
-        if (const double element = packed[static_cast<std::size_t>(p)]; element >= 0)
-            all.at(static_cast<std::size_t>(element)) = in_layout(p);
+    std::vector<long> all(whole ? static_cast<std::size_t>(rows * columns) : count);
+    for (std::size_t p = 0; p < static_cast<std::size_t>(rows * columns); ++p) {
+        const long place = static_cast<long>(p);
+        if (whole || packed[p] >= 0)
+            all.at(whole ? p : static_cast<std::size_t>(packed[p])) =
+                by_rows ? place % rows * columns + place / rows : place;
+    }
     return all;
 }
 
-std::string HelperCall::form() const
+bool Helper::run(const Form& form, const std::vector<void*>& arrays, const Form* out, long incx,
+                 int layout) const
 {
-    const std::string& root = entry_->row->root;
-    return root.substr(1, root.find('_') - 1);
-}
-
-bool HelperCall::run(const Form& form, const std::vector<void*>& arrays, const Form* out, long incx,
-                     int layout) const
-{
-    const bool narrow = entry_->width == catalogue::Width::narrow;
-    const auto integer = [&](long value) {
-        return narrow ? support::Word(static_cast<int>(value)) : support::Word(value);
-    };
+    const bool narrow = entry_.width == catalogue::Width::narrow;
+    const std::map<std::string, long> integers{{"m", form.m},   {"n", form.n},   {"kl", form.kl},
+                                               {"ku", form.ku}, {"kd", form.kd}, {"incx", incx}};
     std::vector<support::Word> words;
     std::size_t next = 0;
-    for (const catalogue::Argument& a : entry_->row->arguments) {
-        const std::string& name = a.name;
-        if (a.array)
+    for (const catalogue::Argument& a : arguments()) {
+        if (a.array) {
             words.emplace_back(arrays.at(next++));
-        else if (name == "matrix_layout")
+        } else if (a.name == "matrix_layout") {
             words.emplace_back(layout != 0 ? layout : form.by_rows ? 101 : 102);
-        else if (a.type == "char") {
-            const char option = name == "uplo"     ? form.uplo
-                                : name == "diag"   ? form.diag
-                                : name == "transr" ? form.transr
-                                                   : form.direct;
-            const bool upper = option >= 'a' && any(0, 1) == 0;
-            words.emplace_back(static_cast<char>(upper ? option - ('a' - 'A') : option));
-        } else if (name == "ldout")
-            words.emplace_back(integer(out->ld));
-        else if (name.starts_with("ld"))
-            words.emplace_back(integer(form.ld));
-        else
-            words.emplace_back(integer(name == "m"    ? form.m
-                                       : name == "n"  ? form.n
-                                       : name == "kl" ? form.kl
-                                       : name == "ku" ? form.ku
-                                       : name == "kd" ? form.kd
-                                                      : incx));
+        } else if (a.type == "char") {
+            const char option = form.options.at(a.name);
+            words.emplace_back(any(0, 1) == 0 ? option : static_cast<char>(option & ~0x20)); // in either case
+        } else {
+            const long value = a.name == "ldout"          ? out->ld
+                               : a.name.starts_with("ld") ? form.ld
+                                                          : integers.at(a.name);
+            words.emplace_back(narrow ? support::Word(static_cast<int>(value)) : support::Word(value));
+        }
     }
-    const auto returned = support::call_words(layer()[entry_->spellings()[0]], words);
+    const auto returned = support::call_words(layer()[name()], words);
     return narrow ? returned.int32() != 0 : returned.int64() != 0;
 }
 
