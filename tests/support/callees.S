@@ -10,17 +10,14 @@
         CALLEE  loses_\register
         mov     $1, %\register
         ret
-        .size   loses_\register, .-loses_\register
         .endr
 
         CALLEE  pops_too_much
         ret     $16
-        .size   pops_too_much, .-pops_too_much
 
         CALLEE  sets_direction
         std
         ret
-        .size   sets_direction, .-sets_direction
 
         CALLEE  changes_mxcsr
         sub     $8, %rsp
@@ -29,7 +26,6 @@
         ldmxcsr (%rsp)
         add     $8, %rsp
         ret
-        .size   changes_mxcsr, .-changes_mxcsr
 
         CALLEE  changes_x87
         sub     $8, %rsp
@@ -38,7 +34,6 @@
         fldcw   (%rsp)
         add     $8, %rsp
         ret
-        .size   changes_x87, .-changes_x87
 
         /* A good callee that hands back the registers of its own arguments. */
         CALLEE  echoes_rax
@@ -46,14 +41,12 @@
         movaps  %xmm7, %xmm0
         movaps  %xmm6, %xmm1
         ret
-        .size   echoes_rax, .-echoes_rax
 
         /* A caller that comes into the core with the stack off by eight. */
         CALLEE  calls_misaligned
-        call    sample_forward@PLT
+        call    qnm_blas_any@PLT
         sub     $8, %rsp
         add     $8, %rsp
         ret
-        .size   calls_misaligned, .-calls_misaligned
 
         .section .note.GNU-stack, "", @progbits
