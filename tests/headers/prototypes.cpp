@@ -1,30 +1,23 @@
 #include "prototypes.hpp"
 
-#include <fstream>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
 
 namespace qnm::headers {
 
 namespace {
 
-std::vector<std::string> words(const std::string& text)
-{
-    static const std::regex word("[A-Za-z_][A-Za-z_0-9]*|\\*");
-    return {std::sregex_token_iterator(text.begin(), text.end(), word), {}};
-}
-
 Type read_type(const std::string& text)
 {
+    static const std::regex word("[A-Za-z_][A-Za-z_0-9]*|\\*");
     Type type;
-    for (const std::string& word : words(text)) {
-        if (word == "*")
+    for (std::sregex_token_iterator at(text.begin(), text.end(), word), end; at != end; ++at) {
+        if (*at == "*")
             ++type.stars;
-        else if (word == "const")
+        else if (*at == "const")
             type.constant = type.constant || type.stars == 0;
         else if (type.element.empty())
-            type.element = word;
+            type.element = *at;
     }
     return type;
 }
@@ -82,14 +75,18 @@ std::vector<Prototype> read_prototypes(const std::string& source)
     return all;
 }
 
-std::string read_file(const std::string& path)
+std::ostream& operator<<(std::ostream& out, const Type& type)
 {
-    std::ifstream in(path);
-    if (!in)
-        throw std::runtime_error(path + " cannot be read");
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return out << (type.constant ? "const " : "") << type.element
+               << std::string(static_cast<std::size_t>(type.stars), '*');
+}
+
+std::ostream& operator<<(std::ostream& out, const Prototype& prototype)
+{
+    out << prototype.result << ' ' << prototype.name << '(';
+    for (const Type& type : prototype.arguments)
+        out << (&type == &prototype.arguments.front() ? "" : ", ") << type;
+    return out << ')';
 }
 
 } // namespace qnm::headers

@@ -1,7 +1,7 @@
 // Function declarations as a C header's text has them, without a compiler.
 #pragma once
 
-#include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,7 +23,6 @@ struct Prototype {
 /// All declarations of functions in the text, in every branch of its conditions.
 std::vector<Prototype> read_prototypes(const std::string& source);
 
-/// The file's text; throws std::runtime_error with the path.
-std::string read_file(const std::string& path);
+std::ostream& operator<<(std::ostream& out, const Prototype& prototype);
 
 } // namespace qnm::headers

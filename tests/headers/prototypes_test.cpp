@@ -1,0 +1,202 @@
+// What the headers declare: the names that the library exports, with the prototypes of published headers.
+#include "prototypes.hpp"
+#include "support/library.hpp"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <regex>
+#include <set>
+
+namespace qnm::headers {
+namespace {
+
+using Names = std::set<std::string>;
+using ::testing::IsEmpty;
+
+std::string read_file(const std::string& path)
+{
+    std::ifstream in(path);
+    if (!in)
+        throw std::runtime_error(path + " cannot be read");
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+const std::map<std::string, Prototype>& ours()
+{
+    static const std::map<std::string, Prototype> all = [] {
+        std::map<std::string, Prototype> declared;
+        for (const char* header :
+             {"services.h", "blas.h", "cblas.h", "lapack.h", "lapacke.h", "lapacke_helpers.h", "trans.h"})
+            for (const Prototype& p : read_prototypes(read_file(QNM_HEADERS + std::string("/") + header)))
+                EXPECT_TRUE(declared.emplace(p.name, p).second) << p.name << " is declared twice";
+        return declared;
+    }();
+    return all;
+}
+
+Names without(const Names& from, const Names& taken)
+{
+    Names rest;
+    std::set_difference(from.begin(), from.end(), taken.begin(), taken.end(),
+                        std::inserter(rest, rest.end()));
+    return rest;
+}
+
+TEST(HeaderNames, AreThoseThatTheLibraryExports)
+{
+    // Exported for other interfaces of the library, for the project's tests and for the core, not for
+    // programs.
+    const auto is_private = [](const std::string& name) {
+        for (const char* prefix :
+             {"qnm_blas__", "qnm_lapack__", "qnm_serv_iface_", "qnm_blas_errchk_", "qnm_lapack_errchk_",
+              "qnm_lapack_ps_errchk_", "qnm_trans_errchk_", "cdecl_", "qnm_set_xerbla_interface"})
+            if (name.starts_with(prefix))
+                return true;
+        return false;
+    };
+    Names exported, declared;
+    for (const support::Symbol& symbol : support::ElfFile(QNM_LAYER_FILE).exported())
+        if (!is_private(symbol.name))
+            exported.insert(symbol.name);
+    for (const auto& [name, prototype] : ours())
+        declared.insert(name);
+    EXPECT_THAT(without(declared, exported), IsEmpty()) << "declared and not exported";
+    EXPECT_THAT(without(exported, declared), IsEmpty()) << "exported and not declared";
+}
+
+/// How a published header spells what ours has.
+struct Habits {
+    std::map<std::string, std::string> words; // of either header, and what they stand for
+    std::function<bool(bool ours, bool theirs)> constants_agree;
+    bool subroutines_return_int = false;
+};
+
+bool agree(const Type& our, const Type& their, const Habits& habits)
+{
+    const auto meaning = [&](const std::string& word) {
+        const auto found = habits.words.find(word);
+        return found == habits.words.end() ? word : found->second;
+    };
+    if (habits.subroutines_return_int && our.element == "void" && our.stars == 0)
+        return their.stars == 0 && (their.element == "int" || their.element == "void");
+    return our.stars == their.stars &&
+           (our.stars == 0 || habits.constants_agree(our.constant, their.constant)) &&
+           (meaning(our.element) == meaning(their.element) ||
+            (our.element.starts_with("qnm_complex") && their.element == "void"));
+}
+
+/// Expects that each published name of ours has a declaration that agrees with ours; tells how many there
+/// are.
+int compare(const std::vector<Prototype>& published, const Habits& habits)
+{
+    std::map<std::string, std::vector<Prototype>> by_name; // a header has one for each compiler's convention
+    for (const Prototype& p : published)
+        if (ours().contains(p.name))
+            by_name[p.name].push_back(p);
+    for (const auto& [name, theirs] : by_name) {
+        const Prototype& our = ours().at(name);
+        EXPECT_TRUE(std::any_of(theirs.begin(), theirs.end(),
+                                [&](const Prototype& their) {
+                                    return agree(our.result, their.result, habits) &&
+                                           std::equal(our.arguments.begin(), our.arguments.end(),
+                                                      their.arguments.begin(), their.arguments.end(),
+                                                      [&](const Type& a, const Type& b) {
+                                                          return agree(a, b, habits);
+                                                      });
+                                }))
+            << our << "\n  published as " << theirs.front();
+    }
+    return static_cast<int>(by_name.size());
+}
+
+#ifdef OPENBLAS_HEADER
+// Complex arrays are arrays of reals there, nothing is const, and subroutines return an int without meaning.
+TEST(PublishedHeader, OfOpenBlasAgrees)
+{
+    const std::string text =
+        std::regex_replace(read_file(OPENBLAS_HEADER), std::regex("BLASFUNC\\((\\w+)\\)"), "$1_");
+    const Habits habits{{{"qnm_complex8", "float"},
+                         {"openblas_complex_float", "float"},
+                         {"qnm_complex16", "double"},
+                         {"openblas_complex_double", "double"},
+                         {"FLOATRET", "float"},
+                         {"blasint", "int"}},
+                        [](bool, bool) { return true; },
+                        true};
+    EXPECT_GE(compare(read_prototypes(text), habits), 150);
+}
+#endif
+
+#ifdef REFERENCE_HEADER
+// Has const where the reference BLAS only reads, and `void` or the real type for complex types. Functions
+// stand there as subroutines with one more argument, the address of their result.
+TEST(PublishedHeader, OfReferenceBlasAgrees)
+{
+    std::string text = read_file(REFERENCE_HEADER);
+    for (const auto& [word, meaning] :
+         {std::pair{"FCHAR", "const char *"}, {"FINT2", "int *"}, {"FINT", "const int *"}})
+        text = std::regex_replace(text, std::regex(word), meaning);
+    std::vector<Prototype> published;
+    const std::regex name("F77_(\\w+?)(_sub)?_base");
+    for (Prototype p : read_prototypes(text)) {
+        std::smatch parts;
+        const std::string full = p.name;
+        if (!std::regex_match(full, parts, name) || parts[1] == "xerbla") // that one is of C
+            continue;
+        p.name = parts[1].str() + "_";
+        std::erase_if(p.arguments,
+                      [](const Type& type) { return type.element == "size_t"; }); // hidden lengths
+        if (parts[2].matched) {
+            Type result = p.arguments.back();
+            p.arguments.pop_back();
+            if (result.element == "void") { // a complex result's address comes first
+                p.arguments.insert(p.arguments.begin(), result);
+            } else {
+                --result.stars;
+                p.result = result;
+            }
+        }
+        published.push_back(p);
+    }
+    EXPECT_GE(
+        compare(published, {{{"qnm_complex8", "float"}, {"qnm_complex16", "double"}}, std::equal_to<>()}),
+        126);
+}
+#endif
+
+#ifdef CBLAS_HEADER
+TEST(PublishedHeader, OfReferenceCblasAgrees)
+{
+    std::vector<Prototype> published = read_prototypes(read_file(CBLAS_HEADER));
+    std::erase_if(published,
+                  [](const Prototype& p) { return p.name == "cblas_xerbla"; }); // of another signature
+    const int compared = compare(published, {{{"CBLAS_INT", "int"}}, std::equal_to<>()});
+    EXPECT_EQ(compared, static_cast<int>(published.size())) << "names of the reference that we lack";
+    EXPECT_GE(compared, 148);
+}
+#endif
+
+#ifdef LAPACKE_HEADER
+TEST(PublishedHeader, OfLapackeAgrees)
+{
+    std::vector<Prototype> published = read_prototypes(read_file(LAPACKE_HEADER));
+    std::erase_if(published, [](const Prototype& p) { return !p.name.starts_with("LAPACKE_"); });
+    Names lacking;
+    for (Prototype& p : published) {
+        // Since 3.12 LAPACK tells the place that it has reached.
+        if (p.name.starts_with("LAPACKE_ctgexc") || p.name.starts_with("LAPACKE_ztgexc"))
+            ++p.arguments.at(13).stars;
+        if (!ours().contains(p.name) && p.name.find("lassq") == std::string::npos &&
+            p.name.find("_nancheck") == std::string::npos)
+            lacking.insert(p.name);
+    }
+    // A promise not to write more than is published breaks no program.
+    EXPECT_EQ(compare(published, {{}, std::greater_equal<>()}), 2490);
+    EXPECT_THAT(lacking, IsEmpty());
+}
+#endif
+
+} // namespace
+} // namespace qnm::headers
