@@ -209,8 +209,8 @@ TEST(Linking, BindsLazilyAndNotToItself)
     const auto& file = layer().file();
     EXPECT_EQ(file.dynamic(DT_SYMBOLIC), std::nullopt);
     EXPECT_EQ(file.dynamic(DT_BIND_NOW), std::nullopt);
-    EXPECT_EQ(file.flags() & (DF_SYMBOLIC | DF_BIND_NOW), 0U);
-    EXPECT_EQ(file.flags1() & DF_1_NOW, 0U);
+    EXPECT_EQ(file.dynamic(DT_FLAGS).value_or(0) & (DF_SYMBOLIC | DF_BIND_NOW), 0U);
+    EXPECT_EQ(file.dynamic(DT_FLAGS_1).value_or(0) & DF_1_NOW, 0U);
 }
 
 TEST(Linking, TheCoreIsReachedByCallsAlone)

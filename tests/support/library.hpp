@@ -6,7 +6,6 @@
 #include <elf.h>
 #include <map>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,25 +14,19 @@ namespace qnm::support {
 
 struct Symbol {
     std::string name;
-    std::uint64_t value = 0; ///< offset from the load base
-    std::uint64_t size = 0;
-    unsigned type = STT_NOTYPE;
-    unsigned binding = STB_LOCAL;
-    unsigned visibility = STV_DEFAULT;
-    bool defined = false;
-
-    bool operator==(const Symbol&) const = default;
+    std::uint64_t value; ///< offset from the load base
+    unsigned type, binding, visibility;
 };
 
 /// The facts of an ELF file, read from the file itself.
 class ElfFile {
 public:
-    /// Throws std::runtime_error with the path if the file cannot be read or is no 64-bit ELF library.
+    /// Throws std::runtime_error with the path if the file cannot be read or is no 64-bit ELF file.
     explicit ElfFile(const std::string& path);
 
     /// The dynamic symbols that the library defines for others, and those that it wants from others.
-    std::vector<Symbol> exported() const;
-    std::vector<Symbol> undefined() const;
+    std::vector<Symbol> exported() const { return exported_; }
+    std::vector<Symbol> undefined() const { return undefined_; }
     /// Local symbols (statics), by name; empty in a stripped file.
     const std::multimap<std::string, Symbol, std::less<>>& locals() const { return locals_; }
 
@@ -41,17 +34,11 @@ public:
     const std::vector<std::string>& needed() const { return needed_; }
     const std::string& soname() const { return soname_; }
     std::optional<std::uint64_t> dynamic(std::int64_t tag) const;
-    /// Flag bits of DT_FLAGS and DT_FLAGS_1, 0 where the tag is missing.
-    std::uint64_t flags() const { return dynamic(DT_FLAGS).value_or(0); }
-    std::uint64_t flags1() const { return dynamic(DT_FLAGS_1).value_or(0); }
 
 private:
-    void read_symbols(std::span<const char> bytes, const Elf64_Shdr& section, const Elf64_Shdr& strings);
-    void read_dynamic(std::span<const char> bytes, const Elf64_Shdr& section, const Elf64_Shdr& strings);
-
-    std::vector<Symbol> dynamic_symbols_;
+    std::vector<Symbol> exported_, undefined_;
     std::multimap<std::string, Symbol, std::less<>> locals_;
-    std::vector<std::pair<std::int64_t, std::uint64_t>> dynamic_;
+    std::map<std::int64_t, std::uint64_t> dynamic_;
     std::vector<std::string> needed_;
     std::string soname_;
 };
