@@ -1,7 +1,7 @@
 // What follows from the rows of telling members, written out by hand: positions, codes, names, formats,
 // spellings, types, the order of checks. The facts are those of the published interfaces.
-#include "catalogue/catalogue.hpp"
 #include "facts.hpp"
+#include "support/tables.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -9,11 +9,7 @@
 namespace qnm::catalogue {
 namespace {
 
-const Catalogue& tables()
-{
-    static const Catalogue all = read_tables(tests::table_paths());
-    return all;
-}
+using support::tables;
 
 /// The entry of this upper-case name; throws std::out_of_range if there is none.
 const Entry& entry(const std::string& name)

@@ -31,14 +31,4 @@ inline Facts facts(const std::string& text)
     return all;
 }
 
-/// The tables of the library.
-inline std::vector<std::string> table_paths()
-{
-    std::vector<std::string> paths;
-    std::istringstream list(QNM_TABLES);
-    for (std::string path; std::getline(list, path, ':');)
-        paths.push_back(path);
-    return paths;
-}
-
 } // namespace qnm::tests

@@ -2,6 +2,7 @@
 // present.
 #include "published.hpp"
 #include "support/library.hpp"
+#include "support/tables.hpp"
 
 #include "catalogue/catalogue.hpp"
 
@@ -10,13 +11,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <sstream>
 #include <unistd.h>
 
 namespace qnm {
 namespace {
 
 using Names = std::set<std::string>;
+using support::tables;
 using ::testing::IsEmpty;
 using ::testing::IsSubsetOf;
 
@@ -25,18 +26,6 @@ const support::Library& layer()
 {
     static const support::Library library(QNM_LAYER);
     return library;
-}
-
-const catalogue::Catalogue& tables()
-{
-    static const catalogue::Catalogue all = [] {
-        std::vector<std::string> paths;
-        std::istringstream in(QNM_TABLES);
-        for (std::string path; std::getline(in, path, '|');)
-            paths.push_back(path);
-        return catalogue::read_tables(paths);
-    }();
-    return all;
 }
 
 std::vector<std::string> missing(const Names& wanted, const Names& from)

@@ -1,8 +1,8 @@
 #include "forms.hpp"
+#include "support/tables.hpp"
 
 #include <algorithm>
 #include <random>
-#include <sstream>
 
 namespace qnm::tests {
 
@@ -14,15 +14,8 @@ const support::Library& layer()
 
 std::vector<Helper> helpers(const std::function<bool(const Helper&)>& kind)
 {
-    static const catalogue::Catalogue tables = [] {
-        std::vector<std::string> paths;
-        std::istringstream in(QNM_TABLES);
-        for (std::string path; std::getline(in, path, ':');)
-            paths.push_back(path);
-        return catalogue::read_tables(paths);
-    }();
     std::vector<Helper> all;
-    for (const catalogue::Entry& entry : tables.entries())
+    for (const catalogue::Entry& entry : support::tables().entries())
         if (const Helper helper(entry); kind(helper))
             all.push_back(helper);
     return all;
