@@ -91,7 +91,8 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         axpy s unchecked int n, T x[n => end of the row: expected ']';
         axpy s unchecked int n, T x(n) => ')': expected ',';
         axpy s unchecked int n, T n => 'n': expected each argument's name once;
-        axpy s unchecked int n,| T x value => 3: 'value': expected it behind an int or a void that is no array;
+        axpy s unchecked int n,| T x value => 3: 'value': expected it behind an int or a void that is no
+            array;
         axpy s unchecked int n, T x[m] => 'm': expected an integer argument or an earlier name of 'where';
         axpy s unchecked T n, T x[n] => 'n': expected an integer argument or an earlier name of 'where';
         axpy s unchecked T x kept => 'kept': expected ',', '->', 'where', 'tested last', ...;
@@ -112,7 +113,8 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         axpy s checked int n >= 0 code x => 'x': expected the reported code;
         axpy s checked int n >= 0, int m unless n == 1 => 'unless': expected ',', '->', ...;
         axpy s checked int n >= 0 tested first n => 'first': expected 'last';
-        axpy s checked int n >= 0, int m tested last m => 'm': expected a tested argument behind 'tested last';
+        axpy s checked int n >= 0, int m tested last m => 'm': expected a tested argument behind 'tested
+            last';
         axpy s checked int n >= 0 tested last k => 'k': expected a tested argument behind 'tested last';
         axpy s checked groups int n[] >= 0 => 'groups': expected the arguments group_count and group_size;
 
@@ -121,7 +123,8 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         dot s checked int n >= 0 -> status refused x => 'x': expected what a refused call gives back;
         axpy s checked int n >= 0 where = 1 => '=': expected a name to define;
         axpy s checked int n >= 0 where m : 1 => ':': expected '=';
-        axpy s checked int n >= a where b = a, a = n => 'a': expected an integer argument or an earlier name of
+        axpy s checked int n >= a where b = a, a = n => 'a': expected an integer argument or an earlier name
+            of
             'where';
         axpy s checked int n >= a where a = side is L ? 1 : n => 'side': expected a character argument of the
             row;
@@ -146,7 +149,8 @@ TEST(Refusals, OfServices)
         service QNM_Do : integer n => 'integer': expected a type of the services (int, int64, address, ...;
         service QNM_Do : int => end of the row: expected the argument's name;
         service QNM_Do : int n -> nothing => 'nothing': expected a type of the services ...;
-        service QNM_Do to qnm_do => 'to': expected 'core', 'but', ': arguments', '-> result' or the end of the row;
+        service QNM_Do to qnm_do => 'to': expected 'core', 'but', ': arguments', '-> result' or the end of
+            the row;
         forward QNM_Do|forward QNM_DO => 3: 'QNM_DO': expected a name that x.tab:2 does not export;
         axpy s unchecked int n|internal saxpy => 3: 'saxpy': expected a name that x.tab:2 does not export;)");
 }
@@ -182,7 +186,8 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         geqrf z => 'z' of 'geqrf': expected a routine of the LAPACK tables;
         gerqf s => 's' of 'gerqf': expected a routine of the LAPACK tables;
         geqrf s : q when m > 0 => 'q': expected an argument of geqrf;
-        geqrf s : a when k > 0 => 'k': expected an argument of geqrf, a name of 'where', row_major or one letter;
+        geqrf s : a when k > 0 => 'k': expected an argument of geqrf, a name of 'where', row_major or one
+            letter;
         geqrf s : order a q => 'q': expected an argument of geqrf;
         geqrf s : refuses q when m > 0 => 'q': expected an argument of geqrf;
         geqrf s turned(q n) => 'q': expected an argument of geqrf;
@@ -190,7 +195,8 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         geqrf s : a as xx(m,n) => 'xx': expected a storage form (ge, gb, sy, he, po, tr, ...;
         geqrf s : a as ge(m) => 'ge': expected 2 options for this form;
         geqrf s : a kept, a kept => 'a': expected each argument once;
-        geqrf s|geqrf s => lapacke/x.tab:3: 'LAPACKE_sgeqrf': expected a name that lapacke/x.tab:2 does not export;
+        geqrf s|geqrf s => lapacke/x.tab:3: 'LAPACKE_sgeqrf': expected a name that lapacke/x.tab:2 does not
+            export;
         geqrf s : a as ge(m,n) twice => 'twice': ...;
         geqrf s square => 'square': ...;
         geqrf s : refuses m => end of the row: ...;

@@ -11,7 +11,7 @@
 namespace qnm {
 namespace {
 
-/// What a program of this folder prints. A program that walks in a loop ends by the alarm.
+/// What a program of this folder prints. A program that walks in a loop is ended.
 std::string output(const std::string& program, const std::string& argument = "",
                    const std::string& preload = "", int wanted_exit = 0)
 {
