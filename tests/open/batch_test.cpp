@@ -35,7 +35,7 @@ struct Argument {
         const char* pair = kind == 's' ? "LR" : kind == 'u' ? "LU" : kind == 'd' ? "NU" : "TN";
         for (int g = 0; g < groups; ++g) {
             letters += pair[g % 2];
-            narrow.push_back(kind == 'l' ? 8 + g % 2 : kind == 'i' ? 1 + g % 2 : 3 + g);
+            narrow.push_back(kind == 'l' ? 8 + g % 2 : kind == 'i' ? (g % 2 == 0 ? 1 : -2) : 3 + g);
             scalars.push_back(static_cast<real_t<T>>(g + 2));
         }
         wide.assign(narrow.begin(), narrow.end());
@@ -129,10 +129,12 @@ private:
     void diagonal_product(std::size_t g, std::size_t problem) const
     {
         const auto& x = arguments_; // side m n a lda x incx c ldc
-        for (core_int j = 0; j < x[2].wide[g]; ++j)
-            for (core_int i = 0; i < x[1].wide[g]; ++i)
+        const bool left = x[0].letters[g] == 'L';
+        const core_int m = x[1].wide[g], n = x[2].wide[g], inc = x[6].wide[g], last = (left ? m : n) - 1;
+        for (core_int j = 0; j < n; ++j)
+            for (core_int i = 0; i < m; ++i)
                 x[7].arrays[problem][i + j * x[8].wide[g]] =
-                    x[5].arrays[problem][(x[0].letters[g] == 'L' ? i : j) * x[6].wide[g]] *
+                    x[5].arrays[problem][((left ? i : j) - (inc < 0 ? last : 0)) * inc] *
                     x[3].arrays[problem][i + j * x[4].wide[g]];
     }
 

@@ -1,6 +1,9 @@
 // Interleaved batches and kernels made ahead of their calls.
 #include "interleaved.hpp"
 
+#include <cmath>
+#include <limits>
+
 namespace qnm::test {
 namespace {
 
@@ -57,7 +60,11 @@ TYPED_TEST(SmallMatrices, GemmOfInterleavedMatrices)
                     for (const T beta : {T(0), T(3)}) {
                         SCOPED_TRACE(testing::Message() << layout << transa << transb << ' ' << format);
                         const auto a = this->any(nm, transposes[transa], m, k),
-                                   b = this->any(nm, transposes[transb], k, n), c = this->any(nm, 'N', m, n);
+                                   b = this->any(nm, transposes[transb], k, n);
+                        auto c = this->any(nm, 'N', m, n);
+                        if (beta == T(0)) // then C may hold anything
+                            for (Matrix<T>& each : c)
+                                each.take('N', each, T(std::numeric_limits<real_t<T>>::quiet_NaN()));
                         const Interleaved<T> pa(layout, format, a), pb(layout, format, b);
                         Interleaved<T> pc(layout, format, c);
                         by_value<void>("qnm_blas_" + this->l + "gemm_compact", layout, 111 + transa,
@@ -70,12 +77,12 @@ TYPED_TEST(SmallMatrices, GemmOfInterleavedMatrices)
                     }
 }
 
-// B = op(A) * X or X * op(A) with whole numbers: X comes back exactly, since the diagonal is 2 or 1.
+// B = op(A) * X or X * op(A) with whole numbers: X comes back exactly, since the diagonal is 1 + i, 2 or 1.
 TYPED_TEST(SmallMatrices, TrsmOfInterleavedMatrices)
 {
     using T = TypeParam;
     const core_int m = 4, n = 3, nm = 5, format = 32;
-    const T alpha = T(2), one = T(1), zero = T(0);
+    const T alpha = T(2), one = T(1), zero = T(0), of_diagonal = one + std::sqrt(T(is_complex<T> ? -1 : 1));
     for (const core_int layout : {row_major, column_major})
         for (const core_int right : {0, 1})
             for (const core_int lower : {0, 1})
@@ -86,7 +93,7 @@ TYPED_TEST(SmallMatrices, TrsmOfInterleavedMatrices)
                         auto a = this->any(nm, 'N', order, order), x = this->any(nm, 'N', m, n), b = x;
                         for (std::size_t k = 0; k < b.size(); ++k) {
                             for (core_int i = 0; i < order; ++i)
-                                a[k](i, i) = T(2);
+                                a[k](i, i) = of_diagonal;
                             const auto full = triangle("UL"[lower], "NU"[diag], a[k]);
                             b[k] = right == 1 ? product('N', x[k], transposes[transa], full, one, zero, b[k])
                                               : product(transposes[transa], full, 'N', x[k], one, zero, b[k]);

@@ -88,12 +88,12 @@ struct Matrix {
         const T x = turns(trans) ? (*this)(j, i) : (*this)(i, j);
         return trans == 'C' || trans == 'R' ? conjugate(x) : x;
     }
-    // Becomes alpha * op(X) + beta * itself.
+    // Becomes alpha * op(X) + beta * itself, which is not read if beta is zero.
     Matrix& take(char trans, const Matrix& x, T alpha = T(1), T beta = T(0))
     {
         for (core_int j = 0; j < columns; ++j)
             for (core_int i = 0; i < rows; ++i)
-                (*this)(i, j) = alpha * x.op(trans, i, j) + beta * (*this)(i, j);
+                (*this)(i, j) = alpha * x.op(trans, i, j) + (beta == T(0) ? T(0) : beta * (*this)(i, j));
         return *this;
     }
 };

@@ -101,6 +101,15 @@ double tolerance(Format c, double exact)
     return c.whole() ? 0.5 : (c.bits == 16 ? 4.9e-4 : c.bits == 32 ? 1e-6 : 1e-14) * (std::abs(exact) + 4);
 }
 
+// The arguments that a member has: the others are null.
+template <class... A>
+std::vector<const void*> present(A... arguments)
+{
+    std::vector<const void*> all{arguments...};
+    std::erase(all, nullptr);
+    return all;
+}
+
 // One product of a member, called in each of its forms.
 struct Problem {
     Member member;
@@ -128,28 +137,11 @@ struct Problem {
     {
         Numbers c = before;
         const Numbers s(member.scalar, alpha), t(member.scalar, beta);
-        const std::pair<bool, const void*> arguments[] = {{true, &ta},
-                                                          {true, &tb},
-                                                          {member.offsets, &offsetc},
-                                                          {true, &m},
-                                                          {true, &n},
-                                                          {true, &k},
-                                                          {!compute || member.offsets, s.data()},
-                                                          {true, x},
-                                                          {true, &lda},
-                                                          {member.offsets, ao.data()},
-                                                          {true, y},
-                                                          {true, &ldb},
-                                                          {member.offsets, bo.data()},
-                                                          {true, t.data()},
-                                                          {true, c.data()},
-                                                          {true, &ldc},
-                                                          {member.offsets, co.data()}};
-        std::vector<const void*> given;
-        for (const auto& [present, argument] : arguments)
-            if (present)
-                given.push_back(argument);
-        blas_pointers(member.name + std::string(compute ? "_compute" : ""), given);
+        const auto offset = [&](const void* argument) { return member.offsets ? argument : nullptr; };
+        blas_pointers(member.name + std::string(compute ? "_compute" : ""),
+                      present(&ta, &tb, offset(&offsetc), &m, &n, &k, compute ? offset(s.data()) : s.data(),
+                              x, &lda, offset(ao.data()), y, &ldb, offset(bo.data()), t.data(), c.data(),
+                              &ldc, offset(co.data())));
         for (core_int j = 0; j < n; ++j) {
             for (core_int i = 0; i < m; ++i) {
                 const double expected = exact(i, j, scale);
@@ -168,12 +160,10 @@ struct Problem {
             static_cast<std::size_t>(blas<core_int>(name + "_pack_get_size", identifier, m, n, k));
         std::vector<double> buffer(bytes / 8 + 2, -77);
         const Numbers s(member.scalar, factor);
-        std::vector<const void*> given{&identifier, identifier == 'A' ? &transa : &transb, &m, &n, &k};
-        if (member.alpha_at_packing)
-            given.push_back(s.data());
-        given.insert(given.end(), {identifier == 'A' ? a.data() : b.data(), identifier == 'A' ? &lda : &ldb,
-                                   buffer.data()});
-        blas_pointers(name + "_pack", given);
+        const bool of_a = identifier == 'A';
+        blas_pointers(name + "_pack", present(&identifier, of_a ? &transa : &transb, &m, &n, &k,
+                                              member.alpha_at_packing ? s.data() : nullptr,
+                                              of_a ? a.data() : b.data(), of_a ? &lda : &ldb, buffer.data()));
         for (std::size_t i = (bytes + 7) / 8; i < buffer.size(); ++i)
             EXPECT_EQ(buffer[i], -77) << "written beyond the buffer";
         return buffer;
