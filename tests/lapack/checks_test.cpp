@@ -2,7 +2,6 @@
 #include "lapack_call.hpp"
 
 #include <algorithm>
-#include <cctype>
 
 namespace qnm::tests {
 namespace {
@@ -10,17 +9,18 @@ namespace {
 using Codes = std::vector<int>;
 
 /// As the published routines have it, by root.
-const std::map<std::string, Codes>& published_codes()
+const Codes& codes_of(const Entry& e)
 {
-    static const Codes factor{1, 2, 4}, with_work{1, 2, 4, 7}, multiply{1, 2, 3, 4, 5, 7, 10, 12};
-    static const Codes hessenberg{1, 2, 3, 5, 8}, generate{1, 2, 3, 5, 8}, reduce{1, 2, 3, 5, 7};
+    static const Codes factor{1, 2, 4}, with_work{1, 2, 4, 7}, multiply{1, 2, 3, 4, 5, 7, 10, 12},
+        five{1, 2, 3, 5, 8}, reduce{1, 2, 3, 5, 7}, tridiagonal{1, 2, 4, 9}, band{1, 2, 3, 4, 6, 11, 13},
+        real_eigen{1, 2, 3, 5, 9, 11, 13}, complex_eigen{1, 2, 3, 5, 8, 10, 12};
     static const std::map<std::string, Codes> codes{
         {"gebrd", {1, 2, 4, 10}},
-        {"sgeev", {1, 2, 3, 5, 9, 11, 13}},
-        {"dgeev", {1, 2, 3, 5, 9, 11, 13}},
-        {"cgeev", {1, 2, 3, 5, 8, 10, 12}},
-        {"zgeev", {1, 2, 3, 5, 8, 10, 12}},
-        {"gehrd", hessenberg},
+        {"sgeev", real_eigen},
+        {"dgeev", real_eigen},
+        {"cgeev", complex_eigen},
+        {"zgeev", complex_eigen},
+        {"gehrd", five},
         {"gelqf", with_work},
         {"geqlf", with_work},
         {"geqrf", with_work},
@@ -28,9 +28,9 @@ const std::map<std::string, Codes>& published_codes()
         {"getf2", factor},
         {"getrf", factor},
         {"potrf", factor},
-        {"orghr", hessenberg},
-        {"orgqr", generate},
-        {"ungqr", generate},
+        {"orghr", five},
+        {"orgqr", five},
+        {"ungqr", five},
         {"ormlq", multiply},
         {"ormql", multiply},
         {"ormqr", multiply},
@@ -44,81 +44,57 @@ const std::map<std::string, Codes>& published_codes()
         {"sygst", reduce},
         {"hegst", reduce},
         {"hegvd", {1, 2, 3, 4, 6, 8, 11, 13, 15}},
-        {"sytrd", {1, 2, 4, 9}},
-        {"hetrd", {1, 2, 4, 9}},
-        {"syrdb", {1, 2, 3, 4, 6, 11, 13}},
-        {"herdb", {1, 2, 3, 4, 6, 11, 13}},
+        {"sytrd", tridiagonal},
+        {"hetrd", tridiagonal},
+        {"syrdb", band},
+        {"herdb", band},
     };
-    return codes;
+    const std::string name = bare_name(e);
+    return codes.contains(name) ? codes.at(name) : codes.at(name.substr(1));
 }
 
-const Codes& codes_of(const Entry& e)
+void expect_report(const Entry& e, int code)
 {
-    std::string name = lapack_core(e).substr(std::string_view("qnm_lapack_").size());
-    const auto& codes = published_codes();
-    if (!codes.contains(name))
-        name.erase(0, 1);
-    return codes.at(name);
-}
-
-/// The report's name: upper case, six characters at least.
-std::string fixed_name(const Entry& e)
-{
-    std::string name = catalogue::to_upper(lapack_core(e).substr(std::string_view("qnm_lapack_").size()));
+    std::string name = catalogue::to_upper(bare_name(e));
     name.resize(std::max<std::size_t>(name.size(), 6), ' ');
-    return name;
+    EXPECT_THAT(core().calls().back(), recording::Reported(name, code));
+    EXPECT_EQ(core().calls().back().int32(2), static_cast<int>(name.size()));
 }
 
 class Checks : public LapackTest {
 protected:
     /// Asks the exported check and the entry, which agree; the code, 0 if all is well.
-    static int judged(const LapackCall& call)
+    static int judged(LapackCall call)
     {
         const Entry& e = call.entry();
-        const Argument& info = *e.row->find("info");
-        std::string check =
-            "qnm_lapack_errchk_" + lapack_core(e).substr(std::string_view("qnm_lapack_").size());
-        check += e.width == Width::wide ? "_ilp64" : "";
-        std::vector<support::Word> words;
-        for (const Argument& a : e.row->arguments)
-            words.push_back(call.word(a));
+        call.set("info", 4711);
         core().clear();
-        const int verdict = support::call_words(layer()[check], words).int32();
-        const int code = static_cast<int>(-call.integer(info));
+        const int verdict =
+            call.run(layer()["qnm_lapack_errchk_" + bare_name(e) + (call.narrow() ? "" : "_ilp64")]).int32();
+        const int code = static_cast<int>(-call.integer("info"));
         EXPECT_EQ(verdict, code == 0 ? 0 : 1);
         EXPECT_EQ(core().calls().size(), code == 0 ? 0U : 1U);
-        expect_report(e, code);
-
+        if (code != 0)
+            expect_report(e, code);
         core().clear();
         call.run();
-        if (code != 0 || e.width == Width::wide) { // the core writes INFO otherwise, but this one is idle
-            EXPECT_EQ(call.integer(info), -code);
+        if (code != 0 || !call.narrow()) { // the core writes INFO otherwise, but this one is idle
+            EXPECT_EQ(call.integer("info"), -code);
         }
         EXPECT_EQ(core().calls(lapack_core(e)).size(), code == 0 ? 1U : 0U);
-        expect_report(e, code);
+        if (code != 0)
+            expect_report(e, code);
         return code;
-    }
-
-private:
-    static void expect_report(const Entry& e, int code)
-    {
-        if (code == 0)
-            return;
-        EXPECT_THAT(core().calls().back(), recording::Reported(fixed_name(e), code));
-        EXPECT_EQ(core().calls().back().int32(2), static_cast<int>(fixed_name(e).size()));
     }
 };
 
 /// Makes one argument bad, by as little as there is.
-LapackCall spoilt(const LapackCall& good, const Argument& a)
+LapackCall spoilt(LapackCall call, const Argument& a)
 {
-    LapackCall call = good;
     if (!a.letters.empty())
         call.choose(a.name, 'X');
-    else if (const std::int64_t below = call.value(*a.minimum) - 1; a.query && below == -1)
-        call.set(a.name, -2); // -1 asks for the size
     else
-        call.set(a.name, below);
+        call.set(a.name, a.query && call.bound(a) == 0 ? -2 : call.bound(a) - 1); // -1 asks for the size
     return call;
 }
 
@@ -135,24 +111,20 @@ TEST_F(Checks, EachTestAloneAndInTheCompanyOfLaterOnes)
         const auto tests = e.row->tests();
         ASSERT_EQ(tests.size(), codes.size());
         for (int round = 0; round < 12; ++round) {
-            LapackCall good(e, chance);
-            good.set("info", 4711);
+            const LapackCall good(e, chance);
             ASSERT_EQ(judged(good), 0);
             for (std::size_t i = 0; i < tests.size(); ++i) {
                 SCOPED_TRACE(tests[i]->name);
                 EXPECT_EQ(judged(spoilt(good, *tests[i])), codes[i]);
+                EXPECT_EQ(judged(spoilt(spoilt(good, *tests[i]), *tests[0])), codes[0]);
+                LapackCall at = good;
                 if (tests[i]->maximum) {
-                    LapackCall over = good;
-                    over.set(tests[i]->name, good.value(*tests[i]->maximum) + 1);
-                    EXPECT_EQ(judged(over), codes[i]);
-                }
-                if (i > 0) {
-                    EXPECT_EQ(judged(spoilt(spoilt(good, *tests[i]), *tests[0])), codes[0]);
+                    at.set(tests[i]->name, good.value(*tests[i]->maximum) + 1);
+                    EXPECT_EQ(judged(at), codes[i]);
                 }
                 if (tests[i]->minimum) { // the least good value
-                    LapackCall at = good;
-                    at.set(tests[i]->name, good.value(*tests[i]->minimum));
-                    EXPECT_EQ(judged(at.make_valid()), 0);
+                    at.set(tests[i]->name, good.bound(*tests[i])).make_valid();
+                    EXPECT_EQ(judged(at), 0);
                 }
             }
         }
@@ -160,104 +132,80 @@ TEST_F(Checks, EachTestAloneAndInTheCompanyOfLaterOnes)
     EXPECT_EQ(members, 2 * 80U);
 }
 
-int code_of(std::string_view name, const std::vector<support::Word>& words)
-{
-    core().clear();
-    support::call_words(layer()[name], words);
-    return core().calls().empty() ? 0 : core().calls().back().code();
-}
-
 TEST_F(Checks, Literally)
 {
-    const int bad = -1, zero = 0, one = 1, two = 2, three = 3, four = 4;
-    int info = 99;
-    const auto getrf = [&](const int& m, const int& n, const int& lda) {
-        return code_of("qnm_lapack_errchk_dgetrf", {&m, &n, nullptr, &lda, nullptr, &info});
+    // Sizes that are not given are 3 by 2, the rest is large enough.
+    const std::string gesvd = "m=3 n=2 lda=3 lwork=-1 ", ormqr = "m=3 n=2 k=1 lda=3 ldc=3 ";
+    const std::tuple<const char*, std::string, int> facts[] = {
+        {"GETRF", "m=-1 n=-1 lda=-1", 1},
+        {"GETRF", "m=2 n=-1 lda=-1", 2},
+        {"GETRF", "m=2 n=1 lda=1", 4},
+        {"GETRF", "m=0 n=0 lda=0", 4}, // a leading dimension of at least 1
+        {"GETRF", "m=2 n=4 lda=2", 0},
+        {"POTRF", "uplo=u n=2 lda=2", 0},
+        {"POTRF", "uplo=x n=-1 lda=2", 1},
+        {"POTRF", "uplo=L n=-1 lda=2", 2},
+        {"POTRF", "uplo=L n=2 lda=1", 4},
+        {"GESVD", gesvd + "jobu=O jobvt=o ldu=3 ldvt=2", 2},
+        {"GESVD", gesvd + "jobu=B jobvt=O ldu=3 ldvt=2", 1},
+        {"GESVD", gesvd + "jobu=O jobvt=N ldu=1 ldvt=1 lwork=-5", 0}, // LWORK is the core's business
+        {"GESVD", gesvd + "jobu=N jobvt=N ldu=0 ldvt=1", 9},
+        {"GESVD", gesvd + "jobu=S jobvt=N ldu=2 ldvt=1", 9},
+        {"GESVD", gesvd + "jobu=A jobvt=N ldu=2 ldvt=1", 9},
+        {"GESVD", gesvd + "jobu=A jobvt=A ldu=3 ldvt=1", 11},
+        {"GESVD", gesvd + "jobu=A jobvt=S ldu=3 ldvt=1", 11},
+        {"GESVD", gesvd + "jobu=A jobvt=S ldu=3 ldvt=2", 0},
+        {"GESVD", gesvd + "jobu=A jobvt=N ldu=3 ldvt=0", 11},
+        // from the left nq is 3 and nw 2, from the right the other way round
+        {"ORMQR", ormqr + "side=L trans=C lwork=2", 2},
+        {"ORMQR", ormqr + "side=B trans=C lwork=2", 1},
+        {"ORMQR", ormqr + "side=L trans=T k=3 lwork=2", 0},
+        {"ORMQR", ormqr + "side=L trans=T k=4 lwork=2", 5},
+        {"ORMQR", ormqr + "side=R trans=T k=3 lwork=3", 5},
+        {"ORMQR", ormqr + "side=L trans=T k=2 lda=2 lwork=2", 7},
+        {"ORMQR", ormqr + "side=R trans=T k=2 lda=2 lwork=3", 0},
+        {"ORMQR", ormqr + "side=R trans=T k=2 lda=1 lwork=3", 7},
+        {"ORMQR", ormqr + "side=L trans=T ldc=2 lwork=2", 10},
+        {"ORMQR", ormqr + "side=L trans=T lwork=1", 12},
+        {"ORMQR", ormqr + "side=R trans=T lwork=2", 12},
+        {"ORMQR", ormqr + "side=R trans=T k=0 lwork=1", 0}, // nothing to apply needs no workspace
+        {"ORMQR", ormqr + "side=R trans=T lwork=-1", 0},    // a query
     };
-    EXPECT_EQ(getrf(bad, bad, bad), 1);
-    EXPECT_EQ(getrf(two, bad, bad), 2);
-    EXPECT_EQ(getrf(two, one, one), 4);
-    EXPECT_EQ(info, -4);
-    EXPECT_EQ(getrf(zero, zero, zero), 4) << "a leading dimension of at least 1";
-    EXPECT_EQ(getrf(two, four, two), 0);
-    EXPECT_EQ(info, 0);
-    const auto potrf = [&](const char* uplo, const int& n, const int& lda) {
-        return code_of("qnm_lapack_errchk_dpotrf", {uplo, &n, nullptr, &lda, &info});
-    };
-    EXPECT_EQ(potrf("u", two, two), 0);
-    EXPECT_EQ(potrf("x", bad, two), 1);
-    EXPECT_EQ(potrf("L", bad, two), 2);
-    EXPECT_EQ(potrf("L", two, one), 4);
-    const auto gesvd = [&](const char* jobu, const char* jobvt, const int& ldu, const int& ldvt) {
-        return code_of("qnm_lapack_errchk_dgesvd", {jobu, jobvt, &three, &two, nullptr, &three, nullptr,
-                                                    nullptr, &ldu, nullptr, &ldvt, nullptr, &bad, &info});
-    };
-    EXPECT_EQ(gesvd("O", "o", three, two), 2);
-    EXPECT_EQ(gesvd("B", "O", three, two), 1);
-    EXPECT_EQ(gesvd("O", "N", one, one), 0) << "and LWORK is the core's business";
-    EXPECT_EQ(gesvd("N", "N", zero, one), 9);
-    EXPECT_EQ(gesvd("S", "N", two, one), 9);
-    EXPECT_EQ(gesvd("A", "N", two, one), 9);
-    EXPECT_EQ(gesvd("A", "A", three, one), 11);
-    EXPECT_EQ(gesvd("A", "S", three, one), 11);
-    EXPECT_EQ(gesvd("A", "S", three, two), 0);
-    EXPECT_EQ(gesvd("A", "N", three, zero), 11);
-    // 3 by 2 from the left: nq is 3, nw is 2; from the right the other way round
-    const auto ormqr = [&](const char* side, const char* trans, const int& k, const int& lda, const int& ldc,
-                           const int& lwork) {
-        return code_of("qnm_lapack_errchk_dormqr", {side, trans, &three, &two, &k, nullptr, &lda, nullptr,
-                                                    nullptr, &ldc, nullptr, &lwork, &info});
-    };
-    EXPECT_EQ(ormqr("L", "C", one, three, three, two), 2);
-    EXPECT_EQ(ormqr("B", "C", one, three, three, two), 1);
-    EXPECT_EQ(ormqr("L", "T", three, three, three, two), 0);
-    EXPECT_EQ(ormqr("L", "T", four, three, three, two), 5);
-    EXPECT_EQ(ormqr("R", "T", three, three, three, three), 5);
-    EXPECT_EQ(ormqr("L", "T", two, two, three, two), 7);
-    EXPECT_EQ(ormqr("R", "T", two, two, three, three), 0);
-    EXPECT_EQ(ormqr("R", "T", two, one, three, three), 7);
-    EXPECT_EQ(ormqr("L", "T", two, three, two, two), 10);
-    EXPECT_EQ(ormqr("L", "T", two, three, three, one), 12);
-    EXPECT_EQ(ormqr("R", "T", two, two, three, two), 12);
-    EXPECT_EQ(ormqr("R", "T", zero, two, three, one), 0) << "nothing to apply needs no workspace";
-    EXPECT_EQ(ormqr("R", "T", two, two, three, bad), 0) << "a query";
+    for (const char* width : {"", "_64"})
+        for (const auto& [root, given, code] : facts) {
+            LapackCall call(std::string("D") + root + width, 1);
+            call.give(given);
+            EXPECT_EQ(judged(call), code) << root << width << ' ' << given;
+        }
 }
 
 TEST_F(Checks, ThoseWithoutAnEntryReadIn64Bits)
 {
     constexpr std::int64_t large = std::int64_t{1} << 32; // zero to one who reads 32 bits
-    for (const std::string p : {"s", "d", "c", "z"}) {
-        SCOPED_TRACE(p);
-        std::int64_t info = 99;
-        const auto verdict = [&](const std::string& root, const std::vector<support::Word>& words, int code) {
-            core().clear();
-            info = 99;
-            const int result =
-                support::call_words(layer()["qnm_lapack_ps_errchk_" + p + root], words).int32();
-            EXPECT_EQ(result, code == 0 ? 0 : 1);
-            EXPECT_EQ(info, -code);
-            EXPECT_EQ(core().calls().size(), code == 0 ? 0U : 1U);
-            if (code != 0) {
-                EXPECT_THAT(core().calls().back(), recording::Reported(catalogue::to_upper(p + root), code));
+    const struct {
+        std::int64_t n, nrhs, ldb;
+        int solve, factor; // the codes of dtsvb and dttrfb
+    } facts[] = {{-1, -1, 0, 1, 1}, {3, -1, 3, 2, 0},    {3, 1, 2, 7, 0},      {3, 1, 3, 0, 0},
+                 {0, 0, 0, 0, 0},   {large, 1, 0, 7, 0}, {-large, 1, 1, 1, 1}, {large, large, large, 0, 0}};
+    for (const std::string p : {"s", "d", "c", "z"})
+        for (const auto& f : facts)
+            for (const bool solve : {true, false}) {
+                const std::string name = p + (solve ? "dtsvb" : "dttrfb");
+                const int code = solve ? f.solve : f.factor;
+                SCOPED_TRACE(name + " " + std::to_string(f.n) + " " + std::to_string(f.ldb));
+                std::int64_t info = 99;
+                std::vector<support::Word> words{&f.n, nullptr, nullptr, nullptr, &info};
+                if (solve)
+                    words = {&f.n, &f.nrhs, nullptr, nullptr, nullptr, nullptr, &f.ldb, &info};
+                core().clear();
+                const auto verdict = support::call_words(layer()["qnm_lapack_ps_errchk_" + name], words);
+                EXPECT_EQ(verdict.int32(), code == 0 ? 0 : 1);
+                EXPECT_EQ(info, -code);
+                ASSERT_EQ(core().calls().size(), code == 0 ? 0U : 1U);
+                if (code != 0) {
+                    EXPECT_THAT(core().calls()[0], recording::Reported(catalogue::to_upper(name), code));
+                }
             }
-        };
-        const auto dtsvb = [&](std::int64_t n, std::int64_t nrhs, std::int64_t ldb, int code) {
-            verdict("dtsvb", {&n, &nrhs, nullptr, nullptr, nullptr, nullptr, &ldb, &info}, code);
-        };
-        dtsvb(-1, -1, 0, 1);
-        dtsvb(3, -1, 3, 2);
-        dtsvb(3, 1, 2, 7);
-        dtsvb(3, 1, 3, 0);
-        dtsvb(0, 0, 0, 0);
-        dtsvb(large, 1, 0, 7);
-        dtsvb(large, large, large, 0);
-        const auto dttrfb = [&](std::int64_t n, int code) {
-            verdict("dttrfb", {&n, nullptr, nullptr, nullptr, &info}, code);
-        };
-        dttrfb(-1, 1);
-        dttrfb(0, 0);
-        dttrfb(-large, 1);
-    }
 }
 
 } // namespace

@@ -1,100 +1,57 @@
 #include "lapack_call.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 
 namespace qnm::tests {
 
 using catalogue::Direction;
 using catalogue::Expression;
-using catalogue::Row;
 
 namespace {
 
 constexpr std::size_t guard_elements = 8;
 constexpr std::int64_t upper_junk = std::int64_t{0x5A5A'5A5A} << 32;
-/// The routine's stack frame and that of the templates: a local copy lies no farther above the call.
-constexpr std::uint64_t frame_bytes = 16384;
-
-/// Letters that the row's expressions ask an option for.
-std::string letters_of(const Row& row, const Argument& option)
-{
-    std::string letters = option.letters;
-    const auto add = [&](const Expression& e) {
-        if (e.kind == Expression::Kind::letter && e.text == option.name)
-            letters += e.letters;
-    };
-    for (const catalogue::Definition& d : row.definitions)
-        walk(*d.value, add);
-    for (const Argument& a : row.arguments) {
-        for (const auto& extent : a.extents)
-            walk(*extent, add);
-        if (a.returned)
-            walk(*a.returned, add);
-    }
-    return letters;
-}
 
 bool is_integer(const Argument& a)
 {
     return a.kind == Kind::integer || a.kind == Kind::value;
 }
 
+bool is_filled(const Argument& a)
+{
+    return a.direction == Direction::in || a.direction == Direction::inout;
+}
+
 } // namespace
 
-LapackCall::LapackCall(const Entry& e, std::int64_t size) : SampleCall(e)
+LapackCall::LapackCall(const Entry& e, std::int64_t size, const std::string& given) : SampleCall(e)
 {
     for (const Argument& a : row().arguments)
         if (is_integer(a) && !row().groups)
             set(a.name, size);
-    make_valid();
+    give(given).make_valid();
     lay_out();
 }
 
 LapackCall::LapackCall(const Entry& e, std::mt19937& chance) : SampleCall(e)
 {
     const auto below = [&](int bound) { return static_cast<int>(chance() % static_cast<unsigned>(bound)); };
-    for (const Argument& a : row().arguments) {
+    const std::int64_t large = narrow() || e.frame() == Class::checked ? 0 : 3'000'000'000'000;
+    for (const Argument& a : row().arguments)
         if (is_integer(a) && !row().groups)
-            set(a.name, below(8) == 0 && !a.query ? -2 - below(3) : below(30));
-        if (a.kind == Kind::character) {
-            const std::string letters = letters_of(row(), a) + "Q";
-            const char letter = letters[static_cast<std::size_t>(below(static_cast<int>(letters.size())))];
-            choose(a.name, static_cast<char>(below(2) == 0 ? letter : std::tolower(letter)));
-        }
-    }
+            set(a.name, below(8) == 0 && !a.query ? -2 - below(3) : large + below(30));
+    choose_letters(chance, [&](const Argument& a) { return letters_of(a, expressions_of(row())) + "Q"; });
     make_valid();
     lay_out();
-}
-
-LapackCall& LapackCall::make_valid()
-{
-    if (row().entry_class != Class::checked)
-        return *this;
-    for (const Argument* a : row().tests()) {
-        if (a->letters.empty()) {
-            std::int64_t good = std::max(integer(*a), value(*a->minimum));
-            if (a->maximum)
-                good = std::min(good, value(*a->maximum));
-            set(a->name, good);
-        } else {
-            const char upper = static_cast<char>(std::toupper(letter(*a)));
-            if (a->letters.find(upper) == std::string::npos || (a->barred && value(*a->barred) != 0))
-                choose(a->name, a->letters.back());
-        }
-    }
-    return *this;
 }
 
 LapackCall& LapackCall::lay_out()
 {
     arrays_.clear();
-    if (!narrow() || row().groups)
-        return *this; // no business of the entry's
     for (const Argument& a : row().arguments) {
-        if (a.kind != Kind::integers)
-            continue;
+        if (!is_copied(a))
+            continue; // no business of the entry's
         std::vector<int>& array = arrays_[&a];
         array.resize(static_cast<std::size_t>(std::max<std::int64_t>(extent(a), 0)) + guard_elements);
         for (std::size_t i = 0; i < array.size(); ++i) // of either sign
@@ -104,79 +61,49 @@ LapackCall& LapackCall::lay_out()
     return *this;
 }
 
-catalogue::Values LapackCall::values() const
+std::int64_t LapackCall::named(const std::string& name, int group) const
 {
-    catalogue::Values values;
-    values.letter = [this](const std::string& name) { return letter(*row().find(name)); };
-    values.integer = [this](const std::string& name) {
-        for (const catalogue::Definition& d : row().definitions)
-            if (d.name == name)
-                return evaluate(*d.value, this->values());
-        return name == row().leaf ? leaf_size : integer(*row().find(name));
-    };
-    return values;
+    leaf_seen_ = leaf_seen_ || name == row().leaf;
+    return SampleCall::named(name, group);
 }
 
 bool LapackCall::needs_leaf() const
 {
-    bool needed = false;
-    catalogue::Values watched = values();
-    watched.integer = [&, plain = watched.integer](const std::string& name) {
-        for (const catalogue::Definition& d : row().definitions)
-            if (d.name == name)
-                return evaluate(*d.value, watched);
-        needed = needed || name == row().leaf;
-        return plain(name);
-    };
+    leaf_seen_ = false;
     for (const Argument* a : copied())
-        for (const auto& extent : a->extents)
-            evaluate(*extent, watched);
-    return needed;
+        for (const ExpressionPtr& extent : a->extents)
+            value(*extent);
+    return leaf_seen_;
 }
-
-std::int64_t LapackCall::value(const Expression& expression) const
-{
-    return evaluate(expression, values());
-}
-
-namespace {
 
 /// The real length of an array that is as long as n times the natural logarithm of n; less than 0 for others.
-double real_length(const LapackCall& call, const Argument& argument)
+double LapackCall::real_length(const Argument& argument) const
 {
-    for (const auto& extent : argument.extents)
+    for (const ExpressionPtr& extent : argument.extents)
         if (extent->kind == Expression::Kind::call && extent->text == "nlogn") {
-            const auto n = static_cast<double>(call.value(*extent->operands[0]));
+            const auto n = static_cast<double>(value(*extent->operands[0]));
             return n < 1 ? 0 : n * std::log(n);
         }
     return -1;
 }
 
-} // namespace
-
 std::int64_t LapackCall::extent(const Argument& argument) const
 {
     // As many as begin before the real length on the stack, as many as fit in a block.
-    if (const double length = real_length(*this, argument); length >= 0)
+    if (const double length = real_length(argument); length >= 0)
         return static_cast<std::int64_t>(length > on_stack ? std::floor(length) : std::ceil(length));
     std::int64_t product = argument.extents.empty() ? 0 : 1;
-    for (const auto& extent : argument.extents)
+    for (const ExpressionPtr& extent : argument.extents)
         product *= value(*extent);
     return product;
 }
 
 std::int64_t LapackCall::block(const Argument& argument) const
 {
-    if (const double length = real_length(*this, argument); length > on_stack)
+    if (const double length = real_length(argument); length > on_stack)
         return static_cast<std::int64_t>(length * 8);
     const std::int64_t elements = extent(argument);
     return elements > on_stack ? elements * 8 : 0;
-}
-
-bool LapackCall::is_query() const
-{
-    return std::any_of(row().arguments.begin(), row().arguments.end(),
-                       [&](const Argument& a) { return asks(a) && integer(a) == -1; });
 }
 
 std::vector<const Argument*> LapackCall::copied() const
@@ -188,36 +115,30 @@ std::vector<const Argument*> LapackCall::copied() const
     return found;
 }
 
-support::Returned LapackCall::run() const
+std::size_t LapackCall::blocks() const
 {
-    std::vector<support::Word> words(words_of_result(), std::int64_t{77});
-    if (!words.empty())
-        words[0] = hidden_result();
-    for (const Argument& a : row().arguments)
-        words.push_back(word(a));
-    constexpr std::int64_t rubbish = 0x7BAD'7BAD'7BAD'7BAD;
-    words.insert(words.end(), 6, rubbish); // in place of the hidden lengths
-    return support::call_words(layer()[entry().name()], words);
+    const auto arrays = copied();
+    return static_cast<std::size_t>(
+        std::count_if(arrays.begin(), arrays.end(), [&](const Argument* a) { return block(*a) != 0; }));
 }
 
-std::size_t LapackCall::words_of_result() const
+bool LapackCall::is_query() const
 {
-    if (row().result.kind != catalogue::ResultKind::hidden)
-        return 0;
-    return row().result.type == "char" ? 2 : 1;
-}
-
-std::string lapack_core(const Entry& entry)
-{
-    std::string name = catalogue::to_lower(entry.name());
-    if (entry.width == Width::wide)
-        name.resize(name.size() - 3);
-    return "qnm_lapack_" + name;
+    return std::any_of(row().arguments.begin(), row().arguments.end(),
+                       [&](const Argument& a) { return asks(a) && integer(a) == -1; });
 }
 
 bool registers(const Entry& entry)
 {
     return entry.frame() != Class::unregistered && entry.frame() != Class::unchecked;
+}
+
+std::vector<std::string> beginning(const LapackCall& call)
+{
+    std::vector<std::string> names(registers(call.entry()) ? 1 : 0, "qnm_serv_set_xerbla_interface");
+    if (!call.is_query() && call.needs_leaf())
+        names.insert(names.end(), {"qnm_serv_set_xerbla_interface", "qnm_lapack_ilaenv"});
+    return names;
 }
 
 Routine::Routine(LapackCall& call) : call_(call), before_(call), query_(call.is_query())
@@ -236,16 +157,8 @@ Routine::~Routine()
 
 std::vector<std::string> Routine::story(const LapackCall& call)
 {
-    std::vector<std::string> names;
-    std::size_t blocks = 0;
-    if (registers(call.entry()))
-        names.emplace_back("qnm_serv_set_xerbla_interface");
-    if (!call.is_query()) {
-        if (call.needs_leaf())
-            names.insert(names.end(), {"qnm_serv_set_xerbla_interface", "qnm_lapack_ilaenv"});
-        for (const Argument* a : call.copied())
-            blocks += call.block(*a) != 0 ? 1 : 0;
-    }
+    std::vector<std::string> names = beginning(call);
+    const std::size_t blocks = call.is_query() ? 0 : call.blocks();
     names.insert(names.end(), blocks, "qnm_serv_allocate");
     names.push_back(lapack_core(call.entry()));
     names.insert(names.end(), blocks, "qnm_serv_deallocate");
@@ -265,74 +178,63 @@ std::int64_t Routine::written(std::size_t argument)
 
 void Routine::act(Call& noted)
 {
-    std::size_t i = call_.words_of_result();
+    std::size_t word = call_.words_of_result();
     for (const Argument& a : call_.row().arguments) {
-        const std::size_t word = i++;
-        auto* const place = noted.pointer<std::int64_t>(word);
+        const std::size_t i = word++;
+        auto* const place = noted.pointer<std::int64_t>(i);
         if (comes_back(a) && !call_.row().groups)
-            *place = written(word);
+            *place = written(i);
         if (!call_.is_copied(a) || place == nullptr)
             continue;
         const std::int64_t count = query_ ? 1 : call_.extent(a);
         if (!query_)
             seen_[&a].assign(place, place + std::max<std::int64_t>(count, 0));
         for (std::int64_t k = 0; k < count; ++k)
-            place[k] = written(word, k);
+            place[k] = written(i, k);
     }
 }
 
 void Routine::expect_arguments(const Call& noted) const
 {
-    const bool as_it_is = !call_.narrow() || call_.row().groups;
-    EXPECT_EQ(noted.name, lapack_core(call_.entry()));
-    EXPECT_TRUE(noted.aligned());
-    const auto blocks = core().calls("qnm_serv_allocate");
-    const auto freed = core().calls("qnm_serv_deallocate");
-    std::set<std::uint64_t> copies;
-    std::size_t next = call_.words_of_result(), taken = 0;
-    if (next > 0) {
-        EXPECT_EQ(noted.pointer<void>(0), SampleCall::hidden_result());
-    }
-    if (next > 1) {
-        EXPECT_EQ(noted.word(1), 1U) << "hidden length of the result";
-    }
-    for (const Argument& a : call_.row().arguments) {
-        const std::size_t i = next++;
-        const bool is_local = noted.word(i) - noted.arguments().rsp < frame_bytes;
-        if (a.kind == Kind::value) {
-            EXPECT_EQ(noted.int64(i), before_.integer(a)) << a.name;
-        } else if (as_it_is || (a.kind != Kind::integer && a.kind != Kind::integers)) {
-            EXPECT_EQ(noted.word(i), call_.word(a).bits()) << a.name;
-        } else if (a.kind == Kind::integer) {
+    const auto blocks = core().calls("qnm_serv_allocate"), freed = core().calls("qnm_serv_deallocate");
+    std::size_t taken = 0;
+    expect_core_call(noted, call_, lapack_core(call_.entry()), [&](const Argument& a, std::size_t i) {
+        if (!call_.narrow() && is_scalar(a))
+            return false;
+        if (is_scalar(a) && !call_.row().groups) {
             if (a.name != "info" || a.direction != Direction::out) {
                 EXPECT_EQ(noted.behind(i), query_ && asks(a) && !a.alone ? -1 : before_.integer(a)) << a.name;
             }
-            EXPECT_TRUE(copies.insert(noted.word(i)).second && is_local) << a.name << " is no copy";
-        } else if (query_ && a.null_at_query) {
+            return true;
+        }
+        if (!call_.is_copied(a))
+            return false;
+        const std::int64_t bytes = query_ ? 0 : call_.block(a);
+        if (query_ && a.null_at_query) {
             EXPECT_EQ(noted.word(i), 0U) << a.name;
-        } else if (const std::int64_t bytes = query_ ? 0 : call_.block(a); bytes == 0) {
-            EXPECT_TRUE(copies.insert(noted.word(i)).second && is_local) << a.name << " is not on the stack";
+        } else if (bytes == 0) {
+            expect_local(noted, i, a.name);
         } else if (taken < blocks.size() && taken < freed.size()) {
             EXPECT_THAT(blocks[taken], recording::Allocated(static_cast<std::size_t>(bytes), 128)) << a.name;
             EXPECT_EQ(freed[taken++].word(0), noted.word(i)) << a.name;
         }
-        if (const auto seen = seen_.find(&a); seen != seen_.end()) {
-            const bool filled = a.direction == Direction::in || a.direction == Direction::inout;
-            constexpr std::int64_t poison = -0x5A5A'5A5A'5A5A'5A5B;
-            const std::vector<std::int64_t>& found = seen->second;
-            for (std::size_t k = 0; k < found.size(); ++k) {
-                if (!filled && !a.cleared && call_.block(a) == 0)
-                    break;
-                const std::int64_t expected = filled ? before_.elements(a)[k] : a.cleared ? 0 : poison;
-                ASSERT_EQ(found[k], expected) << a.name << '[' << k << ']';
-            }
-        }
-    }
-    if (call_.row().groups) {
-        EXPECT_EQ(noted.int32(next++), call_.narrow() ? 1 : 0) << "width flag";
-    }
-    for (int i = 0; i < call_.entry().hidden_lengths(); ++i)
-        EXPECT_EQ(noted.word(next++), 1U) << "hidden length " << i;
+        expect_array(a);
+        return true;
+    });
+}
+
+/// What the routine has seen in an array that was copied for it.
+void Routine::expect_array(const Argument& a) const
+{
+    const auto seen = seen_.find(&a);
+    if (seen == seen_.end() || (!is_filled(a) && !a.cleared && call_.block(a) == 0))
+        return;
+    constexpr std::int64_t poison = -0x5A5A'5A5A'5A5A'5A5B;
+    for (std::size_t k = 0; k < seen->second.size(); ++k)
+        ASSERT_EQ(seen->second[k], is_filled(a) ? before_.elements(a)[k]
+                                   : a.cleared  ? 0
+                                                : poison)
+            << a.name << '[' << k << ']';
 }
 
 std::int64_t Routine::coming_back(const Argument& a) const
@@ -352,7 +254,7 @@ void Routine::expect_results() const
     std::size_t word = call_.words_of_result();
     for (const Argument& a : call_.row().arguments) {
         const std::size_t i = word++;
-        if (a.kind == Kind::integer && !call_.row().groups) {
+        if (is_scalar(a) && !call_.row().groups) {
             const std::int64_t left = call_.narrow() ? static_cast<int>(written(i)) : written(i);
             const bool written_back =
                 comes_back(a) && (!a.query || !call_.narrow() || before_.integer(a) == -1);
@@ -361,8 +263,7 @@ void Routine::expect_results() const
         if (!call_.is_copied(a))
             continue;
         std::vector<int> expected = before_.elements(a);
-        const std::int64_t count = coming_back(a);
-        for (std::int64_t k = 0; k < count; ++k)
+        for (std::int64_t k = 0; k < coming_back(a); ++k)
             expected[static_cast<std::size_t>(k)] = static_cast<int>(written(i, k));
         EXPECT_EQ(call_.elements(a), expected) << a.name;
     }

@@ -5,14 +5,13 @@
 #include "support/sample_call.hpp"
 
 #include <map>
-#include <random>
 
 namespace qnm::tests {
 
 /// Whether an argument is an integer that the routine writes.
 inline bool comes_back(const Argument& a)
 {
-    return a.kind == Kind::integer && a.direction != catalogue::Direction::none;
+    return is_scalar(a) && a.direction != catalogue::Direction::none;
 }
 
 /// Whether -1 in an argument is a question for sizes to which all scratch is spared. A length that a query
@@ -24,54 +23,51 @@ inline bool asks(const Argument& a)
 
 class LapackCall : public SampleCall {
 public:
-    /// What the core answers when it is asked for the size of a tree's leaves.
-    static constexpr std::int64_t leaf_size = 5;
     /// Elements of a buffer on the stack.
     static constexpr std::int64_t on_stack = 16;
 
-    /// All integers the same and first letters, or both by chance; where tests forbid the value, the nearest.
-    LapackCall(const Entry& entry, std::int64_t size);
+    /// All integers the same and first letters but for those given, or both by chance, with large integers in
+    /// wide calls; where tests forbid the value, the nearest.
+    LapackCall(const Entry& entry, std::int64_t size, const std::string& given = "");
     LapackCall(const Entry& entry, std::mt19937& chance);
-    LapackCall(std::string_view name, std::int64_t size) : LapackCall(tests::entry(name), size) {}
+    LapackCall(std::string_view name, std::int64_t size, const std::string& given = "")
+        : LapackCall(tests::entry(name), size, given)
+    {
+    }
 
-    /// Brings tested integers and letters into their bounds, in the order of the tests.
-    LapackCall& make_valid();
     /// Gives the arrays their lengths for the integers and letters as they stand.
     LapackCall& lay_out();
 
-    std::int64_t value(const catalogue::Expression& expression) const;
     /// Elements of an array of integers that are copied; below 1 there are none.
     std::int64_t extent(const Argument& argument) const;
     /// Bytes of the block for an array, 0 if it lives on the stack.
     std::int64_t block(const Argument& argument) const;
-    /// Whether the entry makes a 64-bit copy of this argument.
+    /// Arrays of integers of which the entry makes 64-bit copies, and how many of these are blocks.
     bool is_copied(const Argument& a) const { return narrow() && !row().groups && a.kind == Kind::integers; }
+    std::vector<const Argument*> copied() const;
+    std::size_t blocks() const;
     /// Whether an array's length depends on the size of a tree's leaves, which the entry has to ask for.
     bool needs_leaf() const;
-
-    /// The entry, called with rubbish in place of the hidden lengths.
-    support::Returned run() const;
-    /// Words in front of the arguments: where a hidden result goes, and the length of one that is text.
-    std::size_t words_of_result() const;
-
     /// Whether -1 in an argument asks for sizes.
     bool is_query() const;
-    std::vector<const Argument*> copied() const;
 
     const std::vector<int>& elements(const Argument& argument) const { return arrays_.at(&argument); }
     /// Arrays with what lies behind them.
     const std::map<const Argument*, std::vector<int>>& arrays() const { return arrays_; }
 
 private:
-    catalogue::Values values() const;
-    std::map<const Argument*, std::vector<int>> arrays_;
-};
+    std::int64_t named(const std::string& name, int group) const override;
+    double real_length(const Argument& argument) const;
 
-/// The core function of an entry: its name in lower case, without the width.
-std::string lapack_core(const Entry& entry);
+    std::map<const Argument*, std::vector<int>> arrays_;
+    mutable bool leaf_seen_ = false;
+};
 
 /// Whether an entry registers the error interface.
 bool registers(const Entry& entry);
+
+/// The names of the calls that end an entry's work before its blocks are taken, in order.
+std::vector<std::string> beginning(const LapackCall& call);
 
 /// The core's side of one call. It reads every array that has been copied for it and then writes to every
 /// array and every scalar that is not input, with rubbish in the upper half of each integer.
@@ -96,6 +92,7 @@ public:
 
 private:
     void act(Call& noted);
+    void expect_array(const Argument& argument) const;
     std::int64_t coming_back(const Argument& argument) const;
 
     LapackCall& call_;

@@ -3,87 +3,68 @@
 // it.
 #pragma once
 
-#include "catalogue/catalogue.hpp"
-#include "recording/matchers.hpp"
-#include "storage.hpp"
-#include "support/invoke.hpp"
-#include "support/library.hpp"
+#include "support/sample_call.hpp"
 
-#include <functional>
 #include <map>
 #include <optional>
-#include <random>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace qnm::tests {
 
-using catalogue::Argument;
-using catalogue::ExpressionPtr;
 using catalogue::Form;
 using catalogue::FormUse;
 using catalogue::LapackeArgument;
 using catalogue::LapackePlan;
 using catalogue::LapackeShape;
-using catalogue::Precision;
-using catalogue::Width;
-using recording::Call;
-using recording::core;
 using Role = LapackeArgument::Role;
 
-/// One exported function of the C interface.
+inline constexpr int row_major = 101;
+inline constexpr int column_major = 102;
+
+/// One exported function of the C interface, and the entry that it ends in.
 struct Member {
     const LapackePlan* plan;
-    const Precision* precision;
-    Width width;
+    Entry entry;
     bool high;
 
-    std::string name() const { return lapacke_name(*plan->row, *precision, width, high); }
-    /// The core function that it ends in.
-    std::string routine() const;
+    /// Of this level, or of a level told.
+    std::string name() const { return name(high); }
+    std::string name(bool of_high) const
+    {
+        return lapacke_name(*plan->row, entry.precision, entry.width, of_high);
+    }
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
 
-const support::Library& layer();
 /// All members with a high and a work level.
 const std::vector<Member>& members();
 /// By its exported name.
 const Member& member(std::string_view name);
 
-/// Bytes of one number, and how they are read.
+/// One number of an array.
 struct Element {
     std::size_t size;
     bool integer;
     bool complex;
     bool single;
+
+    /// Writes number k of a row of them; the imaginary part is the opposite number.
+    void store(unsigned char* memory, std::int64_t k, double number) const;
 };
 
-class CCall {
+class CCall : public SampleCall {
 public:
-    enum class Sizes { by_chance, zero };
-
-    CCall(const Member& member, int layout, std::mt19937& chance, Sizes sizes = Sizes::by_chance);
+    CCall(const Member& member, int layout, std::mt19937& chance, bool empty = false);
 
     const Member& member() const { return *member_; }
     const LapackePlan& plan() const { return *member_->plan; }
-    int layout() const { return layout_; }
     bool by_rows() const { return layout_ == row_major; }
-    bool narrow() const { return member_->width == Width::narrow; }
-    const LapackeArgument& argument(const std::string& name) const { return *plan().find(name); }
+    /// A call whose row-major form is told to the routine in this way.
+    bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
 
-    /// Integers and letters of the caller. Changing one changes nothing else; `lay_out` gives arrays and
-    /// leading dimensions their sizes anew.
-    CCall& set(const std::string& name, std::int64_t value);
-    CCall& choose(const std::string& name, char letter);
+    /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
     CCall& lay_out();
-    std::int64_t integer(const std::string& name) const;
-    char letter(const std::string& name) const { return letters_.at(name); }
 
-    /// Expressions of the tables, for this call.
-    std::int64_t value(const catalogue::Expression& e) const;
-    bool holds(const ExpressionPtr& condition) const { return !condition || value(*condition) != 0; }
-    Storage storage(const Form& form) const;
+    bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
     Element element(const std::string& type) const;
     Element element(const LapackeArgument& a) const { return element(a.argument->type); }
 
@@ -91,14 +72,12 @@ public:
     bool is_copied(const LapackeArgument& a) const;
     std::int64_t copy_ld(const LapackeArgument& matrix) const;
     std::int64_t copy_elements(const LapackeArgument& matrix) const;
-    /// The caller's leading dimension.
-    std::int64_t ld(const LapackeArgument& matrix) const;
-    /// The elements that come back from a copy, by their offsets in row-major and in the copy; none if none
-    /// does.
-    void for_each_returned(const LapackeArgument& matrix,
-                           const std::function<void(std::int64_t, std::int64_t)>& visit) const;
-    void for_each(const LapackeArgument& matrix, const Form& form,
-                  const std::function<void(std::int64_t row_major, std::int64_t column_major)>& visit) const;
+    /// The elements of a form that a matrix holds, by their offsets in the caller's row-major matrix and in
+    /// the copy.
+    using Visit = std::function<void(std::int64_t row_major, std::int64_t column_major)>;
+    void for_each(const LapackeArgument& matrix, const Form& form, const Visit& visit) const;
+    /// Those that come back from a copy; none if none does.
+    void for_each_returned(const LapackeArgument& matrix, const Visit& visit) const;
     /// The elements that a NaN check of an array reads, by offset.
     std::vector<std::int64_t> checked(const LapackeArgument& array, const FormUse& use) const;
     /// Elements of a workspace that the high level provides, given what a query answers.
@@ -106,11 +85,14 @@ public:
     /// Workspaces that the high level takes here, in order.
     std::vector<const LapackeArgument*> workspaces() const;
 
-    std::vector<unsigned char>& memory(const std::string& name) { return memory_.at(name); }
+    using Memory = std::map<std::string, std::vector<unsigned char>>;
+    Memory& memory() { return memory_; }
+    const Memory& memory() const { return memory_; }
     const std::vector<unsigned char>& memory(const std::string& name) const { return memory_.at(name); }
-    const std::map<std::string, std::vector<unsigned char>>& memory() const { return memory_; }
-    /// Puts a NaN into an element, of a complex one into either part.
-    void put_nan(const LapackeArgument& array, std::int64_t element, bool second_part);
+    /// Real and complex arguments that stand in memory.
+    std::vector<const LapackeArgument*> reals() const;
+    /// Puts NaNs into so many elements, of complex ones into either part.
+    void put_nans(const LapackeArgument& array, std::int64_t first, std::int64_t count, bool second_part);
     /// All arrays at addresses that nobody may touch.
     CCall& untouchable();
 
@@ -118,25 +100,22 @@ public:
     double run() const;
 
 private:
-    void choose_letters(std::mt19937& chance);
-    void choose_sizes(std::mt19937& chance, Sizes sizes);
-    void keep_bounds();
+    void choose_sizes(std::mt19937& chance, bool empty);
     void fill();
+    std::int64_t ld(const LapackeArgument& matrix) const;
     const void* place(const LapackeArgument& a) const;
-    catalogue::Values values() const;
+    std::int64_t named(const std::string& name, int group) const override;
 
     const Member* member_;
     int layout_;
-    std::map<std::string, std::int64_t> integers_;
-    std::map<std::string, char> letters_;
-    std::map<std::string, std::vector<unsigned char>> memory_;
+    Memory memory_;
     bool untouchable_ = false;
 };
 
 /// The number that element k of an array holds at first, and what a routine writes there.
 double original(std::size_t argument, std::int64_t k);
 double written(std::size_t argument, std::int64_t k);
-void store(unsigned char* place, const Element& element, double number);
+std::size_t index_of(const LapackePlan& plan, const LapackeArgument& a);
 
 /// The routine's side of one call. Answers a query; in the call itself looks at all it got, and writes to
 /// every element of copies and workspaces.
@@ -163,30 +142,31 @@ public:
 
 private:
     void act(Call& noted, recording::Answer& reply);
-    void query(const Call& noted);
-    void look_at(const Call& noted, const LapackeArgument& a, std::size_t word);
-    void look_at_turned(const Call& noted, const LapackeArgument& a, std::size_t word);
-    void write(const Call& noted, const LapackeArgument& a, std::size_t word);
-    bool is_query(const Call& noted) const;
+    void tell_sizes(const Call& noted) const;
+    void look_at(const Call& noted, const LapackeArgument& a, std::size_t word) const;
+    void look_at_memory(const Call& noted, const LapackeArgument& a, std::size_t word) const;
+    void write(const Call& noted, const LapackeArgument& a, std::size_t word) const;
+    char expected_letter(const std::string& name) const;
+    std::int64_t expected_integer(const LapackeArgument& a) const;
 
     CCall& call_;
-    std::map<std::string, std::vector<unsigned char>> before_;
+    CCall::Memory before_;
+    bool asked_ = false;
 };
 
 /// What LAPACKE_xerbla has printed, line by line, and the blocks that the layer asked for.
 std::vector<std::string> printed();
 std::vector<std::int64_t> allocated();
-std::size_t calls_of(const Member& member);
 
 /// Begins with a fresh core, NaN checks on.
-class LapackeTest : public recording::RecordedTest {
+class LapackeTest : public BlasTest {
 protected:
     LapackeTest();
     std::mt19937 chance{20'240'517};
     static void check_for_nan(bool on);
-    /// Runs `body` for calls of all members, of one level or both, and one or both layouts.
+    /// Runs `body` for calls of all members in these layouts.
     template <class Body>
-    void for_all(const std::vector<int>& layouts, Body&& body, int rounds = 2)
+    void for_all(const std::vector<int>& layouts, int rounds, Body&& body)
     {
         for (const Member& m : members())
             for (const int layout : layouts)
@@ -199,6 +179,7 @@ protected:
                         FAIL() << "and so on";
                 }
     }
+    const std::vector<int> both{row_major, column_major};
 
 private:
     int failed_ = 0;

@@ -18,26 +18,23 @@ protected:
     {
         std::vector<Block> blocks;
         const LapackePlan& plan = call.plan();
-        const bool turned = plan.c->shape == LapackeShape::turned && call.by_rows();
-        const auto bytes = [&](const LapackeArgument& a, std::int64_t elements) {
-            return elements * static_cast<std::int64_t>(call.element(a).size);
+        const auto take = [&](const LapackeArgument& a, std::int64_t elements, bool workspace, bool high) {
+            blocks.push_back({elements * static_cast<std::int64_t>(call.element(a).size), workspace, high});
         };
         if (call.member().high)
-            for (const LapackeArgument* a : call.workspaces()) {
-                const auto index = static_cast<std::size_t>(a - plan.arguments.data());
-                blocks.push_back({bytes(*a, call.room(*a, routine.answer(index))), true, true});
-            }
+            for (const LapackeArgument* a : call.workspaces())
+                take(*a, call.room(*a, routine.answer(index_of(plan, *a))), true, true);
         for (const LapackeArgument& a : plan.arguments) {
             if (call.is_copied(a))
-                blocks.push_back({bytes(a, call.copy_elements(a)), false, false});
+                take(a, call.copy_elements(a), false, false);
             // The work level of such a routine sums rows, which takes room that nobody has provided.
             const std::string sums_columns = "1Oo";
-            if (turned && a.role == Role::workspace &&
+            if (call.by_rows(LapackeShape::turned) && a.role == Role::workspace &&
                 sums_columns.find(call.letter("norm")) != std::string::npos) {
                 CCall transpose = call;
                 for (const auto& [one, two] : plan.c->exchanged)
                     transpose.set(one, call.integer(two)).set(two, call.integer(one));
-                blocks.push_back({bytes(a, transpose.room(a, 0)), true, false});
+                take(a, transpose.room(a, 0), true, false);
             }
         }
         return blocks;
@@ -46,19 +43,18 @@ protected:
 
 TEST_F(Memory, IsTakenInOneOrderAndInTheSizesThatTheRoutineNeeds)
 {
-    for_all({row_major, column_major}, [&](const Member& m, int layout) {
-        for (const auto sizes : {CCall::Sizes::by_chance, CCall::Sizes::zero}) {
-            CCall call(m, layout, chance, sizes);
+    for_all(both, 2, [&](const Member& m, int layout) {
+        for (const bool empty : {false, true}) {
+            CCall call(m, layout, chance, empty);
             Routine routine(call);
-            if (sizes == CCall::Sizes::zero)
+            if (empty)
                 routine.answer = [](std::size_t) { return 0; };
-            const std::vector<Block> blocks = expected(call, routine);
+            std::vector<std::int64_t> bytes;
+            for (const Block& block : expected(call, routine))
+                bytes.push_back(block.bytes);
             core().clear();
             call.run();
-            const std::vector<std::int64_t> taken = allocated();
-            ASSERT_EQ(taken.size(), blocks.size());
-            for (std::size_t i = 0; i < blocks.size(); ++i)
-                EXPECT_EQ(taken[i], blocks[i].bytes) << "block " << i;
+            EXPECT_EQ(allocated(), bytes);
             EXPECT_EQ(core().live_blocks(), 0U);
         }
     });
@@ -66,31 +62,26 @@ TEST_F(Memory, IsTakenInOneOrderAndInTheSizesThatTheRoutineNeeds)
 
 TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
 {
-    for_all(
-        {row_major, column_major},
-        [&](const Member& m, int layout) {
-            const CCall valid(m, layout, chance);
-            CCall counted = valid;
-            const std::vector<Block> blocks = expected(valid, Routine(counted));
-            for (std::size_t i = 0; i < blocks.size(); ++i) {
-                CCall call = valid;
-                Routine routine(call);
-                core().clear();
-                core().fail_allocation(i + 1);
-                const bool work = blocks[i].is_workspace;
-                EXPECT_EQ(call.run(), m.has_value() ? 0 : work ? -1010 : -1011);
-                core().fail_allocation(0);
-                const std::string name =
-                    lapacke_name(*m.plan->row, *m.precision, m.width, blocks[i].of_high_level);
-                EXPECT_EQ(printed(), std::vector{std::string("Not enough memory to ") +
-                                                 (work ? "allocate work array" : "transpose matrix") +
-                                                 " in %s\n(" + name + ")"});
-                EXPECT_EQ(routine.runs, 0);
-                routine.expect_matrices();
-                EXPECT_EQ(core().live_blocks(), 0U);
-            }
-        },
-        1);
+    for_all(both, 1, [&](const Member& m, int layout) {
+        const CCall valid(m, layout, chance);
+        CCall counted = valid;
+        std::size_t n = 0;
+        for (const Block& block : expected(valid, Routine(counted))) {
+            CCall call = valid;
+            Routine routine(call);
+            core().clear();
+            core().fail_allocation(++n);
+            EXPECT_EQ(call.run(), m.has_value() ? 0 : block.is_workspace ? -1010 : -1011);
+            core().fail_allocation(0);
+            EXPECT_EQ(printed(),
+                      std::vector{std::string("Not enough memory to ") +
+                                  (block.is_workspace ? "allocate work array" : "transpose matrix") + " in " +
+                                  m.name(block.of_high_level)});
+            EXPECT_EQ(routine.runs, 0);
+            routine.expect_matrices();
+            EXPECT_EQ(core().live_blocks(), 0U);
+        }
+    });
 }
 
 } // namespace
