@@ -105,15 +105,12 @@ TEST_F(Extents, Literally)
         EXPECT_EQ(requests(LapackCall(name, 1, given)), bytes) << name << ' ' << given;
 }
 
-TEST_F(Extents, QueriesOfTellingRows)
+TEST_F(Extents, DgesddHasNoScratchAtAQuery)
 {
-    LapackCall("DSTEDC", 20, "liwork=-1").run();
-    EXPECT_EQ(core().calls("qnm_lapack_dstedc").at(0).behind(7), -1);
-    EXPECT_EQ(core().calls("qnm_lapack_dstedc").at(0).behind(9), -1);
-    LapackCall("DGESDD", 2).run();
-    EXPECT_NE(core().calls().back().word(12), 0U);
-    LapackCall("DGESDD", 2, "lwork=-1").run();
-    EXPECT_EQ(core().calls().back().word(12), 0U);
+    for (const bool query : {false, true}) {
+        LapackCall("DGESDD", 2, query ? "lwork=-1" : "").run();
+        EXPECT_EQ(core().calls().back().word(12) == 0, query);
+    }
 }
 
 // The leaf size is asked for by the routine's own name, through this layer's own entry.
@@ -138,25 +135,6 @@ TEST_F(Extents, LeafSizesAreAskedFor)
         EXPECT_EQ(questions[0].word(7), 1U);
         EXPECT_EQ(questions[0].word(8), 1U);
     }
-}
-
-TEST_F(Extents, DgetrsLiterally)
-{
-    const int n = 3, nrhs = 2, ipiv[3] = {3, -2, 1};
-    int info = 99;
-    const double a[1] = {}, b[1] = {};
-    std::vector<std::int64_t> seen;
-    core().answers("qnm_lapack_dgetrs").calling([&](Call& call, recording::Answer&) {
-        seen.assign(call.pointer<std::int64_t>(5), call.pointer<std::int64_t>(5) + 3);
-        *call.pointer<std::int64_t>(8) = -0x7'0000'0005;
-    });
-    support::call_words(layer()["dgetrs_"], {"t", &n, &nrhs, a, &n, ipiv, b, &n, &info});
-    EXPECT_EQ(seen, (std::vector<std::int64_t>{3, -2, 1}));
-    EXPECT_EQ(info, -5);
-    const Call& call = core().calls().back();
-    EXPECT_EQ(call.letter(0), 't');
-    EXPECT_EQ(call.word(3), support::Word(a).bits());
-    EXPECT_EQ(call.word(9), 1U);
 }
 
 } // namespace

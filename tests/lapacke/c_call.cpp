@@ -48,8 +48,8 @@ std::vector<ExpressionPtr> expressions_of(const LapackePlan& plan)
 std::string telling_letters(const std::vector<ExpressionPtr>& expressions, const Argument& option)
 {
     static const std::map<std::string, std::string> usual{
-        {"uplo", "UL"},    {"diag", "NU"},  {"side", "LR"},   {"trans", "NTC"},
-        {"transr", "NTC"}, {"norm", "1IM"}, {"direct", "FB"}, {"storev", "CR"}};
+        {"uplo", "UL"},    {"diag", "NU"},   {"side", "LR"},   {"trans", "NTC"},
+        {"transr", "NTC"}, {"norm", "1OIM"}, {"direct", "FB"}, {"storev", "CR"}};
     if (!option.letters.empty())
         return option.letters;
     const auto found = usual.find(option.name);
@@ -197,34 +197,33 @@ void CCall::choose_sizes(std::mt19937& chance, bool empty)
 {
     const auto some = [&] { return static_cast<std::int64_t>(3 + chance() % 4); };
     const std::int64_t m = some(), n = some(), least = std::min(m, n);
-    const std::map<std::string, std::int64_t> usual{{"m", m},         {"n", n},
-                                                    {"ihi", n},       {"mm", n},
-                                                    {"nzc", n},       {"rows", least},
-                                                    {"k2", least},    {"k", least - 1},
-                                                    {"p", least - 1}, {"cols", least - 1},
-                                                    {"mb", 5},        {"nru", 3},
-                                                    {"tsize", 60},    {"ldwork", 60},
-                                                    {"nfxd", 0},      {"kl", 1},
-                                                    {"kb", 1},        {"ilo", 1},
-                                                    {"incx", 1},      {"k1", 1},
-                                                    {"itype", 1},     {"il", 1},
-                                                    {"i", 1},         {"j", 1},
-                                                    {"i1", 1},        {"mode", 1},
-                                                    {"wantz", 1},     {"wantq", some() % 2}};
+    const std::pair<std::int64_t, const char*> usual[] = {
+        {m, "m"},
+        {n, "n ihi mm nzc"},
+        {least, "rows k2"},
+        {least - 1, "k p cols"},
+        {5, "mb"},
+        {3, "nru"},
+        {60, "tsize ldwork"},
+        {0, "nfxd"},
+        {some() % 2, "wantq"},
+        {1, "kl kb ilo incx k1 itype il i j i1 mode wantz"}};
     for (const LapackeArgument& a : plan().arguments) {
         const std::string& name = a.argument->name;
         if (!is_scalar(*a.argument))
             continue;
-        const auto found = usual.find(name);
+        const auto* const found = std::find_if(std::begin(usual), std::end(usual),
+                                               [&](const auto& u) { return lists(u.second, name); });
+        const bool known = found != std::end(usual);
         std::int64_t value = 2; // of those by address: how many were found, and the like
-        if (a.role == Role::size || (a.argument->query && found == usual.end()))
+        if (a.role == Role::size || (a.argument->query && !known))
             value = least_room / 2;
         else if (name.starts_with("ld"))
             value = 12;
-        else if (empty && !a.address && name != "incx" && name != "itype" && name != "k1")
+        else if (empty && !a.address && !lists("incx itype k1", name))
             value = 0;
-        else if (!a.address && found != usual.end())
-            value = found->second;
+        else if (!a.address && known)
+            value = found->first;
         set(name, value);
     }
 }

@@ -128,6 +128,12 @@ std::string letters_of(const Argument& option, const std::vector<ExpressionPtr>&
 /// All extents and definitions of a row.
 std::vector<ExpressionPtr> expressions_of(const catalogue::Row& row);
 
+/// Whether a word is one of a list with blanks between.
+inline bool lists(const std::string& words, const std::string& word)
+{
+    return (" " + words + " ").find(" " + word + " ") != std::string::npos;
+}
+
 /// The names of the calls noted, in order.
 std::vector<std::string> story();
 
