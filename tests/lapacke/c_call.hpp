@@ -6,7 +6,6 @@
 #include "support/sample_call.hpp"
 
 #include <map>
-#include <optional>
 
 namespace qnm::tests {
 
