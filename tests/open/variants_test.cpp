@@ -182,6 +182,11 @@ struct Problem {
     }
 };
 
+void PrintTo(const Member& member, std::ostream* out)
+{
+    *out << member.name;
+}
+
 class Variants : public testing::TestWithParam<Member> {};
 INSTANTIATE_TEST_SUITE_P(All, Variants, testing::ValuesIn(members),
                          [](const auto& member_info) { return std::string(member_info.param.name); });
