@@ -5,13 +5,7 @@
 
 namespace qnm::tests {
 
-using catalogue::Kind;
-
-const support::Library& layer()
-{
-    static const support::Library library(QNM_LAYER);
-    return library;
-}
+using support::Type;
 
 const std::vector<Entry>& members()
 {
@@ -40,147 +34,76 @@ CopyCall::CopyCall(const Entry& entry, Form form, std::size_t groups)
     int next = 100;
     for (const Argument& a : row().arguments) {
         const std::size_t count = a.array ? groups : 1;
-        const bool is_size = a.type == "int";
-        const bool distance = a.name.find("stride") != std::string::npos;
+        const bool value = form != Form::fortran && !a.array;
+        if (a.type == "T") {
+            const std::size_t parts = a.array || !is_real() ? 2 : 1;
+            add(a.name, entry.precision.real == 's' ? Type::float32 : Type::float64, parts * count,
+                value && (is_real() || form == Form::c));
+            for (std::size_t i = 0; i < parts * count; ++i)
+                put(a.name, i % 2 == 1 ? 0.25 : a.name == "beta" ? -2.5 : 1.5, i);
+            continue;
+        }
+        const bool letter = a.type == "char";
+        add(a.name, letter ? Type::byte : form == Form::fortran ? Type::int32 : Type::int64, count, value);
         for (std::size_t g = 0; g < count; ++g) {
             // Distances are enough for batches of matrices, and all differ.
-            const int value = a.name == "group_count"            ? static_cast<int>(groups)
-                              : a.name.starts_with("rows")       ? 5 + static_cast<int>(g)
-                              : a.name.starts_with("cols")       ? 30 + static_cast<int>(g)
-                              : a.name.starts_with("group_size") ? 2 + static_cast<int>(g)
-                              : distance                         ? 10000 + next++
-                                                                 : next++;
-            if (is_size) {
-                narrow_[a.name].push_back(value);
-                wide_[a.name].push_back(value);
-            } else if (a.type == "char") {
-                letters_[a.name] += a.letters.back(); // C: column-major, conjugate transposition
-            } else {
-                doubles_[a.name].insert(doubles_[a.name].end(), {scalar(a), imaginary});
-                floats_[a.name].insert(floats_[a.name].end(),
-                                       {static_cast<float>(scalar(a)), static_cast<float>(imaginary)});
-            }
+            const bool distance = a.name.find("stride") != std::string::npos;
+            const int shift = static_cast<int>(g);
+            put(a.name,
+                letter                             ? a.letters.back() // column-major, conjugate transposition
+                : a.name == "group_count"          ? static_cast<int>(groups)
+                : a.name.starts_with("rows")       ? 5 + shift
+                : a.name.starts_with("cols")       ? 30 + shift
+                : a.name.starts_with("group_size") ? 2 + shift
+                                                   : (distance ? 10000 : 0) + next++,
+                g);
         }
     }
 }
 
 CopyCall& CopyCall::set(const std::string& name, std::int64_t value)
 {
-    narrow_.at(name).back() = static_cast<int>(value);
-    wide_.at(name).back() = value;
+    put(name, static_cast<long double>(value));
     return *this;
-}
-
-CopyCall& CopyCall::set_letter(const std::string& name, char letter)
-{
-    letters_.at(name).back() = letter;
-    return *this;
-}
-
-std::int64_t CopyCall::get(const std::string& name) const
-{
-    return wide_.at(name).back();
-}
-
-char CopyCall::letter(const std::string& name) const
-{
-    return letters_.at(name).back();
 }
 
 CopyCall& CopyCall::spoil(const std::string& name)
 {
-    const Argument& a = argument(name);
-    if (a.type == "char")
-        return set_letter(name, ' ');
     const bool count = name == "group_count" || name == "batch_size" || name == "group_size";
-    return set(name, count ? -1 : 0);
+    return set(name, row().find(name)->type == "char" ? ' ' : count ? -1 : 0);
 }
 
-const void* CopyCall::array(const Argument& a) const
+int CopyCall::check() const
 {
-    if (a.type == "char")
-        return letters_.at(a.name).data();
-    if (a.type == "int")
-        return form_ == Form::fortran ? static_cast<const void*>(narrow_.at(a.name).data())
-                                      : wide_.at(a.name).data();
-    return is_single() ? static_cast<const void*>(floats_.at(a.name).data()) : doubles_.at(a.name).data();
-}
-
-void CopyCall::run(const std::string& spelling)
-{
-    std::vector<support::Word> words;
-    std::vector<support::Real> reals;
-    for (const Argument& a : row().arguments) {
-        if (form_ == Form::fortran || a.array)
-            words.emplace_back(array(a));
-        else if (a.type == "char")
-            words.emplace_back(letters_.at(a.name)[0]);
-        else if (a.type == "int")
-            words.emplace_back(wide_.at(a.name)[0]);
-        else if (is_real() && is_single())
-            reals.emplace_back(floats_.at(a.name)[0]);
-        else if (is_real())
-            reals.emplace_back(scalar(a));
-        else if (is_single()) // both parts in one register
-            reals.emplace_back(
-                std::bit_cast<double>(std::array{floats_.at(a.name)[0], floats_.at(a.name)[1]}));
-        else
-            reals.insert(reals.end(), {support::Real(scalar(a)), support::Real(imaginary)});
-    }
-    const std::string first = form_ == Form::fortran ? entry_->name() : entry_->c_form();
-    support::call_words(layer()[spelling.empty() ? first : spelling], words, reals);
-}
-
-int CopyCall::check()
-{
-    std::vector<support::Word> words;
-    std::vector<support::Real> reals;
-    for (const Argument& a : row().arguments) {
-        if (a.array)
-            words.emplace_back(a.type == "int" ? static_cast<const void*>(wide_.at(a.name).data())
-                                               : array(a));
-        else if (a.type == "char")
-            words.emplace_back(letters_.at(a.name)[0]);
-        else if (a.type == "int")
-            words.emplace_back(wide_.at(a.name)[0]);
-        else if (!is_real())
-            words.emplace_back(array(a));
-        else if (is_single())
-            reals.emplace_back(floats_.at(a.name)[0]);
-        else
-            reals.emplace_back(scalar(a));
-    }
-    return support::call_words(layer()["qnm_trans_errchk_" + catalogue::to_lower(entry_->name())], words,
-                               reals)
-        .int32();
+    CopyCall values(*entry_, Form::check, groups_);
+    values.assign(*this);
+    return values.call(layer()["qnm_trans_errchk_" + lower()]).int32();
 }
 
 void CopyCall::expect_arguments(const Call& noted) const
 {
+    using Parts = std::array<float, 2>;
+    const bool single = entry_->precision.real == 's';
     std::size_t word = 0, real = 0;
     for (const Argument& a : row().arguments) {
         SCOPED_TRACE(a.name);
         if (is_scalar(a) && is_real()) {
-            if (is_single())
-                EXPECT_EQ(noted.real32(real), floats_.at(a.name)[0]);
-            else
-                EXPECT_EQ(noted.real(real), scalar(a));
+            EXPECT_EQ(single ? noted.real32(real) : noted.real(real), get<double>(a.name));
             ++real;
             continue;
         }
-        if (is_scalar(a) && is_single()) {
-            EXPECT_EQ(noted.behind<float>(word), floats_.at(a.name)[0]);
+        if (is_scalar(a) && single) {
+            EXPECT_EQ(noted.behind<Parts>(word), (Parts{get<float>(a.name, 0), get<float>(a.name, 1)}));
         } else if (is_scalar(a)) {
-            EXPECT_EQ(noted.behind<double>(word), scalar(a));
+            EXPECT_EQ(noted.behind<double>(word), get<double>(a.name, 0));
         } else if (a.array && a.type == "int" && form_ == Form::fortran) {
-            EXPECT_NE(noted.pointer<void>(word), array(a));
-            EXPECT_EQ(noted.behind(word), wide_.at(a.name)[0]);
+            EXPECT_NE(noted.pointer<const char>(word), address(a.name));
+            EXPECT_EQ(noted.behind(word), get(a.name, 0));
         } else if (a.array) {
-            EXPECT_EQ(noted.pointer<void>(word), array(a));
-        } else if (a.type == "char") {
-            EXPECT_EQ(static_cast<char>(noted.word(word)), letters_.at(a.name)[0]);
+            EXPECT_EQ(noted.pointer<const void>(word), address(a.name));
         } else {
-            EXPECT_EQ(noted.int64(word), wide_.at(a.name)[0]);
+            EXPECT_EQ(a.type == "char" ? static_cast<char>(noted.word(word)) : noted.int64(word),
+                      get(a.name));
         }
         ++word;
     }
@@ -195,13 +118,13 @@ std::string CopyCall::line(const Call& of_core) const
             std::snprintf(item, sizeof item, "%p",
                           of_core.pointer<void>(static_cast<std::size_t>(row().position(a) - 1)));
         else if (a.array || (is_scalar(a) && !is_real()))
-            std::snprintf(item, sizeof item, "%p", array(a));
+            std::snprintf(item, sizeof item, "%p", static_cast<const void*>(address(a.name)));
         else if (a.type == "char")
-            std::snprintf(item, sizeof item, "%c", letters_.at(a.name)[0]);
+            std::snprintf(item, sizeof item, "%c", get<char>(a.name));
         else if (a.type == "int")
-            std::snprintf(item, sizeof item, "%lld", static_cast<long long>(wide_.at(a.name)[0]));
+            std::snprintf(item, sizeof item, "%lld", get<long long>(a.name));
         else
-            std::snprintf(item, sizeof item, "%.6f", scalar(a));
+            std::snprintf(item, sizeof item, "%.6f", get<double>(a.name));
         text += (text == entry_->name() ? "(" : ", ") + std::string(item);
     }
     return text + ")";

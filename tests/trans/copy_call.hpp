@@ -3,76 +3,55 @@
 #pragma once
 
 #include "catalogue/catalogue.hpp"
-#include "recording/matchers.hpp"
-#include "support/invoke.hpp"
-#include "support/library.hpp"
-
-#include <map>
+#include "support/arguments.hpp"
+#include "support/recorded.hpp"
 
 namespace qnm::tests {
 
 using catalogue::Argument;
 using catalogue::Entry;
-using recording::Call;
-using recording::core;
 
-enum class Form { fortran, c };
+/// Both forms of an entry, and the exported check, which takes values but complex scalars by address.
+enum class Form { fortran, c, check };
 
-const support::Library& layer();
 /// The 36 members; each has both forms.
 const std::vector<Entry>& members();
 const Entry& member(std::string_view upper_case_name);
 
-/// What a test fails with when it fails.
-#define QNM_TRACE_MEMBER(entry, form)                                                                        \
-    SCOPED_TRACE((entry).name() + ((form) == Form::c ? ", C form" : ", Fortran form"))
-
-class CopyCall {
+class CopyCall : public support::Arguments {
 public:
     CopyCall(const Entry& entry, Form form, std::size_t groups = 3);
+    CopyCall(std::string_view name, Form form, std::size_t groups = 3) : CopyCall(member(name), form, groups)
+    {
+    }
 
     const Entry& entry() const { return *entry_; }
-    const catalogue::Row& row() const { return *entry_->row; }
-    Form form() const { return form_; }
-    const Argument& argument(const std::string& name) const { return *row().find(name); }
+    std::string lower() const { return catalogue::to_lower(entry_->name()); }
+    std::string core_name() const { return "qnm_trans_" + lower(); }
 
     /// Sizes and letters by name; in a batch that of the last group.
     CopyCall& set(const std::string& name, std::int64_t value);
-    CopyCall& set_letter(const std::string& name, char letter);
-    std::int64_t get(const std::string& name) const;
-    char letter(const std::string& name) const;
-
     /// Makes the test of one argument fail.
     CopyCall& spoil(const std::string& name);
 
-    /// Calls the entry by this spelling, or by the first; calls the exported check, and gives back its
-    /// answer.
-    void run(const std::string& spelling = {});
-    int check();
+    void run() const { call(layer()[form_ == Form::c ? entry_->c_form() : entry_->name()]); }
+    /// What the exported check answers.
+    int check() const;
 
-    /// Expects that a call of core or check got what stands here.
+    /// Expects that a call of the core got what stands here.
     void expect_arguments(const Call& noted) const;
     /// The line as an independent formatter has it. A complex scalar that came by value has the address that
     /// the core got.
-    std::string line(const Call& of_core) const;
-
-    static constexpr double alpha = 1.5, beta = -2.5, imaginary = 0.25;
+    std::string line(const Call& of_core = {}) const;
 
 private:
+    const catalogue::Row& row() const { return *entry_->row; }
     bool is_real() const { return entry_->precision.element == entry_->precision.real; }
-    bool is_single() const { return entry_->precision.real == 's'; }
-    bool is_scalar(const Argument& a) const { return !a.array && a.type == "T"; }
-    double scalar(const Argument& a) const { return a.name == "beta" ? beta : alpha; }
-    const void* array(const Argument& a) const;
+    static bool is_scalar(const Argument& a) { return !a.array && a.type == "T"; }
 
     const Entry* entry_;
     Form form_;
     std::size_t groups_;
-    std::map<std::string, std::vector<int>> narrow_;
-    std::map<std::string, std::vector<std::int64_t>> wide_;
-    std::map<std::string, std::string> letters_;
-    std::map<std::string, std::vector<double>> doubles_;
-    std::map<std::string, std::vector<float>> floats_;
 };
 
 class TransTest : public recording::RecordedTest {
@@ -83,7 +62,7 @@ protected:
     {
         for (const Entry& entry : members())
             for (const Form form : {Form::fortran, Form::c}) {
-                QNM_TRACE_MEMBER(entry, form);
+                SCOPED_TRACE(entry.name() + (form == Form::c ? ", C form" : ", Fortran form"));
                 core().reset();
                 test(CopyCall(entry, form));
             }
