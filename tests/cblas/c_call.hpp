@@ -1,92 +1,37 @@
-// A call of any entry of the C interface but the group batches and variants, made from its signature as
-// published.hpp has it: valid as it comes, with a value of its own in each argument.
+// A call of any entry of the C interface, made from its signature: valid as it comes, with a value of its own
+// in each argument.
 #pragma once
 
-#include "published.hpp"
-#include "recording/matchers.hpp"
-#include "support/invoke.hpp"
-#include "support/library.hpp"
-
-#include <map>
+#include "members.hpp"
+#include "support/arguments.hpp"
+#include "support/recorded.hpp"
 
 namespace qnm::tests {
 
-using recording::Call;
-using recording::core;
-
-const support::Library& layer();
-
-constexpr int row_major = 101;
-constexpr int column_major = 102;
-
-/// One routine of a family, with its letter, in one width.
-struct Member {
-    const Family* family;
-    std::string routine; // "dgemm"
-    char letter;
-    bool wide;
-
-    bool complex() const { return letter == 'c' || letter == 'z'; }
-    bool single() const { return letter == 's' || letter == 'c'; }
-    std::string name() const { return "cblas_" + routine + (wide ? "_64" : ""); }
-    std::string core() const { return "qnm_blas_" + routine.substr(0, routine.find("_sub")); }
-    bool has_layout() const { return family->column_order.find("layout") != std::string::npos; }
-};
-
-/// All members of all families, narrow and wide.
-const std::vector<Member>& members();
-std::vector<Member> members_of(const std::string& root);
-/// All members of some families.
-std::vector<Member> members_in(const std::vector<Family>& families);
-
-/// The order of testing in a layout.
-struct Step {
-    std::string argument;
-    int code = 0;
-    bool goes_on = false;
-};
-
-/// A set of codes: the letters that the Fortran routine gets for them, in their order.
-struct Option {
-    int first = 0;
-    std::string letters;
-};
-/// The set of an argument's name; none for other arguments.
-const Option* option_of(const std::string& argument);
-
-/// How an argument comes: integers of the caller's width, numbers of 8 or 16 bits, real scalars by value;
-/// what is none of these, and no option, comes by address.
-bool is_integer(const std::string& argument);
+/// Numbers of 8 or 16 bits; scalars; arrays (or addresses of arrays) of one letter.
 bool is_small(const std::string& argument);
 bool is_scalar(const std::string& argument);
-bool is_real_scalar(const std::string& argument, const Member& member);
+bool is_matrix(const std::string& argument);
 
-class CCall {
+class CCall : public support::Arguments {
 public:
-    CCall(const Member& member, int layout);
+    /// Of a group batch, with so many groups. Groups have one problem or two, in turn.
+    CCall(const Member& member, int layout, int groups = 0);
 
     const Member& member() const { return member_; }
     int layout() const { return layout_; }
-    const std::vector<std::string>& names() const { return names_; }
-    /// Position in the list, layout being 1.
+    /// Position in the list.
     int position(const std::string& argument) const;
-    bool has(const std::string& argument) const { return values_.count(argument) != 0; }
-    /// Sizes, increments and codes.
-    std::int64_t value(const std::string& argument) const { return values_.at(argument); }
-    CCall& set(const std::string& argument, std::int64_t value);
+    CCall& set(const std::string& argument, std::int64_t value, std::size_t group = last);
     /// A scalar of the call, its imaginary part 0 for real types.
     CCall& scalar(const std::string& argument, double re, double im = 0);
-    /// Where an array or a complex scalar stands.
-    const void* address(const std::string& argument) const;
-    /// Where an array is to stand.
-    CCall& point(const std::string& argument, const void* address);
 
-    /// The least good value of an argument with a bound in this layout.
+    /// The least good value of an argument in this layout.
     std::int64_t bound(const std::string& argument) const;
     /// Gives bounded arguments good values for the sizes as they are.
     CCall& settle();
-    /// Makes one argument bad.
-    CCall& spoil(const std::string& argument);
+    /// Makes one argument, or its element of a group, bad.
+    CCall& spoil(const std::string& argument, std::size_t group = last);
 
     /// All choices of codes that the routine accepts, each set in turn.
     template <class Visit>
@@ -94,32 +39,34 @@ public:
     {
         choose(0, visit);
     }
+    /// The letters that the routine gets for codes of an option, in their order.
+    std::string accepted(const std::string& option) const;
 
     std::vector<Step> steps() const;
 
-    support::Returned run() const;
+    support::Returned run() const { return call(layer()[member_.name()]); }
 
+    /// The arguments in the places of the Fortran routine.
+    std::vector<std::string> places() const;
+    std::size_t place(const std::string& argument) const;
     /// The letter of an option as the layout makes it; `*` for a code that conjugates.
-    char expected_letter(const std::string& argument) const;
+    char expected_letter(const std::string& option, std::size_t group = last) const;
     /// Expects that the core got this call as it should, in the order of the layout. Conjugated arguments are
     /// not looked at.
     void expect_passed(const Call& noted) const;
+    /// The same of some groups. Letters are read while the call is under way.
+    void expect_groups(const Call& noted, std::size_t begin, std::size_t end) const;
 
 private:
-    std::string bounds() const;
-    std::int64_t evaluate(const std::string& expression) const;
-    bool accepts(const std::string& argument, int index) const;
-
     template <class Visit>
     void choose(std::size_t from, Visit& visit)
     {
-        for (std::size_t i = from; i < names_.size(); ++i)
-            if (const Option* option = option_of(names_[i])) {
-                for (int code = 0; code < static_cast<int>(option->letters.size()); ++code)
-                    if (accepts(names_[i], code)) {
-                        set(names_[i], option->first + code);
-                        choose(i + 1, visit);
-                    }
+        for (std::size_t i = from; i < names().size(); ++i)
+            if (const Option* option = option_of(names()[i])) {
+                for (const char letter : accepted(names()[i])) {
+                    set(names()[i], option->first + static_cast<int>(option->letters.find(letter)));
+                    choose(i + 1, visit);
+                }
                 return;
             }
         settle();
@@ -128,22 +75,29 @@ private:
 
     Member member_;
     int layout_;
-    std::vector<std::string> names_;          // behind the layout
-    std::map<std::string, std::string> sets_; // letters of options that do not take all
-    std::map<std::string, std::int64_t> values_;
-    std::map<std::string, std::pair<double, double>> scalars_;
-    std::map<std::string, std::vector<float>> singles_; // complex scalars and arrays
-    std::map<std::string, std::vector<double>> doubles_;
-    std::map<std::string, const void*> pointed_;
 };
 
-/// Names of the calls noted, in order.
-std::vector<std::string> story();
+/// Reports of the C interface.
+Reports c_reports(const Member& member);
 
-/// Reports so far: names and codes.
-using Reports = std::vector<std::pair<std::string, int>>;
-Reports reports();
-/// Those of the C interface.
-Reports c_reports();
+/// Visits members in their layouts.
+template <class Visit>
+void each_layout(const std::vector<Member>& members, Visit visit)
+{
+    for (const Member& member : members)
+        for (const int layout : {column_major, row_major}) {
+            if (layout == row_major && !member.has_layout())
+                continue;
+            SCOPED_TRACE(member.name() + " " + std::to_string(layout));
+            visit(member, layout);
+            if (::testing::Test::HasFatalFailure())
+                return;
+        }
+}
+
+class CTest : public recording::RecordedTest {
+protected:
+    CTest() { core().ignore("qnm_serv_verbose_mode"); }
+};
 
 } // namespace qnm::tests

@@ -1,9 +1,11 @@
-// Row-major calls and their column-major twins over the open core. All numbers are small integers, so that
-// sums and products are exact whatever their order, and results have to be equal to the last bit.
+// What comes out over the open core: row-major calls and their column-major twins, group batches and single
+// calls. All numbers are small integers, so that sums and products are exact whatever their order, and
+// results have to be equal to the last bit.
 #include "c_call.hpp"
 
 #include <algorithm>
 #include <complex>
+#include <qnm/cblas.h>
 #include <random>
 
 /// The head of the library's error chain, as an application may have it.
@@ -16,231 +18,162 @@ namespace qnm::tests {
 namespace {
 
 using Number = std::complex<double>;
+using Values = std::map<std::string, std::vector<Number>>;
+
+std::mt19937 random_bits(20);
+
+int integer(int least, int most)
+{
+    return std::uniform_int_distribution<int>(least, most)(random_bits);
+}
 
 /// How a matrix lies in memory.
-enum class Form { full, band, packed };
-
 struct Shape {
-    Form form = Form::full;
+    enum { full, band, packed } form = full;
     bool triangle = false; // symmetric, Hermitian, triangular: one triangle is stored
     std::int64_t rows = 1, columns = 1, below = 0, above = 0;
 };
 
-/// Place of an element, or -1 if it is not stored.
-std::int64_t place(const Shape& s, int layout, bool upper, std::int64_t ld, std::int64_t i, std::int64_t j)
+bool plain(const CCall& call, const char* option)
 {
-    const bool by_rows = layout == row_major;
-    const bool stored = !s.triangle || (upper ? i <= j : i >= j);
-    switch (s.form) {
-    case Form::full: // both triangles of a full matrix have their places
-        return by_rows ? i * ld + j : i + j * ld;
-    case Form::band: {
-        const std::int64_t below = s.triangle && upper ? 0 : s.below,
-                           above = s.triangle && !upper ? 0 : s.above;
-        if (i - j > below || j - i > above)
-            return -1;
-        return by_rows ? i * ld + below + j - i : j * ld + above + i - j;
-    }
-    case Form::packed:
-        if (!stored)
-            return -1;
-        // By rows the upper triangle begins with a whole row, as the lower one by columns.
-        if (upper == by_rows) {
-            const std::int64_t first = by_rows ? i : j, second = by_rows ? j : i;
-            return first * s.rows - first * (first - 1) / 2 + second - first;
-        } else {
-            const std::int64_t first = by_rows ? i : j, second = by_rows ? j : i;
-            return first * (first + 1) / 2 + second;
-        }
-    }
-    return -1;
+    return !call.has(option) || call.get(option) == option_of(option)->first;
 }
 
-class Twins {
-public:
-    Twins(const Member& member, std::mt19937& random) : member_(member), random_(random) {}
-
-    void compare(CCall columns, CCall rows)
-    {
-        const auto got_by_columns = run(columns, true);
-        const auto got_by_rows = run(rows, false);
-        EXPECT_EQ(got_by_columns, got_by_rows);
-    }
-
-private:
-    using Values = std::map<std::string, std::vector<Number>>;
-
-    Shape shape_of(const CCall& call, const std::string& name) const
-    {
-        const std::string root = member_.routine.substr(1);
-        const auto size = [&](const char* n) { return call.has(n) ? call.value(n) : std::int64_t{0}; };
-        const auto plain = [&](const char* option) {
-            return !call.has(option) || call.value(option) == option_of(option)->first;
-        };
-        const std::int64_t m = size("m"), n = size("n"), k = size("k");
-        Shape s;
-        if (name == "x" || name == "y") {
-            // Lengths are those of op(A); dgmm's diagonal has that of its side.
-            const bool turned = !plain("trans");
-            std::int64_t length = n;
-            if (root.starts_with("gemv") || root == "gbmv")
-                length = (name == "x") != turned ? n : m;
-            else if (root.starts_with("ger"))
-                length = name == "x" ? m : n;
-            else if (root.starts_with("dgmm"))
-                length = plain("side") ? m : n;
-            s.rows = length;
-            return s;
-        }
-        const bool rank_k = root.find("rk") != std::string::npos || root.find("r2k") != std::string::npos;
-        if (name == "c") {
-            s.rows = rank_k || root == "gemmt" ? n : m;
-            s.columns = n;
-            s.triangle = rank_k || root == "gemmt";
-        } else if (root.find("gemm") == 0) {
-            const bool first = name == "a";
-            const std::int64_t outer = root == "gemmt" ? n : m;
-            const bool as_is = plain(first ? "transa" : "transb");
-            s.rows = first ? (as_is ? outer : k) : (as_is ? k : n);
-            s.columns = first ? (as_is ? k : outer) : (as_is ? n : k);
-        } else if (rank_k) {
-            s.rows = plain("trans") ? n : k;
-            s.columns = plain("trans") ? k : n;
-        } else if (name == "b" || !call.has("uplo")) {
-            s.rows = m;
-            s.columns = n;
-        } else {
-            s.rows = s.columns = call.has("side") && plain("side") ? m : n;
-            s.triangle = true;
-        }
-        if (name == "a" && root.substr(1).starts_with("b") && root.size() == 4) {
-            s.form = Form::band;
-            s.below = call.has("kl") ? call.value("kl") : k;
-            s.above = call.has("ku") ? call.value("ku") : k;
-        } else if (name == "a" && !call.has("lda")) {
-            s.form = Form::packed;
-        }
+Shape shape_of(const CCall& call, const std::string& name)
+{
+    const std::string root = call.member().routine.substr(1);
+    const auto size = [&](const char* n) { return call.has(n) ? call.get(n) : std::int64_t{0}; };
+    const std::int64_t m = size("m"), n = size("n"), k = size("k");
+    Shape s;
+    if (name == "x" || name == "y") {
+        // Lengths are those of op(A); dgmm's diagonal has that of its side.
+        s.rows = n;
+        if (root.starts_with("gemv") || root == "gbmv")
+            s.rows = (name == "x") == plain(call, "trans") ? n : m;
+        else if (root.starts_with("ger"))
+            s.rows = name == "x" ? m : n;
+        else if (root.starts_with("dgmm"))
+            s.rows = plain(call, "side") ? m : n;
         return s;
     }
-
-    /// Numbers that keep all results exact: solutions divide by units alone.
-    Number draw(const std::string& name, std::int64_t i, std::int64_t j)
-    {
-        const auto integer = [&](int most) {
-            return std::uniform_int_distribution<int>(-most, most)(random_);
-        };
-        const std::string root = member_.routine.substr(1);
-        const bool solves = root.find("sv") != std::string::npos || root.find("trsm") != std::string::npos;
-        const bool hermitian = root.starts_with("he") || root.starts_with("hb") || root.starts_with("hp");
-        if (solves && name == "a" && i == j)
-            return integer(1) < 0 ? -1 : 1;
-        const int most = solves && name == "a" ? 1 : 3;
-        const bool real = !member_.complex() || (hermitian && i == j && (name == "a" || name == "c"));
-        return {static_cast<double>(integer(most)), real ? 0.0 : static_cast<double>(integer(most))};
+    const bool rank_k = root.find("rk") != std::string::npos || root.find("r2k") != std::string::npos;
+    const bool product = root.starts_with("gemm"), first = name == "a";
+    s.rows = m;
+    s.columns = n;
+    if (name == "c") {
+        s.triangle = rank_k || root == "gemmt";
+        s.rows = s.triangle ? n : m;
+    } else if (product || rank_k) {
+        const std::int64_t outer = rank_k || (root == "gemmt" && first) ? n : m;
+        const bool as_is = plain(call, rank_k ? "trans" : first ? "transa" : "transb");
+        s.rows = first || rank_k ? (as_is ? outer : k) : (as_is ? k : n);
+        s.columns = first || rank_k ? (as_is ? k : outer) : (as_is ? n : k);
+    } else if (name != "b" && call.has("uplo")) {
+        s.rows = s.columns = call.has("side") && plain(call, "side") ? m : n;
+        s.triangle = true;
     }
-
-    template <class R>
-    void write(std::vector<R>& array, std::int64_t at, Number value) const
-    {
-        if (member_.complex()) {
-            array.at(static_cast<std::size_t>(2 * at)) = static_cast<R>(value.real());
-            array.at(static_cast<std::size_t>(2 * at + 1)) = static_cast<R>(value.imag());
-        } else {
-            array.at(static_cast<std::size_t>(at)) = static_cast<R>(value.real());
-        }
+    if (first && root.substr(1).starts_with("b") && root.size() == 4) {
+        s.form = Shape::band;
+        s.below = call.has("kl") ? call.get("kl") : k;
+        s.above = call.has("ku") ? call.get("ku") : k;
+    } else if (first && !call.has("lda")) {
+        s.form = Shape::packed;
     }
+    return s;
+}
 
-    template <class R>
-    Number read(const std::vector<R>& array, std::int64_t at) const
-    {
-        const auto element = [&](std::int64_t i) {
-            return static_cast<double>(array.at(static_cast<std::size_t>(i)));
-        };
-        return member_.complex() ? Number(element(2 * at), element(2 * at + 1)) : Number(element(at), 0);
+/// Place of element (i, j) of matrix p of a batch, or -1 if it is not stored.
+std::int64_t place(const CCall& call, const std::string& name, std::int64_t p, std::int64_t i, std::int64_t j)
+{
+    Shape s = shape_of(call, name);
+    const std::int64_t offset = call.has("stride" + name) ? p * call.get("stride" + name) : 0;
+    if (name == "x" || name == "y") {
+        const std::int64_t increment = call.get("inc" + name);
+        return offset + (increment < 0 ? (s.rows - 1 - i) * -increment : i * increment);
     }
-
-    /// Where element (i, j) of matrix p of a batch stands.
-    std::int64_t place_of(const CCall& call, const std::string& name, const Shape& s, std::int64_t p,
-                          std::int64_t i, std::int64_t j) const
-    {
-        const std::int64_t offset = call.has("stride" + name) ? p * call.value("stride" + name) : 0;
-        if (name == "x" || name == "y") {
-            const std::int64_t increment = call.value("inc" + name);
-            return offset + (increment < 0 ? (s.rows - 1 - i) * -increment : i * increment);
-        }
-        const bool upper = !call.has("uplo") || call.value("uplo") == option_of("uplo")->first;
-        const std::int64_t at =
-            place(s, call.layout(), upper, call.has("ld" + name) ? call.value("ld" + name) : 0, i, j);
-        return at < 0 ? at : offset + at;
+    bool upper = plain(call, "uplo");
+    if (call.layout() == row_major) { // the transpose, by columns
+        std::swap(i, j);
+        std::swap(s.below, s.above);
+        upper = !upper;
     }
+    if (s.form == Shape::full) // both triangles have their places
+        return offset + i + j * call.get("ld" + name);
+    if (s.triangle)
+        (upper ? s.below : s.above) = 0;
+    if (s.form == Shape::band)
+        return i - j > s.below || j - i > s.above ? -1 : j * call.get("ld" + name) + s.above + i - j;
+    if (upper)
+        return i <= j ? j * (j + 1) / 2 + i : -1;
+    return i >= j ? j * s.rows - j * (j - 1) / 2 + i - j : -1;
+}
 
-    /// Runs one call on the numbers, which the first draws, and gives back all that is stored then.
-    Values run(CCall& call, bool first)
-    {
-        return member_.single() ? run_with<float>(call, first) : run_with<double>(call, first);
+/// Numbers that keep all results exact: solutions divide by units alone.
+Number draw(const Member& member, const std::string& name, std::int64_t i, std::int64_t j)
+{
+    const bool solves = member.is("sv") || member.is("trsm");
+    const std::string kind = member.routine.substr(1, 2);
+    const bool hermitian = kind == "he" || kind == "hb" || kind == "hp";
+    if (solves && name == "a" && i == j)
+        return integer(0, 1) == 0 ? -1 : 1;
+    const int most = solves && name == "a" ? 1 : 3;
+    const bool real = !member.complex() || (hermitian && i == j && (name == "a" || name == "c"));
+    return {static_cast<double>(integer(-most, most)), real ? 0.0 : integer(-most, most)};
+}
+
+/// Runs one call on some numbers, drawn where they are missing, and gives back all that is stored then.
+Values run(CCall& call, Values& numbers)
+{
+    constexpr double untouched = 77;
+    const std::size_t parts = call.member().complex() ? 2 : 1;
+    const auto each = [&](const std::string& name, auto visit) {
+        const Shape s = shape_of(call, name);
+        for (std::int64_t p = 0; p < (call.has("batch_size") ? call.get("batch_size") : 1); ++p)
+            for (std::int64_t i = 0; i < s.rows; ++i)
+                for (std::int64_t j = 0; j < s.columns; ++j)
+                    visit(place(call, name, p, i, j), i, j);
+    };
+    std::vector<std::string> arrays = call.names();
+    std::erase_if(arrays, [](const std::string& name) { return !is_matrix(name); });
+    for (const std::string& name : arrays) {
+        std::vector<double> values(call.size(name), untouched);
+        const bool fresh = !numbers.contains(name);
+        std::size_t index = 0;
+        each(name, [&](std::int64_t at, std::int64_t i, std::int64_t j) {
+            if (fresh)
+                numbers[name].push_back(draw(call.member(), name, i, j));
+            const Number number = numbers[name].at(index++);
+            for (std::size_t part = 0; at >= 0 && part < parts; ++part)
+                values.at(parts * static_cast<std::size_t>(at) + part) =
+                    part == 0 ? number.real() : number.imag();
+        });
+        call.put(name, values);
     }
-
-    template <class R>
-    Values run_with(CCall& call, bool first)
-    {
-        constexpr std::size_t length = 20000;
-        constexpr R untouched = 77;
-        std::map<std::string, std::vector<R>> arrays;
-        const std::int64_t problems = call.has("batch_size") ? call.value("batch_size") : 1;
-        const auto each = [&](const std::string& name, auto visit) {
-            const Shape s = shape_of(call, name);
-            std::size_t index = 0;
-            for (std::int64_t p = 0; p < problems; ++p)
-                for (std::int64_t i = 0; i < s.rows; ++i)
-                    for (std::int64_t j = 0; j < s.columns; ++j, ++index)
-                        visit(index, place_of(call, name, s, p, i, j), i, j);
-        };
-        for (const std::string& name : call.names()) {
-            if (name.size() != 1 || std::string("abcxy").find(name) == std::string::npos)
-                continue;
-            arrays[name].assign(length, untouched);
-            each(name, [&](std::size_t index, std::int64_t at, std::int64_t i, std::int64_t j) {
-                if (first)
-                    numbers_[name].push_back(draw(name, i, j));
-                if (at >= 0)
-                    write(arrays[name], at, numbers_[name].at(index));
-            });
-            call.point(name, arrays[name].data());
-        }
-        call.run();
-        Values got;
-        for (const auto& [name, array] : arrays) {
-            std::size_t touched = 0;
-            each(name, [&](std::size_t, std::int64_t at, std::int64_t, std::int64_t) {
-                got[name].push_back(at < 0 ? 0 : read(array, at));
-                touched += at < 0 ? 0 : 1;
-            });
-            // Padding between the elements stays as it was.
-            const auto left = std::count(array.begin(), array.end(), untouched);
-            EXPECT_GE(left, static_cast<std::ptrdiff_t>(length - touched * (member_.complex() ? 2 : 1)));
-        }
-        return got;
+    call.run();
+    Values got;
+    for (const std::string& name : arrays) {
+        const std::vector<double> values = call.values(name);
+        std::size_t stored = 0;
+        each(name, [&](std::int64_t at, std::int64_t, std::int64_t) {
+            const std::size_t first = parts * static_cast<std::size_t>(at);
+            got[name].push_back(at < 0 ? 0 : Number(values[first], parts == 2 ? values[first + 1] : 0));
+            stored += at < 0 ? 0 : parts;
+        });
+        const auto left = static_cast<std::size_t>(std::count(values.begin(), values.end(), untouched));
+        EXPECT_GE(left, values.size() - stored) << "padding between elements stays as it was";
     }
-
-    const Member& member_;
-    std::mt19937& random_;
-    Values numbers_;
-};
+    return got;
+}
 
 bool has_twins(const Member& member)
 {
     // Packed forms and other formats have no elements to compare.
-    return member.has_layout() && std::string("sdcz").find(member.letter) != std::string::npos &&
-           member.routine.find("pack") == std::string::npos &&
-           member.routine.find("compute") == std::string::npos;
+    return member.has_layout() && member.letter != '-' && !member.is("pack") && !member.is("compute") &&
+           !member.is("jit");
 }
 
 TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
 {
-    std::mt19937 random(20);
-    const auto integer = [&](int least, int most) {
-        return std::uniform_int_distribution<int>(least, most)(random);
-    };
     int compared = 0;
     for (const Member& member : members()) {
         if (!has_twins(member))
@@ -249,44 +182,117 @@ TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
         ++compared;
         for (int round = 0; round < 3; ++round) {
             CCall columns(member, column_major), rows(member, row_major);
-            const auto set = [&](const std::string& name, std::int64_t value) {
-                if (columns.has(name)) {
-                    columns.set(name, value);
-                    rows.set(name, value);
-                }
-            };
             columns.each_choice([&] {
                 for (const std::string& name : columns.names()) {
-                    if (option_of(name) != nullptr)
-                        set(name, columns.value(name));
-                    else if (name == "m" || name == "n" || name == "k")
-                        set(name, integer(1, 5));
+                    const bool in_band = columns.has("k") && !columns.has("ldc");
+                    if (name == "m" || name == "n" || name == "k")
+                        columns.set(name, name == "k" && in_band ? integer(0, 2) : integer(1, 5));
                     else if (name == "kl" || name == "ku")
-                        set(name, integer(0, 2));
+                        columns.set(name, integer(0, 2));
                     else if (name.starts_with("inc"))
-                        set(name, integer(1, 3) * (integer(0, 1) == 0 ? -1 : 1));
-                    else if (is_scalar(name)) {
-                        const double re = integer(-2, 2), im = integer(-2, 2);
-                        columns.scalar(name, re, im);
-                        rows.scalar(name, re, im);
-                    }
+                        columns.set(name, integer(1, 3) * (integer(0, 1) == 0 ? -1 : 1));
+                    else if (is_scalar(name))
+                        columns.scalar(name, integer(-2, 2), integer(-2, 2));
                 }
-                if (columns.has("k") && !columns.has("ldc")) // of a band matrix
-                    set("k", integer(0, 2));
-                for (CCall* call : {&columns, &rows}) {
-                    call->settle();
-                    for (const char* ld : {"lda", "ldb", "ldc"})
-                        if (call->has(ld))
-                            call->set(ld, call->bound(ld) + integer(0, 3));
-                    for (const char* stride : {"stridea", "strideb", "stridec", "stridex", "stridey"})
-                        if (call->has(stride))
-                            call->set(stride, 200 + integer(0, 3));
-                }
-                Twins(member, random).compare(columns, rows);
+                rows.assign(columns);
+                rows.set("layout", row_major);
+                for (CCall* call : {&columns, &rows})
+                    for (const std::string& name : call->settle().names())
+                        if (name.starts_with("ld"))
+                            call->set(name, call->bound(name) + integer(0, 3));
+                        else if (name.starts_with("stride"))
+                            call->set(name, 200 + integer(0, 3));
+                Values numbers;
+                const Values by_columns = run(columns, numbers);
+                EXPECT_EQ(run(rows, numbers), by_columns);
             });
         }
     }
     EXPECT_EQ(compared, 2 * (44 + 66 + 22));
+}
+
+/// A single call with the parameters of one group.
+CCall single_call(const CCall& batch, std::size_t group)
+{
+    const Member& member = batch.member();
+    const std::string root = member.routine.substr(1);
+    for (const Member& single : members_of(root.substr(0, root.find("_batch"))))
+        if (single.letter == member.letter && single.wide == member.wide) {
+            CCall call(single, batch.layout());
+            for (const std::string& name : call.names())
+                if (is_scalar(name) && single.complex())
+                    call.scalar(name, batch.get<double>(name, 2 * group),
+                                batch.get<double>(name, 2 * group + 1));
+                else if (!is_matrix(name))
+                    call.put(name, batch.get<double>(name, group));
+                else {
+                    std::vector<double> values(call.size(name));
+                    std::generate(values.begin(), values.end(), [] { return integer(-3, 3); });
+                    call.put(name, values);
+                }
+            return call;
+        }
+    throw std::out_of_range(root);
+}
+
+TEST(Numbers, GroupBatchesComeToWhatSingleCallsMake)
+{
+    each_layout(group_members(), [](const Member& member, int layout) {
+        if (!member.has_layout() || member.is("dgmm"))
+            return;                     // these have no single call in either layout
+        CCall batch(member, layout, 2); // of one problem and of two
+        for (const std::string& name : batch.names()) {
+            if (const Option* option = option_of(name); option != nullptr && name != "diag")
+                batch.set(name, option->first + static_cast<int>(batch.accepted(name).size()) - 1, 1);
+            else if (name == "diag") // so that solutions divide by nothing
+                batch.set(name, 132, 0).set(name, 132, 1);
+            else if (name == "m" || name == "n" || name == "k")
+                batch.set(name, batch.get(name) - 1, 1);
+            else if (name.starts_with("inc"))
+                batch.set(name, -1, 1);
+            for (std::size_t i = 0; is_scalar(name) && i < batch.size(name); ++i)
+                batch.put(name, integer(1, 3), i);
+        }
+        std::vector<CCall> together;
+        for (const std::size_t group : {0U, 1U, 1U})
+            together.push_back(single_call(batch, group));
+        std::vector<CCall> alone = together;
+        for (const std::string& name : batch.names())
+            for (std::size_t p = 0; is_matrix(name) && p < 3; ++p)
+                batch.set(name, reinterpret_cast<std::intptr_t>(together[p].address(name)), p);
+        batch.run();
+        for (std::size_t p = 0; p < 3; ++p) {
+            const CCall before = alone[p];
+            alone[p].run();
+            bool changed = false;
+            for (const std::string& name : alone[p].names())
+                if (is_matrix(name)) {
+                    EXPECT_EQ(together[p].values(name), alone[p].values(name)) << name;
+                    changed = changed || alone[p].values(name) != before.values(name);
+                }
+            EXPECT_TRUE(changed);
+        }
+    });
+}
+
+/// By rows the signed operand is the second, since operands change places on the way to the column-major
+/// routine.
+TEST(Numbers, IntegerProductsByRowsAreWhatTheyShouldBe)
+{
+    constexpr int rows = 3, columns = 2, inner = 4;
+    constexpr unsigned char a[rows * inner] = {1, 200, 3, 4, 0, 5, 6, 7, 2, 2, 250, 3};
+    constexpr signed char b[inner * columns] = {1, -2, 3, 4, -5, 6, 7, -8};
+    constexpr qnm_int32 by_column[columns] = {10, 20};
+    qnm_int32 c[rows * columns] = {}, expected[rows * columns];
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < columns; ++j) {
+            int& sum = expected[i * columns + j] = by_column[j];
+            for (int l = 0; l < inner; ++l)
+                sum += (a[i * inner + l] + 1) * (b[l * columns + j] + 2);
+        }
+    cblas_gemm_s8u8s32(CblasRowMajor, CblasNoTrans, CblasNoTrans, CblasRowOffset, rows, columns, inner, 1.0F,
+                       a, inner, 1, b, columns, 2, 0.0F, c, columns, by_column);
+    EXPECT_THAT(c, ::testing::ElementsAreArray(expected));
 }
 
 } // namespace

@@ -5,50 +5,59 @@ namespace qnm::tests {
 
 void CCall::expect_passed(const Call& noted) const
 {
-    std::vector<std::string> places = names_;
-    if (layout_ == row_major || (!member_.has_layout() && !member_.family->rows.empty()))
-        places = words(member_.family->rows);
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        if (places[i].back() == '*' && places[i].find(':') == std::string::npos)
+    const auto all = places();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const std::string& name = all[i];
+        if (layout_ == row_major && member_.conjugates(name))
             continue;
-        const std::string name = places[i].substr(0, places[i].find(':'));
         SCOPED_TRACE(name + " in place " + std::to_string(i + 1));
-        if (option_of(name) != nullptr) {
+        if (option_of(name) != nullptr)
             EXPECT_EQ(noted.letter(i), expected_letter(name));
-        } else if (is_integer(name)) {
-            EXPECT_EQ(noted.behind<std::int64_t>(i), values_.at(name));
-        } else if (is_small(name)) {
-            EXPECT_EQ(noted.behind<unsigned char>(i), values_.at(name));
-        } else if (!is_real_scalar(name, member_)) {
-            EXPECT_EQ(noted.pointer<const void>(i), address(name));
-        } else if (member_.single() || name[0] == 'f') {
-            EXPECT_EQ(noted.behind<float>(i), static_cast<float>(scalars_.at(name).first));
-        } else {
-            EXPECT_EQ(noted.behind<double>(i), scalars_.at(name).first);
-        }
+        else if (is_integer(name))
+            EXPECT_EQ(noted.behind<std::int64_t>(i), get(name));
+        else if (is_small(name))
+            EXPECT_EQ(noted.behind<unsigned char>(i), get(name));
+        else if (!is_scalar(name) || size(name) > 1)
+            EXPECT_EQ(noted.pointer<const char>(i), address(name));
+        else if (member_.single() || name[0] == 'f')
+            EXPECT_EQ(noted.behind<float>(i), get<float>(name));
+        else
+            EXPECT_EQ(noted.behind<double>(i), get<double>(name));
     }
 }
 
-std::vector<std::string> story()
+void CCall::expect_groups(const Call& noted, std::size_t begin, std::size_t end) const
 {
-    std::vector<std::string> names;
-    for (const Call& call : core().calls())
-        names.push_back(call.name);
-    return names;
+    const auto all = places();
+    std::size_t problems = 0; // ahead of these groups
+    for (std::size_t group = 0; group < begin; ++group)
+        problems += get<std::size_t>("group_size", group);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const std::string& name = all[i];
+        SCOPED_TRACE(name);
+        const char* passed = noted.pointer<const char>(i);
+        if (option_of(name) != nullptr) {
+            std::string expected;
+            for (std::size_t group = begin; group < end; ++group)
+                expected += expected_letter(name, group);
+            EXPECT_EQ(std::string(passed, end - begin), expected);
+        } else if (name == "group_count") {
+            EXPECT_EQ(member_.wide ? *noted.pointer<std::int64_t>(i) : *noted.pointer<int>(i),
+                      static_cast<std::int64_t>(end - begin));
+        } else {
+            const std::size_t real = member_.single() ? 4 : 8, integer = member_.wide ? 8 : 4;
+            EXPECT_EQ(passed, address(name) + (is_matrix(name)   ? 8 * problems
+                                               : is_scalar(name) ? begin * real * (member_.complex() ? 2 : 1)
+                                                                 : begin * integer));
+        }
+    }
+    EXPECT_EQ(noted.int32(all.size()), member_.wide ? 0 : 1) << "the width flag";
 }
 
-Reports reports()
-{
-    Reports all;
-    for (const Call& call : core().calls("qnm_serv_xerbla"))
-        all.emplace_back(call.text, call.code());
-    return all;
-}
-
-Reports c_reports()
+Reports c_reports(const Member& member)
 {
     Reports all = reports();
-    std::erase_if(all, [](const auto& report) { return !report.first.starts_with("cblas_"); });
+    std::erase_if(all, [&](const auto& report) { return report.first != member.reported(); });
     return all;
 }
 

@@ -33,10 +33,19 @@ std::size_t bytes(Type type)
 
 } // namespace
 
-void Arguments::add(const std::string& name, Type type, std::size_t elements, bool by_value)
+void Arguments::add(const std::string& name, Type type, std::size_t elements, bool by_value, double start,
+                    double step)
 {
+    Slot slot{type, by_value};
+    as(type, [&](auto element) {
+        slot.memory.resize(elements * sizeof element);
+        for (std::size_t i = 0; i < elements; ++i) {
+            element = static_cast<decltype(element)>(start + step * static_cast<double>(i));
+            std::memcpy(&slot.memory[i * sizeof element], &element, sizeof element);
+        }
+    });
     names_.push_back(name);
-    slots_.push_back({type, by_value, std::vector<unsigned char>(elements * bytes(type))});
+    slots_.push_back(std::move(slot));
 }
 
 bool Arguments::has(const std::string& name) const
@@ -46,9 +55,10 @@ bool Arguments::has(const std::string& name) const
 
 const Arguments::Slot& Arguments::at(const std::string& name) const
 {
-    if (!has(name))
+    const auto found = std::find(names_.begin(), names_.end(), name);
+    if (found == names_.end())
         throw std::out_of_range("no argument " + name);
-    return slots_[static_cast<std::size_t>(std::find(names_.begin(), names_.end(), name) - names_.begin())];
+    return slots_[static_cast<std::size_t>(found - names_.begin())];
 }
 
 std::size_t Arguments::size(const std::string& name) const
@@ -74,11 +84,34 @@ void Arguments::put(const std::string& name, long double value, std::size_t i)
     });
 }
 
+std::vector<double> Arguments::values(const std::string& name) const
+{
+    const Slot& slot = at(name);
+    return as(slot.type, [&](auto element) {
+        std::vector<double> all;
+        for (std::size_t at = 0; at < slot.memory.size(); at += sizeof element) {
+            std::memcpy(&element, &slot.memory[at], sizeof element);
+            all.push_back(static_cast<double>(element));
+        }
+        return all;
+    });
+}
+
+void Arguments::put(const std::string& name, const std::vector<double>& values)
+{
+    Slot& slot = at(name);
+    as(slot.type, [&](auto element) {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            element = static_cast<decltype(element)>(values[i]);
+            std::memcpy(&slot.memory.at(i * sizeof element), &element, sizeof element);
+        }
+    });
+}
+
 void Arguments::assign(const Arguments& other)
 {
     for (const std::string& name : names_)
-        for (std::size_t i = 0; i < size(name); ++i)
-            put(name, other.read(name, i), i);
+        put(name, other.values(name));
 }
 
 const char* Arguments::address(const std::string& name) const

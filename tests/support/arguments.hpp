@@ -14,8 +14,9 @@ class Arguments {
 public:
     static constexpr std::size_t last = ~std::size_t{0};
 
-    /// Elements are 0. Two reals by value are a complex number.
-    void add(const std::string& name, Type type, std::size_t elements, bool by_value);
+    /// Elements are `start` and so on by `step`. Two reals by value are a complex number.
+    void add(const std::string& name, Type type, std::size_t elements, bool by_value, double start = 0,
+             double step = 0);
 
     const std::vector<std::string>& names() const { return names_; }
     bool has(const std::string& name) const;
@@ -28,6 +29,9 @@ public:
         return static_cast<T>(read(name, i));
     }
     void put(const std::string& name, long double value, std::size_t i = last); // holds all types exactly
+    /// All elements at once.
+    std::vector<double> values(const std::string& name) const;
+    void put(const std::string& name, const std::vector<double>& values);
     /// Takes over the values of another call's arguments of the same names.
     void assign(const Arguments& other);
 
