@@ -1,5 +1,6 @@
-// Every test of every check, alone and in the company of others.
+// Every test of every check: alone, against what is published, and in the company of others.
 #include "checks.hpp"
+#include "support/published.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -10,61 +11,128 @@ namespace {
 
 class Checks : public BlasTest {};
 
-bool left_out(const SampleCall& call, const Argument& a)
+std::string signature(const Entry& entry)
 {
-    return a.unless && call.holds(*a.unless);
+    std::string kinds;
+    for (const Argument& a : entry.row->arguments)
+        kinds += a.kind == Kind::character || a.kind == Kind::letters ? 'c'
+                 : a.kind == Kind::value                              ? 'v'
+                 : a.kind == Kind::integer && !entry.row->groups      ? 'i'
+                                                                      : 'p';
+    return kinds;
 }
 
-TEST_F(Checks, BoundsHoldToTheLastUnitForEveryCombinationOfLetters)
+std::string signature(const Published& facts)
 {
-    for (const Entry* e : checked_entries()) {
-        QNM_TRACE_ENTRY(*e);
-        for_each_letters(*e, [&](const SampleCall& good) {
-            ASSERT_EQ(judged(good), 0);
-            for (const Argument* a : testing_order(*e)) {
-                SCOPED_TRACE(a->name);
-                if (a->minimum) {
-                    SampleCall at = good;
-                    EXPECT_EQ(judged(at.set(a->name, at.bound(*a), 0)), 0);
-                }
-                SampleCall bad = good;
-                spoil(bad, *a);
-                EXPECT_EQ(judged(bad), left_out(good, *a) ? 0 : e->row->code(*a));
-            }
+    const std::string arguments = facts.arguments;
+    const bool groups = arguments.find("group_size") != std::string::npos;
+    std::string kinds;
+    for (const Parameter& p : parameters(arguments))
+        kinds += p.by_value                                 ? 'v'
+                 : !p.letters.empty() || p.name == "srname" ? 'c'
+                 : is_integer(p.name) && !groups            ? 'i'
+                                                            : 'p';
+    return kinds;
+}
+
+/// Every letter, every other character, and the code of what is no letter.
+void expect_letters(const Entry& entry, const Argument& a, const Parameter& p)
+{
+    SampleCall call(entry);
+    for (int c = 1; c < 128; ++c) {
+        core().clear();
+        const bool good = p.letters.find(static_cast<char>(std::toupper(c))) != std::string::npos;
+        call.choose(a.name, static_cast<char>(c)).settle();
+        EXPECT_EQ(call.run_check().int32(), good ? 0 : 1) << static_cast<char>(c);
+    }
+    EXPECT_EQ(judged(call.choose(a.name, static_cast<char>(std::tolower(a.letters.back()))).settle()), 0);
+    EXPECT_EQ(judged(call.choose(a.name, 'X')), p.code);
+}
+
+/// The last good value and the first bad one of an integer, for the letters and sizes of a call.
+void expect_bound(const SampleCall& good, const Published& facts, const Argument& a, const Parameter& p)
+{
+    const std::vector<Parameter> all = parameters(facts.arguments);
+    const auto argument = [&](const std::string& name) -> const Argument& {
+        const auto found =
+            std::find_if(all.begin(), all.end(), [&](const auto& q) { return q.name == name; });
+        return good.row().arguments.at(static_cast<std::size_t>(found - all.begin()));
+    };
+    const auto letter = [&](const std::string& option) { return good.letter(argument(option)); };
+    const auto with = [&](std::int64_t value) { return judged(SampleCall(good).set(a.name, value, 0)); };
+    if (!p.tested) {
+        for (const int value : {-1'000'000, -1, 0, 1})
+            EXPECT_NE(with(value), p.code) << value;
+        return;
+    }
+    if (p.name.starts_with("inc")) {
+        EXPECT_EQ(with(0), p.code);
+        return;
+    }
+    const std::int64_t bound = least(
+        facts.bounds, p.name, [&](const std::string& name) { return good.integer(argument(name)); },
+        [&](const std::string& option) {
+            return std::string("NOLA").find(letter(option)) != std::string::npos;
         });
-    }
+    const std::string option = "trans" + p.name.substr(std::min<std::size_t>(2, p.name.size()));
+    const bool packed = (p.name == "lda" || p.name == "ldb") && option_of(option) != nullptr &&
+                        std::string(facts.arguments).find(option) != std::string::npos &&
+                        letter(option) == 'P';
+    EXPECT_EQ(with(bound), 0);
+    EXPECT_EQ(with(bound - 1), packed ? 0 : p.code);
 }
 
-TEST_F(Checks, ZeroSizesPassWithLeadingDimensionsOfOne)
+TEST_F(Checks, AreThePublishedOnes)
 {
-    for (const Entry* e : checked_entries()) {
-        QNM_TRACE_ENTRY(*e);
-        SampleCall call(*e);
-        for (const Argument& a : e->row->arguments)
-            if (a.minimum && a.name != "group_count")
-                call.set(a.name, std::max<std::int64_t>(0, call.bound(a)));
-        EXPECT_EQ(judged(call), 0);
-    }
-}
-
-TEST_F(Checks, LettersPassInEitherCaseAndNoOtherCharacterDoes)
-{
-    for (const Entry* e : checked_entries())
-        for (const Argument& a : e->row->arguments) {
-            if (a.letters.empty())
-                continue;
-            QNM_TRACE_ENTRY(*e);
-            SampleCall call(*e);
-            for (int c = 1; c < 128; ++c) {
-                core().clear();
-                const char upper = static_cast<char>(std::toupper(c));
-                const bool good = a.letters.find(upper) != std::string::npos;
-                call.choose(a.name, static_cast<char>(c)).settle();
-                EXPECT_EQ(call.run_check().int32(), good ? 0 : 1) << a.name << ' ' << static_cast<char>(c);
+    std::set<std::string> all;
+    std::size_t checked = 0;
+    const std::map<std::string, Class> classes{{"checked", Class::checked},
+                                               {"unchecked", Class::unchecked},
+                                               {"registered", Class::registered},
+                                               {"scratch", Class::scratch},
+                                               {"bare", Class::bare}};
+    for (const Published& facts : published())
+        for (const auto& member : expand(facts.members))
+            for (const char* width : {"", "_64"}) {
+                const std::string name = catalogue::to_upper(member.first) + width;
+                if (name.ends_with("_DIRECT_64"))
+                    continue; // these have no wide member
+                SCOPED_TRACE(name);
+                EXPECT_TRUE(all.insert(name).second);
+                const Entry& e = entry(name);
+                ASSERT_EQ(signature(e), signature(facts));
+                EXPECT_EQ(e.row->entry_class, classes.at(facts.entry_class));
+                if (e.row->entry_class != Class::checked)
+                    continue;
+                ++checked;
+                const std::vector<Parameter> told = parameters(facts.arguments);
+                const auto each = [&](auto visit) {
+                    for (std::size_t i = 0; i < told.size(); ++i) {
+                        SCOPED_TRACE(told[i].name);
+                        visit(e.row->arguments[i], told[i]);
+                    }
+                };
+                each([&](const Argument& a, const Parameter& p) {
+                    if (!p.letters.empty())
+                        expect_letters(e, a, p);
+                });
+                for_each_letters(e, [&](const SampleCall& good) {
+                    SampleCall empty = good;
+                    each([&](const Argument& a, const Parameter& p) {
+                        if (is_integer(p.name) && p.name.size() <= 2 && p.name != "ld" && p.tested)
+                            empty.set(a.name, 0);
+                    });
+                    each([&](const Argument& a, const Parameter& p) {
+                        for (const SampleCall* call : {&good, static_cast<const SampleCall*>(&empty)})
+                            if (is_integer(p.name))
+                                expect_bound(*call, facts, a, p);
+                    });
+                });
             }
-            call.choose(a.name, static_cast<char>(std::tolower(a.letters.back()))).settle();
-            EXPECT_EQ(judged(call), 0) << a.name;
-        }
+    EXPECT_EQ(checked, 420U);
+    EXPECT_EQ(checked_entries().size(), 420U);
+    for (const Entry& e : entries())
+        EXPECT_TRUE(all.contains(e.name())) << e.name();
 }
 
 TEST_F(Checks, OfTwoBadArgumentsTheOneTestedFirstIsReported)
