@@ -59,22 +59,6 @@ TEST_F(Passing, EveryEntryCallsItsCoreFunctionOnceAndNothingElse)
     }
 }
 
-TEST_F(Passing, ATracedCallReachesTheCoreAlike)
-{
-    core().mode(1);
-    for (const Entry& e : entries()) {
-        QNM_TRACE_ENTRY(e);
-        const SampleCall call(e);
-        core().clear();
-        call.run();
-        const auto noted = core().calls(kernel(call));
-        EXPECT_EQ(noted.size(), 1U);
-        if (!noted.empty()) {
-            expect_core_call(noted[0], call, kernel(call));
-        }
-    }
-}
-
 TEST_F(Passing, WhatTheCoreWritesIntoACopyStaysThere)
 {
     for (const int mode : {0, 1})
@@ -86,6 +70,7 @@ TEST_F(Passing, WhatTheCoreWritesIntoACopyStaysThere)
             int written = 0;
             core().mode(mode);
             core().answers(kernel(call)).calling([&](Call& noted, Answer&) {
+                expect_core_call(noted, call, kernel(call)); // traced or not
                 std::size_t next = e.row->result.kind == catalogue::ResultKind::hidden ? 1 : 0;
                 for (const Argument& a : e.row->arguments) {
                     if (a.kind == Kind::integer && !a.kept) {
@@ -145,24 +130,6 @@ TEST_F(Passing, DgemmLiterally)
     const std::pair<std::size_t, int> integers[] = {{2, 2}, {3, 0}, {4, 4}, {7, 4}, {9, 5}, {12, 6}};
     for (const auto& [word, value] : integers)
         EXPECT_EQ(call.behind(word), value) << word;
-}
-
-TEST_F(Passing, AGroupBatchOfNoGroupsGoesToTheCoreUnread)
-{
-    const std::int64_t none = 0; // in either width
-    for (const auto& [name, flag] : {std::pair{"DGEMM_BATCH", 1}, std::pair{"DGEMM_BATCH_64", 0}}) {
-        SCOPED_TRACE(name);
-        core().clear();
-        std::vector<support::Word> words(15, nullptr);
-        words[13] = &none;
-        support::call_words(layer()[name], words);
-        const Call& call = core().calls().back();
-        EXPECT_EQ(call.name, "qnm_blas_dgemm_batch");
-        EXPECT_EQ(call.pointer<const void>(13), &none);
-        EXPECT_EQ(call.int32(15), flag);
-        EXPECT_EQ(call.word(16), 1U);
-        EXPECT_EQ(call.word(17), 1U);
-    }
 }
 
 } // namespace

@@ -249,7 +249,7 @@ TEST(Numbers, GroupBatchesComeToWhatSingleCallsMake)
             else if (name == "m" || name == "n" || name == "k")
                 batch.set(name, batch.get(name) - 1, 1);
             else if (name.starts_with("inc"))
-                batch.set(name, -1, 1);
+                batch.set(name, -2, 1);
             for (std::size_t i = 0; is_scalar(name) && i < batch.size(name); ++i)
                 batch.put(name, integer(1, 3), i);
         }

@@ -19,6 +19,7 @@ struct Published {
     /// `lda=trans?m:k`: at least 1 and m, if the letter is the first of its kind, else k. `lda>k`: above k.
     const char* bounds = "";
     const char* entry_class = "checked";
+    const char* result = ""; // `real`, `int`, `size` (or an address); `hidden`: behind a pointer in front
 };
 const std::vector<Published>& published();
 
