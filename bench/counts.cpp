@@ -21,12 +21,14 @@ Counts read_counts(std::istream& file, const Section& linkage_table)
 {
     static const char part_line[] = "desc: Trigger: Client Request: ";
     Counts counts;
-    std::string line, object, part;
+    std::string line, object, function, part;
     while (std::getline(file, line)) {
         if (starts(line, "desc: Trigger: "))
             part = starts(line, part_line) ? behind(line, part_line) : "";
         else if (starts(line, "ob="))
             object = behind(line, "ob=");
+        else if (starts(line, "fn="))
+            function = behind(line, "fn=");
         else if (starts(line, "calls="))
             std::getline(file, line); // what the callee took, counted there
         else if (starts(line, "0x") && !part.empty()) {
@@ -34,6 +36,8 @@ Counts read_counts(std::istream& file, const Section& linkage_table)
             std::istringstream(line) >> std::hex >> address >> std::dec >> source_line >> instructions;
             Count& count = counts[part];
             const double per_call = static_cast<double>(instructions) / counted_calls;
+            if (starts(function, "_dl_tlsdesc")) // where the core finds a thread's memory
+                continue;
             if (object.find("/ld-linux") != std::string::npos)
                 count.binding += per_call;
             else if (object.find("libqnm_orvan_lp64") != std::string::npos)
