@@ -123,6 +123,8 @@ TEST_F(Generator, RefusesWhatItDoesNotKnow)
 {
     for (const auto& [words, status, said] :
          {std::tuple{"--explain dgemmm " + all_tables, 1, "generate: no row exports the name dgemmm\n"},
+          {"--explain LAPACKE_ilaver_work " + all_tables, 1,
+           "generate: no row exports the name LAPACKE_ilaver_work\n"},
           {"--explain", 2, "usage: generate"},
           {"poetry level1.tab /dev/null " + all_tables, 2, "usage: generate"},
           {"entries level1.tab /dev/null /nonexistent/level1.tab", 1,

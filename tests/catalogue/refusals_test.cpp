@@ -188,6 +188,8 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         geqrf s : q when m > 0 => 'q': expected an argument of geqrf;
         geqrf s : a when k > 0 => 'k': expected an argument of geqrf, a name of 'where', row_major or one
             letter;
+        geqrf s : a when row_major is N => 'row_major': expected an argument of geqrf;
+        geqrf s : adds R stat[k] from work => 'k': expected an argument of geqrf, a name of ...;
         geqrf s : order a q => 'q': expected an argument of geqrf;
         geqrf s : refuses q when m > 0 => 'q': expected an argument of geqrf;
         geqrf s turned(q n) => 'q': expected an argument of geqrf;

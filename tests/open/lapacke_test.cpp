@@ -97,6 +97,15 @@ TEST(Lapacke, FindsWilkinsonsEigenvalues)
     EXPECT_NEAR(d[6] - d[5], 0.03, 0.01);
 }
 
+TEST(Lapacke, ExchangesRowsBelowTheLastOneNamed)
+{
+    // Nobody is told how many rows there are: row 2 changes places with row 4, behind a step of two pivots.
+    Numbers a{1, 10, -1, 2, 20, -1, 3, 30, -1, 4, 40, -1};
+    const int pivots[] = {3, -7, 4};
+    ASSERT_EQ(LAPACKE_dlaswp(LAPACK_ROW_MAJOR, 2, a.data(), 3, 1, 2, pivots, 2), 0);
+    EXPECT_EQ(a, (Numbers{3, 30, -1, 4, 40, -1, 1, 10, -1, 2, 20, -1}));
+}
+
 TEST(Lapacke, NormsOfEachLayout)
 {
     // By columns, the same array is the transpose. Not square, so that rows and columns are told apart.

@@ -27,6 +27,8 @@ std::vector<ExpressionPtr> expressions(const LapackeRow& c)
     }
     for (const Definition& d : c.definitions)
         all.push_back(d.value);
+    for (const Addition& addition : c.additions)
+        all.push_back(addition.count);
     return all;
 }
 
@@ -58,11 +60,14 @@ void check_lapacke_names(const Lexer& lexer, const LapackeRow& c, const Row& row
         for (const Definition& d : *definitions)
             known.insert(d.name);
     const auto check = [&](const Expression& e) {
+        if ((e.kind != EKind::name && e.kind != EKind::letter) || row.find(e.text) != nullptr)
+            return;
+        const std::string found = "'" + e.text + "'", argument = "an argument of " + row.root;
         const bool letter = e.text.size() == 1 && e.text[0] >= 'A' && e.text[0] <= 'Z';
-        if ((e.kind == EKind::name || e.kind == EKind::letter) && row.find(e.text) == nullptr &&
-            known.count(e.text) == 0 && !letter)
-            lexer.fail_at(c.line, "'" + e.text + "'",
-                          "an argument of " + row.root + ", a name of 'where', row_major or one letter");
+        if (e.kind == EKind::letter)
+            lexer.fail_at(c.line, found, argument);
+        if (known.count(e.text) == 0 && !letter)
+            lexer.fail_at(c.line, found, argument + ", a name of 'where', row_major or one letter");
     };
     for (const ExpressionPtr& e : expressions(c))
         if (e)

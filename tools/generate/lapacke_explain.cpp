@@ -61,7 +61,8 @@ std::string lapacke_explanation(const Catalogue& tables, const std::string& name
         for (const Precision& precision : plan.precisions)
             for (const Width width : {Width::narrow, Width::wide})
                 for (const bool high : {true, false}) {
-                    if (name != lapacke_name(*plan.row, precision, width, high))
+                    const bool exported = high || plan.c->shape != LapackeShape::one_level;
+                    if (!exported || name != lapacke_name(*plan.row, precision, width, high))
                         continue;
                     std::string text = name + "\n  row       " + plan.c->where() + ", on " +
                                        plan.row->where() + "\n  template  src/lapacke/" +
