@@ -1,5 +1,7 @@
 #include "support/sample_call.hpp"
 
+#include "support/tables.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -39,14 +41,7 @@ const support::Library& layer()
 
 const catalogue::Catalogue& tables()
 {
-    static const auto read = [] {
-        std::vector<std::string> paths;
-        std::istringstream list(QNM_TABLES);
-        for (std::string path; std::getline(list, path, ':');)
-            paths.push_back(path);
-        return catalogue::read_tables(paths);
-    }();
-    return read;
+    return support::tables();
 }
 
 const std::vector<Entry>& entries()

@@ -1,7 +1,8 @@
 #include "copy_call.hpp"
 
+#include "support/tables.hpp"
+
 #include <array>
-#include <sstream>
 
 namespace qnm::tests {
 
@@ -9,14 +10,7 @@ using support::Type;
 
 const std::vector<Entry>& members()
 {
-    static const catalogue::Catalogue tables = [] {
-        std::vector<std::string> paths;
-        std::istringstream in(QNM_TABLES);
-        for (std::string path; std::getline(in, path, ':');)
-            paths.push_back(path);
-        return catalogue::read_tables(paths);
-    }();
-    static const std::vector<Entry> all = tables.entries();
+    static const std::vector<Entry> all = support::tables().entries();
     return all;
 }
 
