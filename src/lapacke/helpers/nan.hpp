@@ -50,6 +50,7 @@ public:
     bool nan() const
     {
         Vector all = sum_[0];
+#pragma GCC unroll 8 // so that all sums stay in registers
         for (core_int k = 1; k < sums; ++k)
             all += sum_[k];
         R sum = rest_;
