@@ -205,6 +205,8 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         geqrf s : adds q x => 'q': ...;
         geqrf s : stops => end of the row: ...;
         geqrf s turned => end of the row: ...;
+        geqrf s turned(m n) => 'work': expected 'turned' and the size that the turned routine needs;
+        geqrf s : work turned n => 'work': expected 'turned' for workspaces of turned routines alone;
         geqrf s : a not => end of the row: ...;
         geqrf s : order : a => ':': ...;)");
 }

@@ -106,6 +106,14 @@ TEST(Lapacke, ExchangesRowsBelowTheLastOneNamed)
     EXPECT_EQ(a, (Numbers{3, 30, -1, 4, 40, -1, 1, 10, -1, 2, 20, -1}));
 }
 
+TEST(Lapacke, CopiesATriangleAndNothingBeside)
+{
+    const Numbers a{1, 2, 3, 4, 5, 6};
+    std::vector<lapack_complex_double> b(8, 9.0);
+    ASSERT_EQ(LAPACKE_zlacp2(LAPACK_ROW_MAJOR, 'L', 2, 3, a.data(), 3, b.data(), 4), 0);
+    EXPECT_EQ(b, (std::vector<lapack_complex_double>{1, 9, 9, 9, 4, 5, 9, 9}));
+}
+
 TEST(Lapacke, NormsOfEachLayout)
 {
     // By columns, the same array is the transpose. Not square, so that rows and columns are told apart.

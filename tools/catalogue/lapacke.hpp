@@ -51,6 +51,7 @@ struct LapackeFacts {
     bool unchecked = false;
     ExpressionPtr room;
     ExpressionPtr room_when;
+    ExpressionPtr turned; // of a workspace: what a turned routine takes at the work level
     bool asked = false;
     ExpressionPtr given;
     bool kept = false;

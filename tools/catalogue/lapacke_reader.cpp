@@ -98,6 +98,7 @@ const std::map<std::string, Fact> facts{
     {"checked", read_checked},
     {"unchecked", [](Lexer&, LapackeFacts& f) { f.unchecked = true; }},
     {"room", read_room},
+    {"turned", [](Lexer& lexer, LapackeFacts& f) { f.turned = parse_expression(lexer); }},
     {"asked",
      [](Lexer& lexer, LapackeFacts& f) {
          f.asked = true;

@@ -57,11 +57,7 @@ private:
 /// Expressions of a member, formed in 64 bits. The high level knows the numbers that it gives.
 class LapackeText final : public SizeText {
 public:
-    /// `exchanged` are sizes that change places.
-    LapackeText(const LapackeMember& member, bool high, Places exchanged = {})
-        : member_(member), high_(high), exchanged_(std::move(exchanged))
-    {
-    }
+    LapackeText(const LapackeMember& member, bool high) : member_(member), high_(high) {}
 
     /// An option of a form as its helpers take it.
     std::string option(const catalogue::Form& form, std::size_t i) const;
@@ -79,7 +75,6 @@ private:
 
     const LapackeMember& member_;
     bool high_;
-    Places exchanged_;
 };
 
 /// The two levels.

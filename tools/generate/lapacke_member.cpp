@@ -75,8 +75,6 @@ std::string LapackeText::name(const std::string& name) const
 {
     if (name == "row_major")
         return "(matrix_layout == row_major)";
-    if (const auto exchanged = exchanged_.find(name); exchanged != exchanged_.end())
-        return "core_int{" + exchanged->second + "}";
     if (const LapackeArgument* a = member_.plan().find(name)) {
         if (high_ && a->facts.given)
             return text(*a->facts.given);

@@ -181,20 +181,16 @@ private:
 
     std::string turned() const
     {
-        Places exchanged;
-        for (const auto& [a, b] : plan_.c->exchanged) {
-            exchanged[a] = b;
-            exchanged[b] = a;
-        }
         Places places;
-        for (const auto& [a, b] : exchanged)
+        for (const auto& [a, b] : plan_.c->exchanged) {
             places[a] = "&" + b;
-        const LapackeText text(m_, false, exchanged);
+            places[b] = "&" + a;
+        }
         std::string length = "0";
         std::string element = "char";
         for (const LapackeArgument& a : plan_.arguments)
             if (a.role == Role::workspace) {
-                length = text.text(*a.room);
+                length = text_.text(*a.facts.turned);
                 element = m_.element(a);
                 places[a.argument->name] = "own_work";
             }
