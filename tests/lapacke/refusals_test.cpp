@@ -37,8 +37,13 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             if (a->role != Role::leading)
                 continue;
             CCall one_short = valid;
+            const LapackeArgument& matrix = arguments[static_cast<std::size_t>(a->matrix)];
+            if (valid.is_copied(matrix) && !matrix.argument->extents.empty()) {
+                EXPECT_GE(valid.value(*a->bound), valid.published(matrix).second) << a->argument->name;
+            }
             for (CCall* call : {&one_short, &all_short}) {
                 call->set(a->argument->name, valid.value(*a->bound) - 1);
+                call->fill();
                 Routine routine(*call);
                 core().clear();
                 EXPECT_EQ(call->run(), -a->position) << a->argument->name;
