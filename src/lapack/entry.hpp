@@ -24,6 +24,8 @@ inline constexpr bool is_query = false;
 template <class H>
 inline constexpr bool is_query<Query<H>> = true;
 template <class H>
+inline constexpr bool is_query<Answer<H>> = true;
+template <class H>
 inline constexpr bool is_query<OwnQuery<H>> = true;
 template <class A>
 inline constexpr bool is_array = requires(A a)

@@ -95,6 +95,8 @@ struct Seat<Answer<H>> : Seat<Out<H>> {
     QNM_INLINE Seat(Answer<H> a, Ground<Answer<H>>&& ground)
         : Seat<Out<H>>(Out<H>{a.caller}, std::move(ground))
     {
+        if (a.asked)
+            *this->wide = -1;
     }
     QNM_INLINE void bring_back()
     {

@@ -106,6 +106,7 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         axpy s checked int n => no test: expected tests in rows of class checked, check or matcopy, and only
             there;
         axpy s matcopy int n => no test: expected tests in rows ...;
+        axpy s check int n >= 0 => 'check': expected a family with 'check once', or an entry;
         axpy s checked int n != 1 => '1': expected '0';
         axpy s checked T x[] >= 1 => '>=': expected ',', '->', ...;
         axpy s checked int n >= 0, char trans in ntc => 'in': expected ',', '->', ...;

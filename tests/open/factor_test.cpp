@@ -73,6 +73,28 @@ TYPED_TEST(Factors, WithoutPivots)
     expect_near(product(f, this->matrix), identity<T>(n));
 }
 
+TYPED_TEST(Factors, OfADominantTridiagonalMatrix)
+{
+    using T = TypeParam;
+    constexpr core_int n = 6, nrhs = 3;
+    Matrix<T> a = dominant<T>(n), b(n, nrhs);
+    const Matrix<T> x = b;
+    std::vector<T> d, dl, du;
+    for (core_int j = 0; j < n; ++j)
+        for (core_int i = 0; i < n; ++i)
+            if (i >= j - 1 && i <= j + 1)
+                (i == j ? d : i > j ? dl : du).push_back(a(i, j));
+            else
+                a(i, j) = 0;
+    b = product(a, x);
+    lapack(this->l + "dtsvb", n, nrhs, dl, d, du, b, &this->status);
+    EXPECT_EQ(this->status, 0);
+    expect_near(b, x, n);
+    d[1] = dl[0] = 0;
+    lapack(this->l + "dtsvb", n, nrhs, dl, d, du, b, &this->status);
+    EXPECT_EQ(this->status, 2);
+}
+
 TYPED_TEST(Factors, ZeroPivotAndBadArguments)
 {
     using T = TypeParam;

@@ -84,8 +84,10 @@ void Catalogue::read_family(Lexer& lexer)
     } else if (lexer.accept("core")) {
         family.core = lexer.identifier("the pattern of core names");
     }
-    if (lexer.accept("check"))
+    if (lexer.accept("check")) {
+        family.one_check = lexer.accept("once");
         family.check = lexer.identifier("the pattern of check names");
+    }
     for (const auto& [word, width] : {std::pair{"narrow", Width::narrow}, std::pair{"wide", Width::wide}}) {
         lexer.expect(word);
         while (!lexer.at_end() && lexer.peek().text != "wide")
@@ -177,11 +179,12 @@ std::vector<Entry> Catalogue::entries(const Row& row)
 std::vector<Entry> Catalogue::checks(const Row& row)
 {
     std::vector<Entry> all;
-    if (row.entry_class == Class::checked || row.entry_class == Class::matcopy)
+    if (!row.has_check())
+        return {};
+    if (!row.family->one_check)
         return entries(row);
-    if (row.entry_class == Class::check)
-        for (const Precision& precision : row.precisions)
-            all.push_back({&row, precision, Width::wide});
+    for (const Precision& precision : row.precisions)
+        all.push_back({&row, precision, Width::wide});
     return all;
 }
 

@@ -25,7 +25,7 @@ public:
     const std::vector<LapackePlan>& lapacke_plans() const { return lapacke_plans_; }
     /// All entries of a row, narrow before wide, letters in the row's order. A row of class check has none.
     static std::vector<Entry> entries(const Row& row);
-    /// The exported checks of a row; a check without an entry exists once and reads 64-bit integers.
+    /// The exported checks of a row; some families have each once, for 64-bit integers.
     static std::vector<Entry> checks(const Row& row);
     std::vector<Entry> entries() const;
 

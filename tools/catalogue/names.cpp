@@ -104,7 +104,7 @@ std::string Entry::small_core() const
 std::string Entry::check() const
 {
     return spell(row->family->check, to_lower(with_prefix(row->root, precision.prefix))) +
-           (width == Width::wide && row->entry_class != Class::check ? "_ilp64" : "");
+           (width == Width::wide && !row->family->one_check ? "_ilp64" : "");
 }
 
 std::vector<std::string> Entry::spellings() const

@@ -90,10 +90,11 @@ struct Head {
 /// The naming of one family; NAME and name stand for the entry in upper and lower case.
 struct Family {
     std::string name;
-    std::string frame; // the folder and namespace of its templates
-    std::string core;  // name of the core function
-    std::string check; // name of the check function
-    std::string calls; // of a C interface: the family whose entries it calls
+    std::string frame;      // the folder and namespace of its templates
+    std::string core;       // name of the core function
+    std::string check;      // name of the check function
+    bool one_check = false; // it exists once and reads 64-bit integers
+    std::string calls;      // of a C interface: the family whose entries it calls
     std::map<Width, std::vector<std::string>> spellings;
 };
 

@@ -140,6 +140,8 @@ void check_row(const Lexer& lexer, const Row& row)
     if (any_test != row.has_check())
         refuse(any_test ? "a test" : "no test",
                "tests in rows of class checked, check or matcopy, and only there");
+    if (row.entry_class == Class::check && !row.family->one_check)
+        refuse("'check'", "a family with 'check once', or an entry");
     for (const std::string& name : row.tested_last)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
             refuse("'" + name + "'", "a tested argument behind 'tested last'");
