@@ -203,6 +203,7 @@ void CCall::choose_sizes(std::mt19937& chance, bool empty)
         {least, "rows k2"},
         {least - 1, "k p cols"},
         {5, "mb"},
+        {7, "ltb"},
         {3, "nru"},
         {60, "tsize ldwork"},
         {0, "nfxd"},

@@ -51,6 +51,27 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
     });
 }
 
+TEST_F(Refusals, OfTheirOwnTellTheArgument)
+{
+    const std::string columns = "side=L storev=C m=3 n=9 k=4", rows = "side=R storev=R m=9 n=3 k=4";
+    const std::tuple<const char*, std::string, int> facts[] = {
+        {"LAPACKE_dlarfb", columns, 8},
+        {"LAPACKE_dlarfb", rows, 8},
+        {"LAPACKE_zlarfb_work", columns, 8},
+        {"LAPACKE_dtpmqrt_work", "side=X m=3 n=4 k=2", 2},
+    };
+    for (const auto& [name, given, position] : facts) {
+        CCall call(member(name), row_major, chance);
+        call.give(given);
+        call.lay_out();
+        Routine routine(call);
+        core().clear();
+        EXPECT_EQ(call.run(), -position) << name;
+        EXPECT_EQ(printed(), wrong(position, name));
+        EXPECT_EQ(routine.runs, 0);
+    }
+}
+
 TEST_F(Refusals, OfANanTellTheArraySilently)
 {
     for_all(both, 4, [&](const Member& m, int layout) {
@@ -82,6 +103,9 @@ TEST_F(Refusals, OfANanAreMadeOfWhatIsReadAloneAndCanBeSwitchedOff)
             for (const LapackeArgument* a : call.reals())
                 if (!on || (m.high && a->checks.empty()))
                     call.put_nans(*a, 0, 20, true);
+                else if (a->form.is_vector() && a->argument->extents.size() == 1) // and behind its end
+                    call.put_nans(*a, std::max<std::int64_t>(call.value(*a->argument->extents[0]), 0), 3,
+                                  true);
             Routine routine(call);
             call.run();
             EXPECT_EQ(routine.runs, 1);

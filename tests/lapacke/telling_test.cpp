@@ -53,6 +53,9 @@ const Fact facts[] = {
     {"ctpqrt", "m=5 n=4 l=2 nb=2", {6, 8}, {7, 9, 11}, "a b", "a b t", {64, 128, 160, 64}},
     {"dgesvj", "joba=G jobu=U jobv=A m=5 n=4 mv=3", {7, 11}, {8, 12}, "a v work", "a v", {72, 160, 96}},
     {"dgejsv", "joba=C jobu=U jobv=V m=5 n=4", {10}, {11, 14, 16}, "a", "u v", {68, 448, 160, 160, 128}},
+    {"sgejsv", "joba=E jobu=N jobv=V m=5 n=4", {10}, {11, 14, 16}, "a", "v", {68, 68, 80, 64}},
+    {"cgejsv", "joba=C jobu=U jobv=J m=5 n=4", {10}, {11, 14, 16}, "a", "u v", {256, 52, 56, 160, 160, 128}},
+    {"zgejsv", "joba=C jobu=U jobv=N m=9 n=2", {10}, {11, 14, 16}, "a", "u", {176, 52, 160, 288, 288}},
     // In place, as the same operation on the transpose.
     {"dlantr", "norm=1 uplo=U diag=N m=5 n=4", {7}, {8}, "", "", {40}},
     {"dlacpy", "uplo=U m=5 n=4", {5}, {6, 8}, "", "", {}},

@@ -95,7 +95,9 @@ private:
         for (const LapackeArgument& a : plan_.arguments)
             if (a.role == Role::leading && &matrix_of(a) == &matrix)
                 return joined({a.argument->name, std::to_string(a.position), text_.size(*a.bound)});
-        return matrix.form.is_packed() ? "0, 0, 0" : text_.size(*matrix.form.columns()) + ", 0, 0";
+        return matrix.form.is_packed()
+                   ? "0, 0, 0"
+                   : m_.narrowed("room(" + text_.text(*matrix.form.columns()) + ")") + ", 0, 0";
     }
 
     /// Type and value of the form in which a matrix comes back.
