@@ -36,8 +36,14 @@ void getrinp(std::string_view name, const core_int* n, T* a, const core_int* lda
         return refuse(name, 1, info);
     if (*lda < std::max<core_int>(1, *n))
         return refuse(name, 3, info);
-    if (*lwork != -1 && *lwork < std::max<core_int>(1, *n))
+    if (*lwork != -1 && *lwork < *n)
         return refuse(name, 5, info);
+    if (*n == 0) { // the engine refuses the size that it tells for it
+        if (*lwork != 0)
+            *work = 1;
+        *info = 0;
+        return;
+    }
     Scratch<core_int> pivots(name, *n);
     *info = pivots ? invert(*n, a, *lda, pivots.get(), work, *lwork) : -memory_failure;
 }

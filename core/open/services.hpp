@@ -3,6 +3,7 @@
 
 #include "core.hpp"
 
+#include <clocale>
 #include <string_view>
 #include <utility>
 
@@ -23,6 +24,24 @@ inline void report(std::string_view routine, int info)
 
 // One message, one write: lines of several threads never mix.
 [[gnu::format(printf, 2, 3)]] void print_to(int fd, const char* format, ...);
+
+// What the calling thread formats meanwhile has the numbers of C, whatever the program's locale: they are
+// read by others.
+class NumbersOfC {
+public:
+    NumbersOfC()
+    {
+        static const locale_t c =
+            newlocale(LC_ALL_MASK, "C", nullptr); // if there is none, all stays as it is
+        before_ = uselocale(c);
+    }
+    ~NumbersOfC() { uselocale(before_); }
+    NumbersOfC(const NumbersOfC&) = delete;
+    NumbersOfC& operator=(const NumbersOfC&) = delete;
+
+private:
+    locale_t before_;
+};
 
 // Room for `count` elements, released on every path. A failed one is reported under the routine's name.
 template <class T>

@@ -194,5 +194,124 @@ TYPED_TEST(Selections, AreNotReadForAQuery)
     EXPECT_GE(std::real(this->one_element), 2 * this->n);
 }
 
+// ---- what the engine does wrong, seen through the core
+
+template <class T>
+class Mended : public testing::Test {
+protected:
+    const std::string l = letter<T>(), orthogonal = l + (is_complex<T> ? "un" : "or");
+    const core_int one = 1;
+    core_int info = -99;
+
+    // An array's end, and what must stay as it is behind it.
+    static std::vector<T> guarded(core_int n)
+    {
+        return std::vector<T>(static_cast<std::size_t>(n + 40), T(7));
+    }
+    static void expect_guard(const std::vector<T>& array)
+    {
+        EXPECT_EQ(std::count(array.end() - 40, array.end(), T(7)), 40);
+    }
+};
+TYPED_TEST_SUITE(Mended, Types);
+
+TYPED_TEST(Mended, TriangularSystemsTakeLettersOfEitherCase)
+{
+    Matrix<TypeParam> a(3, 3), b(3, 2);
+    for (core_int i = 0; i < a.rows; ++i)
+        a(i, i) = TypeParam(4);
+    for (const std::string upper : {"UNN", "UTU", "LCN"}) {
+        std::string lower = upper;
+        for (char& c : lower)
+            c = static_cast<char>(std::tolower(c));
+        Matrix<TypeParam> x[] = {b, b};
+        for (int k : {0, 1}) {
+            const std::string& letters = k == 0 ? upper : lower;
+            lapack(this->l + "trtrs", letters[0], letters[1], letters[2], a.rows, b.columns, a, x[k],
+                   &this->info);
+            ASSERT_EQ(this->info, 0) << letters;
+        }
+        EXPECT_EQ(x[0].data, x[1].data) << lower;
+    }
+}
+
+TYPED_TEST(Mended, SizesOfZero)
+{
+    using T = TypeParam;
+    Matrix<T> a(3, 3), factors = a;
+    const Matrix<T> b(3, 1);
+    std::vector<core_int> pivots[] = {{0, 0, 0}, {0, 0, 0}};
+    const core_int none = 0, query = -1;
+    lapack(this->l + "gesv", a.rows, none, a, pivots[0], b, &this->info);
+    lapack(this->l + "getrf", a.rows, a.rows, factors, pivots[1], &this->info);
+    EXPECT_EQ(a.data, factors.data);
+    EXPECT_EQ(pivots[0], pivots[1]);
+
+    T size{};
+    lapack("qnm_" + this->l + "getrinp", none, &size, this->one, &size, query, &this->info);
+    EXPECT_EQ(size, T(1));
+    lapack("qnm_" + this->l + "getrinp", none, &size, this->one, &size, none, &this->info);
+    EXPECT_EQ(this->info, 0);
+}
+
+// H C is the conjugate transpose of C^H H^H, which the engine has right. All numbers are whole and small.
+TYPED_TEST(Mended, ReflectorsInRowsKeepToTheirWorkspace)
+{
+    using T = TypeParam;
+    const core_int m = 5, n = 4, k = 3, trapeze = 2;
+    const Matrix<T> v(k, m), t(k, k);
+    Matrix<T> a(k, n), b(m, n), a_turned(n, k), b_turned(n, m);
+    a_turned.take('C', a);
+    b_turned.take('C', b);
+    std::vector<T> work = this->guarded(k * n);
+    const std::string name = this->l + "tprfb", turned = is_complex<T> ? "C" : "T";
+    lapack(name, 'L', 'N', 'F', 'R', m, n, k, trapeze, v, t, a, b, work, k);
+    this->expect_guard(work);
+    lapack(name, 'R', turned[0], 'F', 'R', n, m, k, trapeze, v, t, a_turned, b_turned, work, n);
+    for (core_int j = 0; j < n; ++j) {
+        for (core_int i = 0; i < k; ++i)
+            EXPECT_EQ(a(i, j), conjugate(a_turned(j, i)));
+        for (core_int i = 0; i < m; ++i)
+            EXPECT_EQ(b(i, j), conjugate(b_turned(j, i)));
+    }
+}
+
+// With equal leading dimensions, and with NB that is N, the engine is right.
+TYPED_TEST(Mended, DecompositionsKeepToTheirArrays)
+{
+    using T = TypeParam;
+    const core_int m = 5, p = 3, q = 3, lwork = 60;
+    Matrix<T> top[] = {Matrix<T>(p, q), {p, q}},
+              bottom[] = {Matrix<T>(m - p, q, p + 3 - (m - p)), {m - p, q, 0}};
+    top[1].data = top[0].data;
+    bottom[1].take('N', bottom[0]);
+    bottom[1].data.resize(static_cast<std::size_t>((m - p) * q));
+    const std::vector<T> before = bottom[0].data;
+    bottom[1].data.resize(40 + bottom[1].data.size(), T(7));
+    std::vector<real_t<T>> angles[] = {std::vector<real_t<T>>(6), std::vector<real_t<T>>(6)};
+    for (int i : {0, 1}) {
+        lapack(this->orthogonal + "bdb3", m, p, q, top[i], bottom[i], angles[i].data(), angles[i].data() + 3,
+               this->guarded(3), this->guarded(3), this->guarded(3), this->guarded(lwork), lwork,
+               &this->info);
+        ASSERT_EQ(this->info, 0);
+    }
+    EXPECT_EQ(angles[0], angles[1]);
+    EXPECT_EQ(top[0].data, top[1].data);
+    EXPECT_NE(bottom[0].data, before);
+    for (core_int j = 0; j < q; ++j)
+        for (core_int i = 0; i < m - p; ++i)
+            EXPECT_EQ(bottom[0](i, j), bottom[1](i, j));
+    this->expect_guard(bottom[1].data);
+
+    const core_int n = 2;
+    Matrix<T> a[] = {Matrix<T>(m, n), {m, n}};
+    a[1].data = a[0].data;
+    std::vector<T> t[] = {this->guarded(n * n), this->guarded(n * n)}, d = this->guarded(n);
+    for (int i : {0, 1})
+        lapack(this->orthogonal + "hr_col", m, n, i == 0 ? n : core_int{10}, a[i], t[i], n, d, &this->info);
+    EXPECT_EQ(t[0], t[1]);
+    this->expect_guard(t[1]);
+}
+
 } // namespace
 } // namespace qnm::test
