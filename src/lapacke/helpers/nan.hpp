@@ -23,16 +23,25 @@ struct Lanes {
     static constexpr core_int count = 16 / sizeof(R);
 };
 
-/// Sums elements up, eight vectors of partial sums side by side.
+/// Sums elements up, eight vectors of partial sums side by side. Elements are asked for `ahead` of their
+/// turn, unless they lie behind the last.
 template <class R>
 class Sums {
 public:
+    /// Further than memory delivers before an answer comes, and little beside the nearest cache.
+    static constexpr core_int near = 4096 / sizeof(R);
+
+    explicit Sums(const R* last, core_int ahead = near) : last_(last), ahead_(ahead) {}
+
     void add(const R* x, core_int n)
     {
+        const core_int asked = last_ - x - ahead_;
         core_int i = 0;
         for (; i + sums * lanes <= n; i += sums * lanes) {
-            __builtin_prefetch(x + i + ahead);
-            __builtin_prefetch(x + i + ahead + sums * lanes / 2);
+            if (i < asked) {
+                __builtin_prefetch(x + i + ahead_);
+                __builtin_prefetch(x + i + ahead_ + sums * lanes / 2);
+            }
 #pragma GCC unroll 8
             for (core_int k = 0; k < sums; ++k)
                 sum_[k] += *reinterpret_cast<const Vector*>(x + i + k * lanes);
@@ -61,7 +70,9 @@ public:
 
 private:
     using Vector = typename Lanes<R>::Vector;
-    static constexpr core_int lanes = Lanes<R>::count, sums = 8, ahead = 512 / sizeof(R);
+    static constexpr core_int lanes = Lanes<R>::count, sums = 8;
+    const R* last_;
+    core_int ahead_;
     Vector sum_[sums] = {};
     R rest_ = 0;
 };
@@ -101,13 +112,18 @@ inline bool any_nan(const T* x, core_int n, core_int step = 1)
     return false;
 }
 
-/// Whether any line holds a NaN. `line(j)` gives the first element of line j and how many there are. Where
-/// that pays, all are summed up first, and only a sum that is a NaN sends for each element.
+/// Whether any line holds a NaN. `line(j)` gives the first element of line j and how many there are: some
+/// `length`, `ld` apart. Where that pays, all are summed up first, and only a sum that is a NaN sends for
+/// each element.
 template <class T, class Line>
-inline bool any_nan_in_lines(core_int lines, bool summed, Line&& line)
+inline bool any_nan_in_lines(core_int lines, core_int length, core_int ld, bool summed, Line&& line)
 {
-    if (summed) {
-        Sums<real<T>> sums;
+    if (summed && lines > 0) {
+        using S = Sums<real<T>>;
+        const auto [end, rest] = line(lines - 1);
+        // Of short lines, what is ahead is not in the gap behind one but in the lines to come.
+        S sums(reinterpret_cast<const real<T>*>(end + rest),
+               length * parts<T> < 2 * S::near ? 8 * ld * parts<T> : S::near);
         for (core_int j = 0; j < lines; ++j) {
             const auto [x, n] = line(j);
             sums.add(x, n);

@@ -17,7 +17,7 @@ inline I nancheck(I n, const T* x, I incx)
     const core_int step = incx < 0 ? -core_int{incx} : core_int{incx};
     constexpr I limit = 32; // below it, a sum costs more than it saves
     if (n >= limit && step == 1) {
-        Sums<real<T>> sums;
+        Sums<real<T>> sums(reinterpret_cast<const real<T>*>(x + n));
         sums.add(x, n);
         if (!sums.nan())
             return 0;
@@ -55,6 +55,16 @@ inline I gt_nancheck(I n, const T* dl, const T* d, const T* du)
 
 // ---- general matrices
 
+/// Out of line, so that what is small and has no gaps saves no registers.
+template <class T>
+[[gnu::noinline]] bool any_nan_in_rectangle(const T* a, core_int lines, core_int length, core_int ld,
+                                            bool summed)
+{
+    return any_nan_in_lines<T>(lines, length, ld, summed, [=](core_int j) {
+        return Piece<T>{a + j * ld, length};
+    });
+}
+
 template <class T, class I>
 inline I ge_nancheck(int layout, I m, I n, const T* a, I lda)
 {
@@ -63,11 +73,11 @@ inline I ge_nancheck(int layout, I m, I n, const T* a, I lda)
     const bool rows = layout == row_major;
     const core_int length = least(rows ? n : m, lda), lines = rows ? m : n;
     const bool summed = rows ? n >= 5 : m >= 16;
-    if (!summed && length == lda && lines > 0) // one line after the other, without a gap
-        return any_nan(a, length * lines);
-    return any_nan_in_lines<T>(lines, summed, [&](core_int j) {
-        return Piece<T>{a + j * core_int{lda}, length};
-    });
+    if (length != lda || lines <= 0)
+        return any_nan_in_rectangle(a, lines, length, core_int{lda}, summed);
+    // One line after the other, without a gap.
+    return summed ? any_nan_in_rectangle(a, core_int{1}, length * lines, core_int{lda}, true)
+                  : any_nan(a, length * lines);
 }
 
 template <class T, class I>
@@ -102,7 +112,7 @@ inline I tr_nancheck(int layout, char uplo, char diag, I n, const T* a, I lda)
     if (a == nullptr || !triangle.good)
         return 0;
     const core_int limit = parts<T> == 1 ? 20 : 19;
-    return any_nan_in_lines<T>(n, n >= limit, [&](core_int j) {
+    return any_nan_in_lines<T>(n, n / 2, lda, n >= limit, [&](core_int j) {
         const core_int begin = triangle.begin(j), end = least(triangle.end(j, n), lda);
         return Piece<T>{a + begin + j * core_int{lda}, end - begin};
     });
