@@ -1,6 +1,6 @@
 # The tables of the library, in reading order: a family is told before its rows.
 set(QNM_TABLES
-  frame/families.tab frame/chains.tab frame/services.tab
+  frame/families.tab frame/chains.tab frame/services.tab frame/core.tab
   blas/level1.tab blas/sparse1.tab blas/level2.tab blas/level3.tab blas/batch.tab blas/variants.tab
   cblas/level1.tab cblas/sparse1.tab cblas/level2.tab cblas/level3.tab cblas/batch.tab cblas/variants.tab
   lapack/lu.tab lapack/lu-expert.tab lapack/cholesky.tab lapack/cholesky-expert.tab lapack/indefinite.tab

@@ -1,14 +1,11 @@
-// Services of the core that its own numerics use.
+// Services of the core: those that the layer asks for, and what its own numerics make of them.
 #pragma once
 
 #include "core.hpp"
+#include "frame/core.hpp"
 
 #include <string_view>
 #include <utility>
-
-QNM_CORE void* qnm_serv_allocate(std::size_t bytes, int alignment);
-QNM_CORE void qnm_serv_deallocate(void* block);
-QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len);
 
 namespace qnm::core {
 

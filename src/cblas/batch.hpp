@@ -6,11 +6,6 @@
 
 namespace qnm {
 
-extern "C" {
-QNM_EXPORT void* qnm_serv_iface_malloc(core_int bytes, core_int alignment);
-QNM_EXPORT void qnm_serv_iface_free(void* block);
-}
-
 template <class I>
 QNM_INLINE I problems(const I* group_size, I groups)
 {

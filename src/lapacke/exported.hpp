@@ -33,8 +33,6 @@ extern "C" {
 QNM_EXPORT int LAPACKE_get_nancheck();
 QNM_EXPORT void LAPACKE_xerbla(const char* name, int info);
 QNM_EXPORT int LAPACKE_lsame(char a, char b);
-QNM_EXPORT void* qnm_serv_iface_malloc(core_int bytes, int alignment);
-QNM_EXPORT void qnm_serv_iface_free(void* block);
 }
 
 } // namespace qnm

@@ -1,8 +1,6 @@
 #include "frame/report.hpp"
 #include "trans/check.hpp"
 
-extern "C" void qnm_serv_xerbla(const char* srname, const int* info, int len);
-
 namespace qnm::trans {
 
 int trans_xerbla(const char* name, core_int code)

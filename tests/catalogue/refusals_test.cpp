@@ -151,6 +151,8 @@ TEST(Refusals, OfServices)
         service QNM_Do : int n -> nothing => 'nothing': expected a type of the services ...;
         service QNM_Do to qnm_do => 'to': expected 'core', 'but', ': arguments', '-> result' or the end of
             the row;
+        core qnm_serv_do also qnm_do => 'also': expected 'core', ...;
+        core qnm_serv_do : text format, more, int n => ',': expected 'core', ...;
         forward QNM_Do|forward QNM_DO => 3: 'QNM_DO': expected a name that x.tab:2 does not export;
         axpy s unchecked int n|internal saxpy => 3: 'saxpy': expected a name that x.tab:2 does not export;)");
 }

@@ -52,11 +52,12 @@ void Catalogue::statement(Lexer& lexer)
         return read_family(lexer);
     for (const auto& [word, kind] :
          {std::pair{"forward", ServiceKind::forward}, std::pair{"service", ServiceKind::service},
-          std::pair{"internal", ServiceKind::internal}, std::pair{"chain", ServiceKind::chain}})
+          std::pair{"internal", ServiceKind::internal}, std::pair{"core", ServiceKind::core},
+          std::pair{"chain", ServiceKind::chain}})
         if (lexer.accept(word))
             return add_service(lexer, kind);
     const std::string root = lexer.identifier(
-        "the root of a routine's name, 'family', 'service', 'forward', 'internal' or 'chain'");
+        "the root of a routine's name, 'family', 'service', 'forward', 'internal', 'core' or 'chain'");
     if (family_ != nullptr && !family_->calls.empty())
         return add_c_rows(lexer, root);
     if (family_ != nullptr && family_->frame == "lapacke")

@@ -8,6 +8,7 @@ std::string service_type(const std::string& word)
     static const std::map<std::string, std::string> types{{"void", "void"},
                                                           {"int", "int"},
                                                           {"int64", "qnm_int64"},
+                                                          {"size", "size_t"},
                                                           {"double", "double"},
                                                           {"float", "float"},
                                                           {"address", "void*"},
@@ -19,6 +20,7 @@ std::string service_type(const std::string& word)
                                                           {"mode", "int*"},
                                                           {"clocks", "unsigned long long*"},
                                                           {"handler", "qnm_xerbla_t"},
+                                                          {"exit", "qnm_exit_t"},
                                                           {"progress", "qnm_progress_t"},
                                                           {"pivot", "qnm_pardiso_pivot_t"}};
     const auto found = types.find(word);
@@ -37,18 +39,22 @@ Service read_service(Lexer& lexer, ServiceKind kind)
     s.core = "qnm_serv_" + (lower.rfind("qnm_", 0) == 0 ? lower.substr(4) : lower);
     if (kind == ServiceKind::forward || kind == ServiceKind::service)
         s.spellings = {upper, lower, lower + "_"};
-    else
+    else if (kind != ServiceKind::core)
         s.spellings = {s.name};
     if (kind == ServiceKind::forward && s.name != upper)
         s.spellings.push_back(s.name);
-    if (kind == ServiceKind::chain || lexer.peek().text == "also") {
-        lexer.accept("also");
-        while (is_identifier(lexer.peek().text) && lexer.peek().text != "core")
-            s.spellings.push_back(lexer.next().text);
+    if (kind == ServiceKind::core) {
+        s.core = s.c_core = s.name;
+    } else {
+        if (kind == ServiceKind::chain || lexer.peek().text == "also") {
+            lexer.accept("also");
+            while (is_identifier(lexer.peek().text) && lexer.peek().text != "core")
+                s.spellings.push_back(lexer.next().text);
+        }
+        if (lexer.accept("core"))
+            s.core = lexer.identifier("the core's function");
+        s.c_core = lexer.accept("but") ? lexer.identifier("the core's function of the C form") : s.core;
     }
-    if (lexer.accept("core"))
-        s.core = lexer.identifier("the core's function");
-    s.c_core = lexer.accept("but") ? lexer.identifier("the core's function of the C form") : s.core;
     const auto type = [&] {
         if (service_type(lexer.peek().text).empty())
             lexer.fail("a type of the services (int, int64, address, text, buffer, double, ...)");
@@ -57,6 +63,11 @@ Service read_service(Lexer& lexer, ServiceKind kind)
     if (lexer.accept(":"))
         do {
             ServiceArgument a;
+            if (lexer.accept("more")) {
+                a.type = "more";
+                s.arguments.push_back(std::move(a));
+                break;
+            }
             a.type = type();
             a.name = lexer.identifier("the argument's name");
             a.untouched = lexer.accept("untouched");

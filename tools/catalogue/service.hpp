@@ -11,11 +11,12 @@ enum class ServiceKind {
     service,  // Fortran spellings read their arguments by reference; the C spelling takes them by value
     forward,  // all spellings are one jump to the core
     internal, // one spelling, one jump to the core
+    core,     // no spelling: the layer calls the core's function as it is
     chain     // each spelling jumps to the next, the last to the core
 };
 
 struct ServiceArgument {
-    std::string type; // a word of service_type()
+    std::string type; // a word of service_type(), or `more`: arguments that a format tells
     std::string name;
     bool untouched = false; // goes on as it came, in both forms
 };

@@ -55,8 +55,7 @@ public:
             for (const CRow& row : tables_.c_rows())
                 check(row, file, row.root);
             for (const Service& s : tables_.services())
-                if (s.kind != ServiceKind::internal)
-                    check(s, file, s.name);
+                check(s, file, s.name);
         }
     }
 

@@ -66,6 +66,10 @@ Words parameters(const Service& s, bool by_reference)
 {
     Words list;
     for (const ServiceArgument& a : s.arguments) {
+        if (a.type == "more") {
+            list.emplace_back("...");
+            continue;
+        }
         const std::string type = service_type(a.type);
         const bool pointer = type.back() == '*';
         const std::string reference = pointer ? type + " const*" : "const " + type + "*";
@@ -152,8 +156,6 @@ std::string prototypes(const Row& row)
 
 std::string prototypes(const Service& s)
 {
-    if (s.kind == ServiceKind::internal)
-        return {};
     std::string text;
     const bool two_forms = s.kind == ServiceKind::service;
     for (const std::string& spelling : s.spellings)
@@ -161,6 +163,8 @@ std::string prototypes(const Service& s)
             text += prototype(service_type(s.result), spelling, parameters(s, two_forms));
     if (two_forms)
         text += prototype(service_type(s.result), s.name, parameters(s, false));
+    if (s.kind == ServiceKind::internal || s.kind == ServiceKind::core)
+        text += prototype(service_type(s.result), s.core, parameters(s, false));
     return text;
 }
 

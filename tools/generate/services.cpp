@@ -53,6 +53,8 @@ std::string services_text(const Catalogue& tables, const std::string& file)
         case ServiceKind::internal:
             text += "QNM_FORWARD(" + s.spellings[0] + ", " + s.core + ")\n" + further_spellings(s);
             break;
+        case ServiceKind::core:
+            continue;
         case ServiceKind::chain:
             for (std::size_t i = 0; i < s.spellings.size(); ++i)
                 text += "QNM_FORWARD(" + s.spellings[i] + ", " +

@@ -3,11 +3,6 @@
 
 #include <cstdlib>
 
-extern "C" {
-int qnm_serv_getenv(const char* name, char* value, qnm::core_int size);
-int qnm_serv_printf_s(const char* format, ...);
-}
-
 namespace {
 
 constexpr int not_read = -1;
@@ -46,7 +41,7 @@ QNM_EXPORT int LAPACKE_get_nancheck()
 
 QNM_EXPORT int LAPACKE_lsame(char a, char b)
 {
-    return qnm::qnm_serv_lsame(&a, &b, 1, 1);
+    return qnm_serv_lsame(&a, &b, 1, 1);
 }
 
 QNM_EXPORT void LAPACKE_xerbla(const char* name, int info)
