@@ -6,7 +6,7 @@
 #include "frame/site.hpp"
 #include "frame/trace.hpp"
 
-namespace qnm {
+namespace qnm::blas {
 
 /// What an entry with a result gives back after a refusal.
 template <class R, int Refusal>
@@ -63,4 +63,4 @@ QNM_INLINE int verdict(const char* name, int length, A&... arguments)
     return unlikely(position != 0) ? report_argument<I>(name, length, position) : 0;
 }
 
-} // namespace qnm
+} // namespace qnm::blas

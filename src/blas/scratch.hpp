@@ -7,11 +7,20 @@
 
 namespace qnm {
 
+namespace blas {
+
+/// An array of narrow integers that the core gets as a 64-bit copy.
+struct Indices {
+    const int* array;
+};
+
+} // namespace blas
+
 template <>
-struct Room<Indices> {
-    Indices argument;
+struct Room<blas::Indices> {
+    blas::Indices argument;
     core_int* block;
-    QNM_INLINE explicit Room(Indices given) : argument(given), block(nullptr) {}
+    QNM_INLINE explicit Room(blas::Indices given) : argument(given), block(nullptr) {}
     QNM_INLINE const core_int* pass() { return block; }
 
     /// Room for one index at the least, so that no size is ever zero; false if there is no memory.
@@ -24,13 +33,13 @@ struct Room<Indices> {
         if (block == nullptr)
             return false;
         for (core_int i = 0; i < count; ++i)
-            block[i] = argument.narrow[i];
+            block[i] = argument.array[i];
         return true;
     }
     QNM_INLINE void release() { qnm_serv_iface_deallocate(block); }
 };
 
-namespace detail {
+namespace blas {
 
 template <class A>
 QNM_INLINE bool fill(Room<A>& room, core_int count)
@@ -65,15 +74,13 @@ QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
     return kept.take();
 }
 
-} // namespace detail
-
 /// The traced call; the release lies between the two readings of the clock.
 template <class R, class... P, class... A>
 QNM_COLD R scratch_cold(Cell* cell, const char* format, int found, R (*core)(P...), Room<A>... rooms)
 {
     return traced(
-        cell, found, [&] { return detail::call_and_release<R>(core, rooms...); },
-        [&](double elapsed) { print_line(format, elapsed, detail::shown_scratch<A>(rooms)...); });
+        cell, found, [&] { return call_and_release<R>(core, rooms...); },
+        [&](double elapsed) { print_line(format, elapsed, shown_scratch<A>(rooms)...); });
 }
 
 /// Snapshot, widen, copy the indices, core, release. A failed copy is reported and the core is not called.
@@ -84,14 +91,15 @@ QNM_INLINE auto scratch(Cell* cell, const char* format, const char* name, int le
     const int found = snapshot(*cell);
     return [&](Room<A>&&... rooms) QNM_INLINE_LAMBDA {
         using R = decltype(call_core(HiddenLengths<A...>{}, Core, rooms...));
-        if (unlikely(!(detail::fill(rooms, count) && ...))) {
+        if (unlikely(!(fill(rooms, count) && ...))) {
             report_unregistered(name, length, scratch_failed);
             return R();
         }
         if (unlikely(found != 0))
             return scratch_cold(cell, format, found, jump, rooms...);
-        return detail::call_and_release<R>(Core, rooms...);
+        return call_and_release<R>(Core, rooms...);
     }(Room<A>(arguments)...);
 }
 
+} // namespace blas
 } // namespace qnm

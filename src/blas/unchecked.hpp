@@ -4,7 +4,7 @@
 #include "frame/kinds.hpp"
 #include "frame/trace.hpp"
 
-namespace qnm {
+namespace qnm::blas {
 
 /// Integers of a narrow entry are shown as they were widened, those of a wide one as the caller has them now.
 template <class A>
@@ -41,4 +41,4 @@ QNM_INLINE auto unchecked(Cell* cell, const char* format, Jump* jump, A... argum
     return call_core(HiddenLengths<A...>{}, Core, Room<A>(arguments)...);
 }
 
-} // namespace qnm
+} // namespace qnm::blas

@@ -4,7 +4,7 @@
 #include "cblas/conjugated.hpp"
 #include "cblas/level1.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 template <class I>
 QNM_INLINE I problems(const I* group_size, I groups)
@@ -251,4 +251,4 @@ QNM_INLINE void allocated_first(const char* name, Row row)
     call_groups<RowMajor, Entry>(name, row, [&](int) { return letters.get(); });
 }
 
-} // namespace qnm
+} // namespace qnm::cblas

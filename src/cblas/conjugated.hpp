@@ -5,7 +5,7 @@
 
 #include "cblas/layout.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 /// A scalar's conjugate.
 template <class R>
@@ -253,4 +253,4 @@ struct Triangle {
     }
 };
 
-} // namespace qnm
+} // namespace qnm::cblas

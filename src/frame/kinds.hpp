@@ -1,7 +1,8 @@
 // How arguments travel. The C++ type of a parameter is its kind:
 //   const char*  option letter, with a hidden length     const I*   integer by reference, widened for the
 //   core const void*  array, real scalar or handle, untouched  I          integer by value (compact forms)
-//   Indices      index array of a narrow scratch entry   WidthFlag<I>  the flag of group batches
+//   WidthFlag<I>  the flag of group batches
+// Families add kinds of their own. One with a member `array` is an array.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +12,6 @@
 #include "frame/types.hpp"
 
 namespace qnm {
-
-/// An array of narrow integers that the core gets as a 64-bit copy.
-struct Indices {
-    const int* narrow;
-};
 
 /// Group batches pass arrays of the caller's own width on, and tell the core behind the visible arguments
 /// which width that is: 1 from a narrow entry, 0 from a wide one.
@@ -91,8 +87,8 @@ QNM_INLINE auto shown(A argument)
 {
     if constexpr (std::is_same_v<A, const char*>)
         return static_cast<int>(*argument);
-    else if constexpr (std::is_same_v<A, Indices>)
-        return static_cast<const void*>(argument.narrow);
+    else if constexpr (requires { argument.array; })
+        return static_cast<const void*>(argument.array);
     else if constexpr (std::is_empty_v<A>)
         return Unshown{};
     else if constexpr (std::is_pointer_v<A> && !std::is_same_v<A, const void*>)

@@ -2,27 +2,12 @@
 // exported names, which an application may have taken over.
 #pragma once
 
-#include "frame/types.hpp"
+#include "frame/complex.hpp"
+#include "frame/layout.hpp"
 
 namespace qnm {
 
-/// A complex number as arrays have it, and as C passes it by value: in vector registers.
-template <class R>
-struct Complex {
-    R re;
-    R im;
-};
-using qnm_complex8 = Complex<float>;
-using qnm_complex16 = Complex<double>;
 using qnm_int64 = core_int;
-
-inline constexpr int row_major = 101;
-inline constexpr int column_major = 102;
-
-QNM_INLINE bool is_layout(int layout)
-{
-    return layout == row_major || layout == column_major;
-}
 
 /// The helpers of one element and one integer, as members `ge_trans`, `ge_nancheck` and so on. Each generated
 /// source begins with them.

@@ -6,18 +6,11 @@
 //   address
 #pragma once
 
+#include "frame/complex.hpp"
 #include "frame/report.hpp"
 #include "trans/check.hpp"
 
 namespace qnm::trans {
-
-/// Complex numbers by value, in the registers in which C passes them.
-struct Complex8 {
-    float re, im;
-};
-struct Complex16 {
-    double re, im;
-};
 
 template <class C>
 QNM_INLINE const void* address(const C& by_value)

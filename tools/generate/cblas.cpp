@@ -101,7 +101,7 @@ std::string c_entry_text(const CEntry& entry)
 
 std::string cblas_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = source_head(file, "cblas", "qnm");
+    std::string text = source_head(file, "cblas", "qnm::cblas");
     std::set<std::string> declared;
     for (const CRow& row : tables.c_rows()) {
         if (row.file != file)
@@ -116,7 +116,7 @@ std::string cblas_text(const Catalogue& tables, const std::string& file)
             text += c_entry_text(entry);
         }
     }
-    return text + "} // namespace qnm\n";
+    return text + "} // namespace qnm::cblas\n";
 }
 
 } // namespace qnm::generate

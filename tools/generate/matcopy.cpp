@@ -15,7 +15,7 @@ std::string scalar_type(const Precision& precision, Form form)
     if (!precision.is_complex())
         return std::string(form == Form::fortran ? "const " : "") + (single ? "float" : "double") +
                (form == Form::fortran ? "*" : "");
-    return form == Form::c ? (single ? "Complex8" : "Complex16") : "const void*";
+    return form == Form::c ? (single ? "qnm_complex8" : "qnm_complex16") : "const void*";
 }
 
 std::string type(const Argument& a, const Precision& precision, Form form)
