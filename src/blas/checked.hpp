@@ -3,6 +3,7 @@
 
 #include "frame/check.hpp"
 #include "frame/kinds.hpp"
+#include "frame/report.hpp"
 #include "frame/site.hpp"
 #include "frame/trace.hpp"
 
@@ -43,7 +44,7 @@ template <class I, class Tests, auto* Core, int Refusal = 0, class Jump, class..
 QNM_INLINE auto checked(Site site, Jump* jump, A&... arguments)
 {
     (park(arguments), ...);
-    qnm_set_xerbla_interface(cdecl_xerbla);
+    register_chain();
     int found = snapshot(*site.cell);
     park(found);
     const int position = Tests::template code<I>(In<A>{arguments}...);

@@ -57,15 +57,6 @@ QNM_INLINE void release(Room<A>& room)
         room.release();
 }
 
-template <class A>
-QNM_INLINE auto shown_scratch(Room<A>& room)
-{
-    if constexpr (std::is_same_v<A, const int*>)
-        return static_cast<int>(room.wide);
-    else
-        return shown<false>(room.argument);
-}
-
 template <class R, class Core, class... A>
 QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
 {
@@ -80,7 +71,7 @@ QNM_COLD R scratch_cold(Cell* cell, const char* format, int found, R (*core)(P..
 {
     return traced(
         cell, found, [&] { return call_and_release<R>(core, rooms...); },
-        [&](double elapsed) { print_line(format, elapsed, shown_scratch<A>(rooms)...); });
+        [&](double elapsed) { print_line(format, elapsed, shown_unchecked<A>(rooms)...); });
 }
 
 /// Snapshot, widen, copy the indices, core, release. A failed copy is reported and the core is not called.
@@ -92,7 +83,7 @@ QNM_INLINE auto scratch(Cell* cell, const char* format, const char* name, int le
     return [&](Room<A>&&... rooms) QNM_INLINE_LAMBDA {
         using R = decltype(call_core(HiddenLengths<A...>{}, Core, rooms...));
         if (unlikely(!(fill(rooms, count) && ...))) {
-            report_unregistered(name, length, scratch_failed);
+            report_scratch(name, length);
             return R();
         }
         if (unlikely(found != 0))

@@ -6,18 +6,6 @@
 
 namespace qnm::blas {
 
-/// Integers of a narrow entry are shown as they were widened, those of a wide one as the caller has them now.
-template <class A>
-QNM_INLINE auto shown_unchecked(Room<A>& room)
-{
-    if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
-        return static_cast<int>(room.wide);
-    else if constexpr (std::is_empty_v<A>)
-        return Unshown{};
-    else
-        return shown<true>(room.argument);
-}
-
 /// The caller's arguments stand first, so that the hot path need not move them for a call that it seldom
 /// makes.
 template <class Jump, class... A>

@@ -5,7 +5,6 @@
 // Families add kinds of their own. One with a member `array` is an array.
 #pragma once
 
-#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -80,8 +79,8 @@ QNM_INLINE decltype(auto) call_core(std::index_sequence<H...> /*letters*/, Core*
 /// Stands for an argument that the line does not show.
 struct Unshown {};
 
-/// An argument as the line shows it. Where a call may have been refused, integers are read through a null
-/// test.
+/// An argument as the line shows it: an array by the caller's address. Where a call may have been refused,
+/// integers are read through a null test.
 template <bool NullTest, class A>
 QNM_INLINE auto shown(A argument)
 {
@@ -95,6 +94,19 @@ QNM_INLINE auto shown(A argument)
         return NullTest && argument == nullptr ? std::remove_cvref_t<decltype(*argument)>{0} : *argument;
     else
         return argument;
+}
+
+/// An argument of an entry without a check: a narrow integer is shown as it was widened, all else as the
+/// caller has it now.
+template <class A>
+QNM_INLINE auto shown_unchecked(Room<A>& room)
+{
+    if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
+        return static_cast<int>(room.wide);
+    else if constexpr (std::is_empty_v<A>)
+        return Unshown{};
+    else
+        return shown<true>(room.argument);
 }
 
 /// Holds a result across the trace, void included.

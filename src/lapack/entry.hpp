@@ -81,9 +81,6 @@ QNM_INLINE void fail(S& seat)
         seat.fail();
 }
 
-/// Registers and reports the failed scratch of an entry under its exact name.
-QNM_COLD void report_scratch(const char* name, int length);
-
 template <class F>
 struct Function;
 template <class R, class... P>
@@ -169,7 +166,7 @@ QNM_INLINE auto entry(Site site, Jump* jump, A... arguments)
     using R = typename Function<Jump>::Result;
     (stay_in_place(arguments), ...);
     if constexpr (registers)
-        qnm_set_xerbla_interface(cdecl_xerbla);
+        register_chain();
     int found = snapshot(*site.cell);
     park(found);
     if constexpr (!std::is_same_v<Tests, NoTests>) {

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "frame/complex.hpp"
-#include "frame/report.hpp"
+#include "frame/kinds.hpp"
 #include "trans/check.hpp"
 
 namespace qnm::trans {
@@ -129,22 +129,10 @@ QNM_INLINE auto value(A argument)
 template <class A>
 QNM_INLINE auto shown(A argument)
 {
-    if constexpr (std::is_same_v<A, const char*> || std::is_same_v<A, char> || std::is_same_v<A, const int*>)
-        if constexpr (std::is_pointer_v<A>)
-            return static_cast<int>(*argument);
-        else
-            return static_cast<int>(argument);
-    else if constexpr (std::is_same_v<A, const float*> || std::is_same_v<A, const double*>)
-        return static_cast<double>(*argument);
-    else if constexpr (std::is_same_v<A, float>)
-        return static_cast<double>(argument);
-    else if constexpr (std::is_same_v<A, GroupCount>)
+    if constexpr (std::is_same_v<A, GroupCount>)
         return *argument.place;
-    else if constexpr (std::is_same_v<A, Letters> || std::is_same_v<A, Sizes> ||
-                       std::is_same_v<A, NarrowSizes>)
-        return static_cast<const void*>(argument.array);
     else
-        return argument;
+        return qnm::shown<false>(argument);
 }
 
 } // namespace qnm::trans
