@@ -1,8 +1,11 @@
 // Narrow sparse level 1: the index array is copied into 64-bit scratch for the length of the call.
 #pragma once
 
+#include "frame/check.hpp"
+#include "frame/copy.hpp"
 #include "frame/kinds.hpp"
 #include "frame/report.hpp"
+#include "frame/scratch.hpp"
 #include "frame/trace.hpp"
 
 namespace qnm {
@@ -18,6 +21,7 @@ struct Indices {
 
 template <>
 struct Room<blas::Indices> {
+    using Source = Allocated<128>;
     blas::Indices argument;
     core_int* block;
     QNM_INLINE explicit Room(blas::Indices given) : argument(given), block(nullptr) {}
@@ -26,17 +30,12 @@ struct Room<blas::Indices> {
     /// Room for one index at the least, so that no size is ever zero; false if there is no memory.
     QNM_INLINE bool fill(core_int count)
     {
-        constexpr core_int alignment = 128;
-        const core_int length = count > 0 ? count : 1;
-        block = static_cast<core_int*>(
-            qnm_serv_iface_allocate(length * static_cast<core_int>(sizeof(core_int)), alignment));
-        if (block == nullptr)
-            return false;
-        for (core_int i = 0; i < count; ++i)
-            block[i] = argument.array[i];
-        return true;
+        block = Source::take<core_int>(larger<core_int>(count, 1) * static_cast<core_int>(sizeof(core_int)));
+        if (block != nullptr)
+            widen(block, argument.array, count);
+        return block != nullptr;
     }
-    QNM_INLINE void release() { qnm_serv_iface_deallocate(block); }
+    QNM_INLINE void release() { Source::release(block); }
 };
 
 namespace blas {

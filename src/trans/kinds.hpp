@@ -8,6 +8,7 @@
 
 #include "frame/complex.hpp"
 #include "frame/kinds.hpp"
+#include "frame/scratch.hpp"
 #include "trans/check.hpp"
 
 namespace qnm::trans {
@@ -39,37 +40,38 @@ struct GroupCount {
 template <std::size_t arrays>
 class Widened {
 public:
-    explicit Widened(core_int groups) : groups_(groups < 0 ? 0 : groups)
+    explicit Widened(core_int groups) : groups_(larger<core_int>(groups, 0))
     {
-        if (groups_ > on_stack)
-            next_ = block_ = static_cast<core_int*>(
-                qnm_serv_iface_allocate(static_cast<core_int>(arrays * sizeof(core_int)) * groups_, 128));
+        if (many())
+            copies_.take(static_cast<core_int>(arrays * sizeof(core_int)) * groups_);
+        next_ = copies_.place;
     }
     Widened(const Widened&) = delete;
     Widened& operator=(const Widened&) = delete;
     ~Widened()
     {
-        if (block_ != nullptr)
-            qnm_serv_iface_deallocate(block_);
+        if (many() && !failed())
+            copies_.release();
     }
 
-    bool failed() const { return next_ == nullptr; }
+    bool failed() const { return copies_.place == nullptr; }
 
     const core_int* widen(const int* array)
     {
         core_int* const copy = next_;
-        for (core_int g = 0; g < groups_; ++g)
+        for (core_int g = 0; g < groups_; ++g) // there are few: one by one
             copy[g] = array[g];
         next_ += groups_;
         return copy;
     }
 
 private:
-    static constexpr core_int on_stack = 16;
+    bool many() const { return groups_ > stack_elements; }
+
     core_int groups_;
-    core_int stack_[on_stack * arrays];
-    core_int* block_ = nullptr;
-    core_int* next_ = stack_;
+    core_int stack_[stack_elements * arrays];
+    Copies<Allocated<128>> copies_{stack_};
+    core_int* next_;
 };
 
 /// For members without such arrays.

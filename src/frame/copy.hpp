@@ -1,10 +1,9 @@
-// One pass over an array of integers, in either direction; four at a time, since pivots come in fours and
-// more.
+// One pass over an array of integers, in either direction; four at a time, since they come in fours and more.
 #pragma once
 
 #include "frame/types.hpp"
 
-namespace qnm::lapack {
+namespace qnm {
 
 using Four [[gnu::vector_size(16), gnu::aligned(4), gnu::may_alias]] = int;
 using FourWide [[gnu::vector_size(32), gnu::aligned(8), gnu::may_alias]] = core_int;
@@ -41,4 +40,4 @@ QNM_INLINE void narrow(int* to, const core_int* from, core_int count)
         to[i] = static_cast<int>(from[i]);
 }
 
-} // namespace qnm::lapack
+} // namespace qnm
