@@ -26,7 +26,8 @@ public:
 
     std::string name;
     /// Text behind the call's pointers, where the core is known to read text: the routine's name of a report
-    /// (exactly as long as told), the line of a trace, the format of the formatter, the measured string.
+    /// (exactly as long as told), the line of a trace, the format of the formatter, the measured string, the
+    /// name looked up, the first insert of a message.
     std::string text;
     /// Byte at index 449 behind the line of a trace, if that can be read: the end of the frame's line buffer.
     std::optional<char> last_byte;

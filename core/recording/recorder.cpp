@@ -4,10 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-// All names that have a stub, closed by a null.
-extern "C" const char* const qnm_recording_names[] __attribute__((visibility("hidden")));
-
-extern "C" void qnm_recording_receive(const char* name, qnm::recording::Frame* frame)
+extern "C" QNM_RECORDING_API void qnm_recording_receive(const char* name, qnm::recording::Frame* frame)
 {
     qnm::recording::core().receive(name, *frame);
 }
@@ -34,6 +31,7 @@ void Core::reset()
 {
     clear();
     state_->scripts.clear();
+    state_->tables.clear();
     state_->ignored = {"qnm_serv_lsame"};
     quiet(false);
     state_->memory.reset();
@@ -62,12 +60,25 @@ void Core::clear()
     state_->calls.clear();
 }
 
+std::vector<std::string_view> names_of(const Stub* stubs)
+{
+    std::vector<std::string_view> names;
+    for (; stubs != nullptr && stubs->name != nullptr; ++stubs)
+        names.emplace_back(stubs->name);
+    return names;
+}
+
+void* stub_of(const Stub* stubs, std::string_view name)
+{
+    for (; stubs != nullptr && stubs->name != nullptr; ++stubs)
+        if (stubs->name == name)
+            return stubs->function;
+    return nullptr;
+}
+
 std::vector<std::string_view> Core::names() const
 {
-    std::vector<std::string_view> all;
-    for (const char* const* name = qnm_recording_names; *name != nullptr; ++name)
-        all.emplace_back(*name);
-    return all;
+    return names_of(qnm_recording_core);
 }
 
 void Core::ignore(std::string_view name)
@@ -89,9 +100,8 @@ void Core::quiet(bool on)
 
 Script& Core::answers(std::string_view name)
 {
-    const auto known = names();
-    if (std::find(known.begin(), known.end(), name) == known.end())
-        throw std::invalid_argument("the layer imports no " + std::string(name));
+    if (stub_of(qnm_recording_core, name) == nullptr && stub_of(qnm_recording_kernels, name) == nullptr)
+        throw std::invalid_argument("the layer imports or looks up no " + std::string(name));
     return state_->scripts[std::string(name)];
 }
 

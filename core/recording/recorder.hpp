@@ -57,8 +57,8 @@ public:
     Core(const Core&) = delete;
     Core& operator=(const Core&) = delete;
 
-    /// Back to the beginning: no calls, no scripts, mode 0, clock at its start, memory given back, faults
-    /// forgotten, no head of the chain, the usual names ignored, not quiet.
+    /// Back to the beginning: no calls, no scripts, no tables, mode 0, clock at its start, memory given back,
+    /// faults forgotten, no head of the chain, the usual names ignored, not quiet.
     void reset();
 
     // Calls
@@ -82,10 +82,25 @@ public:
 
     // Answers
     // ---------------------------------------------------------------------------------------------------
-    /// The script of a name; throws std::invalid_argument if the layer imports no such name.
+    /// The script of a name; throws std::invalid_argument if the layer neither imports nor looks up such a
+    /// name.
     Script& answers(std::string_view name);
     /// Gives the answer that would have come without a script; for scripts that only want to add something.
     void serve(Call& call, Answer& answer);
+
+    // Kernels
+    // ---------------------------------------------------------------------------------------------------
+    /// All names that the layer looks up in the library that qnm_serv_load_vml answers, as its texts give
+    /// them. A look-up is noted as a call "dlsym" with the name as its text, and finds a function, which is
+    /// noted and answered like one of the core. Without a library of kernels beside the test there is no
+    /// name, and that service answers null.
+    std::vector<std::string_view> kernels() const;
+    /// From now on a look-up of the name finds this address in place of the function: data of the test, or
+    /// null.
+    void table(std::string_view name, const void* address);
+    /// The function itself, for instance to stand in such a table. Both throw std::invalid_argument if the
+    /// layer looks up no such name.
+    void* kernel(std::string_view name) const;
 
     // Services
     // --------------------------------------------------------------------------------------------------

@@ -110,6 +110,13 @@ void strncat_s(Core&, Call& call, Answer& answer)
     buffer[held + added] = '\0';
 }
 
+// (name, buffer, size): no variable is set, and a buffer of any size says so.
+void getenv(Core&, Call& call, Answer&)
+{
+    if (size_word(call, 2) > 0)
+        *call.pointer<char>(1) = '\0';
+}
+
 void dsecnd(Core& core, Call&, Answer& answer)
 {
     answer.returns(Services::state(core).clock.read());
@@ -147,10 +154,13 @@ Services::Service Services::find(std::string_view name)
         {"qnm_serv_snprintf_s", snprintf_s},
         {"qnm_serv_strnlen_s", strnlen_s},
         {"qnm_serv_strncat_s", strncat_s},
+        {"qnm_serv_getenv", getenv},
         {"qnm_serv_dsecnd", dsecnd},
         {"qnm_serv_verbose_mode", verbose_mode},
         {"qnm_serv_xerbla", xerbla},
         {"qnm_serv_set_xerbla_interface", set_xerbla_interface},
+        {"qnm_serv_load_vml", load_kernels},
+        {"dlsym", look_up},
     };
     const auto found = services.find(name);
     return found == services.end() ? nullptr : found->second;
@@ -171,8 +181,10 @@ void Services::read_text(Call& call)
             call.last_byte = last.front();
     } else if (name == "qnm_serv_snprintf_s") {
         call.text = peek_text(call.word(3), longest_text, true);
-    } else if (name == "qnm_serv_strnlen_s") {
+    } else if (name == "qnm_serv_strnlen_s" || name == "dlsym") {
         call.text = peek_text(call.word(0), longest_text, true);
+    } else if (name == "qnm_serv_print" && call.int32(2) > 0) {
+        call.text = peek_text(call.word(3), longest_text, true);
     }
 }
 

@@ -12,6 +12,20 @@
 
 namespace qnm::recording {
 
+/// A spelling and what notes calls of it, as stub.inc lays them down.
+struct Stub {
+    const char* name;
+    void* function;
+};
+
+/// The names of a list of stubs, which may be missing; and the stub of a name, or null.
+std::vector<std::string_view> names_of(const Stub* stubs);
+void* stub_of(const Stub* stubs, std::string_view name);
+
+/// What the layer imports, and what it looks up if the test has a library of kernels. A null name ends each.
+extern "C" const Stub qnm_recording_core[] __attribute__((visibility("hidden")));
+extern "C" const Stub qnm_recording_kernels[] __attribute__((weak, visibility("default")));
+
 /// Readings of a scripted clock.
 class Clock {
 public:
@@ -43,6 +57,7 @@ struct Core::State {
     std::vector<Call> calls;
 
     std::unordered_map<std::string, Script> scripts;
+    std::unordered_map<std::string, const void*> tables;
     std::set<std::string, std::less<>> ignored;
     std::atomic<bool> quiet = false;
 
@@ -61,6 +76,10 @@ struct Services {
     static Service find(std::string_view name);
     /// Completes a call that carries text: fills Call::text and Call::last_byte.
     static void read_text(Call& call);
+
+    /// The services around kernels that are found by name.
+    static void load_kernels(Core& core, Call& call, Answer& answer);
+    static void look_up(Core& core, Call& call, Answer& answer);
 
     static Core::State& state(Core& core) { return *core.state_; }
 };

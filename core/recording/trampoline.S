@@ -1,5 +1,5 @@
-/* Common landing of every stub. r11 holds the called name; all argument registers and the stack are the
-   caller's. Lays down a Frame (frame.hpp), lets the recorder fill its answer, and loads that answer. */
+/* Common landing of all stubs of a library. r11 holds the called name; all argument registers and the stack are
+   the caller's. Lays down a Frame (frame.hpp), lets the recorder fill its answer, and loads that answer. */
 
         .set    VECTORS, 48
         .set    STACK, 176
@@ -49,7 +49,7 @@ qnm_recording_trampoline:
 
         mov     %r11, %rdi
         mov     %rsp, %rsi
-        call    qnm_recording_receive
+        call    qnm_recording_receive@PLT
 
         mov     ANSWER(%rsp), %rax
         mov     ANSWER+8(%rsp), %rdx

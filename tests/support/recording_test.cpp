@@ -20,6 +20,7 @@ double qnm_serv_dsecnd();
 int* qnm_serv_verbose_mode();
 int qnm_serv_snprintf_s(char*, std::size_t, std::size_t, const char*, ...);
 std::size_t qnm_serv_strnlen_s(const char*, std::size_t);
+int qnm_serv_getenv(const char*, char*, std::int64_t);
 int qnm_serv_strncat_s(char*, std::size_t, const char*, std::size_t);
 void qnm_serv_xerbla(const char*, const void*, int);
 void qnm_serv_set_xerbla_interface(void (*)(const char*, const int*, int));
@@ -35,6 +36,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::UnorderedElementsAre;
 
 /// A call with any arguments.
 support::Returned any(const std::vector<Word>& words = {}, const std::vector<support::Real>& reals = {})
@@ -144,6 +146,78 @@ TEST_F(Recording, ServesManyThreads)
     EXPECT_EQ(core().calls().size(), std::size_t{3 * threads * rounds});
 }
 
+/// Kernels that the sample layer looks up by name.
+class Kernels : public Recording {
+protected:
+    const void* find(const char* name) const
+    {
+        return reinterpret_cast<const void*>(support::call_words(layer_["sample_find"], {name}).rax);
+    }
+
+    static ::testing::Matcher<const Call&> looked_up(const std::string& name)
+    {
+        return ::testing::AllOf(Called("dlsym"), ::testing::Field("text", &Call::text, name));
+    }
+
+    const support::Library layer_{SAMPLE_LAYER};
+};
+
+TEST_F(Kernels, AreTheNamesThatTheLayerHasAsTexts)
+{
+    const std::vector<std::string_view> names = core().kernels();
+    EXPECT_THAT(names,
+                UnorderedElementsAre("qnm_vml_kernel_dSample_ttab", "qnm_vml_kernel_dSample_ctab",
+                                     "qnm_vml_kernel_GetTTableIndex", "__vslNewStreamEx", "_vsldRngUniform",
+                                     "qnm_df_kernel_dNewTsk1D", "__vslDeleteStream"));
+    for (const std::string_view name : names) {
+        const void* kernel = find(name.data());
+        EXPECT_EQ(kernel, core().kernel(name));
+        core().answers(name).with(1.5F);
+        EXPECT_EQ(support::call_words(kernel, {7L, &names}).float32(), 1.5F);
+        EXPECT_THAT(core().calls().back(), Called(std::string(name), 7, &names));
+    }
+    // Rightly spelt, and so not what the layer asks for.
+    EXPECT_THROW(core().kernel("qnm_df_kernel_dNewTask1D"), std::invalid_argument);
+    EXPECT_THROW(core().table("qnm_df_kernel_dNewTask1D", &names), std::invalid_argument);
+    EXPECT_THROW(core().answers("qnm_df_kernel_dNewTask1D"), std::invalid_argument);
+}
+
+TEST_F(Kernels, AreNotedAndAnsweredAtLookUpAndCall)
+{
+    const std::string functions = "qnm_vml_kernel_dSample_ttab", companions = "qnm_vml_kernel_dSample_ctab",
+                      index = "qnm_vml_kernel_GetTTableIndex";
+    const std::array<const void*, 3> kernels{nullptr, nullptr, core().kernel(functions)};
+    const std::array<float, 3> numbers{0, 0, 0.25F};
+    core().table(functions, kernels.data());
+    core().table(companions, numbers.data());
+    core().answers("qnm_serv_vml_cpu_detect").with(5);
+    core().answers(index).with(2);
+    core().answers(functions).with(3.5);
+    const double a = 1;
+    EXPECT_EQ(support::call_words(layer_["sample_vector"], {9L, &a}).float64(), 3.5);
+    const auto opened = Called("qnm_serv_load_vml");
+    EXPECT_THAT(core().calls(), ElementsAre(opened, looked_up(functions), opened, looked_up(companions),
+                                            opened, looked_up(index), Called("qnm_serv_vml_cpu_detect"),
+                                            Called(index, 5), Called(functions, 9, &a)));
+    EXPECT_EQ(core().calls().back().real32(0), 0.25F);
+    core().reset();
+    EXPECT_EQ(find(functions.c_str()), core().kernel(functions));
+}
+
+TEST_F(Kernels, MayBeMissing)
+{
+    const auto refused = [](const std::string& name) {
+        return ::testing::AllOf(Called("qnm_serv_print", 1, 772, 1),
+                                ::testing::Field("text", &Call::text, name));
+    };
+    // Looked for in that library alone.
+    EXPECT_EQ(find("qnm_blas_any"), nullptr);
+    EXPECT_THAT(core().calls(), ElementsAre(Called("qnm_serv_load_vml"), refused("qnm_blas_any")));
+    core().table("__vslNewStreamEx", nullptr);
+    EXPECT_EQ(find("__vslNewStreamEx"), nullptr);
+    EXPECT_THAT(core().calls().back(), refused("__vslNewStreamEx"));
+}
+
 class Service : public Recording {
 protected:
     // Faults that a test means to cause are read and cleared before the fixture looks.
@@ -243,6 +317,10 @@ TEST_F(Service, TextIsFormattedMeasuredAndJoinedWithinBounds)
     EXPECT_EQ(qnm_serv_strncat_s(path, sizeof path, "/", 4096), 0);
     EXPECT_NE(qnm_serv_strncat_s(path, sizeof path, "/", 4096), 0);
     EXPECT_STREQ(path, "/tmp/");
+    EXPECT_EQ(qnm_serv_getenv("HOME", path, 0), 0);
+    EXPECT_STREQ(path, "/tmp/");
+    EXPECT_EQ(qnm_serv_getenv("HOME", path, sizeof path), 0);
+    EXPECT_STREQ(path, ""); // never what a variable of the machine says
     EXPECT_EQ(qnm_serv_lsame("Transpose", "t", 1, 1), 1);
     EXPECT_EQ(qnm_serv_lsame("@", "`", 1, 1), 0); // only letters have case
 }
