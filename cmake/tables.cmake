@@ -30,6 +30,16 @@ function(qnm_generate_sources variable)
       COMMENT "Generating ${family}-${chapter}.cpp"
       VERBATIM)
     list(APPEND sources ${source})
+    if(family STREQUAL helpers) # called by sources of their own and by those of the C interface
+      add_custom_command(
+        OUTPUT ${folder}/lapacke-helpers.hpp
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
+        COMMAND qnm_generate declarations helper ${folder}/lapacke-helpers.hpp ${ARGN}
+        DEPENDS qnm_generate ${ARGN}
+        COMMENT "Generating lapacke-helpers.hpp"
+        VERBATIM)
+      list(APPEND sources ${folder}/lapacke-helpers.hpp)
+    endif()
   endforeach()
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()

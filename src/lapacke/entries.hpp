@@ -3,3 +3,4 @@
 
 #include "frame/check.hpp"
 #include "lapacke/high.hpp"
+#include "lapacke/member.hpp"

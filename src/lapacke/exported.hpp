@@ -14,6 +14,18 @@ struct Complex {
 };
 using qnm_complex8 = Complex<float>;
 using qnm_complex16 = Complex<double>;
+
+template <class T>
+struct RealOf {
+    using type = T;
+};
+template <class R>
+struct RealOf<Complex<R>> {
+    using type = R;
+};
+template <class T>
+using real = typename RealOf<T>::type;
+
 using qnm_int64 = core_int;
 
 inline constexpr int row_major = 101;
@@ -24,8 +36,8 @@ QNM_INLINE bool is_layout(int layout)
     return layout == row_major || layout == column_major;
 }
 
-/// The helpers of one element and one integer, as members `ge_trans`, `ge_nancheck` and so on. Each generated
-/// source begins with them.
+/// The helpers of one element and one integer, as members `ge_trans`, `ge_nancheck` and so on: a generated
+/// header has them.
 template <class E, class I>
 struct Exported;
 

@@ -152,20 +152,31 @@ TEST(GeneratedSources, HoldNoLogic)
     // A function is its head and one return of one call.
     const std::regex function("extern \"\" QNM_EXPORT [^;]*?\\n\\{\\n([^]*?)\\n\\}\\n");
     const std::regex one_call("\\s*return [\\w:]+(<[^;]*>)?\\([^;]*\\);\\s*");
-    int sources = 0, functions = 0;
+    // A member of the C interface to LAPACK is one line, which tells the level that it calls.
+    const std::regex member("QNM_(WORK|HIGH)\\(LAPACKE_\\w+, \\w+, \\w+, \\w+, \\w+\\)\n");
+    const auto count = [](const std::string& text, const std::regex& what) {
+        return std::distance(std::sregex_iterator(text.begin(), text.end(), what), std::sregex_iterator());
+    };
+    std::ptrdiff_t sources = 0, functions = 0, members = 0;
     for (const auto& file : fs::directory_iterator(GENERATED_SOURCES)) {
         ++sources;
         const std::string text = code_of(read(file.path()));
         std::smatch found;
         EXPECT_FALSE(std::regex_search(text, found, logic)) << file.path() << ": " << found.str();
         const std::string name = file.path().filename().string();
-        if (name.rfind("blas-", 0) != 0 && name.rfind("cblas-", 0) != 0)
+        if (name.rfind("lapacke-", 0) == 0 && file.path().extension() == ".cpp") {
+            members += count(text, member);
+            EXPECT_EQ(count(text, std::regex("extern|QNM_EXPORT|QNM_WORK|QNM_HIGH")), count(text, member))
+                << name;
+        }
+        if (name.rfind("blas-", 0) != 0 && name.rfind("cblas-", 0) != 0 && name.rfind("helpers-", 0) != 0)
             continue;
         for (std::sregex_iterator at(text.begin(), text.end(), function), end; at != end; ++at, ++functions)
             EXPECT_TRUE(std::regex_match((*at)[1].str(), one_call)) << file.path() << ": " << at->str();
     }
     EXPECT_GE(sources, 9);
-    EXPECT_EQ(functions, 1108 + 574); // Fortran and C; six of the C interface are jumps
+    EXPECT_EQ(functions, 1108 + 574 + 304); // Fortran, C, helpers; six of the C interface are jumps
+    EXPECT_EQ(members, 2 * (1281 + 1280));  // narrow and wide, high and work level
 }
 
 TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)

@@ -52,24 +52,30 @@ std::string definition(const Entry& entry)
 
 } // namespace
 
-std::string helper_declarations(const Catalogue& tables)
+std::string helpers_header()
 {
-    std::string text = "namespace qnm {\n\n";
+    return "#include \"lapacke-helpers.hpp\"\n\n";
+}
+
+std::string helper_declarations(const Catalogue& tables, const std::string& family)
+{
+    std::string text = "// Made from the rows of family " + family +
+                       ".\n#pragma once\n\n#include \"lapacke/exported.hpp\"\n\nnamespace qnm {\n\n";
     std::map<std::string, std::string> members; // of each element and integer
     for (const Entry& entry : tables.entries())
-        if (entry.row->family->name == "helper") {
+        if (entry.row->family->name == family) {
             text += "extern \"C\" QNM_EXPORT " + head(entry) + ";\n";
             members[element_and_integer(entry)] +=
                 "    static constexpr auto* " + form(*entry.row) + " = " + entry.spellings()[0] + ";\n";
         }
     for (const auto& [types, functions] : members)
         text += "\ntemplate <>\nstruct Exported<" + types + "> {\n" + functions + "};\n";
-    return text + "\n} // namespace qnm\n\n";
+    return text + "\n} // namespace qnm\n";
 }
 
 std::string helpers_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers", helper_declarations(tables));
+    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers", helpers_header());
     for (const Row& row : tables.rows())
         if (row.file == file)
             for (const Entry& entry : Catalogue::entries(row))

@@ -28,6 +28,7 @@ namespace {
 
 constexpr const char* usage =
     "usage: generate entries|services|cblas|lapacke TABLE OUTPUT TABLES...\n"
+    "       generate declarations FAMILY OUTPUT TABLES...\n"
     "       generate header TEMPLATE OUTPUT TABLES...\n"
     "       generate --explain NAME TABLES...\n"
     "TABLE is the file name of one of TABLES, for cblas and lapacke behind its folder.\n";
@@ -52,6 +53,7 @@ int run(const std::vector<std::string>& words)
                                                        {"services", generate::services_text},
                                                        {"cblas", generate::cblas_text},
                                                        {"lapacke", generate::lapacke_text},
+                                                       {"declarations", generate::helper_declarations},
                                                        {"header", generate::header_text}};
     const auto tables = catalogue::read_tables({words.begin() + 3, words.end()});
     const auto output = outputs.find(words[0]);

@@ -25,8 +25,10 @@ std::string tests_text(const catalogue::Row& row);
 std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
 /// The helpers of one table, which have no core and no frame.
 std::string helpers_text(const catalogue::Catalogue& tables, const std::string& file);
-/// Prototypes of all helpers, and how templates find them.
-std::string helper_declarations(const catalogue::Catalogue& tables);
+/// A header with the prototypes of a family's helpers, and how templates find them; and how sources include
+/// it.
+std::string helper_declarations(const catalogue::Catalogue& tables, const std::string& family);
+std::string helpers_header();
 /// The check and both forms of a matrix copy.
 std::string matcopy_text(const catalogue::Entry& entry);
 /// All entries of the C interface of one table, "cblas/level3.tab".

@@ -9,16 +9,6 @@ namespace qnm::helpers {
 
 using size = std::size_t;
 
-template <class T>
-struct RealOf {
-    using type = T;
-};
-template <class R>
-struct RealOf<Complex<R>> {
-    using type = R;
-};
-template <class T>
-using real = typename RealOf<T>::type;
 /// Reals in an element.
 template <class T>
 inline constexpr core_int parts = sizeof(T) / sizeof(real<T>);
