@@ -1,4 +1,5 @@
-// The high level: looks at the layout and for NaN, manages workspace, calls the work level.
+// The high level looks at the layout and for NaN, manages workspace, calls the work level: what it is made
+// of.
 #pragma once
 
 #include <type_traits>
@@ -23,9 +24,12 @@ core_int size_in(const Complex<R>& first)
 template <class E>
 struct Fixed {
     static constexpr bool asked = false;
+    struct Answer {};
     core_int count;
     bool needed = true;
     E* place = nullptr;
+    void query(Answer& /*answer*/) const {}
+    void read(const Answer& /*answer*/) const {}
     bool obtain()
     {
         place = needed ? obtained<E>(room(count)) : nullptr;
@@ -37,14 +41,14 @@ struct Fixed {
 template <class E, class I>
 struct Asked {
     static constexpr bool asked = true;
+    using Answer = E;
     bool needed = true;
-    E first{};
     I size = -1;
     E* place = nullptr;
-    void query() { place = &first; }
-    void read()
+    void query(Answer& answer) { place = &answer; }
+    void read(const Answer& answer)
     {
-        size = static_cast<I>(size_in(first));
+        size = static_cast<I>(size_in(answer));
         place = nullptr;
     }
     bool obtain()
@@ -58,15 +62,17 @@ struct Asked {
 template <class E, class I>
 struct AskedTable {
     static constexpr bool asked = true;
-    E first[2]{};
+    struct Answer {
+        E sizes[2];
+    };
     I size = -1; // the leading dimension
     core_int columns = 0;
     E* place = nullptr;
-    void query() { place = first; }
-    void read()
+    void query(Answer& answer) { place = answer.sizes; }
+    void read(const Answer& answer)
     {
-        size = static_cast<I>(size_in(first[0]));
-        columns = size_in(first[1]);
+        size = static_cast<I>(size_in(answer.sizes[0]));
+        columns = size_in(answer.sizes[1]);
         place = nullptr;
     }
     bool obtain()
@@ -83,24 +89,27 @@ bool obtain_if(W& workspace, bool asked)
 }
 
 template <class W>
-void query(W& workspace)
-{
-    if constexpr (W::asked)
-        workspace.query();
-}
-
-template <class W>
-void read_size(W& workspace)
-{
-    if constexpr (W::asked)
-        workspace.read();
-}
-
-template <class W>
-void release(W& workspace)
+void release(const W& workspace)
 {
     if (workspace.place != nullptr)
         qnm_serv_iface_free(workspace.place);
+}
+
+/// Asks the routine for sizes. The answers stand apart from what is known of the workspaces, whose addresses
+/// nobody gets, so that it need not stand in memory.
+template <class R, class Call, class... W>
+R query(Call& call, W&... workspaces, typename W::Answer... answers)
+{
+    (workspaces.query(answers), ...);
+    const R result = call(workspaces...);
+    (workspaces.read(answers), ...);
+    return result;
+}
+
+/// Whether arrays are looked at for NaN: they are, unless somebody has switched it off.
+inline bool nan_checks()
+{
+    return !unlikely(LAPACKE_get_nancheck() == 0);
 }
 
 /// Reports a bad argument among the NaN checks.
@@ -121,10 +130,8 @@ R worked(const char* name, bool stops, Call&& call, Prepare&& prepare, Finish&& 
     bool ended = false;
     if constexpr (asks) {
         if (!failed) {
-            (query(workspaces), ...);
-            result = call(workspaces...);
+            result = query<R, Call, W...>(call, workspaces..., typename W::Answer{}...);
             ended = result != 0 || stops;
-            (read_size(workspaces), ...);
             failed = !ended && !(obtain_if(workspaces, true) && ...);
         }
     }

@@ -30,7 +30,8 @@ using Fortran = typename FortranOf<R, std::make_index_sequence<arguments>>::type
 #define QNM_NAMED(TYPE, NAME) NAME
 #define QNM_REFERENCE(TYPE, NAME) TYPE& NAME
 
-/// The work level of a member, which calls the Fortran routine.
+/// The work level of a member, which calls the Fortran routine. A member takes in all that it calls, so
+/// nothing in this family needs a word of its own for that.
 #define QNM_WORK(NAME, PLAN, T, I, ROUTINE)                                                                  \
     extern "C" PLAN<T, I>::Routine ROUTINE;                                                                  \
     extern "C" QNM_EXPORT [[gnu::flatten]] PLAN<T, I>::Result NAME(PLAN##_work(QNM_TYPED, T, I))             \

@@ -10,7 +10,6 @@ using namespace catalogue;
 
 namespace {
 
-using EKind = Expression::Kind;
 using Role = LapackeArgument::Role;
 
 class HighLevel {
@@ -24,7 +23,7 @@ public:
         std::string text = with_workspaces();
         // What an entry with a value gives back for a NaN is the code as a real.
         if (!nan.empty())
-            text = "LAPACKE_get_nancheck() != 0 && (nan = " + nan + ") != 0 ? static_cast<" + result +
+            text = "nan_checks() && (nan = " + nan + ") != 0 ? static_cast<" + result +
                    ">(-nan)\n        : " + text;
         if (plan_.has_layout())
             text = "is_layout(matrix_layout) ? " + text + "\n        : misused<" + result + ">(entry, 1)";
