@@ -104,94 +104,90 @@ TYPED_TEST(Arithmetic, AgreesWithLamch)
 
 // ---- queries
 
+// The layer hands no selection to a query: the room told is that of the most demanding one, and no more.
 template <class T>
 class Selections : public testing::Test {
 protected:
-    static constexpr core_int n = 21, half = n / 2;
+    static constexpr core_int n = 21, half = n / 2, query = -1, yes = 1;
     const std::string l = letter<T>();
-    const core_int query = -1, yes = 1;
     Matrix<T> t = different(1), b = different(2), q{n, n, 0}, z = q; // order and content of q, z: any
-    std::vector<T> w[3] = {std::vector<T>(n), std::vector<T>(n), std::vector<T>(n)};
-    core_int m = 0, info = -99, one_integer = 0;
-    T one_element{};
+    std::vector<T> w[3] = {std::vector<T>(n), std::vector<T>(n), std::vector<T>(n)}, work{T()};
+    std::vector<core_int> select = std::vector<core_int>(n, 1), iwork{0};
+    core_int m = 0, info = -99, lwork = query, liwork = query;
     real_t<T> s = 0, sep = 0, dif[2] = {};
 
     // A triangle with different numbers along the diagonal.
     static Matrix<T> different(int step)
     {
-        Matrix<T> a = triangle('U', 'N', Matrix<T>(n, n));
-        for (core_int i = 0; i < n; ++i)
-            a(i, i) = static_cast<real_t<T>>(n + step * i);
+        Matrix<T> a(n, n);
+        for (core_int j = 0; j < n; ++j) {
+            std::fill_n(&a(j, j), n - j, T(0));
+            a(j, j) = static_cast<real_t<T>>(n + step * j);
+        }
         return a;
     }
-    void trsen(const char* job, const core_int* select, T* work, core_int lwork,
-               [[maybe_unused]] core_int* iwork, [[maybe_unused]] core_int liwork)
+    // `call` takes SELECT. What a query answers is enough, and `less` is refused.
+    void expect_exact(core_int position, core_int less, auto call)
     {
-        if constexpr (is_complex<T>)
-            lapack(l + "trsen", job, "V", select, n, t, q, w[0], &m, &s, &sep, work, lwork, &info);
-        else
-            lapack(l + "trsen", job, "V", select, n, t, q, w[0], w[1], &m, &s, &sep, work, lwork, iwork,
-                   liwork, &info);
-    }
-    void tgsen(core_int ijob, const core_int* select, T* work, core_int lwork, core_int* iwork,
-               core_int liwork)
-    {
-        const auto call = [&](const auto&... alpha) {
-            lapack(l + "tgsen", ijob, yes, yes, select, n, t, b, alpha..., w[2], q, z, &m, &s, &sep, &dif[0],
-                   work, lwork, iwork, liwork, &info);
-        };
-        if constexpr (is_complex<T>)
-            call(w[0]);
-        else
-            call(w[0], w[1]);
-    }
-    // What a query answers is enough, and less is refused. `call` takes SELECT, WORK, LWORK, IWORK, LIWORK.
-    template <class Call>
-    void expect_exact(core_int lwork_position, core_int less, Call call)
-    {
-        std::vector<core_int> last_ones(n);
-        std::fill_n(last_ones.begin() + half, n - half, 1);
-        call(nullptr, &one_element, query, &one_integer, query);
+        std::fill_n(select.begin(), half, 0);
+        lwork = liwork = query;
+        call(nullptr);
         ASSERT_EQ(info, 0);
-        const auto lwork = static_cast<core_int>(std::real(one_element));
-        const auto liwork = std::max<core_int>(1, one_integer);
-        std::vector<T> work(static_cast<std::size_t>(lwork));
-        std::vector<core_int> iwork(static_cast<std::size_t>(liwork));
+        lwork = static_cast<core_int>(std::real(work[0]));
+        liwork = std::max<core_int>(1, iwork[0]);
+        work.resize(static_cast<std::size_t>(lwork));
+        iwork.resize(static_cast<std::size_t>(liwork));
+        lwork -= less;
         testing::internal::CaptureStderr();
-        call(last_ones.data(), work.data(), lwork - less, iwork.data(), liwork);
+        call(select.data());
         testing::internal::GetCapturedStderr();
-        EXPECT_EQ(info, -lwork_position);
-        call(last_ones.data(), work.data(), lwork, iwork.data(), liwork);
+        EXPECT_EQ(info, -position);
+        lwork += less;
+        call(select.data());
         EXPECT_EQ(info, 0);
         EXPECT_EQ(m, n - half);
     }
 };
 TYPED_TEST_SUITE(Selections, Types);
 
-// The layer hands no selection to a query: the room told is that of the most demanding one.
 TYPED_TEST(Selections, AreNotReadForAQuery)
 {
     using T = TypeParam;
+    auto& x = *this;
     constexpr core_int shift = is_complex<T> ? 1 : 0; // one array of eigenvalues in place of two
+    core_int* const none = nullptr;
     for (const char* job : {"E", "V", "B"})
-        this->expect_exact(15 - shift, 1, [&](auto... sizes) { this->trsen(job, sizes...); });
+        x.expect_exact(15 - shift, 1, [&](core_int* given) {
+            if constexpr (is_complex<T>)
+                lapack(x.l + "trsen", job, "V", given, x.n, x.t, x.q, x.w[0], &x.m, &x.s, &x.sep, x.work,
+                       x.lwork, &x.info);
+            else
+                lapack(x.l + "trsen", job, "V", given, x.n, x.t, x.q, x.w[0], x.w[1], &x.m, &x.s, &x.sep,
+                       x.work, x.lwork, x.iwork, x.liwork, &x.info);
+        });
     for (const core_int ijob : {1, 4, 5}) // of 1 and 4 LAPACK asks one less than it takes
-        this->expect_exact(22 - shift, ijob == 5 ? 1 : 2,
-                           [&](auto... sizes) { this->tgsen(ijob, sizes...); });
-
-    const core_int none = 0;
-    core_int* const no_selection = nullptr;
+        x.expect_exact(22 - shift, ijob == 5 ? 1 : 2, [&](core_int* given) {
+            const auto call = [&](const auto&... values) {
+                lapack(x.l + "tgsen", ijob, x.yes, x.yes, given, x.n, x.t, x.b, values..., x.w[2], x.q, x.z,
+                       &x.m, &x.s, &x.sep, &x.dif[0], x.work, x.lwork, x.iwork, x.liwork, &x.info);
+            };
+            if constexpr (is_complex<T>)
+                call(x.w[0]);
+            else
+                call(x.w[0], x.w[1]);
+        });
+    const core_int rows = 0;
     const auto trevc3 = [&](const auto&... rest) {
-        lapack(this->l + "trevc3", "R", "S", no_selection, this->n, this->t, this->q, this->z, none, &this->m,
-               &this->one_element, this->query, rest..., &this->info);
+        lapack(x.l + "trevc3", "R", "S", none, x.n, x.t, x.q, x.z, rows, &x.m, x.work, x.query, rest...,
+               &x.info);
     };
-    this->info = -99;
+    x.info = -99;
     if constexpr (is_complex<T>)
-        trevc3(&this->s, this->query);
+        trevc3(&x.s, x.query);
     else
         trevc3();
-    EXPECT_EQ(this->info, 0);
-    EXPECT_GE(std::real(this->one_element), 2 * this->n);
+    EXPECT_EQ(x.info, 0);
+    EXPECT_GE(std::real(x.work[0]), 2 * x.n);
 }
 
 } // namespace
