@@ -1,38 +1,11 @@
 // The argument checks: 80 roots by a list of their codes, in the order of testing.
 #include "lapack_call.hpp"
+#include "support/published.hpp"
 
 #include <algorithm>
 
 namespace qnm::tests {
 namespace {
-
-using Codes = std::vector<int>;
-
-/// As the published routines have it, by root or name.
-Codes codes_of(const Entry& e)
-{
-    static const std::pair<const char*, Codes> codes[] = {
-        {"getf2 getrf potrf", {1, 2, 4}},
-        {"gelqf geqlf geqrf", {1, 2, 4, 7}},
-        {"sytrd hetrd", {1, 2, 4, 9}},
-        {"gebrd", {1, 2, 4, 10}},
-        {"sygst hegst", {1, 2, 3, 5, 7}},
-        {"gehrd orghr orgqr ungqr", {1, 2, 3, 5, 8}},
-        {"ormlq ormql ormqr ormrq unmlq unmql unmqr unmrq", {1, 2, 3, 4, 5, 7, 10, 12}},
-        {"syevd", {1, 2, 3, 5, 8, 10}},
-        {"heevd", {1, 2, 3, 5, 8, 10, 12}},
-        {"hegvd", {1, 2, 3, 4, 6, 8, 11, 13, 15}},
-        {"sgeev dgeev", {1, 2, 3, 5, 9, 11, 13}},
-        {"cgeev zgeev", {1, 2, 3, 5, 8, 10, 12}},
-        {"gesvd", {1, 2, 3, 4, 6, 9, 11}},
-        {"syrdb herdb", {1, 2, 3, 4, 6, 11, 13}},
-    };
-    for (const auto& [names, numbers] : codes)
-        if (lists(names, bare_name(e)) || lists(names, bare_name(e).substr(1)))
-            return numbers;
-    ADD_FAILURE() << e.name() << " is not told";
-    return {};
-}
 
 void expect_report(const Entry& e, int code)
 {
@@ -88,7 +61,7 @@ TEST_F(Checks, EachTestAloneAndInTheCompanyOfLaterOnes)
             continue;
         QNM_TRACE_ENTRY(e);
         ++members;
-        const Codes codes = codes_of(e);
+        const std::vector<int>& codes = lapack_checks().at(bare_name(e));
         const auto tests = e.row->tests();
         ASSERT_EQ(tests.size(), codes.size());
         for (int round = 0; round < 12; ++round) {
