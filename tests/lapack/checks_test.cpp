@@ -100,6 +100,8 @@ TEST_F(Checks, Literally)
         {"POTRF", "uplo=x n=-1 lda=2", 1},
         {"POTRF", "uplo=L n=-1 lda=2", 2},
         {"POTRF", "uplo=L n=2 lda=1", 4},
+        {"GEQRF", "m=3 n=2 lda=3 lwork=2", 0},
+        {"GEQRF", "m=2 n=3 lda=2 lwork=2", 7},
         {"GESVD", gesvd + "jobu=O jobvt=o ldu=3 ldvt=2", 2},
         {"GESVD", gesvd + "jobu=B jobvt=O ldu=3 ldvt=2", 1},
         {"GESVD", gesvd + "jobu=O jobvt=N ldu=1 ldvt=1 lwork=-5", 0}, // LWORK is the core's business
