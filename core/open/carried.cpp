@@ -44,35 +44,40 @@ void write(const std::string& path, const std::string& text)
 
 // The engine returns these in registers. A character result has an address and a length ahead of the
 // arguments on both sides.
-bool complex_result(const Row& row)
+bool complex_result(const Signature& s)
 {
-    return row.result.kind == ResultKind::hidden && row.result.type != "char";
+    return !s.parameters.empty() && s.parameters[0].argument == nullptr && s.parameters[0].name == "result" &&
+           (s.parameters.size() < 2 || s.parameters[1].argument != nullptr);
 }
 
-// One-based place of an argument in the core's call; 0 if the row has none of that name that points to
-// integers.
-int place(const Row& row, const std::string& name)
+// One-based place of a parameter in the core's call; 0 if there is none of that name that points to integers.
+int place(const Signature& s, const std::string& name)
 {
-    int at = complex_result(row) ? 1 : row.result.kind == ResultKind::hidden ? 2 : 0;
-    for (const Argument& argument : row.arguments) {
-        at += argument.kept ? 0 : 1;
-        if (argument.name == name)
-            return argument.kind == Kind::integer || argument.kind == Kind::integers ? at : 0;
+    const std::vector<Place>& places = s.callees.front().places;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        if (places[i].parameter < 0)
+            continue;
+        const Parameter& p = s.parameters[static_cast<std::size_t>(places[i].parameter)];
+        if (p.name == name)
+            return p.travel == Travel::integer || p.travel == Travel::integers ? static_cast<int>(i) + 1 : 0;
     }
     return 0;
 }
 
-std::string stub(const Entry& entry)
+std::string stub(const Signature& s)
 {
     // Group batches have an info of the caller's width for each problem: nothing of one width can be stored
-    // there.
-    // Some functions read an INFO that another routine has set.
-    const Argument* argument = entry.row->find("info");
-    const bool written = argument != nullptr && argument->direction != Direction::none && !entry.row->groups;
-    const int info = written ? place(*entry.row, "info") : 0;
-    const int count = info != 0 && argument->array ? place(*entry.row, "batch_size") : 0;
-    return "        stub    " + entry.core() + ", \"" + to_upper(entry.cell()) + "\", " +
-           std::to_string(info) + ", " + std::to_string(count) + "\n";
+    // there. Some functions read an INFO that another routine has set.
+    const auto info = std::find_if(s.parameters.begin(), s.parameters.end(), [](const Parameter& p) {
+        return p.name == "info" && p.argument != nullptr;
+    });
+    const bool groups = place(s, "group_count") != 0;
+    const bool written =
+        info != s.parameters.end() && info->argument->direction != Direction::none && !groups;
+    const int at = written ? place(s, "info") : 0;
+    const int count = at != 0 && info->argument->array ? place(s, "batch_size") : 0;
+    return "        stub    " + s.callees.front().name + ", \"" + to_upper(s.names.front()) + "\", " +
+           std::to_string(at) + ", " + std::to_string(count) + "\n";
 }
 
 int run(const std::vector<std::string>& words)
@@ -85,19 +90,22 @@ int run(const std::vector<std::string>& words)
     const Catalogue tables = read_tables({words.begin() + 4, words.end()});
     std::string code = "#include \"carried.inc\"\n        .text\n", list;
     std::set<std::string> told;
-    for (const Entry& entry : tables.entries()) {
-        const std::string core = entry.core();
-        if (core.empty() || entry.width == Width::wide || !told.insert(core).second)
+    for (const Signature& s : tables.signatures()) {
+        const std::string& pattern = tables.families().at(s.family).core;
+        if (s.callees.empty() || pattern.empty() || s.form->width == Width::wide)
             continue;
-        const std::string pattern = entry.row->family->core;
-        const std::string stem = core.substr(pattern.size() - std::string("name").size());
+        const std::string core = s.callees.front().name;
+        const std::string prefix = pattern.substr(0, pattern.size() - std::string("name").size());
+        if (core.rfind(prefix, 0) != 0 || !told.insert(core).second) // a chain's links jump to each other
+            continue;
+        const std::string stem = core.substr(prefix.size());
         if (own.count(core) != 0) {
             list += core + " own\n";
-        } else if (!complex_result(*entry.row) && engine.count(stem + "_") != 0) {
+        } else if (!complex_result(s) && engine.count(stem + "_") != 0) {
             code += "        carry   " + core + ", " + stem + "_\n";
             list += core + " engine\n";
         } else {
-            code += stub(entry);
+            code += stub(s);
             list += core + " stub\n";
         }
     }

@@ -1,5 +1,5 @@
 // Timers and processor frequencies. What the system does not tell is 0.
-#include "core.hpp"
+#include "services.hpp"
 
 #include <chrono>
 #include <cstdio>

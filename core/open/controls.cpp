@@ -1,5 +1,6 @@
 // Version, threads, and the controls of things that this core leaves to its engine.
 #include "engine.hpp"
+#include "services.hpp"
 #include "version.hpp"
 
 #include <cstdio>

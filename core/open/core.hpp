@@ -43,11 +43,15 @@ T conjugate(T value)
         return value;
 }
 
-/// Whether two characters are the same but for the case of a letter, whatever the locale.
+/// Whatever the locale.
+constexpr char upper_case(char c)
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+/// Whether two characters are the same but for the case of a letter.
 constexpr bool same_character(char a, char b)
 {
-    constexpr auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
-    return upper(a) == upper(b);
+    return upper_case(a) == upper_case(b);
 }
 
 /// The same, quicker, where one of them is known for a letter: the cases differ in one bit.

@@ -36,10 +36,29 @@ void getrinp(std::string_view name, const core_int* n, T* a, const core_int* lda
         return refuse(name, 1, info);
     if (*lda < std::max<core_int>(1, *n))
         return refuse(name, 3, info);
-    if (*lwork != -1 && *lwork < std::max<core_int>(1, *n))
+    if (*lwork != -1 && *lwork < *n)
         return refuse(name, 5, info);
+    if (*n == 0) { // the engine refuses the size that it tells for it
+        if (*lwork != 0)
+            *work = 1;
+        *info = 0;
+        return;
+    }
     Scratch<core_int> pivots(name, *n);
     *info = pivots ? invert(*n, a, *lda, pivots.get(), work, *lwork) : -memory_failure;
+}
+
+template <class T>
+void dtsvb(std::string_view name, const core_int* n, const core_int* nrhs, T* dl, T* d, const T* du, T* b,
+           const core_int* ldb, core_int* info)
+{
+    if (*n < 0)
+        return refuse(name, 1, info);
+    if (*nrhs < 0)
+        return refuse(name, 2, info);
+    if (*ldb < *n)
+        return refuse(name, 7, info);
+    *info = solve_dominant(*n, *nrhs, dl, d, du, b, *ldb);
 }
 
 // A block of a packed triangle, its first element at (i,j), and the matrix op(A): `move` is given each pair
@@ -106,6 +125,11 @@ using qnm::core::real_t;
                                               const core_int* lwork, core_int* info)                         \
     {                                                                                                        \
         qnm::core::getrinp<T>("QNM_" #L "GETRINP", n, a, lda, work, lwork, info);                            \
+    }                                                                                                        \
+    QNM_CORE void qnm_lapack_##l##dtsvb(const core_int* n, const core_int* nrhs, T* dl, T* d, const T* du,   \
+                                        T* b, const core_int* ldb, core_int* info)                           \
+    {                                                                                                        \
+        qnm::core::dtsvb<T>(#L "DTSVB", n, nrhs, dl, d, du, b, ldb, info);                                   \
     }                                                                                                        \
     QNM_CORE void qnm_lapack_qnm_##l##tppack(                                                                \
         const char* uplo, const char* trans, const core_int* n, T* ap, const core_int* i, const core_int* j, \

@@ -53,6 +53,29 @@ void solve(const char* trans, core_int n, core_int nrhs, const T* a, core_int ld
     }
 }
 
+// A X = B with a tridiagonal A that needs no exchanges: L, of which dl gets the multipliers, and U, d with
+// du. Returns the one-based index of the first pivot that is zero, or 0; B is left alone then.
+template <class T>
+core_int solve_dominant(core_int n, core_int nrhs, T* dl, T* d, const T* du, T* b, core_int ldb)
+{
+    for (core_int i = 0; i < n; ++i) {
+        if (d[i] == T{})
+            return i + 1;
+        if (i + 1 < n) {
+            dl[i] /= d[i];
+            d[i + 1] -= dl[i] * du[i];
+        }
+    }
+    for (T* x = b; n > 0 && x != b + nrhs * ldb; x += ldb) {
+        for (core_int i = 1; i < n; ++i)
+            x[i] -= dl[i - 1] * x[i - 1];
+        x[n - 1] /= d[n - 1];
+        for (core_int i = n - 1; i-- > 0;)
+            x[i] = (x[i] - du[i] * x[i + 1]) / d[i];
+    }
+    return 0;
+}
+
 // inv(A) from these factors; `pivots` has room for n integers.
 template <class T>
 core_int invert(core_int n, T* a, core_int lda, core_int* pivots, T* work, core_int lwork)

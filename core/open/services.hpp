@@ -1,14 +1,12 @@
-// Services of the core that its own numerics use.
+// Services of the core: those that the layer asks for, and what its own numerics make of them.
 #pragma once
 
 #include "core.hpp"
+#include "services/core.hpp"
 
+#include <clocale>
 #include <string_view>
 #include <utility>
-
-QNM_CORE void* qnm_serv_allocate(std::size_t bytes, int alignment);
-QNM_CORE void qnm_serv_deallocate(void* block);
-QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len);
 
 namespace qnm::core {
 
@@ -23,6 +21,24 @@ inline void report(std::string_view routine, int info)
 
 // One message, one write: lines of several threads never mix.
 [[gnu::format(printf, 2, 3)]] void print_to(int fd, const char* format, ...);
+
+// What the calling thread formats meanwhile has the numbers of C, whatever the program's locale: they are
+// read by others.
+class NumbersOfC {
+public:
+    NumbersOfC()
+    {
+        static const locale_t c =
+            newlocale(LC_ALL_MASK, "C", nullptr); // if there is none, all stays as it is
+        before_ = uselocale(c);
+    }
+    ~NumbersOfC() { uselocale(before_); }
+    NumbersOfC(const NumbersOfC&) = delete;
+    NumbersOfC& operator=(const NumbersOfC&) = delete;
+
+private:
+    locale_t before_;
+};
 
 // Room for `count` elements, released on every path. A failed one is reported under the routine's name.
 template <class T>

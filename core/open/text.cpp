@@ -42,6 +42,7 @@ QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most,
     if (dest == nullptr || size == 0)
         return -1;
     const std::size_t room = std::min(size - 1, most) + 1;
+    const qnm::core::NumbersOfC point;
     va_list arguments;
     va_start(arguments, format);
     const int wanted = std::vsnprintf(dest, room, format, arguments);
@@ -59,13 +60,16 @@ QNM_CORE int qnm_serv_printf_s(const char* format, ...)
     return written;
 }
 
-// The value's length; 0 if the variable is not set or empty, or if the value does not fit.
+// The value's length; 0 and an empty text if the variable is not set or empty, or if the value does not fit.
+// For a program with rights that its caller has not, no variable is set.
 QNM_CORE int qnm_serv_getenv(const char* name, char* value, std::size_t size)
 {
-    const char* const found = std::getenv(name);
+    const char* const found = secure_getenv(name);
     const std::size_t length = found == nullptr ? 0 : std::strlen(found);
-    if (length == 0 || length >= size)
+    if (size == 0)
         return 0;
-    std::memcpy(value, found, length + 1);
-    return static_cast<int>(length);
+    const std::size_t kept = length < size ? length : 0;
+    std::copy_n(found, kept, value);
+    value[kept] = '\0';
+    return static_cast<int>(kept);
 }

@@ -102,9 +102,9 @@ public:
     }
 
 private:
-    Trace() : planned_(std::getenv("QNM_VERBOSE_OUTPUT_FILE"))
+    Trace() : planned_(secure_getenv("QNM_VERBOSE_OUTPUT_FILE"))
     {
-        const char* mode = std::getenv("QNM_VERBOSE");
+        const char* mode = secure_getenv("QNM_VERBOSE");
         if (mode != nullptr && mode[0] != '\0' && mode[1] == '\0')
             set_mode(mode[0] - '0'); // which refuses all but 0, 1 and 2
     }
@@ -162,6 +162,7 @@ void format_time(char* text, std::size_t size, double seconds)
         const char* name;
         double scale;
     };
+    const qnm::core::NumbersOfC point;
     constexpr std::array<Unit, 4> units{{{"ns", 1e9}, {"us", 1e6}, {"ms", 1e3}, {"s", 1}}};
     for (const Unit& unit : units) {
         const double value = seconds * unit.scale + 0.0; // no minus zero

@@ -9,16 +9,27 @@ namespace qnm::core {
 /// arrays must not overlap.
 using Transpose = void(core_int m, core_int n, const void* a, core_int lda, void* b, core_int ldb);
 
-/// The kernels of one instruction set, by the size of an element.
+inline constexpr int line_bytes = 64; // of the cache
+
+/// The kernels of one instruction set: for each size of an element, the ways to move it. Which way is
+/// the quickest is a matter of the processor.
 struct Transposes {
-    Transpose* of4;
-    Transpose* of8;
-    Transpose* of16;
+    enum Way {
+        ahead, ///< lines of cache are asked for before they are read and written
+        plain, ///< that is left to the processor
+        past,  ///< stores go past the cache
+        ways
+    };
+    using Ways = Transpose* [ways];
+    Ways of4, of8, of16;
 };
 extern const Transposes transposes_avx512, transposes_avx2, transposes_sse2;
 
 /// Those of this processor.
 const Transposes& transposes();
+
+/// Elements of so many bytes, the quickest way.
+void transpose(core_int element, core_int m, core_int n, const void* a, core_int lda, void* b, core_int ldb);
 
 /// The same for one line: where it is a column of A or of B, its elements stand side by side.
 template <class T>
@@ -66,8 +77,7 @@ template <class T>
 template <class T>
 void transpose(core_int m, core_int n, const T* a, core_int lda, T* b, core_int ldb)
 {
-    const Transposes& all = transposes();
-    (sizeof(T) == 4 ? all.of4 : sizeof(T) == 8 ? all.of8 : all.of16)(m, n, a, lda, b, ldb);
+    transpose(sizeof(T), m, n, a, lda, b, ldb);
 }
 
 } // namespace qnm::core

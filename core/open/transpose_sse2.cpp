@@ -3,7 +3,7 @@
 
 namespace qnm::core {
 
-const Transposes transposes_sse2{transposed<std::uint32_t, 1>, transposed<std::uint64_t, 1>,
-                                 transposed<std::uint64_t, 2>};
+const Transposes transposes_sse2{TRANSPOSES_OF(std::uint32_t, 1), TRANSPOSES_OF(std::uint64_t, 1),
+                                 TRANSPOSES_OF(std::uint64_t, 2)};
 
 } // namespace qnm::core

@@ -3,7 +3,7 @@
 
 #include "frame/kinds.hpp"
 
-namespace qnm {
+namespace qnm::blas {
 
 template <auto* Core, class... A>
 QNM_INLINE auto bare(A... arguments)
@@ -21,4 +21,4 @@ QNM_INLINE auto selected(bool small, A... arguments)
     }(Room<A>(arguments)...);
 }
 
-} // namespace qnm
+} // namespace qnm::blas

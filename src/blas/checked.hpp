@@ -3,10 +3,11 @@
 
 #include "frame/check.hpp"
 #include "frame/kinds.hpp"
+#include "frame/report.hpp"
 #include "frame/site.hpp"
 #include "frame/trace.hpp"
 
-namespace qnm {
+namespace qnm::blas {
 
 /// What an entry with a result gives back after a refusal.
 template <class R, int Refusal>
@@ -43,7 +44,7 @@ template <class I, class Tests, auto* Core, int Refusal = 0, class Jump, class..
 QNM_INLINE auto checked(Site site, Jump* jump, A&... arguments)
 {
     (park(arguments), ...);
-    qnm_set_xerbla_interface(cdecl_xerbla);
+    register_chain();
     int found = snapshot(*site.cell);
     park(found);
     const int position = Tests::template code<I>(In<A>{arguments}...);
@@ -63,4 +64,4 @@ QNM_INLINE int verdict(const char* name, int length, A&... arguments)
     return unlikely(position != 0) ? report_argument<I>(name, length, position) : 0;
 }
 
-} // namespace qnm
+} // namespace qnm::blas

@@ -1,36 +1,44 @@
 // Narrow sparse level 1: the index array is copied into 64-bit scratch for the length of the call.
 #pragma once
 
+#include "frame/check.hpp"
+#include "frame/copy.hpp"
 #include "frame/kinds.hpp"
 #include "frame/report.hpp"
+#include "frame/scratch.hpp"
 #include "frame/trace.hpp"
 
 namespace qnm {
 
+namespace blas {
+
+/// An array of narrow integers that the core gets as a 64-bit copy.
+struct Indices {
+    const int* array;
+};
+
+} // namespace blas
+
 template <>
-struct Room<Indices> {
-    Indices argument;
+struct Room<blas::Indices> {
+    using Source = Allocated<128>;
+    blas::Indices argument;
     core_int* block;
-    QNM_INLINE explicit Room(Indices given) : argument(given), block(nullptr) {}
+    QNM_INLINE explicit Room(blas::Indices given) : argument(given), block(nullptr) {}
     QNM_INLINE const core_int* pass() { return block; }
 
     /// Room for one index at the least, so that no size is ever zero; false if there is no memory.
     QNM_INLINE bool fill(core_int count)
     {
-        constexpr core_int alignment = 128;
-        const core_int length = count > 0 ? count : 1;
-        block = static_cast<core_int*>(
-            qnm_serv_iface_allocate(length * static_cast<core_int>(sizeof(core_int)), alignment));
-        if (block == nullptr)
-            return false;
-        for (core_int i = 0; i < count; ++i)
-            block[i] = argument.narrow[i];
-        return true;
+        block = Source::take<core_int>(larger<core_int>(count, 1) * static_cast<core_int>(sizeof(core_int)));
+        if (block != nullptr)
+            widen(block, argument.array, count);
+        return block != nullptr;
     }
-    QNM_INLINE void release() { qnm_serv_iface_deallocate(block); }
+    QNM_INLINE void release() { Source::release(block); }
 };
 
-namespace detail {
+namespace blas {
 
 template <class A>
 QNM_INLINE bool fill(Room<A>& room, core_int count)
@@ -48,15 +56,6 @@ QNM_INLINE void release(Room<A>& room)
         room.release();
 }
 
-template <class A>
-QNM_INLINE auto shown_scratch(Room<A>& room)
-{
-    if constexpr (std::is_same_v<A, const int*>)
-        return static_cast<int>(room.wide);
-    else
-        return shown<false>(room.argument);
-}
-
 template <class R, class Core, class... A>
 QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
 {
@@ -65,15 +64,13 @@ QNM_INLINE R call_and_release(Core* core, Room<A>&... rooms)
     return kept.take();
 }
 
-} // namespace detail
-
 /// The traced call; the release lies between the two readings of the clock.
 template <class R, class... P, class... A>
 QNM_COLD R scratch_cold(Cell* cell, const char* format, int found, R (*core)(P...), Room<A>... rooms)
 {
     return traced(
-        cell, found, [&] { return detail::call_and_release<R>(core, rooms...); },
-        [&](double elapsed) { print_line(format, elapsed, detail::shown_scratch<A>(rooms)...); });
+        cell, found, [&] { return call_and_release<R>(core, rooms...); },
+        [&](double elapsed) { print_line(format, elapsed, shown_unchecked<A>(rooms)...); });
 }
 
 /// Snapshot, widen, copy the indices, core, release. A failed copy is reported and the core is not called.
@@ -84,14 +81,15 @@ QNM_INLINE auto scratch(Cell* cell, const char* format, const char* name, int le
     const int found = snapshot(*cell);
     return [&](Room<A>&&... rooms) QNM_INLINE_LAMBDA {
         using R = decltype(call_core(HiddenLengths<A...>{}, Core, rooms...));
-        if (unlikely(!(detail::fill(rooms, count) && ...))) {
-            report_unregistered(name, length, scratch_failed);
+        if (unlikely(!(fill(rooms, count) && ...))) {
+            report_scratch(name, length);
             return R();
         }
         if (unlikely(found != 0))
             return scratch_cold(cell, format, found, jump, rooms...);
-        return detail::call_and_release<R>(Core, rooms...);
+        return call_and_release<R>(Core, rooms...);
     }(Room<A>(arguments)...);
 }
 
+} // namespace blas
 } // namespace qnm

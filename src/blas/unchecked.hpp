@@ -4,19 +4,7 @@
 #include "frame/kinds.hpp"
 #include "frame/trace.hpp"
 
-namespace qnm {
-
-/// Integers of a narrow entry are shown as they were widened, those of a wide one as the caller has them now.
-template <class A>
-QNM_INLINE auto shown_unchecked(Room<A>& room)
-{
-    if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
-        return static_cast<int>(room.wide);
-    else if constexpr (std::is_empty_v<A>)
-        return Unshown{};
-    else
-        return shown<true>(room.argument);
-}
+namespace qnm::blas {
 
 /// The caller's arguments stand first, so that the hot path need not move them for a call that it seldom
 /// makes.
@@ -41,4 +29,4 @@ QNM_INLINE auto unchecked(Cell* cell, const char* format, Jump* jump, A... argum
     return call_core(HiddenLengths<A...>{}, Core, Room<A>(arguments)...);
 }
 
-} // namespace qnm
+} // namespace qnm::blas

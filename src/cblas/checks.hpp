@@ -5,16 +5,15 @@
 #include <cstddef>
 
 #include "frame/check.hpp"
+#include "frame/layout.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 extern "C" {
 QNM_EXPORT void cblas_xerbla(const char* name, int position);
 QNM_EXPORT void cblas_xerbla_malloc_error(const char* name);
 }
 
-inline constexpr int row_major = 101;
-inline constexpr int column_major = 102;
 inline constexpr int conjugate_transpose = 113;
 
 /// Codes of one group follow each other.
@@ -79,4 +78,4 @@ QNM_INLINE bool idle(const void* alpha, const void* beta)
     return a[0] == 0 && a[1] == 0 && b[0] == 1 && b[1] == 0;
 }
 
-} // namespace qnm
+} // namespace qnm::cblas

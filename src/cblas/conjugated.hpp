@@ -3,80 +3,10 @@
 // back.
 #pragma once
 
+#include "cblas/conjugate.hpp"
 #include "cblas/layout.hpp"
 
-namespace qnm {
-
-/// A scalar's conjugate.
-template <class R>
-class Conjugated {
-public:
-    QNM_INLINE explicit Conjugated(const void* z)
-        : value_{static_cast<const R*>(z)[0], -static_cast<const R*>(z)[1]}
-    {
-    }
-    QNM_INLINE const void* pass() const { return value_; }
-
-private:
-    R value_[2];
-};
-
-/// Conjugates a vector in place. An increment of zero is an error that its vector must survive: the one
-/// element is conjugated once.
-template <class R>
-[[gnu::noinline]] void conjugate(const void* vector, core_int n, core_int increment)
-{
-    R* element = const_cast<R*>(static_cast<const R*>(vector));
-    const core_int stride = 2 * magnitude(increment);
-    const core_int count = increment == 0 && n > 0 ? 1 : n;
-    for (core_int i = 0; i < count; ++i, element += stride)
-        element[1] = -element[1];
-}
-
-/// Copies the conjugate of a vector read forward, filling a dense copy from its first element or its last.
-template <class R>
-[[gnu::noinline]] void copy_conjugate(R* to, const void* vector, core_int n, core_int increment,
-                                      bool backward)
-{
-    const R* from = static_cast<const R*>(vector);
-    const core_int stride = 2 * magnitude(increment);
-    if (backward)
-        to += 2 * (n - 1);
-    for (core_int i = 0; i < n; ++i, from += stride, to += backward ? -2 : 2) {
-        to[0] = from[0];
-        to[1] = -from[1];
-    }
-}
-
-/// Scratch for the conjugate of a vector of n elements, freed at the end of the block.
-template <class I, class R>
-class Scratch {
-public:
-    Scratch() = default;
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    QNM_INLINE ~Scratch() { release(); }
-
-    /// The count of reals is formed in the caller's width. False if there is no memory.
-    QNM_INLINE bool take(I n)
-    {
-        constexpr core_int alignment = 128;
-        const I reals = 2 * n;
-        block_ =
-            static_cast<R*>(qnm_serv_iface_allocate(reals * static_cast<core_int>(sizeof(R)), alignment));
-        return block_ != nullptr;
-    }
-    QNM_INLINE void release()
-    {
-        if (block_ != nullptr)
-            qnm_serv_iface_deallocate(block_);
-        block_ = nullptr;
-    }
-    QNM_INLINE R* get() const { return block_; }
-
-private:
-    R* block_ = nullptr;
-};
+namespace qnm::cblas {
 
 /// gemv, gbmv: a conjugate transpose only, once all is tested. y has n elements, x has m.
 struct General {
@@ -99,8 +29,8 @@ private:
         using R = typename Row::real;
         const Conjugated<R> alpha(row.alpha);
         const Conjugated<R> beta(row.beta);
-        Scratch<typename Row::integer, R> x;
-        if (!x.take(row.m))
+        VectorCopy<R> x;
+        if (!x.take(reals(row.m)))
             return cblas_xerbla_malloc_error(name);
         copy_conjugate(x.get(), row.x, row.m, row.incx, row.incx < 1);
         conjugate<R>(row.y, row.n, row.incy);
@@ -134,8 +64,8 @@ private:
         using R = typename Row::real;
         const Conjugated<R> alpha(row.alpha);
         const Conjugated<R> beta(row.beta);
-        Scratch<core_int, R> x;
-        if (!x.take(core_int{row.m} * row.batch_size))
+        VectorCopy<R> x;
+        if (!x.take(reals(core_int{row.m} * row.batch_size)))
             return cblas_xerbla_malloc_error(name);
         const auto turn_y = [&] {
             for (I p = 0; p < row.batch_size; ++p)
@@ -164,9 +94,9 @@ struct Product {
         using R = typename Row::real;
         const Conjugated<R> alpha(row.alpha);
         const Conjugated<R> beta(row.beta);
-        Scratch<typename Row::integer, R> x;
+        VectorCopy<R> x;
         if (row.n > 0) {
-            if (!x.take(row.n))
+            if (!x.take(reals(row.n)))
                 return cblas_xerbla_malloc_error(name);
             copy_conjugate(x.get(), row.x, row.n, row.incx, row.incx < 1);
             conjugate<R>(row.y, row.n, row.incy);
@@ -200,14 +130,14 @@ struct Copied {
         if (const int position = row.rows_options(name); position != 0)
             return cblas_xerbla(name, position);
         constexpr int most = 2;
-        Scratch<I, R> scratch[most];
+        VectorCopy<R> scratch[most];
         if (row.n > 0) {
             int taken = 0;
             const auto take = [&](const void* /*vector*/, I /*increment*/) {
-                return scratch[taken++].take(row.n);
+                return scratch[taken++].take(reals(row.n));
             };
             if (!row.each_copied(take)) {
-                for (Scratch<I, R>& one : scratch)
+                for (VectorCopy<R>& one : scratch)
                     one.release();
                 return cblas_xerbla_malloc_error(name);
             }
@@ -253,4 +183,4 @@ struct Triangle {
     }
 };
 
-} // namespace qnm
+} // namespace qnm::cblas

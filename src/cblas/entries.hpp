@@ -6,4 +6,4 @@
 #include "cblas/jit.hpp"
 #include "cblas/layout.hpp"
 #include "cblas/level1.hpp"
-#include "frame/services.hpp"
+#include "frame/jumps.hpp"

@@ -3,7 +3,7 @@
 
 #include "cblas/layout.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 inline constexpr int no_transpose = 111;
 inline constexpr int transpose = 112;
@@ -43,4 +43,4 @@ QNM_INLINE int made(const char* name, Row row)
     return refused(Row::layout_position);
 }
 
-} // namespace qnm
+} // namespace qnm::cblas

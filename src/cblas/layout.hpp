@@ -4,7 +4,7 @@
 
 #include "cblas/checks.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 /// The row-major path of an entry that tells its call by options and by the order of arguments.
 struct Told {
@@ -55,4 +55,4 @@ QNM_INLINE void regardless(const char* name, Row row)
     row.columns(Entry);
 }
 
-} // namespace qnm
+} // namespace qnm::cblas

@@ -2,9 +2,10 @@
 // computes here on zero-based indices.
 #pragma once
 
+#include "frame/complex.hpp"
 #include "frame/types.hpp"
 
-namespace qnm {
+namespace qnm::cblas {
 
 /// The zero-based index of an element; where the Fortran routine would find none, the first.
 template <auto* Entry, class I>
@@ -22,17 +23,6 @@ QNM_INLINE void dot_sub(I n, const void* x, I incx, const void* y, I incy, const
     const core_int wide[]{n, incx, incy};
     Core(result, &wide[0], x, &wide[1], y, &wide[2]);
 }
-
-/// Pairs of reals, with as much arithmetic as is needed here.
-template <class R>
-struct Complex {
-    using real = R;
-    R re;
-    R im;
-    Complex operator+(Complex b) const { return {re + b.re, im + b.im}; }
-    Complex operator*(Complex b) const { return {re * b.re - im * b.im, re * b.im + im * b.re}; }
-    bool operator==(const Complex&) const = default;
-};
 
 namespace sparse {
 
@@ -142,4 +132,4 @@ void roti(I n, const void* x, const I* indx, const void* y, T c, T s)
 }
 
 } // namespace sparse
-} // namespace qnm
+} // namespace qnm::cblas

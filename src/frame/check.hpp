@@ -2,7 +2,6 @@
 // tests in order; the first that fails gives the position. It looks and changes nothing.
 #pragma once
 
-#include "frame/report.hpp"
 #include "frame/types.hpp"
 
 namespace qnm {

@@ -5,25 +5,22 @@
 
 namespace {
 
-using exit_handler = void(int status);
-exit_handler* custom_exit = nullptr;
+qnm_exit_t custom_exit = nullptr;
 
 } // namespace
 
 extern "C" {
 
-void qnm_serv_set_exit_handler(exit_handler* handler);
-
-QNM_EXPORT void QNM_SET_EXIT_HANDLER(exit_handler* handler)
+QNM_EXPORT void QNM_SET_EXIT_HANDLER(qnm_exit_t handler)
 {
     custom_exit = handler;
     qnm_serv_set_exit_handler(handler);
 }
 
 #define QNM_SAME_EXIT_HANDLER [[gnu::alias("QNM_SET_EXIT_HANDLER"), gnu::visibility("default")]]
-QNM_SAME_EXIT_HANDLER void QNM_Set_Exit_Handler(exit_handler* handler);
-QNM_SAME_EXIT_HANDLER void qnm_set_exit_handler(exit_handler* handler);
-QNM_SAME_EXIT_HANDLER void qnm_set_exit_handler_(exit_handler* handler);
+QNM_SAME_EXIT_HANDLER void QNM_Set_Exit_Handler(qnm_exit_t handler);
+QNM_SAME_EXIT_HANDLER void qnm_set_exit_handler(qnm_exit_t handler);
+QNM_SAME_EXIT_HANDLER void qnm_set_exit_handler_(qnm_exit_t handler);
 
 QNM_EXPORT void qnm_serv_iface_exit(int status)
 {

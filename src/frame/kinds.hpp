@@ -1,21 +1,16 @@
 // How arguments travel. The C++ type of a parameter is its kind:
 //   const char*  option letter, with a hidden length     const I*   integer by reference, widened for the
 //   core const void*  array, real scalar or handle, untouched  I          integer by value (compact forms)
-//   Indices      index array of a narrow scratch entry   WidthFlag<I>  the flag of group batches
+//   WidthFlag<I>  the flag of group batches
+// Families add kinds of their own. One with a member `array` is an array.
 #pragma once
 
-#include <cstddef>
 #include <type_traits>
 #include <utility>
 
 #include "frame/types.hpp"
 
 namespace qnm {
-
-/// An array of narrow integers that the core gets as a 64-bit copy.
-struct Indices {
-    const int* narrow;
-};
 
 /// Group batches pass arrays of the caller's own width on, and tell the core behind the visible arguments
 /// which width that is: 1 from a narrow entry, 0 from a wide one.
@@ -84,21 +79,34 @@ QNM_INLINE decltype(auto) call_core(std::index_sequence<H...> /*letters*/, Core*
 /// Stands for an argument that the line does not show.
 struct Unshown {};
 
-/// An argument as the line shows it. Where a call may have been refused, integers are read through a null
-/// test.
+/// An argument as the line shows it: an array by the caller's address. Where a call may have been refused,
+/// integers are read through a null test.
 template <bool NullTest, class A>
 QNM_INLINE auto shown(A argument)
 {
     if constexpr (std::is_same_v<A, const char*>)
         return static_cast<int>(*argument);
-    else if constexpr (std::is_same_v<A, Indices>)
-        return static_cast<const void*>(argument.narrow);
+    else if constexpr (requires { argument.array; })
+        return static_cast<const void*>(argument.array);
     else if constexpr (std::is_empty_v<A>)
         return Unshown{};
     else if constexpr (std::is_pointer_v<A> && !std::is_same_v<A, const void*>)
         return NullTest && argument == nullptr ? std::remove_cvref_t<decltype(*argument)>{0} : *argument;
     else
         return argument;
+}
+
+/// An argument of an entry without a check: a narrow integer is shown as it was widened, all else as the
+/// caller has it now.
+template <class A>
+QNM_INLINE auto shown_unchecked(Room<A>& room)
+{
+    if constexpr (std::is_same_v<A, const int*> || std::is_same_v<A, int>)
+        return static_cast<int>(room.wide);
+    else if constexpr (std::is_empty_v<A>)
+        return Unshown{};
+    else
+        return shown<true>(room.argument);
 }
 
 /// Holds a result across the trace, void included.

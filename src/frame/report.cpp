@@ -2,10 +2,11 @@
 
 namespace qnm {
 
-void report_unregistered(const char* name, int length, core_int code)
+void report_scratch(const char* name, int length)
 {
-    qnm_set_xerbla_interface(cdecl_xerbla);
-    qnm_serv_iface_xerbla(name, reinterpret_cast<const int*>(&code), length);
+    constexpr int usual = 6; // longer names are measured by the core
+    register_chain();
+    report(name, length > usual ? measured(name) : length, scratch_failed);
 }
 
 extern "C" {
@@ -13,17 +14,14 @@ extern "C" {
 QNM_EXPORT void cblas_xerbla(const char* name, int info)
 {
     const core_int code = info;
-    qnm_set_xerbla_interface(cdecl_xerbla);
-    const int length = static_cast<int>(qnm_serv_strnlen_s(name, 4096));
-    qnm_serv_iface_xerbla(name, reinterpret_cast<const int*>(&code), length);
+    register_chain();
+    report(name, measured(name), code);
 }
 
 QNM_EXPORT void cblas_xerbla_malloc_error(const char* name)
 {
-    const core_int code = allocation_failed;
-    qnm_set_xerbla_interface(cdecl_xerbla);
-    const int length = static_cast<int>(qnm_serv_strnlen_s(name, 4096));
-    qnm_serv_iface_xerbla(name, reinterpret_cast<const int*>(&code), length);
+    register_chain();
+    report(name, measured(name), allocation_failed);
 }
 }
 

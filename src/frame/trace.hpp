@@ -1,4 +1,4 @@
-// Verbose tracing: the cell, the decision, the time and the line. Only the snapshot is on the untraced path.
+// Verbose tracing: the mode, the time and the line. Only the snapshot of a mode is on the untraced path.
 #pragma once
 
 #include <tuple>
@@ -18,14 +18,16 @@ QNM_BENIGN_RACE int snapshot(const Cell& cell)
 /// Binds the cell if it was found unknown and reads the mode as it is now.
 QNM_COLD bool tracing(Cell* cell, int found);
 
-/// Time between two readings. A clock that answers zero is not read again.
+/// Time between two readings.
 class Stopwatch {
 public:
     void start() { elapsed_ = -qnm_serv_iface_dsecnd(); }
-    void stop()
+    void stop() { elapsed_ += qnm_serv_iface_dsecnd(); }
+    /// A clock that answered zero is not read again.
+    void stop_if_running()
     {
         if (elapsed_ != 0.0)
-            elapsed_ += qnm_serv_iface_dsecnd();
+            stop();
     }
     double elapsed() const { return elapsed_; }
 
@@ -80,10 +82,30 @@ QNM_INLINE auto traced(Cell* cell, int found, Call&& call, Show&& show)
     Stopwatch watch;
     watch.start();
     Kept<decltype(call())> kept(call);
-    watch.stop();
+    watch.stop_if_running();
     show(watch.elapsed());
     return kept.take();
 }
+
+/// The mode of entries without a cell: where it lives is asked at each call, and it is read on both sides of
+/// the core.
+class AskedMode {
+public:
+    QNM_INLINE AskedMode() : mode_(qnm_serv_iface_verbose_mode()), at_first_(*mode_ != 0)
+    {
+        if (at_first_)
+            watch_.start();
+    }
+    QNM_INLINE bool on() const { return *mode_ != 0; }
+    /// Whether it was on when the call began, and the watch that was started then.
+    QNM_INLINE bool at_first() const { return at_first_; }
+    QNM_INLINE Stopwatch watch() const { return watch_; }
+
+private:
+    const int* mode_;
+    bool at_first_;
+    Stopwatch watch_;
+};
 
 /// The line of a call that was refused: its time is the gap between two readings of the clock.
 template <class Show>
@@ -93,7 +115,7 @@ QNM_INLINE void show_refused(Cell* cell, int found, Show&& show)
         return;
     Stopwatch watch;
     watch.start();
-    watch.stop();
+    watch.stop_if_running();
     show(watch.elapsed());
 }
 

@@ -3,15 +3,14 @@
 
 #include <type_traits>
 
+#include "services/core.hpp"
+
 namespace qnm {
 
 /// The integer of all core functions. Narrow entries take `int`, wide entries take this very type.
 using core_int = long long;
 /// A hidden character length; the layer passes 1, whatever its caller passed.
 using hidden_length = long;
-
-/// The handler of every error chain: only 32 bits of `info` are defined.
-using xerbla_handler = void(const char* srname, const int* info, int len);
 
 #define QNM_EXPORT [[gnu::visibility("default")]]
 #define QNM_INLINE [[gnu::always_inline]] inline
@@ -45,22 +44,6 @@ QNM_INLINE void park(T& value)
 QNM_INLINE void stay_below()
 {
     asm volatile("" ::: "memory");
-}
-
-/// The core's and the layer's own services, as the frame uses them. Those of the layer are called through the
-/// dynamic symbol table, so that an application's definition is the one that counts.
-extern "C" {
-QNM_EXPORT void qnm_set_xerbla_interface(xerbla_handler* head);
-QNM_EXPORT void cdecl_xerbla(const char* srname, const int* info, int len);
-QNM_EXPORT void qnm_serv_iface_xerbla(const char* srname, const int* info, int len);
-QNM_EXPORT const int* qnm_serv_iface_verbose_mode();
-QNM_EXPORT double qnm_serv_iface_dsecnd();
-QNM_EXPORT void qnm_serv_iface_print_verbose_info(int enabled, const char* line, double seconds);
-QNM_EXPORT void* qnm_serv_iface_allocate(core_int bytes, core_int alignment);
-QNM_EXPORT void qnm_serv_iface_deallocate(void* block);
-int qnm_serv_lsame(const char* a, const char* b, hidden_length, hidden_length);
-int qnm_serv_snprintf_s(char* to, core_int size, core_int most, const char* format, ...);
-core_int qnm_serv_strnlen_s(const char* text, core_int most);
 }
 
 } // namespace qnm

@@ -1,9 +1,7 @@
 // The LAPACK entry: register, snapshot, check, widen, arrays, core, results back, release, line.
 #pragma once
 
-#include "frame/report.hpp"
-#include "frame/site.hpp"
-#include "lapack/rooms.hpp"
+#include "lapack/call.hpp"
 
 namespace qnm::lapack {
 
@@ -23,6 +21,8 @@ template <class A>
 inline constexpr bool is_query = false;
 template <class H>
 inline constexpr bool is_query<Query<H>> = true;
+template <class H>
+inline constexpr bool is_query<Answer<H>> = true;
 template <class H>
 inline constexpr bool is_query<OwnQuery<H>> = true;
 template <class A>
@@ -49,69 +49,6 @@ QNM_INLINE bool any_asks(A&... arguments)
         return (asks(arguments) || ...);
     else
         return false;
-}
-
-template <class S>
-QNM_INLINE bool prepare(S& seat)
-{
-    if constexpr (requires { seat.prepare(); })
-        return seat.prepare();
-    else
-        return true;
-}
-
-template <class S>
-QNM_INLINE void bring_back(S& seat)
-{
-    if constexpr (requires { seat.bring_back(); })
-        seat.bring_back();
-}
-
-template <class S>
-QNM_INLINE void release(S& seat)
-{
-    if constexpr (requires { seat.release(); })
-        seat.release();
-}
-
-template <class S>
-QNM_INLINE void fail(S& seat)
-{
-    if constexpr (requires { seat.fail(); })
-        seat.fail();
-}
-
-/// Registers and reports the failed scratch of an entry under its exact name.
-QNM_COLD void report_scratch(const char* name, int length);
-
-template <class F>
-struct Function;
-template <class R, class... P>
-struct Function<R(P...)> {
-    using Result = R;
-};
-
-template <class... A>
-using Letters = HiddenLengths<pointer_of<A>...>;
-
-/// Arrays, core, results back, release. If an array cannot be had, those before it are released and the core
-/// is not called. `around` is given the call, to make it at once or to trace it.
-template <class R, class Letters, class Around, class Core, class... Seats>
-QNM_INLINE R run(const char* name, int length, Around&& around, Core* core, Seats&&... seats)
-{
-    int prepared = 0;
-    if (unlikely(!((prepare(seats) && ++prepared != 0) && ...))) {
-        ((prepared-- > 0 ? release(seats) : void()), ...);
-        report_scratch(name, length);
-        (fail(seats), ...);
-        return R();
-    }
-    return around([&]() QNM_INLINE_LAMBDA -> R {
-        Kept<R> kept([&]() QNM_INLINE_LAMBDA -> R { return call_core(Letters{}, core, seats...); });
-        (bring_back(seats), ...);
-        (release(seats), ...);
-        return kept.take();
-    });
 }
 
 /// A bad argument was found: report, and a line if tracing is on.
@@ -169,7 +106,7 @@ QNM_INLINE auto entry(Site site, Jump* jump, A... arguments)
     using R = typename Function<Jump>::Result;
     (stay_in_place(arguments), ...);
     if constexpr (registers)
-        qnm_set_xerbla_interface(cdecl_xerbla);
+        register_chain();
     int found = snapshot(*site.cell);
     park(found);
     if constexpr (!std::is_same_v<Tests, NoTests>) {

@@ -2,11 +2,9 @@
 #pragma once
 
 #include "frame/check.hpp"
+#include "frame/scratch.hpp"
 
 namespace qnm::lapack {
-
-/// Up to so many elements live on the entry's stack.
-inline constexpr core_int stack_elements = 16;
 
 class Extent {
 public:

@@ -22,10 +22,12 @@ struct Out {
     H caller;
 };
 
-/// A length that a query sets. Otherwise it is only read, and may be a constant of the caller's.
+/// A length argument that asks as a Query does, and that the routine sets if it is -1 itself. Otherwise it is
+/// only read, and may be a constant of the caller's.
 template <class H>
 struct Answer {
     H caller;
+    bool asked = false;
 };
 
 /// INFO: every routine that has it writes it, so nothing goes in. A check leaves its verdict there.
@@ -136,6 +138,12 @@ QNM_INLINE Kind<P> sent(Kind<In<P>> a)
 
 template <class P>
 QNM_INLINE Query<P> sent(Query<In<P>> a)
+{
+    return {a.caller, a.asked};
+}
+
+template <class P>
+QNM_INLINE Answer<P> sent(Answer<In<P>> a)
 {
     return {a.caller, a.asked};
 }

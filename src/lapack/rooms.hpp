@@ -1,7 +1,6 @@
-// What the core gets for the kinds of LAPACK, narrow and wide.
+// What the core gets for the scalars of LAPACK, narrow and wide.
 #pragma once
 
-#include "lapack/copy.hpp"
 #include "lapack/kinds.hpp"
 
 namespace qnm::lapack {
@@ -35,12 +34,6 @@ template <class H>
 struct Ground<Info<H>> {
     QNM_INLINE Ground() {}
     core_int wide;
-};
-
-template <Way way, Extra extra, class H, class Returned>
-struct Ground<Array<way, extra, H, Returned>> {
-    QNM_INLINE Ground() {}
-    core_int elements[stack_elements];
 };
 
 /// An argument's place in the core's call. Plain arguments: the room of their type.
@@ -95,6 +88,8 @@ struct Seat<Answer<H>> : Seat<Out<H>> {
     QNM_INLINE Seat(Answer<H> a, Ground<Answer<H>>&& ground)
         : Seat<Out<H>>(Out<H>{a.caller}, std::move(ground))
     {
+        if (a.asked)
+            *this->wide = -1;
     }
     QNM_INLINE void bring_back()
     {
@@ -132,70 +127,6 @@ struct Seat<Query<H>> {
 template <class H>
 struct Seat<OwnQuery<H>> : Seat<H> {
     QNM_INLINE Seat(OwnQuery<H> a, Ground<OwnQuery<H>>&& /*ground*/) : Seat<H>(a.caller, Ground<H>()) {}
-};
-
-template <Way way, Extra extra, class H, class Returned>
-struct Seat<Array<way, extra, H, Returned>> {
-    using Given = Array<way, extra, H, Returned>;
-
-    H caller;
-    Extent extent;
-    bool asked;
-    Returned returned;
-    core_int* block;
-
-    QNM_INLINE Seat(Given a, Ground<Given>&& ground)
-        : caller(a.caller), extent(a.extent), asked(a.asked), returned(a.returned), block(ground.elements)
-    {
-    }
-
-    /// False if there is no memory; nothing is held then.
-    QNM_INLINE bool prepare()
-    {
-        constexpr core_int alignment = 128;
-        if (unlikely(extent.allocated())) {
-            block = static_cast<core_int*>(qnm_serv_iface_allocate(extent.bytes(), alignment));
-            if (block == nullptr)
-                return false;
-        }
-        if constexpr (extra == Extra::cleared) {
-            if (extent.elements() > 0) // a bad size is left to the core
-                __builtin_memset(block, 0, static_cast<std::size_t>(extent.bytes()));
-        }
-        if constexpr (way == Way::in || way == Way::inout)
-            widen(block, pointer(caller), extent.elements());
-        return true;
-    }
-
-    QNM_INLINE core_int* pass() { return extra == Extra::null_at_query && asked ? nullptr : block; }
-
-    /// Work comes back as far as it carries results, and at a query by its first element at most.
-    QNM_INLINE core_int coming_back() const
-    {
-        if constexpr (requires { returned(); }) {
-            constexpr bool first = requires
-            {
-                std::integral_constant<core_int, Returned{}()>::value;
-            };
-            return asked ? core_int{first ? 1 : 0} : smaller(returned(), extent.elements());
-        } else if constexpr (std::is_same_v<Returned, AllOrFirst>) {
-            return asked ? 1 : extent.elements();
-        } else {
-            return way == Way::work ? 0 : extent.elements();
-        }
-    }
-
-    QNM_INLINE void bring_back()
-    {
-        if constexpr (way != Way::in && (way != Way::work || requires { returned(); }))
-            narrow(pointer(caller), block, coming_back());
-    }
-
-    QNM_INLINE void release()
-    {
-        if (unlikely(extent.allocated()))
-            qnm_serv_iface_deallocate(block);
-    }
 };
 
 } // namespace qnm::lapack

@@ -2,4 +2,6 @@
 #pragma once
 
 #include "frame/check.hpp"
+#include "helpers/exported.hpp"
 #include "lapacke/high.hpp"
+#include "lapacke/member.hpp"

@@ -6,13 +6,13 @@
 namespace qnm {
 
 template <class N>
-QNM_INLINE core_int room(N count)
+core_int room(N count)
 {
     return count > 0 ? count : 1;
 }
 
 /// A triangle in packed storage.
-QNM_INLINE core_int packed_room(core_int n)
+inline core_int packed_room(core_int n)
 {
     return room(n) * (n + 1 > 2 ? n + 1 : 2) / 2;
 }
@@ -23,10 +23,10 @@ QNM_INLINE core_int packed_room(core_int n)
     struct NAME {                                                                                            \
         static constexpr bool packed = false;                                                                \
         OPTIONS;                                                                                             \
-        QNM_INLINE I rows() const { return ROWS; }                                                           \
-        QNM_INLINE I columns() const { return COLUMNS; }                                                     \
+        I rows() const { return ROWS; }                                                                      \
+        I columns() const { return COLUMNS; }                                                                \
         template <class E>                                                                                   \
-        QNM_INLINE void trans(int layout, const E* in, I ldin, E* out, I ldout) const                        \
+        void trans(int layout, const E* in, I ldin, E* out, I ldout) const                                   \
         {                                                                                                    \
             Exported<E, I>::FORM##_trans(layout, __VA_ARGS__, in, ldin, out, ldout);                         \
         }                                                                                                    \
@@ -36,9 +36,9 @@ QNM_INLINE core_int packed_room(core_int n)
     struct NAME {                                                                                            \
         static constexpr bool packed = true;                                                                 \
         OPTIONS;                                                                                             \
-        QNM_INLINE core_int order() const { return n; }                                                      \
+        core_int order() const { return n; }                                                                 \
         template <class E>                                                                                   \
-        QNM_INLINE void trans(int layout, const E* in, I /*ldin*/, E* out, I /*ldout*/) const                \
+        void trans(int layout, const E* in, I /*ldin*/, E* out, I /*ldout*/) const                           \
         {                                                                                                    \
             Exported<E, I>::FORM##_trans(layout, __VA_ARGS__, in, out);                                      \
         }                                                                                                    \
@@ -69,7 +69,7 @@ struct GeBehind {
     I m;
     const I* n;
     template <class E>
-    QNM_INLINE void trans(int layout, const E* in, I ldin, E* out, I ldout) const
+    void trans(int layout, const E* in, I ldin, E* out, I ldout) const
     {
         Exported<E, I>::ge_trans(layout, m, *n, in, ldin, out, ldout);
     }
@@ -82,7 +82,7 @@ struct Either {
     A a;
     B b;
     template <class E, class I>
-    QNM_INLINE void trans(int layout, const E* in, I ldin, E* out, I ldout) const
+    void trans(int layout, const E* in, I ldin, E* out, I ldout) const
     {
         first ? a.trans(layout, in, ldin, out, ldout) : b.trans(layout, in, ldin, out, ldout);
     }

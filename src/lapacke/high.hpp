@@ -1,4 +1,5 @@
-// The high level: looks at the layout and for NaN, manages workspace, calls the work level.
+// The high level looks at the layout and for NaN, manages workspace, calls the work level: what it is made
+// of.
 #pragma once
 
 #include <type_traits>
@@ -9,12 +10,12 @@ namespace qnm {
 
 /// The size that a query gave, in the first element of a workspace.
 template <class E>
-QNM_INLINE core_int size_in(const E& first)
+core_int size_in(const E& first)
 {
     return static_cast<core_int>(first);
 }
 template <class R>
-QNM_INLINE core_int size_in(const Complex<R>& first)
+core_int size_in(const Complex<R>& first)
 {
     return static_cast<core_int>(first.re);
 }
@@ -23,10 +24,13 @@ QNM_INLINE core_int size_in(const Complex<R>& first)
 template <class E>
 struct Fixed {
     static constexpr bool asked = false;
+    struct Answer {};
     core_int count;
     bool needed = true;
     E* place = nullptr;
-    QNM_INLINE bool obtain()
+    void query(Answer& /*answer*/) const {}
+    void read(const Answer& /*answer*/) const {}
+    bool obtain()
     {
         place = needed ? obtained<E>(room(count)) : nullptr;
         return place != nullptr || !needed;
@@ -37,17 +41,17 @@ struct Fixed {
 template <class E, class I>
 struct Asked {
     static constexpr bool asked = true;
+    using Answer = E;
     bool needed = true;
-    E first{};
     I size = -1;
     E* place = nullptr;
-    QNM_INLINE void query() { place = &first; }
-    QNM_INLINE void read()
+    void query(Answer& answer) { place = &answer; }
+    void read(const Answer& answer)
     {
-        size = static_cast<I>(size_in(first));
+        size = static_cast<I>(size_in(answer));
         place = nullptr;
     }
-    QNM_INLINE bool obtain()
+    bool obtain()
     {
         place = needed ? obtained<E>(room(size)) : nullptr;
         return place != nullptr || !needed;
@@ -58,18 +62,20 @@ struct Asked {
 template <class E, class I>
 struct AskedTable {
     static constexpr bool asked = true;
-    E first[2]{};
+    struct Answer {
+        E sizes[2];
+    };
     I size = -1; // the leading dimension
     core_int columns = 0;
     E* place = nullptr;
-    QNM_INLINE void query() { place = first; }
-    QNM_INLINE void read()
+    void query(Answer& answer) { place = answer.sizes; }
+    void read(const Answer& answer)
     {
-        size = static_cast<I>(size_in(first[0]));
-        columns = size_in(first[1]);
+        size = static_cast<I>(size_in(answer.sizes[0]));
+        columns = size_in(answer.sizes[1]);
         place = nullptr;
     }
-    QNM_INLINE bool obtain()
+    bool obtain()
     {
         place = obtained<E>(room(core_int{size}) * room(columns));
         return place != nullptr;
@@ -77,63 +83,46 @@ struct AskedTable {
 };
 
 template <class W>
-QNM_INLINE bool obtain_if(W& workspace, bool asked)
+bool obtain_if(W& workspace, bool asked)
 {
     return W::asked != asked || workspace.obtain();
 }
 
 template <class W>
-QNM_INLINE void query(W& workspace)
-{
-    if constexpr (W::asked)
-        workspace.query();
-}
-
-template <class W>
-QNM_INLINE void read_size(W& workspace)
-{
-    if constexpr (W::asked)
-        workspace.read();
-}
-
-template <class W>
-QNM_INLINE void release(W& workspace)
+void release(const W& workspace)
 {
     if (workspace.place != nullptr)
         qnm_serv_iface_free(workspace.place);
 }
 
+/// Asks the routine for sizes. The answers stand apart from what is known of the workspaces, whose addresses
+/// nobody gets, so that it need not stand in memory.
+template <class R, class Call, class... W>
+R query(Call& call, W&... workspaces, typename W::Answer... answers)
+{
+    (workspaces.query(answers), ...);
+    const R result = call(workspaces...);
+    (workspaces.read(answers), ...);
+    return result;
+}
+
+/// Whether arrays are looked at for NaN: they are, unless somebody has switched it off.
+inline bool nan_checks()
+{
+    return !unlikely(LAPACKE_get_nancheck() == 0);
+}
+
 /// Reports a bad argument among the NaN checks.
-QNM_INLINE int reported(const char* name, int position)
+inline int reported(const char* name, int position)
 {
     misused<int>(name, position);
     return position;
 }
 
-/// What an entry with a value gives back for a NaN or a bad layout is the code as a real.
-template <class R, class Nan, class Call>
-QNM_INLINE R without_layout(Nan&& nan, Call&& call)
-{
-    if (LAPACKE_get_nancheck() != 0)
-        if (const int position = nan(); position != 0)
-            return static_cast<R>(-position);
-    return call();
-}
-
-/// The same for an entry with a layout.
-template <class R, class Nan, class Call>
-QNM_INLINE R with_layout(const char* name, int layout, Nan&& nan, Call&& call)
-{
-    if (!is_layout(layout))
-        return misused<R>(name, 1);
-    return without_layout<R>(nan, call);
-}
-
 /// `stops` ends the entry behind the query. `prepare` and `finish` see the workspaces before and after the
 /// call.
 template <class R, class Call, class Prepare, class Finish, class... W>
-QNM_INLINE R worked(const char* name, bool stops, Call&& call, Prepare&& prepare, Finish&& finish,
-                    W... workspaces)
+R worked(const char* name, bool stops, Call&& call, Prepare&& prepare, Finish&& finish, W... workspaces)
 {
     constexpr bool asks = (W::asked || ...);
     R result{};
@@ -141,10 +130,8 @@ QNM_INLINE R worked(const char* name, bool stops, Call&& call, Prepare&& prepare
     bool ended = false;
     if constexpr (asks) {
         if (!failed) {
-            (query(workspaces), ...);
-            result = call(workspaces...);
+            result = query<R, Call, W...>(call, workspaces..., typename W::Answer{}...);
             ended = result != 0 || stops;
-            (read_size(workspaces), ...);
             failed = !ended && !(obtain_if(workspaces, true) && ...);
         }
     }
@@ -167,26 +154,26 @@ QNM_INLINE R worked(const char* name, bool stops, Call&& call, Prepare&& prepare
 /// Nothing to do at one of worked's steps.
 struct Nothing {
     template <class... W>
-    QNM_INLINE void operator()(W&... /*workspaces*/) const
+    void operator()(W&... /*workspaces*/) const
     {
     }
 };
 inline constexpr Nothing nothing;
 
 template <class E>
-QNM_INLINE void copy_values(E* to, const E* from, core_int count)
+void copy_values(E* to, const E* from, core_int count)
 {
     for (core_int i = 0; i < count; ++i)
         to[i] = from[i];
 }
 
 template <class E>
-QNM_INLINE bool nonzero(const E& value)
+bool nonzero(const E& value)
 {
     return value != 0;
 }
 template <class R>
-QNM_INLINE bool nonzero(const Complex<R>& value)
+bool nonzero(const Complex<R>& value)
 {
     return value.re != 0 || value.im != 0;
 }

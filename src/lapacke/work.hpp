@@ -12,7 +12,7 @@ inline constexpr int transposition_failed = -1011;
 /// Copies and workspace begin at such addresses.
 inline constexpr int lapacke_alignment = 128;
 
-QNM_INLINE bool option(char letter, char expected)
+inline bool option(char letter, char expected)
 {
     return LAPACKE_lsame(letter, expected) != 0;
 }
@@ -26,7 +26,7 @@ QNM_COLD R misused(const char* name, int position)
 }
 
 template <class E>
-QNM_INLINE E* obtained(core_int elements)
+E* obtained(core_int elements)
 {
     return static_cast<E*>(
         qnm_serv_iface_malloc(elements * static_cast<core_int>(sizeof(E)), lapacke_alignment));
@@ -34,7 +34,7 @@ QNM_INLINE E* obtained(core_int elements)
 
 /// The layout stands in front of the routine's arguments, so their positions are one higher.
 template <class I>
-QNM_INLINE I shifted(I info)
+I shifted(I info)
 {
     return info < 0 ? info - 1 : info;
 }
@@ -42,7 +42,7 @@ QNM_INLINE I shifted(I info)
 /// Where a value stands for the length of a call. A member's own address would keep its record in memory, and
 /// what is known of each matrix would be looked up there.
 template <class I>
-QNM_INLINE const I* lent(const I&& value)
+const I* lent(const I&& value)
 {
     return &value;
 }
@@ -58,42 +58,41 @@ struct Matrix {
     bool goes_in;
     bool comes_back;
     Form form;
-    Back back;
+    Back back = form;
     E* place = const_cast<E*>(given);
     I place_ld = leading();
 
-    QNM_INLINE I copy_ld() const { return place_ld; }
-    QNM_INLINE bool too_short() const { return ld < bound; }
-    QNM_INLINE bool allocate()
+    bool too_short() const { return ld < bound; }
+    bool allocate()
     {
         place = copied ? obtained<E>(elements()) : nullptr;
         return place != nullptr || !copied;
     }
-    QNM_INLINE void bring_in() const
+    void bring_in() const
     {
         if (copied && goes_in)
             form.trans(row_major, given, ld, place, place_ld);
     }
-    QNM_INLINE void bring_back() const
+    void bring_back() const
     {
         if (copied && comes_back)
             back.trans(column_major, place, place_ld, const_cast<E*>(given), ld);
     }
-    QNM_INLINE void release() const
+    void release() const
     {
         if (place != nullptr)
             qnm_serv_iface_free(place);
     }
 
 private:
-    QNM_INLINE I leading() const
+    I leading() const
     {
         if constexpr (Form::packed)
             return 0;
         else
             return static_cast<I>(room(form.rows()));
     }
-    QNM_INLINE core_int elements() const
+    core_int elements() const
     {
         if constexpr (Form::packed)
             return packed_room(form.order());
@@ -102,27 +101,25 @@ private:
     }
 };
 
-/// Column-major: the caller's own arguments.
-template <class I, class Call>
-QNM_INLINE I passed_on(Call&& call)
+/// Without a layout nothing is shifted.
+template <class I, class Routine, class... A>
+I plain(Routine& routine, A*... arguments)
 {
     I info = 0;
-    call(&info);
-    return shifted(info);
+    routine(arguments..., &info);
+    return info;
 }
 
-/// Without a layout nothing is shifted.
-template <class I, class Call>
-QNM_INLINE I plain(Call&& call)
+/// Column-major: the caller's own arguments.
+template <class I, class Routine, class... A>
+I passed_on(Routine& routine, A*... arguments)
 {
-    I info = 0;
-    call(&info);
-    return info;
+    return shifted(plain<I>(routine, arguments...));
 }
 
 /// Takes memory for all copies, or for none.
 template <class... M>
-QNM_INLINE bool all_allocated(M&... matrices)
+bool all_allocated(M&... matrices)
 {
     return (matrices.allocate() && ...);
 }
@@ -130,7 +127,7 @@ QNM_INLINE bool all_allocated(M&... matrices)
 /// Row-major. Leading dimensions are tested in the order of the arguments, then what else is `refused`. A
 /// query needs the leading dimensions of the copies, and no copies.
 template <class I, class Call, class... M>
-QNM_INLINE I transposed(const char* name, bool asks, int refused, Call&& call, M... matrices)
+I transposed(const char* name, bool asks, int refused, Call&& call, M... matrices)
 {
     int bad = 0;
     (void)((matrices.too_short() && (bad = matrices.position, true)) || ...);
@@ -160,7 +157,7 @@ QNM_INLINE I transposed(const char* name, bool asks, int refused, Call&& call, M
 
 /// Row-major of a function: what it gives back is its value, which is 0 if there was no memory.
 template <class I, class R, class Call, class... M>
-QNM_INLINE R transposed_value(const char* name, Call&& call, M... matrices)
+R transposed_value(const char* name, Call&& call, M... matrices)
 {
     R value{};
     I info = transposed<I>(
@@ -170,8 +167,8 @@ QNM_INLINE R transposed_value(const char* name, Call&& call, M... matrices)
 
 /// Row-major of a routine that does the same to the transpose: sizes change places, the triangle is the other
 /// one, the norm of columns is that of rows. A norm of rows needs workspace that the caller has not provided.
-template <class I, class R, class E, class Call>
-QNM_INLINE R turned(const char* name, int bad, char norm, char uplo, core_int length, Call&& call)
+template <class R, class E, class Call>
+R turned(const char* name, int bad, char norm, char uplo, core_int length, Call&& call)
 {
     if (bad != 0)
         return misused<R>(name, bad);
@@ -196,25 +193,21 @@ QNM_INLINE R turned(const char* name, int bad, char norm, char uplo, core_int le
     return result;
 }
 
-/// The routine itself takes either layout, by its TRANS.
-template <class I, class Call>
-QNM_INLINE I by_option(int layout, char trans, Call&& call)
+/// The TRANS of a routine that takes either layout by it.
+inline char told(int layout, char trans)
 {
-    const char told = !option(trans, 't') && layout == column_major ? 'n' : 't';
-    I info = 0;
-    call(&told, &info);
-    return shifted(info);
+    return !option(trans, 't') && layout == column_major ? 'n' : 't';
 }
 
 /// The layout in which such a routine reads its matrices.
-QNM_INLINE int option_layout(int layout, char trans)
+inline int option_layout(int layout, char trans)
 {
     return layout == column_major && option(trans, 'n') ? column_major : row_major;
 }
 
 /// The rows that exchanges reach: LASWP is not told how many the matrix has.
 template <class I>
-QNM_INLINE core_int reached(I first, I last, const I* pivots, I increment)
+core_int reached(I first, I last, const I* pivots, I increment)
 {
     core_int rows = room(core_int{last});
     const core_int step = increment < 0 ? -core_int{increment} : core_int{increment};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/check.hpp"
+#include "frame/report.hpp"
 
 namespace qnm::trans {
 
@@ -74,7 +75,11 @@ QNM_INLINE Size tested(core_int argument)
 }
 
 /// Reports under a name in lower case, past the layer's own report call.
-QNM_COLD int trans_xerbla(const char* name, core_int code);
+QNM_COLD inline int trans_xerbla(const char* name, core_int code)
+{
+    report<qnm_serv_xerbla>(name, measured(name), code);
+    return 1;
+}
 
 /// The body of a check: 0 if all is well, else 1 after the report.
 template <class Tests, class... A>

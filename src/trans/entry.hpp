@@ -7,23 +7,20 @@
 
 namespace qnm::trans {
 
-/// The line of a call, `enabled` only if the mode was on when it began. `elapsed` is the negated first
-/// reading, or zero; a clock that answers zero is read again all the same.
+/// The line of a call, `enabled` only if the mode was on when it began.
 template <class... A>
-QNM_COLD void show(bool enabled, double elapsed, const char* format, A... arguments)
+QNM_COLD void show(bool enabled, Stopwatch watch, const char* format, A... arguments)
 {
-    elapsed += qnm_serv_iface_dsecnd();
-    hand_over(enabled ? 1 : 0, format, elapsed, shown(arguments)...);
+    watch.stop();
+    hand_over(enabled ? 1 : 0, format, watch.elapsed(), shown(arguments)...);
 }
 
 template <class Tests, auto* Core, class... A>
 QNM_INLINE void entry(const char* name, const char* format, A&&... arguments)
 {
     (park(arguments), ...);
-    qnm_set_xerbla_interface(cdecl_xerbla);
-    const int* const mode = qnm_serv_iface_verbose_mode();
-    const bool enabled = *mode != 0;
-    const double elapsed = enabled ? -qnm_serv_iface_dsecnd() : 0.0;
+    register_chain();
+    AskedMode mode;
     core_int code = scratch_failed;
     {
         Widened<narrow_arrays<std::remove_reference_t<A>...>> room(
@@ -40,8 +37,8 @@ QNM_INLINE void entry(const char* name, const char* format, A&&... arguments)
     }
     if (unlikely(code != 0)) // a handler may throw: nothing is held any more
         trans_xerbla(name, code);
-    if (unlikely(*mode != 0))
-        show(enabled, elapsed, format, arguments...);
+    if (unlikely(mode.on()))
+        show(mode.at_first(), mode.watch(), format, arguments...);
 }
 
 } // namespace qnm::trans

@@ -6,18 +6,12 @@
 //   address
 #pragma once
 
-#include "frame/report.hpp"
+#include "frame/complex.hpp"
+#include "frame/kinds.hpp"
+#include "frame/scratch.hpp"
 #include "trans/check.hpp"
 
 namespace qnm::trans {
-
-/// Complex numbers by value, in the registers in which C passes them.
-struct Complex8 {
-    float re, im;
-};
-struct Complex16 {
-    double re, im;
-};
 
 template <class C>
 QNM_INLINE const void* address(const C& by_value)
@@ -46,37 +40,38 @@ struct GroupCount {
 template <std::size_t arrays>
 class Widened {
 public:
-    explicit Widened(core_int groups) : groups_(groups < 0 ? 0 : groups)
+    explicit Widened(core_int groups) : groups_(larger<core_int>(groups, 0))
     {
-        if (groups_ > on_stack)
-            next_ = block_ = static_cast<core_int*>(
-                qnm_serv_iface_allocate(static_cast<core_int>(arrays * sizeof(core_int)) * groups_, 128));
+        if (many())
+            copies_.take(static_cast<core_int>(arrays * sizeof(core_int)) * groups_);
+        next_ = copies_.place;
     }
     Widened(const Widened&) = delete;
     Widened& operator=(const Widened&) = delete;
     ~Widened()
     {
-        if (block_ != nullptr)
-            qnm_serv_iface_deallocate(block_);
+        if (many() && !failed())
+            copies_.release();
     }
 
-    bool failed() const { return next_ == nullptr; }
+    bool failed() const { return copies_.place == nullptr; }
 
     const core_int* widen(const int* array)
     {
         core_int* const copy = next_;
-        for (core_int g = 0; g < groups_; ++g)
+        for (core_int g = 0; g < groups_; ++g) // there are few: one by one
             copy[g] = array[g];
         next_ += groups_;
         return copy;
     }
 
 private:
-    static constexpr core_int on_stack = 16;
+    bool many() const { return groups_ > stack_elements; }
+
     core_int groups_;
-    core_int stack_[on_stack * arrays];
-    core_int* block_ = nullptr;
-    core_int* next_ = stack_;
+    core_int stack_[stack_elements * arrays];
+    Copies<Allocated<128>> copies_{stack_};
+    core_int* next_;
 };
 
 /// For members without such arrays.
@@ -136,22 +131,10 @@ QNM_INLINE auto value(A argument)
 template <class A>
 QNM_INLINE auto shown(A argument)
 {
-    if constexpr (std::is_same_v<A, const char*> || std::is_same_v<A, char> || std::is_same_v<A, const int*>)
-        if constexpr (std::is_pointer_v<A>)
-            return static_cast<int>(*argument);
-        else
-            return static_cast<int>(argument);
-    else if constexpr (std::is_same_v<A, const float*> || std::is_same_v<A, const double*>)
-        return static_cast<double>(*argument);
-    else if constexpr (std::is_same_v<A, float>)
-        return static_cast<double>(argument);
-    else if constexpr (std::is_same_v<A, GroupCount>)
+    if constexpr (std::is_same_v<A, GroupCount>)
         return *argument.place;
-    else if constexpr (std::is_same_v<A, Letters> || std::is_same_v<A, Sizes> ||
-                       std::is_same_v<A, NarrowSizes>)
-        return static_cast<const void*>(argument.array);
     else
-        return argument;
+        return qnm::shown<false>(argument);
 }
 
 } // namespace qnm::trans

@@ -143,7 +143,9 @@ TEST_F(Checks, OfTwoBadArgumentsTheOneTestedFirstIsReported)
         for (std::size_t second = 1; second < order.size(); ++second)
             for (std::size_t first = 0; first < second; ++first) {
                 SampleCall call(*e);
-                spoil(spoil(call, *order[second]), *order[first]);
+                const bool each_group =
+                    order[first]->kind == Kind::integers || order[first]->kind == Kind::letters;
+                spoil(spoil(call, *order[second]), *order[first], each_group ? SampleCall::groups - 1 : 0);
                 EXPECT_EQ(judged(call), e->row->code(*order[first]))
                     << order[first]->name << " and " << order[second]->name;
             }
@@ -220,6 +222,46 @@ TEST_F(Checks, WideMembersCompareIn64Bits)
             EXPECT_EQ(judged(large), 0);
         }
     }
+}
+
+// The product of a stride's bound wraps in the caller's width.
+TEST_F(Checks, ABoundByProductIsFormedInTheCallersWidth)
+{
+    const auto code = [](const char* name, std::int64_t size, std::int64_t stridec) {
+        SampleCall call(name);
+        call.set("m", 1).set("k", 1).set("n", size).set("ldc", size).set("stridec", stridec);
+        return judged(call);
+    };
+    constexpr std::int64_t half = std::int64_t{1} << 32;
+    EXPECT_EQ(code("DGEMM_BATCH_STRIDED", 65536, 1), 0);
+    EXPECT_EQ(code("DGEMM_BATCH_STRIDED_64", 65536, 1), 16);
+    EXPECT_EQ(code("DGEMM_BATCH_STRIDED_64", 65536, half - 1), 16);
+    EXPECT_EQ(code("DGEMM_BATCH_STRIDED_64", 65536, half), 0);
+    EXPECT_EQ(code("DGEMM_BATCH_STRIDED_64", half, 1), 0);
+}
+
+// The letters that sizes depend on are asked for first, the others only as they are needed.
+TEST_F(Checks, DgemmAsksForItsLettersInOrder)
+{
+    core().listen("qnm_serv_lsame");
+    const auto asked = [](char transa, char transb) {
+        SampleCall call("DGEMM");
+        call.choose("transa", transa).choose("transb", transb).set("lda", 500).set("ldb", 500);
+        core().clear();
+        call.run_check();
+        std::string letters;
+        for (const Call& noted : core().calls("qnm_serv_lsame")) {
+            const bool first = noted.word(0) == call.word(*call.row().find("transa")).bits();
+            letters += std::string(letters.empty() ? "" : " ") + (first ? "a" : "b") + noted.letter(1);
+            EXPECT_EQ(noted.word(2), 1U);
+            EXPECT_EQ(noted.word(3), 1U);
+        }
+        return letters;
+    };
+    EXPECT_EQ(asked('n', 'N'), "aN bN");
+    EXPECT_EQ(asked('T', 'N'), "aN bN aC aT");
+    EXPECT_EQ(asked('c', 't'), "aN bN aC bC bT");
+    EXPECT_EQ(asked('X', 'T'), "aN bN aC aT");
 }
 
 } // namespace

@@ -17,13 +17,17 @@ ExpressionPtr parsed(const std::string& text)
     return expression;
 }
 
-/// With m = 7, n = 3, k = 0, minus = -5, trans = 't' and side = 'L'.
+/// With m = 7, n = 3, k = 0, minus = -5, trans = 't', side = 'L', ia = 1 . . 5 and ja = . . . . 12.
 std::int64_t value(const Expression& expression)
 {
     const std::map<std::string, std::int64_t> integers{{"m", 7}, {"n", 3}, {"k", 0}, {"minus", -5}};
     const std::map<std::string, char> letters{{"trans", 't'}, {"side", 'L'}};
-    return evaluate(expression, {[&](const std::string& name) { return integers.at(name); },
-                                 [&](const std::string& name) { return letters.at(name); }});
+    const std::map<std::string, std::map<std::int64_t, std::int64_t>> arrays{{"ia", {{0, 1}, {3, 5}}},
+                                                                             {"ja", {{4, 12}}}};
+    return evaluate(expression,
+                    {[&](const std::string& name) { return integers.at(name); },
+                     [&](const std::string& name) { return letters.at(name); },
+                     [&](const std::string& name, std::int64_t i) { return arrays.at(name).at(i); }});
 }
 
 TEST(Expressions, HaveTheirValue)
@@ -36,7 +40,7 @@ TEST(Expressions, HaveTheirValue)
             m < 8 => 1;  m < 7 => 0;  m <= 7 => 1;  m > 7 => 0;  m >= 7 => 1;  m == 7 => 1;  m != 7 => 0;
             1+1 == 2 => 1;  not k => 1;  not m => 0;  not k and k => 0;
             1 or 0 and 0 => 1;  (1 or 0) and 0 => 0;  odd(k) or (m <= 34 and n <= 34) => 1;
-            k and m/k => 0;  m or m/k => 1;
+            0x1F+0xa0 => 191;  ia[n] => 5;  ja[ia[n]-1]-ia[0]+1 => 12;  k and m/k => 0;  m or m/k => 1;
             trans is T => 1;  trans is N => 0;  trans in NC => 0;  trans in NTC => 1;
             side is L ? m : n => 7;  trans is N ? m : k => 0;  side is L and trans is T ? 1 : 2 => 1;
             side is L ? m : n+100 => 7;  (side is L ? m : n)+100 => 107;

@@ -31,6 +31,16 @@ void write(const fs::path& path, const std::string& text)
 
 const std::string all_tables = std::regex_replace(QNM_TABLES, std::regex(":"), " ");
 
+/// Those that tell how families are spelled.
+std::string families()
+{
+    std::string words;
+    std::istringstream in(all_tables);
+    for (std::string table; in >> table;)
+        words += table.ends_with("/family.tab") ? table + " " : "";
+    return words;
+}
+
 class Generator : public ::testing::Test {
 protected:
     Generator() : folder_(fs::temp_directory_path() / ("qnm-generate-" + std::to_string(getpid())))
@@ -60,8 +70,9 @@ protected:
 TEST_F(Generator, WritesOnlyWhatChanged)
 {
     const fs::path table = in_folder("level1.tab"), source = in_folder("level1.cpp");
-    const std::string families = all_tables.substr(0, all_tables.find(' '));
-    const std::string words = "entries level1.tab " + source.string() + " " + families + " " + table.string();
+    const std::string told = folder_.filename().string() + "/level1.tab";
+    const std::string words =
+        "source " + told + " " + source.string() + " " + families() + " " + table.string();
     const std::string text =
         "family blas\naxpy s unchecked int n, T alpha, T x[], int incx, T y[] inout, int incy\n"
         "lift s checked int n >= 0\n";
@@ -86,30 +97,40 @@ TEST_F(Generator, ExplainsOneNameOfEachClass)
         std::string name;
         std::vector<std::string> told, not_told;
     } all[]{{"dgemm_",
-             {"DGEMM\n  row       level3.tab:", "template  checked, src/blas/checked.hpp",
-              "spelled   DGEMM dgemm dgemm_ qnm_blas__dgemm\n  core      qnm_blas_dgemm\n",
-              "    3: m, int, widened\n", "    6: alpha, double\n",
+             {"DGEMM\n  row       blas/level3.tab:", "steps     checked, src/blas/checked.hpp",
+              "spelled   DGEMM dgemm dgemm_ qnm_blas__dgemm\n",
+              "calls     qnm_blas_dgemm(transa, transb, widened m, widened n, widened k, alpha, a, widened "
+              "lda, b, "
+              "widened ldb, beta, c, widened ldc, 1, 1)\n",
+              "    3: m, const int*\n", "    6: alpha, const double*\n",
               "line      DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)\n", "cell      dgemm.verbose_ptr\n",
               "check     qnm_blas_errchk_dgemm, reports \"DGEMM \"\n", "    nrowa = (transa is N ? m : k)\n",
               "    8: lda >= max(1,nrowa)\n"},
              {}},
             {"caxpy_64",
-             {"template  unchecked, src/blas/unchecked.hpp", "    2: alpha, qnm_complex8\n"},
+             {"steps     unchecked, src/blas/unchecked.hpp", "    2: alpha, const qnm_complex8*\n"},
              {"widened", "check "}},
-            {"SGTHR", {"template  scratch, src/blas/scratch.hpp"}, {}},
-            {"SGTHR_64", {"template  unchecked, src/blas/unchecked.hpp"}, {}},
+            {"SGTHR", {"steps     scratch, src/blas/scratch.hpp"}, {}},
             {"DDOT_DIRECT",
-             {"template  bare, src/blas/bare.hpp",
-              "core      qnm_blas_ddot, or qnm_blas_xddot when (n < 1501)\n"},
+             {"steps     bare, src/blas/bare.hpp",
+              "qnm_blas_xddot(widened n, x, widened incx, y, widened incy) when (n < 1501)\n"},
              {"cell"}},
             {"cblas_zgerc",
-             {"row       cblas/level2.tab:", "calls     qnm_blas__zgerc, row-major qnm_blas__zgeru\n",
-              "    3: n\n    10: lda\n    6: incx\n    8: incy\n",
-              "row-major n, m, alpha, y, incy, x, incx, a, lda\n"},
+             {"row       cblas/level2.tab:",
+              "calls     qnm_blas__zgerc(&m, &n, alpha, x, &incx, y, &incy, a, &lda)\n",
+              "calls     qnm_blas__zgeru(&n, &m, alpha, y, &incy, x, &incx, a, &lda) when row-major\n",
+              "    10: lda"},
              {}},
-            {"xerbla_array_", {"template  registered, src/lapack/entry.hpp"}, {}},
-            {"QNM_Get_Version_String", {"core  qnm_serv_get_version_string_c\n"}, {}},
-            {"qnm_get_version_string_", {"core  qnm_serv_get_version_string\n"}, {}}};
+            {"LAPACKE_dgesv_work",
+             {"work level, src/lapacke/work.hpp, on lapack/lu.tab:",
+              "calls     qnm_lapack__dgesv_(&n, &nrhs, a, &lda, ipiv, b, &ldb)\n",
+              "    4: a, double*, goes in as ge(n, n), comes back as ge(n, n)\n",
+              "    -5: lda >= n in row-major\n"},
+             {}},
+            {"xerbla_array_", {"steps     registered, src/lapack/entry.hpp"}, {}},
+            {"QNM_Get_Version_String", {"calls     qnm_serv_get_version_string_c(text, length)\n"}, {}},
+            {"qnm_get_version_string_", {"calls     qnm_serv_get_version_string(text, length)\n"}, {}},
+            {"cblas_xerbla", {"steps     own, src/frame/report.cpp"}, {"calls"}}};
     for (const auto& [name, told, not_told] : all) {
         ASSERT_EQ(run("--explain " + name + " " + all_tables), 0) << name;
         for (const std::string& part : told)
@@ -127,9 +148,9 @@ TEST_F(Generator, RefusesWhatItDoesNotKnow)
            "generate: no row exports the name LAPACKE_ilaver_work\n"},
           {"--explain", 2, "usage: generate"},
           {"poetry level1.tab /dev/null " + all_tables, 2, "usage: generate"},
-          {"entries level1.tab /dev/null /nonexistent/level1.tab", 1,
+          {"source blas/level1.tab /dev/null /nonexistent/level1.tab", 1,
            "/nonexistent/level1.tab:0: cannot be read: expected a table\n"},
-          {"entries level1.tab /nonexistent/level1.cpp " + all_tables, 1,
+          {"source blas/level1.tab /nonexistent/level1.cpp " + all_tables, 1,
            "/nonexistent/level1.cpp:0: cannot be written: expected a folder that exists\n"},
           {"header /nonexistent.h.in /dev/null " + all_tables, 1,
            "/nonexistent.h.in:0: cannot be read: expected a header\n"}}) {
@@ -152,20 +173,31 @@ TEST(GeneratedSources, HoldNoLogic)
     // A function is its head and one return of one call.
     const std::regex function("extern \"\" QNM_EXPORT [^;]*?\\n\\{\\n([^]*?)\\n\\}\\n");
     const std::regex one_call("\\s*return [\\w:]+(<[^;]*>)?\\([^;]*\\);\\s*");
-    int sources = 0, functions = 0;
+    // A member of the C interface to LAPACK is one line, which tells the level that it calls.
+    const std::regex member("QNM_(WORK|HIGH)\\(LAPACKE_\\w+, \\w+, \\w+, \\w+, \\w+\\)\n");
+    const auto count = [](const std::string& text, const std::regex& what) {
+        return std::distance(std::sregex_iterator(text.begin(), text.end(), what), std::sregex_iterator());
+    };
+    std::ptrdiff_t sources = 0, functions = 0, members = 0;
     for (const auto& file : fs::directory_iterator(GENERATED_SOURCES)) {
         ++sources;
         const std::string text = code_of(read(file.path()));
         std::smatch found;
         EXPECT_FALSE(std::regex_search(text, found, logic)) << file.path() << ": " << found.str();
         const std::string name = file.path().filename().string();
-        if (name.rfind("blas-", 0) != 0 && name.rfind("cblas-", 0) != 0)
+        if (name.rfind("lapacke-", 0) == 0 && file.path().extension() == ".cpp") {
+            members += count(text, member);
+            EXPECT_EQ(count(text, std::regex("extern|QNM_EXPORT|QNM_WORK|QNM_HIGH")), count(text, member))
+                << name;
+        }
+        if (name.rfind("blas-", 0) != 0 && name.rfind("cblas-", 0) != 0 && name.rfind("helpers-", 0) != 0)
             continue;
         for (std::sregex_iterator at(text.begin(), text.end(), function), end; at != end; ++at, ++functions)
             EXPECT_TRUE(std::regex_match((*at)[1].str(), one_call)) << file.path() << ": " << at->str();
     }
     EXPECT_GE(sources, 9);
-    EXPECT_EQ(functions, 1108 + 574); // Fortran and C; six of the C interface are jumps
+    EXPECT_EQ(functions, 1108 + 574 + 304); // Fortran, C, helpers; six of the C interface are jumps
+    EXPECT_EQ(members, 2 * (1281 + 1280));  // narrow and wide, high and work level
 }
 
 TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
@@ -185,15 +217,18 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
         wanted += std::string("void ") + spelling + narrow;
     for (const char* spelling : {"XERBLA_ARRAY_64", "xerbla_array_64", "xerbla_array_64_"})
         wanted += std::string("void ") + spelling + wide;
-    EXPECT_EQ(header("/* ahead */\n@prototypes errors.tab @\n/* behind */\n"), wanted + "/* behind */\n");
-    EXPECT_EQ(header("@prototypes level9.tab @\n"),
-              "level9.tab:0: no prototypes: expected the name of a table that was read\n");
-    EXPECT_EQ(header("@prototypes sparse1.tab axpyi gather @\n"),
-              "sparse1.tab:0: 'gather': expected a row of this table\n");
-    EXPECT_EQ(header("@prototypes errors.tab @\n@prototypes errors.tab xerbla_array @\n"),
-              "errors.tab:4: 'xerbla_array': expected to be asked for once\n");
-    EXPECT_EQ(header("@prototypes chains.tab cdecl_xerbla\n  cdecl_pardiso_pivot @\n"),
-              "chains.tab:5: 'cdecl_progress': expected a place in the header\n");
+    EXPECT_EQ(header("/* ahead */\n@prototypes lapack/errors.tab @\n/* behind */\n"),
+              wanted + "/* behind */\n");
+    EXPECT_EQ(header("@prototypes blas/level9.tab @\n"),
+              "blas/level9.tab:0: no rows: expected the name of a table that was read\n");
+    EXPECT_THAT(header("@poems blas/level2.tab @\n"),
+                ::testing::StartsWith("'@poems blas/level2.tab@': expected "));
+    EXPECT_EQ(header("@prototypes blas/sparse1.tab axpyi gather @\n"),
+              "blas/sparse1.tab:0: 'gather': expected a row of this table\n");
+    EXPECT_EQ(header("@prototypes lapack/errors.tab @\n@prototypes lapack/errors.tab xerbla_array @\n"),
+              "lapack/errors.tab:4: 'xerbla_array': expected to be asked for once\n");
+    EXPECT_EQ(header("@prototypes services/chains.tab cdecl_xerbla\n  cdecl_pardiso_pivot @\n"),
+              "services/chains.tab:6: 'cdecl_progress': expected a place in the header\n");
 }
 
 } // namespace

@@ -1,7 +1,9 @@
-// A table of three rows, read, generated, compiled and linked as the library's own are: its entries work.
+// A family of the tests' own, read, generated, compiled and linked as the library's are: its entries work.
 #include "recording/matchers.hpp"
 #include "support/invoke.hpp"
 #include "support/library.hpp"
+
+#include <limits>
 
 namespace qnm::recording {
 namespace {
@@ -9,11 +11,16 @@ namespace {
 using ::testing::_;
 using ::testing::ElementsAre;
 
+const support::Library& layer()
+{
+    static const support::Library library(SAMPLE_LAYER);
+    return library;
+}
+
 support::Returned call(const char* entry, const std::vector<support::Word>& words)
 {
-    static const support::Library layer(SAMPLE_LAYER);
     core().clear();
-    return support::call_words(layer[entry], words);
+    return support::call_words(layer()[entry], words);
 }
 
 class OwnTable : public RecordedTest {};
@@ -50,6 +57,40 @@ TEST_F(OwnTable, EachRowIsAllItTakes)
     core().fail_allocation(1);
     call("dpick", {&n, indx, nullptr});
     EXPECT_THAT(core().calls("qnm_serv_xerbla"), ElementsAre(Reported("DPICK", 1102)));
+
+    const float zero = 0, nothing = std::numeric_limits<float>::quiet_NaN();
+    const int barred = 0;
+    call("STUNE", {&zero, &n});
+    EXPECT_THAT(core().calls("qnm_serv_xerbla"), ElementsAre(Reported("STUNE ", 1)));
+    call("STUNE", {&nothing, &barred}); // what compares with nothing passes
+    EXPECT_THAT(core().calls("qnm_serv_xerbla"), ElementsAre(Reported("STUNE ", -3)));
+}
+
+TEST_F(OwnTable, ReferencesBecomeValuesAndValuesAddresses)
+{
+    const int n = -3;
+    const double alpha = 2.5, x = 0;
+    int hands = 0;
+    core().answers("qnm_sample_dhand").calling([&](Call& hand, Answer&) {
+        ++hands;
+        EXPECT_EQ(static_cast<char>(hand.word(0)), 'w');
+        EXPECT_EQ(*hand.pointer<const double>(2), alpha);
+    });
+    call("dlend_", {&n, &alpha, &x, "w"});
+    ASSERT_THAT(core().calls(), ElementsAre(Called("qnm_sample_dhand", _, -3, &alpha, -7, &x)));
+    core().clear();
+    reinterpret_cast<void (*)(int, double, const double*, char)>(layer()["dLend"])(n, alpha, &x, 'w');
+    EXPECT_THAT(core().calls(), ElementsAre(Called("qnm_sample_dhand", _, -3, _, -7, &x)));
+    EXPECT_EQ(hands, 2);
+}
+
+TEST_F(OwnTable, JumpsAndSentencesOfItsOwn)
+{
+    call("PASS", {1L, 2L, 3L, 4L, 5L, 6L, 7L, 8L});
+    EXPECT_THAT(core().calls(),
+                ElementsAre(Called("qnm_sample_told"), Called("qnm_sample_pass", 1, 2, 3, 4, 5, 6, 7, 8)));
+    call("Pair", {});
+    EXPECT_THAT(core().calls(), ElementsAre(Called("qnm_sample_left"), Called("qnm_sample_right")));
 }
 
 } // namespace

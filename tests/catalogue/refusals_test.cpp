@@ -9,15 +9,18 @@ namespace qnm::catalogue {
 namespace {
 
 const std::string rows_to_refer_to =
-    "family blas\n"
-    "    core qnm_blas_name check qnm_blas_errchk_name\n"
-    "    narrow NAME name name_ qnm_blas__name wide NAME_64 name_64 name_64_\n"
-    "family cblas calls blas narrow cblas_name wide cblas_name_64\n"
-    "family lapack core qnm_lapack_name check qnm_lapack_errchk_name narrow NAME wide NAME_64\n"
-    "family lapacke core qnm_lapack__name_ narrow LAPACKE_name wide LAPACKE_name_64\n"
+    "family blas core qnm_blas_name\n"
+    "    form narrow reference int32 NAME name name_ qnm_blas__name check qnm_blas_errchk_name\n"
+    "    form wide reference int64 NAME_64 name_64 name_64_ check qnm_blas_errchk_name_ilp64\n"
+    "family cblas calls blas\n"
+    "    form narrow codes int32 cblas_name calls qnm_blas__name\n"
+    "    form wide codes int64 cblas_name_64 calls name_64\n"
+    "family lapack core qnm_lapack_name form narrow reference int32 NAME form wide reference int64 NAME_64\n"
+    "family lapacke calls lapack form narrow value int32 level high LAPACKE_name calls qnm_lapack__name_\n"
     "family blas\n"
     "mul s d checked char trans in NTC, int m >= 0, int n >= 0, T alpha, T a[], int lda >= m\n"
-    "nul s checked int n >= 0\n"
+    "nul s checked int n >= 0\n";
+const std::string routine_to_refer_to =
     "family lapack\n"
     "geqrf s d registered\n"
     "    int m, int n, T a(m,n) inout, int lda, T tau[min(m,n)] out, T work[lwork] work,\n"
@@ -29,6 +32,7 @@ std::string refusal(const std::string& text)
     try {
         Catalogue tables;
         tables.read_text(rows_to_refer_to, "told.tab");
+        tables.read_text(routine_to_refer_to, "routine.tab");
         tables.read_text(text, "x.tab");
     } catch (const TableError& error) {
         return error.what();
@@ -45,7 +49,7 @@ void expect_refusals(const std::string& family, const std::string& cases)
         std::string said = refusal("family " + family + "\n" + row);
         if (std::isdigit(message[0]) != 0)
             message = "x.tab:" + message;
-        else if (message != "accepted" && !message.starts_with("lapacke/"))
+        else if (message != "accepted")
             message = "x.tab:2: " + message;
         if (message.ends_with(" ...")) {
             message.resize(message.size() - 4);
@@ -58,7 +62,7 @@ void expect_refusals(const std::string& family, const std::string& cases)
 TEST(Refusals, OfHeadsAndFamilies)
 {
     expect_refusals("blas", R"(
-        4axpy s unchecked int n => '4axpy': expected the root of a routine's name, 'family', 'service', ...;
+        4axpy s unchecked int n => '4axpy': expected the root of a routine's name, 'family' or 'type';
         axpy s q unchecked int n => 'q': expected letters (s d c z sc dz cs zd is id ic iz ds sds, or -) and a
             class ...;
         axpy s => end of the row: expected letters ...;
@@ -69,11 +73,20 @@ TEST(Refusals, OfHeadsAndFamilies)
             export;
         family nowhere => end of the row: expected a family that was told before;
         family blas core qnm_blas_name => 'core': expected a family that was not told before;
-        family own check own_name => end of the row: expected 'narrow';
-        family own core own_name narrow NAME => end of the row: expected 'wide';
-        family own narrow NAME wide|family own|axpy s unchecked int n => 4: 'own': expected a family with a
-            core, or without one for helpers;
-        axpy s helper int n => 'blas': expected a family with a core, or without one for helpers;)");
+        family own check own_name => 'check': expected 'form';
+        family own core own_name form narrow address int32 NAME => 'address': expected a convention (reference,
+            value, codes);
+        family own core own_name form narrow value int16 NAME => 'int16': expected a width of integers (int32,
+            int64, size);
+        family own core own_name form narrow value int32 => end of the row: expected a spelling of the form;
+        family own core own_name form f value int32 NAME form f value int64 NAME_64 => 'f': expected each
+            form's name once;
+        family own form narrow value int32 NAME|family own|axpy s unchecked int n => 4: 'own': expected a
+            family with a core;
+        axpy s bare int n|family own core own_name form narrow value int32 NAME|family own|axpy d bare int n =>
+            5: 'own': expected families of one room in a table;
+        type number => end of the row: expected the C type;
+        type double float => 'double': expected a word that means no other type;)");
     EXPECT_EQ(refusal("axpy s unchecked int n"),
               "x.tab:1: 'axpy': expected a line 'family NAME' above the first row");
     EXPECT_EQ(refusal("    int n"), "x.tab:1: an indented line: expected a row to go on");
@@ -101,11 +114,15 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         axpyi s scratch int nz, int indx[nz] => 'indx': expected an extent and 'in' for the index array of a
             scratch entry;
 
-        axpy s unchecked int n >= 0 => a test: expected tests in rows of class checked, check or matcopy, and
-            only there;
-        axpy s checked int n => no test: expected tests in rows of class checked, check or matcopy, and only
-            there;
-        axpy s matcopy int n => no test: expected tests in rows ...;
+        axpy s unchecked int n >= 0 => a test: expected tests in rows of class checked or check, where they must
+            be, and handed, where they may;
+        axpy s checked int n => no test: expected tests in rows of class checked or check, where they must be,
+            and handed, where they may;
+        axpy s checked T x > 0 => '>': expected ',', '->', ...;
+        axpy s checked int n >= 0 code 0x => '0x': expected the reported code;
+        axpy s unchecked int n, T x[ia[n]] => 'ia': expected an array of integers of the row;
+        axpy s handed int n core hand(m) => 'm': expected an argument or a number for each place of the core's
+            call;
         axpy s checked int n != 1 => '1': expected '0';
         axpy s checked T x[] >= 1 => '>=': expected ',', '->', ...;
         axpy s checked int n >= 0, char trans in ntc => 'in': expected ',', '->', ...;
@@ -142,17 +159,23 @@ TEST(Refusals, OfArgumentsTestsAndClauses)
         axpy s checked int n >= abs(n,1) => 'abs': expected one operand for abs ...;)");
 }
 
-TEST(Refusals, OfServices)
+TEST(Refusals, OfRowsWithoutAFrame)
 {
     expect_refusals("blas", R"(
-        service => end of the row: expected the service's name;
-        service QNM_Do : integer n => 'integer': expected a type of the services (int, int64, address, ...;
-        service QNM_Do : int => end of the row: expected the argument's name;
-        service QNM_Do : int n -> nothing => 'nothing': expected a type of the services ...;
-        service QNM_Do to qnm_do => 'to': expected 'core', 'but', ': arguments', '-> result' or the end of
-            the row;
-        forward QNM_Do|forward QNM_DO => 3: 'QNM_DO': expected a name that x.tab:2 does not export;
-        axpy s unchecked int n|internal saxpy => 3: 'saxpy': expected a name that x.tab:2 does not export;)");
+        cdo - chain cdo_ CDO => end of the row: expected a further name of the chain, or its arguments;
+        do - called text format => 'text': expected a type of argument ...;
+        do - passed double x, more, int n => ',': expected ',', ...;
+        do - passed nothing|DO - passed nothing => 3: 'DO': expected a name that x.tab:2 does not export;
+        do - own in frame/ => end of the row: expected the file's name;
+        do - passed ahead => end of the row: expected a function that is called ahead of the jump;
+        do - handed int n core do(&3) => '3': expected an argument whose address the core takes;)");
+    Catalogue tables;
+    tables.read_text(rows_to_refer_to, "told.tab");
+    tables.read_text("", "sample/level2.tab");
+    EXPECT_THAT([&] { tables.read(QNM_SAMPLE_TABLE); },
+                ::testing::ThrowsMessage<TableError>(
+                    QNM_SAMPLE_TABLE ":0: 'sample/level2.tab': expected a folder and a name that no "
+                                     "other table has"));
 }
 
 TEST(Refusals, OfTheCInterface)
@@ -197,14 +220,15 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         geqrf s : a as xx(m,n) => 'xx': expected a storage form (ge, gb, sy, he, po, tr, ...;
         geqrf s : a as ge(m) => 'ge': expected 2 options for this form;
         geqrf s : a kept, a kept => 'a': expected each argument once;
-        geqrf s|geqrf s => lapacke/x.tab:3: 'LAPACKE_sgeqrf': expected a name that lapacke/x.tab:2 does not
-            export;
+        geqrf s|geqrf s => 3: 'LAPACKE_sgeqrf': expected a name that x.tab:2 does not export;
         geqrf s : a as ge(m,n) twice => 'twice': ...;
         geqrf s square => 'square': ...;
         geqrf s : refuses m => end of the row: ...;
         geqrf s : adds q x => 'q': ...;
         geqrf s : stops => end of the row: ...;
         geqrf s turned => end of the row: ...;
+        geqrf s turned(m n) => 'work': expected 'turned' and the size that the turned routine needs;
+        geqrf s : work turned n => 'work': expected 'turned' for workspaces of turned routines alone;
         geqrf s : a not => end of the row: ...;
         geqrf s : order : a => ':': ...;)");
 }

@@ -156,19 +156,8 @@ TEST_F(Groups, ConjugatedGroupsWorkOnCopies)
         const auto before = memory;
         for (std::size_t p = 0; p < 8; ++p)
             call.set(p < 4 ? "x" : "y", reinterpret_cast<std::intptr_t>(&memory[40 * p]), p % 4);
-        int calls = 0;
-        core().answers(member.core()).calling([&](Call& noted, Answer&) {
-            ++calls;
-            EXPECT_EQ(std::string(noted.pointer<const char>(0), 3), "NNN");
-            const auto* const* x = noted.pointer<const double* const>(6);
-            const auto* const* y = noted.pointer<const double* const>(9);
-            for (const std::size_t p : {0U, 1U, 2U, 3U}) {
-                EXPECT_EQ(x[p] == &memory[40 * p], p == 1 || p == 2) << p;
-                EXPECT_EQ(y[p] == &memory[40 * (p + 4)], p != 3) << p;
-            }
-        });
         run(call);
-        EXPECT_EQ(calls, 1);
+        EXPECT_EQ(core().calls(member.core()).size(), 1U);
         EXPECT_EQ(memory, before);
         // Letters, alpha, beta, two arrays of addresses, x and y of the groups that conjugate.
         std::multiset<std::int64_t> bytes;

@@ -1,9 +1,8 @@
 // The loaded layer over the recording core, as the tests of the frame use it.
 #pragma once
 
-#include "recording/matchers.hpp"
 #include "support/invoke.hpp"
-#include "support/library.hpp"
+#include "support/recorded.hpp"
 
 #include <optional>
 
@@ -17,13 +16,8 @@ using recording::Printed;
 using recording::Reported;
 using support::Word;
 using ::testing::ElementsAre;
+using tests::layer;
 using wide_int = long long;
-
-inline const support::Library& layer()
-{
-    static const support::Library library(QNM_LAYER);
-    return library;
-}
 
 /// Calls an entry by any of its names; a broken calling convention fails the test.
 inline support::Returned call_entry(const std::string& name, const std::vector<Word>& words)

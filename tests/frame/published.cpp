@@ -1,5 +1,7 @@
 #include "published.hpp"
 
+#include "cblas/members.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <sstream>
@@ -8,29 +10,7 @@ namespace qnm::published {
 
 namespace {
 
-Names words(const std::string& text)
-{
-    std::istringstream in(text);
-    Names all;
-    for (std::string word; in >> word;)
-        all.push_back(word);
-    return all;
-}
-
-/// Lines "letters: roots" give each root with each letter, in the place of `?` or in front.
-Names expanded(const std::string& text)
-{
-    Names all;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        for (const std::string& root : words(line.substr(line.find(':') + 1)))
-            for (const std::string& letter : words(line.substr(0, line.find(':')))) {
-                const auto place = root.find('?');
-                all.push_back(place == std::string::npos ? letter + root
-                                                         : std::string(root).replace(place, 1, letter));
-            }
-    return all;
-}
+using tests::words;
 
 std::string changed(std::string text, int (*change)(int))
 {
@@ -61,30 +41,15 @@ std::string of_core(const std::string& service)
     return "qnm_serv_" + lower(service.substr(4));
 }
 
-// What both interfaces have, by its class; the C interface calls most of it by the private spelling.
-const std::string unusual_types =
-    "gemm_s8u8s32 gemm_s16s16s32 hgemm gemm_bf16bf16f32 gemm_f16f16f32 gemm_e4m3e4m3f32 gemm_e5m2e5m2f32";
-const std::string checked_private =
-    "s d c z: gemm gemmt symm syrk syr2k trmm trsm trmm_oop trsm_oop\n"
-    "s d c z: gemv gbmv trmv trsv tbmv tbsv tpmv tpsv gemm_batch trsm_batch syrk_batch syrk_batch_strided\n"
-    "s d: ger symv sbmv spmv syr syr2 spr spr2\n"
-    "c z: gemm3m hemm herk her2k geru gerc hemv hbmv hpmv her her2 hpr hpr2 gemm3m_batch\n" +
-    unusual_types + ": ?\n sgemm dgemm " + unusual_types + ": ?_pack_get_size ?_pack ?_compute\n";
-const std::string checked_plain =
-    "s d c z: gemm_batch_strided trsm_batch_strided gemv_batch gemv_batch_strided dgmm_batch\n"
-    "s d c z: dgmm_batch_strided axpy_batch_strided copy_batch_strided\n"
-    "c z: gemm3m_batch_strided\n";
-const std::string unchecked_private =
-    "s d c z: axpy axpby copy swap scal i?amax i?amin axpy_batch copy_batch\n"
-    "cs zd: scal rot\n"
-    "s d: rot rotm dot nrm2 asum\n"
-    "ds sds: dot\n"
-    "sc dz: nrm2 asum\n";
-const std::string unchecked_plain = "c z: rot\n";
-const std::string scratch = "s d c z: axpyi gthr gthrz sctr\n s d: roti doti\n";
-
-const std::string cblas_alone = "c z: dotu_sub dotc_sub dotui_sub dotci_sub\n";
-const std::string cblas_narrow = "s d c z: rotg\n s d: rotmg cabs1\n"; // each is one jump
+/// The same with each letter, in lower case.
+Names lettered(const std::string& letters, const std::string& roots)
+{
+    Names all;
+    for (const std::string& root : words(roots))
+        for (const char letter : letters)
+            all.push_back(letter + root);
+    return all;
+}
 
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
@@ -92,41 +57,49 @@ bool with_lapack(const std::string& name)
     return name == "crot" || name == "zrot" || name == "xerbla_array";
 }
 
-} // namespace
-
-const std::map<std::string, Names>& classes()
+bool is_jit(const std::string& name)
 {
-    static const std::map<std::string, Names> all{
-        {"checked", expanded(checked_private + checked_plain +
-                             "sc dz: gemv gemm\n s d: gem2vu ptrmm\n c z: gem2vc\n"
-                             "s d c z: qnm_jit_create_?gemm\n")},
-        {"unchecked", expanded(unchecked_private + unchecked_plain + cblas_narrow +
-                               "c z: dotc dotu\n qnm_: get_format_compact jit_destroy\n"
-                               "s d c z: qnm_?gemm_compact qnm_?trsm_compact qnm_jit_get_?gemm_ptr\n"
-                               "s d c z: qnm_?gepack_compact qnm_?geunpack_compact\n")},
-        {"scratch", expanded(scratch + "c z: dotci dotui\n")},
-        {"bare", expanded("s d c z: gemm_direct syrk_direct trsm_direct axpy_direct\n"
-                          "c z: gemm3m_direct\n s d: dot_direct\n")},
-        {"jit", expanded("s d c z: qnm_?gemm_jit qnm_?gemm_direct_jit\n")},
-        {"registered", {"xerbla_array"}}};
+    return name.ends_with("_jit");
+}
+
+std::vector<tests::Member> c_members()
+{
+    std::vector<tests::Member> all = tests::members();
+    all.insert(all.end(), tests::group_members().begin(), tests::group_members().end());
     return all;
 }
+
+} // namespace
 
 Names traced()
 {
     Names all;
-    for (const char* name : {"checked", "unchecked", "scratch", "registered"})
-        for (const std::string& entry : classes().at(name))
-            all.insert(all.end(), {entry, entry + "_64"});
+    for (const tests::Published& facts : tests::published())
+        if (facts.entry_class != std::string("bare"))
+            for (const auto& [name, letter] : tests::expand(facts.members))
+                all.insert(all.end(), {name, name + "_64"});
     return all;
 }
 
 Names cblas_callees()
 {
-    Names all = expanded(checked_plain + unchecked_plain + "s d c z: qnm_jit_create_?gemm\n");
-    for (const std::string& name : expanded(checked_private + unchecked_private))
-        all.push_back("qnm_blas__" + name);
+    Names all;
+    for (const tests::Member& member : c_members()) {
+        if (member.wide || member.family->narrow_only || member.is("_sub"))
+            continue;
+        const bool plain = (member.is("batch_strided") && !member.is("syrk")) || member.is("gemv_batch") ||
+                           member.is("dgmm_batch") || member.is("qnm_") || with_lapack(member.routine);
+        all.push_back((plain ? "" : "qnm_blas__") + member.routine);
+    }
     return all;
+}
+
+Names of_lapacke(const std::string& routine, bool has_work_level)
+{
+    const std::string name = "LAPACKE_" + routine;
+    if (!has_work_level)
+        return {name, name + "_64"};
+    return {name, name + "_64", name + "_work", name + "_work_64"};
 }
 
 const std::vector<TwoForms>& two_forms()
@@ -202,29 +175,70 @@ std::vector<Names> bodies()
     std::vector<Names> all{
         {"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"}};
     const auto alone = [&](const std::string& name) { all.push_back({name}); };
-    for (const auto& [name, entries] : classes())
-        for (const std::string& entry : entries)
+    for (const tests::Published& facts : tests::published())
+        for (const auto& [name, letter] : tests::expand(facts.members))
             for (const std::string suffix : {"", "_64"}) {
-                if (name == "bare" && !suffix.empty())
-                    continue;
-                all.push_back(fortran(entry + suffix));
-                if (suffix.empty() && name != "registered")
-                    all.back().push_back("qnm_blas__" + entry);
-                if (with_lapack(entry))
-                    all.back().push_back("qnm_lapack__" + entry + suffix + "_");
-                if (name == "checked")
-                    alone("qnm_blas_errchk_" + entry + (suffix.empty() ? "" : "_ilp64"));
+                const std::string entry_class = facts.entry_class;
+                if (entry_class == "bare" && !suffix.empty() && !is_jit(name))
+                    continue; // narrow alone
+                all.push_back(fortran(name + suffix));
+                if (suffix.empty() && entry_class != "registered")
+                    all.back().push_back("qnm_blas__" + name);
+                if (with_lapack(name))
+                    all.back().push_back("qnm_lapack__" + name + suffix + "_");
+                if (entry_class == "checked")
+                    alone("qnm_blas_errchk_" + name + (suffix.empty() ? "" : "_ilp64"));
             }
-    Names c = expanded("s d c z: qnm_cblas_jit_create_?gemm");
-    for (const std::string& name : expanded(checked_private + checked_plain + unchecked_private +
-                                            unchecked_plain + scratch + cblas_alone))
-        c.push_back("cblas_" + name);
-    for (const std::string& name : c) {
-        alone(name);
-        alone(name + "_64");
+    for (const tests::Member& member : c_members())
+        alone(member.name());
+    for (const Names& sparse : {lettered("sdcz", "axpyi gthr gthrz sctr"), lettered("sd", "roti doti"),
+                                lettered("cz", "dotui_sub dotci_sub")})
+        for (const std::string& name : sparse) {
+            alone("cblas_" + name);
+            alone("cblas_" + name + "_64");
+        }
+
+    const Names extras = lettered("sdcz", "dttrsb dtsvb"); // which have no wide name with _ behind it
+    Names routines = lettered("sdcz", "dtsvb");
+    for (const auto& [name, copies] : tests::lapack_members())
+        routines.push_back(name);
+    for (const std::string& name : routines)
+        for (const std::string wide : {"", "_64"}) {
+            if (with_lapack(name))
+                continue; // told above
+            all.push_back(fortran(name + wide));
+            all.back().push_back("qnm_lapack__" + name + wide + "_");
+            if (!wide.empty() && std::find(extras.begin(), extras.end(), name) != extras.end())
+                std::erase(all.back(), name + "_64_");
+        }
+    for (const auto& [name, codes] : tests::lapack_checks()) {
+        if (name.ends_with("dtsvb"))
+            continue;
+        alone("qnm_lapack_errchk_" + name);
+        alone("qnm_lapack_errchk_" + name + "_ilp64");
     }
-    for (const std::string& name : expanded(cblas_narrow))
-        alone("cblas_" + name);
+    for (const std::string& name : lettered("sdcz", "dtsvb dttrfb"))
+        alone("qnm_lapack_ps_errchk_" + name);
+
+    for (const Names& helpers : {lettered("sdcz", "_nancheck gt_nancheck pt_nancheck st_nancheck"),
+                                 lettered("sdcz", "ge gg gb hs sy po pb sp pp pf tr tb tp tf tz"),
+                                 lettered("cz", "he hb hp"), lettered("sd", "sb")})
+        for (const std::string& name : helpers)
+            for (const std::string wide : {"", "_64"})
+                if (name.ends_with("nancheck"))
+                    alone("LAPACKE_" + name + wide);
+                else
+                    for (const char* kind : {"_nancheck", "_trans"})
+                        alone("LAPACKE_" + name + kind + wide);
+
+    for (const std::string& name :
+         lettered("sdcz", "omatcopy imatcopy omatcopy2 omatadd omatcopy_batch imatcopy_batch "
+                          "omatcopy_batch_strided imatcopy_batch_strided omatadd_batch_strided")) {
+        all.push_back(fortran("qnm_" + name));
+        alone("QNM_" + upper(name.substr(0, 1)) + name.substr(1));
+        alone("qnm_trans_errchk_qnm_" + name);
+    }
+
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone(row.c);

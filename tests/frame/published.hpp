@@ -1,8 +1,7 @@
-// The names of this library as its documentation publishes them, written down by hand and independently of
-// the tables: a row that is lost, misspelt or put into the wrong class there differs from these lists.
+// The names of this library as its documentation publishes them: members from the lists of facts that tests
+// have by hand, and the spellings of each family told here, independently of the tables.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -10,10 +9,7 @@ namespace qnm::published {
 
 using Names = std::vector<std::string>;
 
-/// Routines in lower case, without `_64`, by their class. "bare" is narrow only, "jit" is bare in both
-/// widths.
-const std::map<std::string, Names>& classes();
-/// Every entry that has a verbose cell: lower case, with `_64` for a wide one.
+/// Every entry of the BLAS that has a verbose cell: lower case, with `_64` for a wide one.
 Names traced();
 /// The spellings that the C interface calls, but for those of names that are one jump.
 Names cblas_callees();
@@ -43,7 +39,10 @@ struct Chain {
 };
 const std::vector<Chain>& chains();
 
-/// Every function of the library but for those of LAPACK and matrix copy: the names that one address has.
+/// The names that a function of the C interface to LAPACK has, by the routine's.
+Names of_lapacke(const std::string& routine, bool has_work_level);
+
+/// Every other function of the library: the names that one address has.
 std::vector<Names> bodies();
 
 } // namespace qnm::published

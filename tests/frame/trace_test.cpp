@@ -122,17 +122,6 @@ TEST_F(Trace, IsDecidedWithIntegersWidened)
         }
 }
 
-TEST_F(Trace, IsNotOfBareEntries)
-{
-    core().mode(1);
-    const int flag = 0;
-    EXPECT_THAT(story("daxpy_direct", {&n3, nullptr, nullptr, &one, nullptr, &one, &flag}),
-                ElementsAre("qnm_blas_xdaxpy"));
-    std::vector<Word> words(13, &w1);
-    words[0] = words[1] = "N";
-    EXPECT_THAT(story("QNM_DGEMM_JIT_64", words), ElementsAre("qnm_blas_qnm_dgemm_jit"));
-}
-
 TEST_F(Trace, TimeLiesBetweenTwoReadings)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -169,44 +158,6 @@ protected:
     }
 };
 
-TEST_F(Line, ShowsTheCallersArguments)
-{
-    char text[80];
-    std::snprintf(text, sizeof text, "DAXPYI(3,0xa0,0x100,%p,0x200)", static_cast<const void*>(indices));
-    EXPECT_EQ(of("daxpyi", good("daxpyi")), text);
-    EXPECT_EQ(of("dgemm", good("dgemm", 3, &bad)), "DGEMM(N,t,2,-7,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
-    EXPECT_EQ(of("dscal_64", {nullptr, 0xa0L, 0x100L, nullptr}), "DSCAL_64(0,0xa0,0x100,0)");
-}
-
-// A checked entry reads again what the caller has after the core; an unchecked narrow one shows its copies,
-// which the core may have changed, cut back to their width.
-TEST_F(Line, ReadsIntegersWhereTheClassSays)
-{
-    int m = 2;
-    wide_int wide_m = 2;
-    for (const auto& [name, place] :
-         {std::pair{"qnm_blas_dgemm", 2U}, {"qnm_blas_dscal", 0U}, {"qnm_blas_daxpyi", 0U}})
-        core().answers(name).calling([&, at = place](Call& call, Answer&) {
-            m = 77;
-            wide_m = 77;
-            if (call.pointer<wide_int>(at) != &wide_m)
-                *call.pointer<wide_int>(at) = 0x500000063;
-        });
-    const auto shown = [&](const char* name, std::size_t place, Word word) {
-        m = 2;
-        wide_m = 2;
-        const std::string line = of(name, good(name, place, word));
-        EXPECT_EQ(m, 77); // and copies are never written back
-        return line;
-    };
-    EXPECT_EQ(shown("dgemm", 2, &m), "DGEMM(N,t,77,3,4,0xa0,0xa00,2,0xb00,3,0xc0,0xc00,2)");
-    EXPECT_EQ(shown("dgemm_64", 2, &wide_m),
-              "DGEMM_64(N,t,77,3,4,0xa0,0xa00,4000000000,0xb00,3,0xc0,0xc00,2)");
-    EXPECT_EQ(shown("dscal", 0, &m), "DSCAL(99,0xa0,0x100,-1)");
-    EXPECT_EQ(shown("dscal_64", 0, &wide_m), "DSCAL_64(77,0xa0,0x100,-1)");
-    EXPECT_THAT(shown("daxpyi", 0, &m), ::testing::StartsWith("DAXPYI(99,"));
-}
-
 TEST_F(Line, IsBoundedAndAlwaysEnds)
 {
     // A formatter that pays no heed to the bound: the end of the buffer is the layer's own care.
@@ -223,25 +174,6 @@ TEST_F(Line, IsBoundedAndAlwaysEnds)
         EXPECT_EQ(formatted.int32(1), 450);
         EXPECT_EQ(formatted.int32(2), 449);
         EXPECT_EQ(formatted.word(0), calls.back().word(1));
-    }
-}
-
-TEST_F(Line, LeavesResultsAsTheyCame)
-{
-    const std::vector<Word> dot{&n3, nullptr, &one, nullptr, &one};
-    core().answers("qnm_blas_ddot").with(-0.1);
-    core().answers("qnm_blas_sdot").with(0.1F);
-    core().answers("qnm_blas_idamax").with(wide_int{0x500000007});
-    core().answers("qnm_blas_dgemm_pack_get_size").with(wide_int{0x123456789});
-    for (const int mode : {0, 1}) {
-        SCOPED_TRACE(mode);
-        core().mode(mode);
-        EXPECT_EQ(call_entry("ddot_", dot).float64(), -0.1);
-        EXPECT_EQ(call_entry("sdot_", dot).float32(), 0.1F);
-        EXPECT_EQ(call_entry("idamax_", good("idamax")).int32(), 7);
-        EXPECT_EQ(call_entry("dgemm_pack_get_size_", good("dgemm_pack_get_size")).int64(), 0x123456789);
-        call_entry("zdotu_", good("zdotu"));
-        EXPECT_EQ(core().calls("qnm_blas_zdotu").back().word(0), 0x500U);
     }
 }
 

@@ -1,5 +1,6 @@
-# package.sh BUILD SOURCE SCRATCH VERSION: installs the build elsewhere, then makes a program of the installation
-# by find_package, and another by pkg-config where there is one.
+# package.sh BUILD SOURCE SCRATCH VERSION: makes a program of C, and where there is the compiler one of GNU Fortran, in
+# each of the ways that README tells: by its own lines over the build, then over an installation of it elsewhere by
+# find_package, and by pkg-config where there is one.
 set -e
 build=$1 source=$2 scratch=$3 version=$4
 major=${version%%.*} minor=${version#*.} minor=${minor%%.*}
@@ -8,18 +9,35 @@ rm -rf "$scratch"
 mkdir -p "$scratch/consumer"
 cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
 
+languages="C"
+! command -v gfortran >/dev/null || languages="C Fortran"
+
+readme() { # COMPILER SOURCE FLAGS
+  local line=$(sed -n "s/^    $1 program[^ ]* //p" "$source/../../README.md")
+  test -n "$line"
+  $1 $3 "$2" -o "$scratch/program" ${line//build\/release/$build}
+  LD_LIBRARY_PATH=$build/lib "$scratch/program"
+}
+readme cc "$source/program.c" "$flags"
+[ "$languages" = C ] || readme gfortran "$source/complex_function.f90"
+echo "README: $languages built and ran"
+
 cat >"$scratch/consumer/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
-project(consumer C)
+project(consumer $languages)
 find_package(qnm $major REQUIRED)
-add_executable(consumer $source/program.c)
-target_link_libraries(consumer PRIVATE qnm::layer qnm::core)
+add_executable(consumer_C $source/program.c)
+target_link_libraries(consumer_C PRIVATE qnm::layer qnm::core)
+if("$languages" MATCHES Fortran)
+  add_executable(consumer_Fortran $source/complex_function.f90)
+  target_link_libraries(consumer_Fortran PRIVATE qnm::gnu qnm::layer qnm::core)
+endif()
 END
 cmake -S "$scratch/consumer" -B "$scratch/consumer/build" -DCMAKE_PREFIX_PATH="$scratch/usr" \
   -DCMAKE_C_FLAGS="$flags" >"$scratch/configure.log"
 cmake --build "$scratch/consumer/build" >"$scratch/build.log"
-"$scratch/consumer/build/consumer"
-echo "find_package: built and ran"
+for language in $languages; do "$scratch/consumer/build/consumer_$language"; done
+echo "find_package: $languages built and ran"
 
 if ! command -v pkg-config >/dev/null; then
   echo "pkg-config: not here, left out"
@@ -27,8 +45,12 @@ if ! command -v pkg-config >/dev/null; then
 fi
 description=$(find "$scratch/usr" -name qnm.pc)
 export PKG_CONFIG_PATH=${description%/*}
-ask() { pkg-config "$@" qnm; }
-test "$(ask --modversion)" = "$version"
-${CC:-cc} $flags $(ask --cflags) "$source/program.c" -o "$scratch/program" $(ask --libs) -lqnm_core
-LD_LIBRARY_PATH=$(ask --variable=libdir) "$scratch/program"
-echo "pkg-config: built and ran"
+test "$(pkg-config --modversion qnm)" = "$version"
+export LD_LIBRARY_PATH=$(pkg-config --variable=libdir qnm)
+${CC:-cc} $flags $(pkg-config --cflags qnm) "$source/program.c" -o "$scratch/program" $(pkg-config --libs qnm) -lqnm_core
+"$scratch/program"
+if [ "$languages" != C ]; then
+  gfortran "$source/complex_function.f90" -o "$scratch/program" $(pkg-config --libs qnm-gnu) -lqnm_core
+  "$scratch/program"
+fi
+echo "pkg-config: $languages built and ran"

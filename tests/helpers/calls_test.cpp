@@ -1,23 +1,13 @@
 // What helpers ask of the core: matrix copies, of halved triangles too; the environment; letters; messages.
-#include "recording/matchers.hpp"
 #include "support/invoke.hpp"
-#include "support/library.hpp"
+#include "support/recorded.hpp"
 
 #include <cstring>
 
-namespace qnm {
+namespace qnm::tests {
 namespace {
 
-using recording::Answer;
-using recording::Call;
-using recording::core;
 using ::testing::ElementsAre;
-
-const support::Library& layer()
-{
-    static const support::Library library(QNM_LAYER);
-    return library;
-}
 
 int call(const char* name, const std::vector<support::Word>& words = {})
 {
@@ -145,4 +135,4 @@ TEST_F(Calls, MessagesArePrintedForNegativeCodes)
 }
 
 } // namespace
-} // namespace qnm
+} // namespace qnm::tests

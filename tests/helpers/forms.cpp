@@ -16,7 +16,7 @@ std::vector<Helper> helpers(const std::function<bool(const Helper&)>& kind)
 {
     std::vector<Helper> all;
     for (const catalogue::Entry& entry : support::tables().entries())
-        if (const Helper helper(entry); kind(helper))
+        if (const Helper helper(entry); entry.row->source.empty() && kind(helper))
             all.push_back(helper);
     return all;
 }

@@ -14,11 +14,10 @@ inline bool comes_back(const Argument& a)
     return is_scalar(a) && a.direction != catalogue::Direction::none;
 }
 
-/// Whether -1 in an argument is a question for sizes to which all scratch is spared. A length that a query
-/// itself sets asks in the core alone.
+/// Whether -1 in an argument is a question for sizes, to which all scratch is spared.
 inline bool asks(const Argument& a)
 {
-    return a.query && !comes_back(a);
+    return a.query;
 }
 
 class LapackCall : public SampleCall {

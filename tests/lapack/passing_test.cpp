@@ -10,8 +10,10 @@ protected:
     {
         core().clear();
         const Routine routine(call);
+        const std::vector<std::string> expected =
+            Routine::story(call); // a query may change the length that asks
         call.run();
-        ASSERT_EQ(story(), Routine::story(call));
+        ASSERT_EQ(story(), expected);
         for (const Call& registered : core().calls("qnm_serv_set_xerbla_interface"))
             EXPECT_EQ(registered.pointer<void>(0), layer()["cdecl_xerbla"]);
         routine.expect_arguments(core().calls(lapack_core(call.entry())).at(0));
@@ -84,7 +86,8 @@ TEST_F(Passing, AScalarThatTheCoreLeavesAloneKeepsItsValue)
 
 TEST_F(Passing, ResultsComeBackAsTheCoreGaveThem)
 {
-    for (const int mode : {0, 1})
+    constexpr std::int64_t large = -0x7'0000'004D; // negative either way, -77 to one who reads 32 bits
+    for (const int mode : {0, 0, 1})               // an entry's first call takes the road of a traced one
         for (const Entry& e : entries()) {
             if (e.row->result.kind != catalogue::ResultKind::value)
                 continue;
@@ -97,8 +100,10 @@ TEST_F(Passing, ResultsComeBackAsTheCoreGaveThem)
                 EXPECT_EQ((answer.with(0.25F), call.run().float32()), 0.25F);
             else if (type == "double")
                 EXPECT_EQ((answer.with(0.25), call.run().float64()), 0.25);
+            else if (answer.with(large); call.narrow())
+                EXPECT_EQ(call.run().int32(), -77);
             else
-                EXPECT_EQ((answer.with(-77), call.run().int32()), -77);
+                EXPECT_EQ(call.run().int64(), large);
         }
 }
 

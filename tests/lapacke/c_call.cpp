@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -12,7 +13,6 @@ using catalogue::Expression;
 
 namespace {
 
-constexpr std::int64_t spare = 3; // how much longer a leading dimension is than need be
 constexpr std::int64_t least_room = 600;
 
 bool is_integer(const Argument& a)
@@ -136,12 +136,12 @@ const std::vector<Member>& members()
 {
     static const std::vector<Member> all = [] {
         std::vector<Member> found;
-        for (const LapackePlan& plan : tables().lapacke_plans())
+        for (const LapackePlan& plan : catalogue::lapacke_plans(tables()))
             for (const catalogue::Precision& precision : plan.precisions)
                 for (const Width width : {Width::narrow, Width::wide})
                     for (const bool high : {true, false})
                         if (plan.c->shape != LapackeShape::one_level)
-                            found.push_back({&plan, {plan.row, precision, width}, high});
+                            found.push_back({&plan, Entry(*plan.row, precision, width), high});
         return found;
     }();
     return all;
@@ -166,6 +166,15 @@ void Element::store(unsigned char* memory, std::int64_t k, double number) const
         const auto rounded = static_cast<float>(real);
         single ? std::memcpy(place, &rounded, sizeof rounded) : std::memcpy(place, &real, sizeof real);
     }
+}
+
+bool Element::is_nan(const unsigned char* memory, std::int64_t k) const
+{
+    float narrow[2] = {};
+    double wide[2] = {};
+    std::memcpy(single ? static_cast<void*>(narrow) : wide, memory + static_cast<std::size_t>(k) * size,
+                size);
+    return std::isnan(narrow[0] + narrow[1]) || std::isnan(wide[0] + wide[1]);
 }
 
 double original(std::size_t argument, std::int64_t k)
@@ -196,14 +205,19 @@ CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
 void CCall::choose_sizes(std::mt19937& chance, bool empty)
 {
     const auto some = [&] { return static_cast<std::int64_t>(3 + chance() % 4); };
-    const std::int64_t m = some(), n = some(), least = std::min(m, n);
+    const std::int64_t m = some(), n = 3 + (m + chance() % 3 - 2) % 4, least = std::min(m, n); // never equal
     const std::pair<std::int64_t, const char*> usual[] = {
         {m, "m"},
         {n, "n ihi mm nzc"},
         {least, "rows k2"},
-        {least - 1, "k p cols"},
+        {least - 1, "k cols"},
+        {m + 2, "p"},
         {5, "mb"},
-        {3, "nru"},
+        {7, "nrhs"},
+        {8, "nru"},
+        {9, "ncvt"},
+        {10, "ncc"},
+        {6, "ltb"},
         {60, "tsize ldwork"},
         {0, "nfxd"},
         {some() % 2, "wantq"},
@@ -219,13 +233,17 @@ void CCall::choose_sizes(std::mt19937& chance, bool empty)
         if (a.role == Role::size || (a.argument->query && !known))
             value = least_room / 2;
         else if (name.starts_with("ld"))
-            value = 12;
+            value = 12 + a.position;
         else if (empty && !a.address && !lists("incx itype k1", name))
             value = 0;
         else if (!a.address && known)
             value = found->first;
         set(name, value);
     }
+    const auto negative = [&](const ExpressionPtr& extent) { return value(*extent) < 0; };
+    for (const LapackeArgument& a : plan().arguments)
+        if (a.argument->extents.size() == 2 && std::ranges::any_of(a.argument->extents, negative))
+            set("p", least - 1); // where it is a part of m
 }
 
 CCall& CCall::lay_out()
@@ -234,7 +252,7 @@ CCall& CCall::lay_out()
         if (a.role == Role::leading) {
             const LapackeArgument& matrix = plan().arguments[static_cast<std::size_t>(a.matrix)];
             const std::int64_t least = value(by_rows() ? *a.bound : *matrix.form.rows());
-            set(a.argument->name, std::max<std::int64_t>(least, 1) + spare);
+            set(a.argument->name, std::max<std::int64_t>(least, 1) + a.position); // no two alike
         }
     fill();
     return *this;
@@ -285,6 +303,13 @@ std::int64_t CCall::copy_elements(const LapackeArgument& a) const
     return copy_ld(a) * std::max<std::int64_t>(value(*a.form.columns()), 1);
 }
 
+bool CCall::lines_are_rows() const
+{
+    if (plan().c->shape == LapackeShape::options) // or as the routine's TRANS has it
+        return by_rows() || !is(letter("trans"), 'N');
+    return by_rows();
+}
+
 /// The caller's leading dimension, which stands behind its matrix if there is one.
 std::int64_t CCall::ld(const LapackeArgument& a) const
 {
@@ -292,7 +317,21 @@ std::int64_t CCall::ld(const LapackeArgument& a) const
     if (next < plan().arguments.size())
         if (const Argument& b = *plan().arguments[next].argument; b.name.starts_with("ld") && is_scalar(b))
             return integer(b);
-    return a.form.is_packed() || a.form.is_vector() ? 0 : std::max<std::int64_t>(value(*a.form.columns()), 1);
+    if (a.form.is_packed() || a.form.is_vector())
+        return 0;
+    return std::max<std::int64_t>(value(lines_are_rows() ? *a.form.columns() : *a.form.rows()), 1);
+}
+
+std::pair<std::int64_t, std::int64_t> CCall::published(const LapackeArgument& a) const
+{
+    const auto& extents = a.argument->extents;
+    if (!a.argument->array || extents.empty())
+        return {1, a.argument->array ? least_room : 1};
+    const std::int64_t first = std::max<std::int64_t>(value(*extents[0]), 0);
+    if (extents.size() == 1)
+        return {1, first};
+    const std::int64_t second = std::max<std::int64_t>(value(*extents[1]), 0);
+    return lines_are_rows() ? std::pair{first, second} : std::pair{second, first};
 }
 
 void CCall::for_each(const LapackeArgument& a, const Form& form, const Visit& visit) const
@@ -318,9 +357,7 @@ std::vector<std::int64_t> CCall::checked(const LapackeArgument& a, const FormUse
             offsets.push_back(first + i * step);
         return offsets;
     }
-    bool in_rows = layout_ == row_major;
-    if (plan().c->shape == LapackeShape::options) // as the routine's TRANS has it
-        in_rows = in_rows || !is(letter("trans"), 'N');
+    const bool in_rows = lines_are_rows();
     storage(*this, use.form).for_each(ld(a), ld(a), [&](std::int64_t by_row, std::int64_t by_column) {
         offsets.push_back(first + (in_rows ? by_row : by_column));
     });
@@ -358,17 +395,17 @@ void CCall::fill()
         if (argument.type == "char" || argument.type == "procedure" || (is_integer(argument) && !a.address))
             continue;
         const Element e = element(a);
-        std::int64_t count = least_room;
-        if (!a.form.is_vector() && !a.form.is_packed())
-            count += ld(a) * (value(*a.form.rows()) + value(*a.form.columns()));
+        const auto [lines, length] = published(a);
+        const std::int64_t step = std::max<std::int64_t>(ld(a), length), count = lines * step + least_room;
         std::vector<unsigned char>& memory = memory_[argument.name];
         memory.resize(static_cast<std::size_t>(count) * e.size);
         for (std::int64_t k = 0; k < count; ++k)
             e.store(memory.data(), k,
-                    argument.type == "logical" ? 1
-                    : is_scalar(argument)      ? static_cast<double>(integer(argument))
-                    : e.integer                ? static_cast<double>(k + 1)
-                                               : original(index_of(plan(), a), k));
+                    argument.type == "logical"              ? 1
+                    : is_scalar(argument)                   ? static_cast<double>(integer(argument))
+                    : e.integer                             ? static_cast<double>(k + 1)
+                    : k < lines * step && k % step < length ? original(index_of(plan(), a), k)
+                                                            : std::numeric_limits<double>::quiet_NaN());
     }
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)

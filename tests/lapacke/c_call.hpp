@@ -3,6 +3,7 @@
 // it.
 #pragma once
 
+#include "catalogue/lapacke.hpp"
 #include "support/sample_call.hpp"
 
 #include <map>
@@ -29,7 +30,8 @@ struct Member {
     std::string name() const { return name(high); }
     std::string name(bool of_high) const
     {
-        return lapacke_name(*plan->row, entry.precision, entry.width, of_high);
+        return lapacke_name(*plan, entry.precision,
+                            *lapacke_form(*plan, of_high ? "high" : "work", entry.width));
     }
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
@@ -48,6 +50,7 @@ struct Element {
 
     /// Writes number k of a row of them; the imaginary part is the opposite number.
     void store(unsigned char* memory, std::int64_t k, double number) const;
+    bool is_nan(const unsigned char* memory, std::int64_t k) const;
 };
 
 class CCall : public SampleCall {
@@ -62,6 +65,8 @@ public:
 
     /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
     CCall& lay_out();
+    /// Numbers in all arrays, for the leading dimensions as they are.
+    void fill();
 
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
     Element element(const std::string& type) const;
@@ -71,6 +76,9 @@ public:
     bool is_copied(const LapackeArgument& a) const;
     std::int64_t copy_ld(const LapackeArgument& matrix) const;
     std::int64_t copy_elements(const LapackeArgument& matrix) const;
+    /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
+    /// reads it refuses the call, or brings it into a copy.
+    std::pair<std::int64_t, std::int64_t> published(const LapackeArgument& array) const;
     /// The elements of a form that a matrix holds, by their offsets in the caller's row-major matrix and in
     /// the copy.
     using Visit = std::function<void(std::int64_t row_major, std::int64_t column_major)>;
@@ -100,8 +108,9 @@ public:
 
 private:
     void choose_sizes(std::mt19937& chance, bool empty);
-    void fill();
     std::int64_t ld(const LapackeArgument& matrix) const;
+    /// Whether a matrix is stored by rows.
+    bool lines_are_rows() const;
     const void* place(const LapackeArgument& a) const;
     std::int64_t named(const std::string& name, int group) const override;
 

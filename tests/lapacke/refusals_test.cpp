@@ -37,8 +37,13 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             if (a->role != Role::leading)
                 continue;
             CCall one_short = valid;
+            const LapackeArgument& matrix = arguments[static_cast<std::size_t>(a->matrix)];
+            if (valid.is_copied(matrix) && !matrix.argument->extents.empty()) {
+                EXPECT_GE(valid.value(*a->bound), valid.published(matrix).second) << a->argument->name;
+            }
             for (CCall* call : {&one_short, &all_short}) {
                 call->set(a->argument->name, valid.value(*a->bound) - 1);
+                call->fill();
                 Routine routine(*call);
                 core().clear();
                 EXPECT_EQ(call->run(), -a->position) << a->argument->name;
@@ -49,6 +54,27 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             }
         }
     });
+}
+
+TEST_F(Refusals, OfTheirOwnTellTheArgument)
+{
+    const std::string columns = "side=L storev=C m=3 n=9 k=4", rows = "side=R storev=R m=9 n=3 k=4";
+    const std::tuple<const char*, std::string, int> facts[] = {
+        {"LAPACKE_dlarfb", columns, 8},
+        {"LAPACKE_dlarfb", rows, 8},
+        {"LAPACKE_zlarfb_work", columns, 8},
+        {"LAPACKE_dtpmqrt_work", "side=X m=3 n=4 k=2", 2},
+    };
+    for (const auto& [name, given, position] : facts) {
+        CCall call(member(name), row_major, chance);
+        call.give(given);
+        call.lay_out();
+        Routine routine(call);
+        core().clear();
+        EXPECT_EQ(call.run(), -position) << name;
+        EXPECT_EQ(printed(), wrong(position, name));
+        EXPECT_EQ(routine.runs, 0);
+    }
 }
 
 TEST_F(Refusals, OfANanTellTheArraySilently)
@@ -82,6 +108,9 @@ TEST_F(Refusals, OfANanAreMadeOfWhatIsReadAloneAndCanBeSwitchedOff)
             for (const LapackeArgument* a : call.reals())
                 if (!on || (m.high && a->checks.empty()))
                     call.put_nans(*a, 0, 20, true);
+                else if (a->form.is_vector() && a->argument->extents.size() == 1) // and behind its end
+                    call.put_nans(*a, std::max<std::int64_t>(call.value(*a->argument->extents[0]), 0), 3,
+                                  true);
             Routine routine(call);
             call.run();
             EXPECT_EQ(routine.runs, 1);

@@ -148,6 +148,14 @@ void Routine::look_at_memory(const Call& noted, const LapackeArgument& a, std::s
         EXPECT_EQ(got, uncopied ? nullptr : call_.memory(name).data()) << name;
     } else {
         EXPECT_NE(got, call_.memory(name).data()) << name;
+        const Element e = call_.element(a);
+        const auto [lines, length] = call_.published(a);
+        EXPECT_TRUE(a.argument->extents.empty() || call_.copy_elements(a) >= lines * length)
+            << name << " has less room in its copy";
+        const bool clean = !e.is_nan(call_.memory(name).data(), 0);
+        for (std::int64_t k = 0; clean && k < call_.copy_elements(a); ++k)
+            EXPECT_FALSE(e.is_nan(got, k))
+                << name << " beside the caller's matrix, at " << k << " of the copy";
         for (const FormUse& use : a.in)
             if (call_.holds_if(use.when))
                 call_.for_each(a, use.form, [&](std::int64_t from, std::int64_t to) {

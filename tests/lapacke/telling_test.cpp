@@ -50,11 +50,28 @@ const Fact facts[] = {
      "c",
      {96, 120, 72, 160}},
     // The published ones report other numbers than the positions.
-    {"ctpqrt", "m=5 n=4 l=2 nb=2", {6, 8}, {7, 9, 11}, "a b", "a b t", {64, 128, 160, 64}},
+    {"ctpqrt", "m=5 n=4 l=2 nb=2", {6, 8}, {7, 9, 11}, "a b t", "a b t", {64, 128, 160, 64}},
     {"dgesvj", "joba=G jobu=U jobv=A m=5 n=4 mv=3", {7, 11}, {8, 12}, "a v work", "a v", {72, 160, 96}},
     {"dgejsv", "joba=C jobu=U jobv=V m=5 n=4", {10}, {11, 14, 16}, "a", "u v", {68, 448, 160, 160, 128}},
+    {"dgedmd",
+     "jobs=N jobz=V jobr=N jobf=N m=5 n=4",
+     {9, 11, 18, 21, 25, 23},
+     {10, 12, 19, 22, 24, 26},
+     "x y z b w s",
+     "x y z b w s",
+     {400, 800, 160, 160, 160, 160, 128, 128}},
+    {"dgedmdq",
+     "jobs=N jobz=V jobr=N jobq=Q jobt=R jobf=N m=5 n=4",
+     {11, 13, 15, 22, 25, 27, 29},
+     {12, 14, 16, 23, 26, 28, 30},
+     "f x y z b v s",
+     "f x y z b v s",
+     {400, 800, 160, 96, 128, 120, 96, 72, 72}},
+    {"sgejsv", "joba=E jobu=N jobv=V m=5 n=4", {10}, {11, 14, 16}, "a", "v", {68, 68, 80, 64}},
+    {"cgejsv", "joba=C jobu=U jobv=J m=5 n=4", {10}, {11, 14, 16}, "a", "u v", {256, 52, 56, 160, 160, 128}},
+    {"zgejsv", "joba=C jobu=U jobv=N m=9 n=2", {10}, {11, 14, 16}, "a", "u", {176, 52, 160, 288, 288}},
     // In place, as the same operation on the transpose.
-    {"dlantr", "norm=1 uplo=U diag=N m=5 n=4", {7}, {8}, "", "", {40}},
+    {"dlantr", "norm=1 uplo=U diag=N m=5 n=4", {7}, {8}, "", "", {32}},
     {"dlacpy", "uplo=U m=5 n=4", {5}, {6, 8}, "", "", {}},
     {"dlaswp", "n=4 k1=1 k2=3 incx=1", {}, {4}, "a", "a", {96}},
 };
@@ -123,7 +140,7 @@ TEST_P(Telling, CopiesWhatTheRoutineReadsAndWrites)
             const auto* copy = noted.pointer<const unsigned char>(index_of(call.plan(), *a));
             const auto written = [](unsigned char byte) { return byte != recording::Core::poison; };
             if (a->address && copy != nullptr && copy != call.memory(a->argument->name).data() &&
-                std::any_of(copy, copy + 40, written))
+                std::any_of(copy, copy + 32, written))
                 add(in, a->argument->name);
         }
         plain(noted, reply);

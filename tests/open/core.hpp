@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -26,7 +27,6 @@ std::string letter()
     return is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d");
 }
 using Types = testing::Types<float, double, cfloat, cdouble>;
-using ComplexTypes = testing::Types<cfloat, cdouble>;
 inline constexpr char transposes[] = {'N', 'T', 'C'};
 
 // ---- matrices
@@ -110,31 +110,15 @@ Matrix<T> stored(char trans, core_int m, core_int n)
     return turns(trans) ? Matrix<T>(n, m) : Matrix<T>(m, n);
 }
 
-// alpha * op(A) * op(B) + beta * C; C is not read if beta is zero.
-template <class A, class B, class T>
-Matrix<T> product(char transa, const Matrix<A>& a, char transb, const Matrix<B>& b, T alpha, T beta,
-                  Matrix<T> c)
-{
-    const core_int k = turns(transa) ? a.rows : a.columns;
-    for (core_int j = 0; j < c.columns; ++j)
-        for (core_int i = 0; i < c.rows; ++i) {
-            T sum{};
-            for (core_int h = 0; h < k; ++h)
-                sum += T(a.op(transa, i, h)) * T(b.op(transb, h, j));
-            c(i, j) = alpha * sum + (beta == T{} ? T{} : beta * c(i, j));
-        }
-    return c;
-}
-
-// The triangle that a routine reads, as a full matrix.
+// Small enough to be a rounding, whichever way was taken.
 template <class T>
-Matrix<T> triangle(char uplo, char diag, Matrix<T> a)
+void expect_near(const std::vector<T>& found, const std::vector<T>& expected)
 {
-    for (core_int j = 0; j < a.columns; ++j)
-        for (core_int i = 0; i < a.rows; ++i)
-            if (i == j ? diag == 'U' : (uplo == 'U') == (i > j))
-                a(i, j) = T(i == j ? 1 : 0);
-    return a;
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i)
+        ASSERT_LE(std::abs(found[i] - expected[i]),
+                  200 * std::numeric_limits<real_t<T>>::epsilon() * (1 + std::abs(expected[i])))
+            << "element " << i;
 }
 
 // ---- calls
@@ -211,12 +195,12 @@ R lapack(const std::string& name, const A&... arguments)
 }
 
 // Fortran convention with arguments collected at run time: all of them pointers. Too many do no harm.
-inline void blas_pointers(const std::string& name, std::vector<const void*> p)
+inline void by_pointers(const std::string& name, std::vector<const void*> p)
 {
     p.resize(18);
     const auto call = [&]<std::size_t... i>(std::index_sequence<i...>)
     {
-        by_value<void>("qnm_blas_" + name, p[i]...);
+        by_value<void>(name, p[i]...);
     };
     call(std::make_index_sequence<18>{});
 }

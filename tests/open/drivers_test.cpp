@@ -1,5 +1,6 @@
 // LAPACK's drivers from C: by rows they have to come to what they come to by columns, to the last bit, since
 // both give the engine the same matrices.
+#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
 #include <vector>
@@ -11,36 +12,45 @@ namespace {
 constexpr int n = 6, m = 9, few = 3;
 constexpr int layouts[] = {LAPACK_ROW_MAJOR, LAPACK_COL_MAJOR};
 
-/// The same matrix in both layouts, each with a leading dimension larger than it must be.
+/// The same matrix in both layouts. What is no element of it, between its lines and behind the last, is a
+/// NaN: who reads one refuses it or comes to one, and who writes one is seen.
 struct Matrix {
-    int rows, columns;
-    std::vector<double> by_rows, by_columns;
+    int rows, columns, spare = 1;
+    std::vector<double> numbers; // row by row
+    std::vector<double> memory[2];
 
     Matrix(int r, int c, unsigned seed, double on_diagonal = 0, bool symmetric = false)
-        : rows(r),
-          columns(c),
-          by_rows(static_cast<std::size_t>(r * (c + 1)), 7),
-          by_columns(static_cast<std::size_t>((r + 2) * c), 7)
+        : rows(r), columns(c), numbers(static_cast<std::size_t>(r * c))
     {
         std::mt19937 random(seed);
         std::uniform_real_distribution<double> number(-1, 1);
         for (int i = 0; i < r; ++i)
             for (int j = 0; j < c; ++j)
-                at(LAPACK_ROW_MAJOR, i, j) = number(random) + (i == j ? on_diagonal : 0);
-        for (int i = 0; i < r; ++i)
-            for (int j = 0; j < c; ++j) {
-                if (symmetric && j < i)
-                    at(LAPACK_ROW_MAJOR, i, j) = at(LAPACK_ROW_MAJOR, j, i);
-                at(LAPACK_COL_MAJOR, i, j) = at(LAPACK_ROW_MAJOR, i, j);
-            }
+                (*this)(i, j) = number(random) + (i == j ? on_diagonal : 0);
+        for (int i = 0; i < r && symmetric; ++i)
+            for (int j = 0; j < i; ++j)
+                (*this)(i, j) = (*this)(j, i);
     }
-    int ld(int layout) const { return layout == LAPACK_ROW_MAJOR ? columns + 1 : rows + 2; }
+    double& operator()(int i, int j) { return numbers[static_cast<std::size_t>(i * columns + j)]; }
+    /// Leading dimensions of a call differ, and all are longer than they must be.
+    void lay_out(int longer)
+    {
+        spare = longer;
+        for (const int layout : layouts) {
+            std::vector<double>& all = of(layout);
+            all.assign(static_cast<std::size_t>(&at(layout, rows - 1, columns - 1) - all.data() + 65), NAN);
+            for (int i = 0; i < rows; ++i)
+                for (int j = 0; j < columns; ++j)
+                    at(layout, i, j) = (*this)(i, j);
+        }
+    }
+    int ld(int layout) const { return (layout == LAPACK_ROW_MAJOR ? columns : rows) + spare; }
+    std::vector<double>& of(int layout) { return memory[layout == LAPACK_ROW_MAJOR ? 0 : 1]; }
     double& at(int layout, int i, int j)
     {
-        return layout == LAPACK_ROW_MAJOR ? by_rows[static_cast<std::size_t>(i * ld(layout) + j)]
-                                          : by_columns[static_cast<std::size_t>(i + j * ld(layout))];
+        return of(layout).data()[layout == LAPACK_ROW_MAJOR ? i * ld(layout) + j : i + j * ld(layout)];
     }
-    double* data(int layout) { return layout == LAPACK_ROW_MAJOR ? by_rows.data() : by_columns.data(); }
+    double* data(int layout) { return of(layout).data(); }
 };
 
 /// What else a driver gives back.
@@ -58,17 +68,27 @@ template <class Driver>
 void twins(const char* name, Matrices x, Driver driver)
 {
     SCOPED_TRACE(name);
-    const auto before = x[0].by_rows;
     Results results[2];
+    for (std::size_t k = 0; k < x.size(); ++k)
+        x[k].lay_out(static_cast<int>(k) + 1);
     for (int k = 0; k < 2; ++k)
         EXPECT_EQ(driver(layouts[k], results[k], x), 0);
     EXPECT_EQ(results[0], results[1]);
-    for (Matrix& matrix : x)
+    bool nothing_done = results[0].w == Results().w;
+    for (Matrix& matrix : x) {
         for (int i = 0; i < matrix.rows; ++i)
-            for (int j = 0; j < matrix.columns; ++j)
-                EXPECT_EQ(matrix.at(LAPACK_ROW_MAJOR, i, j), matrix.at(LAPACK_COL_MAJOR, i, j))
-                    << i << " " << j;
-    EXPECT_TRUE(results[0].w != Results().w || x[0].by_rows != before) << "nothing was done";
+            for (int j = 0; j < matrix.columns; ++j) {
+                double &by_rows = matrix.at(LAPACK_ROW_MAJOR, i, j),
+                       &other = matrix.at(LAPACK_COL_MAJOR, i, j);
+                EXPECT_EQ(by_rows, other) << &matrix - x.data() << ": " << i << " " << j;
+                nothing_done = nothing_done && by_rows == matrix(i, j);
+                by_rows = other = NAN;
+            }
+        for (const int layout : layouts)
+            for (const double number : matrix.of(layout))
+                ASSERT_TRUE(std::isnan(number)) << "written beside " << &matrix - x.data();
+    }
+    EXPECT_FALSE(nothing_done);
 }
 
 // A driver and its arguments behind the layout: M(k) is the k-th of the matrices, r holds what else comes
@@ -134,6 +154,85 @@ TEST(Drivers, OfSingularValues)
     QNM_TWINS(dgesdd, one, 'A', m, n, M(0), r.w.data(), M(1), M(2));
     QNM_TWINS(dggsvd3, two, 'U', 'V', 'Q', m, n, few, &r.count, r.i.data() + n, M(0), M(1), r.w.data(),
               r.v.data(), M(2), M(3), M(4), r.i.data());
+}
+
+TEST(Routines, WhoseMatricesHaveShapesOfTheirOwn)
+{
+    const Matrices two{wide, tall, small, large, square};
+    QNM_TWINS(dggsvp, two, 'U', 'V', 'Q', few, m, n, M(0), M(1), 1e-12, 1e-12, &r.count, r.i.data(), M(2),
+              M(3), M(4));
+    // Of three blocks of rows, and of one.
+    const Matrices blocks{tall_right, Matrix(2, 3 * few, 41)}, block{square, Matrix(2, n, 42)};
+    QNM_TWINS(dorgtsqr_row, blocks, m, few, 5, 2, M(0), M(1));
+    QNM_TWINS(dorgtsqr, blocks, m, few, 5, 2, M(0), M(1));
+    QNM_TWINS(dorgtsqr_row, block, n, n, n + 1, 2, M(0), M(1));
+    QNM_TWINS(dorgtsqr, block, n, n, n + 1, 2, M(0), M(1));
+    for (const char norm : {'1', 'I', 'M', 'F'})
+        twins("dlangb", {Matrix(2 + 1 + 1, n, 6)}, [&](int layout, Results& r, Matrices& x) {
+            r.w[0] = LAPACKE_dlangb(layout, norm, n, 2, 1, M(0));
+            return lapack_int{};
+        });
+}
+
+TEST(Routines, ThatBeginWithTheCallersVectors)
+{
+    Matrix hessenberg(n, n, 51, 4);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < i; ++j)
+            hessenberg(i, j) = 0;
+    twins("dhsein", {Matrix(n, few, 52), Matrix(n, few, 53), hessenberg},
+          [&](int layout, Results& r, Matrices& x) {
+              for (int i = 0; i < n; ++i)
+                  r.w[static_cast<std::size_t>(i)] = hessenberg(i, i);
+              r.i[0] = r.i[3] = 1; // two of three columns are written
+              return LAPACKE_dhsein(layout, 'B', 'N', 'U', r.i.data(), n, M(2), r.w.data(), r.v.data(), M(0),
+                                    M(1), few, &r.count, r.i.data() + n, r.i.data() + m);
+          });
+}
+
+TEST(Routines, ThatWriteAPartOfAMatrixAlone)
+{
+    const auto packed = [](int layout, char uplo, Matrix& a) {
+        std::vector<double> ap(n * (n + 1) / 2);
+        LAPACKE_dtrttp(layout, uplo, n, a.data(layout), a.ld(layout), ap.data());
+        return ap;
+    };
+    for (const char uplo : {'U', 'L'}) {
+        twins("tpttr", {square, symmetric}, [&](int layout, Results&, Matrices& x) {
+            return LAPACKE_dtpttr(layout, uplo, n, packed(layout, uplo, x[1]).data(), M(0));
+        });
+        for (const char transr : {'N', 'T'})
+            twins("tfttr", {square, symmetric}, [&](int layout, Results&, Matrices& x) {
+                std::vector<double> arf(n * (n + 1) / 2);
+                LAPACKE_dtrttf(layout, transr, uplo, n, M(1), arf.data());
+                return LAPACKE_dtfttr(layout, transr, uplo, n, arf.data(), M(0));
+            });
+    }
+    // Two rows and three columns beside the diagonal, and back: the block itself is three by two.
+    for (const char trans : {'N', 'T'}) {
+        const Matrix block = trans == 'N' ? Matrix(2, 3, 61) : Matrix(3, 2, 61), other = block;
+        twins("tppack", {square, symmetric, block, other}, [&](int layout, Results&, Matrices& x) {
+            auto ap = packed(layout, 'U', x[1]);
+            return LAPACKE_qnm_dtppack(layout, 'U', trans, n, ap.data(), 1, 3, 2, 3, M(2)) +
+                   LAPACKE_qnm_dtpunpack(layout, 'U', trans, n, ap.data(), 1, 4, 2, 3, M(3)) +
+                   LAPACKE_dtpttr(layout, 'U', n, ap.data(), M(0));
+        });
+    }
+    for (const char direct : {'F', 'B'}) {
+        const Matrices by_columns{small, tall_right}, by_rows{small, wide};
+        QNM_TWINS(dlarft, by_columns, direct, 'C', m, few, M(1), r.ones.data(), M(0));
+        QNM_TWINS(dlarft, by_rows, direct, 'R', n, few, M(1), r.ones.data(), M(0));
+    }
+    const Matrix blocks(4, n, 62);
+    const Matrices of_blocks{tall, blocks}, of_triangle{tall, square}, pair{square, tall, blocks},
+        triangle{square, tall, symmetric};
+    QNM_TWINS(dgeqrt, of_blocks, m, n, 4, M(0), M(1));
+    QNM_TWINS(dgeqrt2, of_triangle, m, n, M(0), M(1));
+    QNM_TWINS(dgeqrt3, of_triangle, m, n, M(0), M(1));
+    QNM_TWINS(dtpqrt, pair, m, n, few, 4, M(0), M(1), M(2));
+    QNM_TWINS(dtpqrt2, triangle, m, n, few, M(0), M(1), M(2));
+    QNM_TWINS(dgetsqrhrt, of_blocks, m, n, n + 1, few, 4, M(0), M(1));
+    QNM_TWINS(dorhr_col, of_blocks, m, n, 4, M(0), M(1), r.w.data());
 }
 
 } // namespace

@@ -15,10 +15,12 @@ struct Interleaved {
     core_int layout, format, ld, lines;
     std::vector<real_t<T>> packs;
 
-    Interleaved(core_int order, core_int bytes, const Matrices<T>& matrices, core_int spare = 2)
+    // A column is dense, others have room to spare.
+    Interleaved(core_int order, core_int bytes, const Matrices<T>& matrices)
         : layout(order),
           format(bytes),
-          ld((layout == row_major ? matrices[0].columns : matrices[0].rows) + spare),
+          ld((layout == row_major ? matrices[0].columns : matrices[0].rows) +
+             (matrices[0].columns > 1 ? 2 : 0)),
           lines(layout == row_major ? matrices[0].rows : matrices[0].columns)
     {
         const auto nm = static_cast<core_int>(matrices.size()), size = core_int{sizeof(real_t<T>)};

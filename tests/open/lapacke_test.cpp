@@ -24,29 +24,6 @@ Numbers hilbert(int rows, int columns)
     return a;
 }
 
-TEST(Lapacke, SolvesHilbertInBothLayoutsAndWidths)
-{
-    constexpr int n = 6;
-    for (const int layout : {LAPACK_ROW_MAJOR, LAPACK_COL_MAJOR}) {
-        // The right side is the row sums, so the answer is all ones, up to the condition of 1.5e7.
-        Numbers a = hilbert(n, n), x(n);
-        for (std::size_t i = 0; i < n * n; ++i)
-            x[i / n] += a[i];
-        Numbers wide_a = a, wide_x = x;
-        std::vector<int> pivots(n);
-        std::vector<int64_t> wide_pivots(n);
-        const int ldx = layout == LAPACK_ROW_MAJOR ? 1 : n;
-        ASSERT_EQ(LAPACKE_dgesv(layout, n, 1, a.data(), n, pivots.data(), x.data(), ldx), 0);
-        ASSERT_EQ(LAPACKE_dgesv_64(layout, n, 1, wide_a.data(), n, wide_pivots.data(), wide_x.data(), ldx),
-                  0);
-        EXPECT_EQ(x, wide_x);
-        EXPECT_EQ(a, wide_a);
-        EXPECT_EQ(std::vector<int64_t>(pivots.begin(), pivots.end()), wide_pivots);
-        for (const double one : x)
-            EXPECT_NEAR(one, 1, 1e-8);
-    }
-}
-
 // Longley's columns, brought to one length, have a condition of 4.3e4, and Householder QR does not mind their
 // lengths: half an ulp times that is 5e-12. The price deflator, a small term, loses most, 1.3e-11 with all
 // kernels alike; normal equations would keep 6 digits.
@@ -81,22 +58,6 @@ TEST(Lapacke, MeetsLongleysCertifiedCoefficientsByRows)
     expect_longley(LAPACKE_dgels_64);
 }
 
-TEST(Lapacke, FindsWilkinsonsEigenvalues)
-{
-    // W7+: 3 2 1 0 1 2 3 beside ones; the largest eigenvalues are a pair that agrees in one digit.
-    constexpr int size = 7;
-    Numbers d{3, 2, 1, 0, 1, 2, 3}, e(size - 1, 1), z(size * size), wide_d = d, wide_e = e;
-    ASSERT_EQ(LAPACKE_dstev(LAPACK_ROW_MAJOR, 'V', size, d.data(), e.data(), z.data(), size), 0);
-    ASSERT_EQ(LAPACKE_dstev_64(LAPACK_COL_MAJOR, 'V', size, wide_d.data(), wide_e.data(), z.data(), size), 0);
-    EXPECT_EQ(d, wide_d);
-    // Its skew half has 2 and 2 +- sqrt(3); all add up to the trace, their squares to that of the square.
-    EXPECT_NEAR(d[1], 2 - std::sqrt(3.0), 1e-14);
-    EXPECT_NEAR(d[5], 2 + std::sqrt(3.0), 1e-14);
-    EXPECT_NEAR(std::accumulate(d.begin(), d.end(), 0.0), 12, 1e-13);
-    EXPECT_NEAR(std::inner_product(d.begin(), d.end(), d.begin(), 0.0), 40, 1e-13);
-    EXPECT_NEAR(d[6] - d[5], 0.03, 0.01);
-}
-
 TEST(Lapacke, ExchangesRowsBelowTheLastOneNamed)
 {
     // Nobody is told how many rows there are: row 2 changes places with row 4, behind a step of two pivots.
@@ -104,6 +65,14 @@ TEST(Lapacke, ExchangesRowsBelowTheLastOneNamed)
     const int pivots[] = {3, -7, 4};
     ASSERT_EQ(LAPACKE_dlaswp(LAPACK_ROW_MAJOR, 2, a.data(), 3, 1, 2, pivots, 2), 0);
     EXPECT_EQ(a, (Numbers{3, 30, -1, 4, 40, -1, 1, 10, -1, 2, 20, -1}));
+}
+
+TEST(Lapacke, CopiesATriangleAndNothingBeside)
+{
+    const Numbers a{1, 2, 3, 4, 5, 6};
+    std::vector<lapack_complex_double> b(8, 9.0);
+    ASSERT_EQ(LAPACKE_zlacp2(LAPACK_ROW_MAJOR, 'L', 2, 3, a.data(), 3, b.data(), 4), 0);
+    EXPECT_EQ(b, (std::vector<lapack_complex_double>{1, 9, 9, 9, 4, 5, 9, 9}));
 }
 
 TEST(Lapacke, NormsOfEachLayout)

@@ -3,6 +3,10 @@
 #include "core.hpp"
 
 #include "open/transpose.hpp"
+#include "open/trial.hpp"
+
+#include <set>
+#include <thread>
 
 namespace qnm::test {
 namespace {
@@ -33,7 +37,8 @@ protected:
     /// Sizes on both sides of what kernels and blocks take.
     static core_int any_size()
     {
-        return random_integer(0, 3) == 0 ? random_integer(60, 300) : random_integer(1, 40);
+        const int kind = random_integer(0, 3);
+        return kind == 0 ? random_integer(60, 300) : random_integer(1, kind == 1 ? 3 : 40);
     }
     /// A place for op(X), X being m by n.
     static Matrix<T> place(char trans, core_int m, core_int n, core_int inc = 1)
@@ -183,41 +188,72 @@ TYPED_TEST(MatrixCopy, NothingToDoTouchesNothing)
     }
 }
 
-/// The kernels of every instruction set that this processor has, on arrays that begin anywhere in a line of
-/// cache.
+using Sets = std::vector<const core::Transposes*>;
+
+/// Every way of every instruction set that this processor has, on arrays that begin a line of cache and
+/// others, with leading dimensions that are whole lines of it, share few sets of it (512), or neither.
 template <class T>
-void expect_transposed(core::Transpose* kernel)
+void expect_transposed(const Sets& sets, core::Transposes::Ways core::Transposes::*of)
 {
-    for (const core_int m : {1, 7, 16, 31, 33, 100, 128})
+    for (const core_int m : {1, 7, 16, 31, 33, 100, 200})
         for (const core_int n : {1, 15, 16, 24, 65, 130})
-            for (const core_int ld : {0, 5, 128}) // none to spare, some, a power of two
+            for (const core_int ld : {0, 5, 144, 512}) // none to spare, some
                 for (const std::size_t skew : {0, 3}) {
-                    if (ld == 128 && n > ld)
-                        continue;
-                    Matrix<T> a(m, n, ld == 128 ? ld - m : ld), b(n, m, ld == 128 ? ld - n : ld),
-                        expected = b;
+                    const auto spare = [ld](core_int length) { return ld < length ? ld % 9 : ld - length; };
+                    Matrix<T> a(m, n, spare(m)), b(n, m, spare(n)), expected = b;
                     expected.take('T', a);
-                    for (auto* data : {&a.data, &b.data, &expected.data})
-                        data->insert(data->begin(), skew, T(7));
-                    kernel(m, n, &a.data[skew], a.ld, &b.data[skew], b.ld);
-                    ASSERT_TRUE(b.data == expected.data)
-                        << sizeof(T) << " bytes, " << m << " by " << n << ", ld " << a.ld;
+                    const auto shifted = [skew](std::vector<T>& data) {
+                        data.reserve(data.size() + 64 / sizeof(T) + skew);
+                        const std::size_t past = reinterpret_cast<std::uintptr_t>(data.data()) % 64;
+                        const std::size_t shift = (64 - past) % 64 / sizeof(T) + skew;
+                        data.insert(data.begin(), shift, T(7));
+                        return shift;
+                    };
+                    const T* const from = &a.data[shifted(a.data)];
+                    const std::size_t shift = shifted(b.data);
+                    expected.data.insert(expected.data.begin(), shift, T(7));
+                    const std::vector<T> before = b.data;
+                    for (const core::Transposes* set : sets)
+                        for (core::Transpose* kernel : set->*of) {
+                            std::copy(before.begin(), before.end(), b.data.begin());
+                            kernel(m, n, from, a.ld, &b.data[shift], b.ld);
+                            ASSERT_TRUE(b.data == expected.data)
+                                << sizeof(T) << " bytes, " << m << " by " << n << ", ld " << a.ld << ", "
+                                << b.ld << ", way "
+                                << std::find(set->*of, std::end(set->*of), kernel) - set->*of;
+                        }
                 }
 }
 
 TEST(TransposeKernels, OfEveryInstructionSetMoveAll)
 {
-    std::vector<const core::Transposes*> sets{&core::transposes_sse2};
+    Sets sets{&core::transposes_sse2};
     if (__builtin_cpu_supports("avx2") != 0)
         sets.push_back(&core::transposes_avx2);
     if (__builtin_cpu_supports("avx512f") != 0)
         sets.push_back(&core::transposes_avx512);
-    for (const core::Transposes* set : sets) {
-        expect_transposed<float>(set->of4);
-        expect_transposed<double>(set->of8);
-        expect_transposed<cdouble>(set->of16);
-    }
+    expect_transposed<float>(sets, &core::Transposes::of4);
+    expect_transposed<double>(sets, &core::Transposes::of8);
+    expect_transposed<cdouble>(sets, &core::Transposes::of16);
     EXPECT_EQ(&core::transposes(), sets.back());
+}
+
+/// Two calls that differ and take turns must not make one way look quicker than another.
+TEST(TransposeKernels, AllAreTriedAtEveryPlaceThenTheQuickestIsKept)
+{
+    using Trial = core::Trial<3>;
+    Trial trial;
+    std::set<std::pair<int, int>> tried;
+    for (int turn = 0; turn < Trial::turns; ++turn)
+        trial(1000, [&](int way) {
+            for (const int period : {2, 3})
+                tried.emplace(10 * period + turn % period, way);
+            if (way != 1)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+    EXPECT_EQ(tried.size(), (2U + 3U) * 3U);
+    for (int call = 0; call < 3; ++call)
+        trial(1000, [](int way) { EXPECT_EQ(way, 1); });
 }
 
 } // namespace

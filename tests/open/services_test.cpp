@@ -2,6 +2,7 @@
 #include "core.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <unistd.h>
@@ -44,7 +45,14 @@ TEST(Closedness, OnlyTheCoresNamesLeaveIt)
         ++count;
     }
     pclose(names);
-    EXPECT_EQ(count, 411 + 2249 + 36); // BLAS and services, LAPACK, matrix copy
+    EXPECT_EQ(count, 411 + 2253 + 36); // BLAS and services, LAPACK, matrix copy
+}
+
+// Core and engine: a program with its owner's rights must not obey what its caller has set.
+TEST(Closedness, TheEnvironmentIsReadOnlyWhereTheCallerIsTrusted)
+{
+    EXPECT_EQ(std::system("nm -D --undefined-only " QNM_CORE_FILE " | grep -qw secure_getenv"), 0);
+    EXPECT_NE(std::system("nm -D --undefined-only " QNM_CORE_FILE " | grep -wE '(__)?(getenv|environ)'"), 0);
 }
 
 TEST(Closedness, TheEngineIsNotTakenOver)
@@ -232,6 +240,18 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
     EXPECT_EQ(std::string(text, 7), std::string("12345\0#", 7));
     EXPECT_EQ(format(text, 6, 2, "%d", 1234567), -1);
     EXPECT_STREQ(text, "12");
+}
+
+TEST(Text, OfVariablesIsEmptyWithoutAValueThatFits)
+{
+    setenv("QNM_TEST_VARIABLE", "12345", 1);
+    for (const auto& [name, size, length, expected] : {std::tuple{"QNM_TEST_VARIABLE", 6, 5, "12345"},
+                                                       {"QNM_TEST_VARIABLE", 5, 0, ""},
+                                                       {"QNM_NO_SUCH", 6, 0, ""}}) {
+        char text[] = "#######";
+        EXPECT_EQ(by_value<int>("qnm_serv_getenv", name, &text[0], std::size_t(size)), length);
+        EXPECT_STREQ(text, expected) << name << " " << size;
+    }
 }
 
 TEST(Controls, AnswerWhatIsThere)

@@ -1,6 +1,7 @@
 // The mode word, the trace's lines and where they go.
 #include "core.hpp"
 
+#include <clocale>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -173,6 +174,34 @@ TEST_F(Trace, EnvironmentSwitchesItOnBeforeTheFirstQuestion)
     EXPECT_EQ(all[1], "QNM_VERBOSE SECOND() 1.000ns");
     unsetenv("QNM_VERBOSE");
     unsetenv("QNM_VERBOSE_OUTPUT_FILE");
+}
+
+// A locale of the test's own, which has nothing but a decimal comma. localedef grumbles over what is missing.
+TEST_F(Trace, NumbersAreThoseOfTheCLocale)
+{
+    const std::filesystem::path folder = path_ + ".locales";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "source") << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\n"
+                                        "END LC_NUMERIC\n";
+    const std::string make =
+        "localedef -c -i " + (folder / "source").string() + " " + (folder / "comma").string();
+    std::ignore = std::system((make + " 2> /dev/null").c_str());
+    setenv("LOCPATH", folder.c_str(), 1);
+    ASSERT_NE(setlocale(LC_NUMERIC, "comma"), nullptr);
+    char text[16];
+    ASSERT_EQ(std::snprintf(text, sizeof text, "%.1f", 1.5), 3);
+    EXPECT_STREQ(text, "1,5");
+    ASSERT_EQ(output_file(path_), 0);
+    print("A()", 1.5);
+    EXPECT_EQ(lines().back(), "QNM_VERBOSE A() 1.500s");
+    using Format = int (*)(char*, std::size_t, std::size_t, const char*, ...);
+    reinterpret_cast<Format>(core_symbol("qnm_serv_snprintf_s"))(text, sizeof text, 15, "%f", 2.5);
+    EXPECT_STREQ(text, "2.500000");
+    std::snprintf(text, sizeof text, "%.1f", 1.5);
+    EXPECT_STREQ(text, "1,5"); // the program's own numbers stay
+    setlocale(LC_NUMERIC, "C");
+    unsetenv("LOCPATH");
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -35,13 +35,6 @@
         add     $8, %rsp
         ret
 
-        /* A good callee that hands back the registers of its own arguments. */
-        CALLEE  echoes_rax
-        mov     $0x1122334455667788, %rdx
-        movaps  %xmm7, %xmm0
-        movaps  %xmm6, %xmm1
-        ret
-
         /* A caller that comes into the core with the stack off by eight. */
         CALLEE  calls_misaligned
         call    qnm_blas_any@PLT

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <map>
+#include <stdexcept>
 
 namespace qnm::tests {
 
@@ -141,6 +143,59 @@ const std::vector<Published>& published()
         {"syrk_direct sdcz", "uplo trans n k alpha a lda beta c ldc flag", "", "bare"},
         {"trsm_direct sdcz", "side uplo transa diag m n alpha a lda b ldb flag", "", "bare"},
     };
+    return all;
+}
+
+const std::map<std::string, bool>& lapack_members()
+{
+    static const std::map<std::string, bool> all = [] {
+        std::map<std::string, bool> found{{"dlarfx", false}, {"clarfx", false}, {"cspr", false}};
+        std::ifstream file(QNM_MEMBERS);
+        std::string letters;
+        bool copies = false;
+        for (std::string word; file >> word;)
+            if (word.starts_with('#')) {
+                std::getline(file, word);
+            } else if (word.starts_with('[')) {
+                copies = word == "[some";
+                std::getline(file >> std::ws, letters, ']');
+            } else {
+                for (const auto& [name, letter] : expand(word + " " + letters))
+                    if (!found.emplace(name, copies).second)
+                        throw std::logic_error(name + " twice");
+            }
+        return found;
+    }();
+    return all;
+}
+
+const std::map<std::string, std::vector<int>>& lapack_checks()
+{
+    static const std::map<std::string, std::vector<int>> all = [] {
+        const std::pair<const char*, std::vector<int>> codes[] = {
+            {"getf2 sdcz getrf sdcz potrf sdcz", {1, 2, 4}},
+            {"gelqf sdcz geqlf sdcz geqrf sdcz", {1, 2, 4, 7}},
+            {"sytrd sd hetrd cz", {1, 2, 4, 9}},
+            {"gebrd sdcz", {1, 2, 4, 10}},
+            {"sygst sd hegst cz", {1, 2, 3, 5, 7}},
+            {"gehrd sdcz orghr sd orgqr sd ungqr cz", {1, 2, 3, 5, 8}},
+            {"ormlq sd ormql sd ormqr sd ormrq sd unmlq cz unmql cz unmqr cz unmrq cz",
+             {1, 2, 3, 4, 5, 7, 10, 12}},
+            {"syevd sd", {1, 2, 3, 5, 8, 10}},
+            {"heevd cz", {1, 2, 3, 5, 8, 10, 12}},
+            {"hegvd cz", {1, 2, 3, 4, 6, 8, 11, 13, 15}},
+            {"geev sd", {1, 2, 3, 5, 9, 11, 13}},
+            {"geev cz", {1, 2, 3, 5, 8, 10, 12}},
+            {"gesvd sdcz", {1, 2, 3, 4, 6, 9, 11}},
+            {"syrdb sd herdb cz", {1, 2, 3, 4, 6, 11, 13}},
+            {"dtsvb sdcz", {1, 2, 7}}, // private: its check has a name of its own
+        };
+        std::map<std::string, std::vector<int>> found;
+        for (const auto& [roots, numbers] : codes)
+            for (const auto& member : expand(roots))
+                found.emplace(member.first, numbers);
+        return found;
+    }();
     return all;
 }
 

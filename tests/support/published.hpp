@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,12 @@ struct Published {
     const char* result = ""; // `real`, `int`, `size` (or an address); `hidden`: behind a pointer in front
 };
 const std::vector<Published>& published();
+
+/// The members of LAPACK (tests/lapack/members.txt and three for its C interface), and whether an entry
+/// copies arrays of integers whose length varies.
+const std::map<std::string, bool>& lapack_members();
+/// The codes of those that have a check, in the order of testing.
+const std::map<std::string, std::vector<int>>& lapack_checks();
 
 /// A word of an argument list.
 struct Parameter {

@@ -33,12 +33,6 @@ char upper(char letter)
 
 } // namespace
 
-const support::Library& layer()
-{
-    static const support::Library library(QNM_LAYER);
-    return library;
-}
-
 const catalogue::Catalogue& tables()
 {
     return support::tables();
@@ -264,14 +258,6 @@ std::vector<ExpressionPtr> expressions_of(const Row& row)
         all.push_back(a.returned);
     }
     return all;
-}
-
-std::vector<std::string> story()
-{
-    std::vector<std::string> names;
-    for (const Call& call : core().calls())
-        names.push_back(call.name);
-    return names;
 }
 
 std::string bare_name(const Entry& entry)

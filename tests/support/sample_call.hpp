@@ -3,9 +3,8 @@
 #pragma once
 
 #include "catalogue/catalogue.hpp"
-#include "recording/matchers.hpp"
 #include "support/invoke.hpp"
-#include "support/library.hpp"
+#include "support/recorded.hpp"
 
 #include <array>
 #include <functional>
@@ -23,11 +22,8 @@ using catalogue::Entry;
 using catalogue::ExpressionPtr;
 using catalogue::Kind;
 using catalogue::Width;
-using recording::Call;
-using recording::core;
 
-/// The layer under test, its tables, all entries of these, and one by its upper-case name.
-const support::Library& layer();
+/// The tables under test, all their entries, and one by its upper-case name.
 const catalogue::Catalogue& tables();
 const std::vector<Entry>& entries();
 const Entry& entry(std::string_view name);
@@ -133,9 +129,6 @@ inline bool lists(const std::string& words, const std::string& word)
 {
     return (" " + words + " ").find(" " + word + " ") != std::string::npos;
 }
-
-/// The names of the calls noted, in order.
-std::vector<std::string> story();
 
 /// Expects the one call of the core that this call of an entry has to end in. `odd` sees each argument first,
 /// with its place in the core's call, and tells whether it is none of the usual.

@@ -10,7 +10,11 @@ using support::Type;
 
 const std::vector<Entry>& members()
 {
-    static const std::vector<Entry> all = support::tables().entries();
+    static const std::vector<Entry> all = [] { // in the Fortran form; the C form has the same row
+        std::vector<Entry> entries = support::tables().entries();
+        std::erase_if(entries, [](const Entry& e) { return e.width == catalogue::Width::size; });
+        return entries;
+    }();
     return all;
 }
 

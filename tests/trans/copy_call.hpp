@@ -34,7 +34,11 @@ public:
     /// Makes the test of one argument fail.
     CopyCall& spoil(const std::string& name);
 
-    void run() const { call(layer()[form_ == Form::c ? entry_->c_form() : entry_->name()]); }
+    void run() const
+    {
+        const catalogue::Entry c(row(), entry_->precision, catalogue::Width::size);
+        call(layer()[form_ == Form::c ? c.name() : entry_->name()]);
+    }
     /// What the exported check answers.
     int check() const;
 

@@ -1,7 +1,5 @@
-// What reaches the core, and the names.
+// What reaches the core.
 #include "copy_call.hpp"
-
-#include <set>
 
 namespace qnm::tests {
 namespace {
@@ -10,22 +8,6 @@ using recording::Called;
 using ::testing::ElementsAre;
 
 class Passing : public TransTest {};
-
-TEST_F(Passing, EachMemberHasTwoFunctionsAndACheck)
-{
-    std::set<void*> functions;
-    for (const Entry& entry : members()) {
-        const std::string lower = catalogue::to_lower(entry.name());
-        const std::string c = "QNM_" + entry.name().substr(4, 1) + lower.substr(5);
-        SCOPED_TRACE(c);
-        EXPECT_EQ(layer()[lower], layer()[entry.name()]);
-        EXPECT_EQ(layer()[lower + "_"], layer()[entry.name()]);
-        EXPECT_EQ(layer().find(lower + "_64"), nullptr);
-        EXPECT_EQ(entry.c_form(), c);
-        functions.insert({layer()[lower], layer()[c], layer()["qnm_trans_errchk_" + lower]});
-    }
-    EXPECT_EQ(functions.size(), 3U * 36U);
-}
 
 TEST_F(Passing, TheCoreGetsValues)
 {

@@ -71,6 +71,7 @@ TEST_F(Trace, TheModeDecidesBeforeAndAfter)
         // A clock at zero is read again all the same.
         EXPECT_THAT(lines(call, 2, 2, {0, 4}), ElementsAre(Printed(call.line(), 4.0)));
         EXPECT_EQ(readings(), 2U);
+        EXPECT_THAT(lines(call, -1, 1, {1, 4}), ElementsAre(Printed(call.line(), 3.0))); // on, too
     }
 }
 

@@ -6,9 +6,19 @@
 #include <optional>
 #include <sstream>
 
-#include "reader.hpp"
-
 namespace qnm::catalogue {
+
+namespace {
+
+/// "blas/level2.tab" of a path.
+std::string table_name(const std::string& path)
+{
+    const std::size_t file = path.rfind('/');
+    const std::size_t folder = file == std::string::npos || file == 0 ? file : path.rfind('/', file - 1);
+    return folder == std::string::npos ? path : path.substr(folder + 1);
+}
+
+} // namespace
 
 void Catalogue::read(const std::string& path)
 {
@@ -17,11 +27,16 @@ void Catalogue::read(const std::string& path)
         throw TableError(path + ":0: cannot be read: expected a table");
     std::ostringstream text;
     text << in.rdbuf();
-    read_text(text.str(), path.substr(path.rfind('/') + 1));
+    const std::string name = table_name(path);
+    if (std::find(tables_.begin(), tables_.end(), name) != tables_.end())
+        throw TableError(path + ":0: '" + name + "': expected a folder and a name that no other table has");
+    read_text(text.str(), name);
 }
 
-void Catalogue::read_text(const std::string& text, const std::string& file)
+void Catalogue::read_text(const std::string& text, const std::string& table)
 {
+    if (std::find(tables_.begin(), tables_.end(), table) == tables_.end())
+        tables_.push_back(table);
     family_ = nullptr;
     std::istringstream in(text);
     std::optional<Lexer> lexer;
@@ -34,10 +49,10 @@ void Catalogue::read_text(const std::string& text, const std::string& file)
         const bool continues = line.empty() || line[0] == ' ' || line[0] == '#';
         if (!continues) {
             finish();
-            lexer.emplace(file, number);
+            lexer.emplace(table, number);
         } else if (!lexer) {
             if (line.find_first_not_of(' ') != std::string::npos && line[line.find_first_not_of(' ')] != '#')
-                throw TableError(file + ":" + std::to_string(number) +
+                throw TableError(table + ":" + std::to_string(number) +
                                  ": an indented line: expected a row to go on");
             continue;
         }
@@ -49,22 +64,20 @@ void Catalogue::read_text(const std::string& text, const std::string& file)
 void Catalogue::statement(Lexer& lexer)
 {
     if (lexer.accept("family"))
-        return read_family(lexer);
-    for (const auto& [word, kind] :
-         {std::pair{"forward", ServiceKind::forward}, std::pair{"service", ServiceKind::service},
-          std::pair{"internal", ServiceKind::internal}, std::pair{"chain", ServiceKind::chain}})
-        if (lexer.accept(word))
-            return add_service(lexer, kind);
-    const std::string root = lexer.identifier(
-        "the root of a routine's name, 'family', 'service', 'forward', 'internal' or 'chain'");
-    if (family_ != nullptr && !family_->calls.empty())
-        return add_c_rows(lexer, root);
-    if (family_ != nullptr && family_->frame == "lapacke")
-        return add_lapacke_row(lexer, root);
-    add_rows(lexer, root);
+        return family(lexer);
+    if (lexer.accept("type"))
+        return read_type_statement(lexer);
+    const std::string root = lexer.identifier("the root of a routine's name, 'family' or 'type'");
+    if (family_ == nullptr)
+        lexer.fail_at(lexer.first_line(), "'" + root + "'", "a line 'family NAME' above the first row");
+    Room& room = room_of(*family_);
+    room_of_tables_[lexer.file()].insert(&room);
+    if (room_of_tables_[lexer.file()].size() > 1)
+        lexer.fail_at(lexer.first_line(), "'" + family_->name + "'", "families of one room in a table");
+    room.read(*this, lexer, root, *family_);
 }
 
-void Catalogue::read_family(Lexer& lexer)
+void Catalogue::family(Lexer& lexer)
 {
     const std::string name = lexer.identifier("the family's name");
     if (lexer.at_end()) { // which family the rows below belong to
@@ -73,87 +86,21 @@ void Catalogue::read_family(Lexer& lexer)
         family_ = &families_.at(name);
         return;
     }
-    const auto [place, fresh] = families_.try_emplace(name);
-    if (!fresh)
+    if (families_.count(name) != 0)
         lexer.fail("a family that was not told before");
-    Family& family = place->second;
-    family.name = name;
-    family.frame = lexer.accept("frame") ? lexer.identifier("the folder of the family's templates") : name;
-    if (lexer.accept("calls")) {
-        family.calls = lexer.identifier("the family whose entries are called");
-    } else if (lexer.accept("core")) {
-        family.core = lexer.identifier("the pattern of core names");
+    families_.emplace(name, read_family(lexer, name));
+}
+
+Room& Catalogue::room_of(const Family& family)
+{
+    std::unique_ptr<Room>& room = rooms_[family.room];
+    if (!room) {
+        const auto& makers = room_makers();
+        const auto own = std::find_if(makers.begin(), makers.end(),
+                                      [&](const RoomMaker& maker) { return maker.name == family.room; });
+        room = own != makers.end() ? own->make() : make_rows_room();
     }
-    if (lexer.accept("check"))
-        family.check = lexer.identifier("the pattern of check names");
-    for (const auto& [word, width] : {std::pair{"narrow", Width::narrow}, std::pair{"wide", Width::wide}}) {
-        lexer.expect(word);
-        while (!lexer.at_end() && lexer.peek().text != "wide")
-            family.spellings[width].push_back(lexer.identifier("a spelling"));
-    }
-}
-
-void Catalogue::add_rows(Lexer& lexer, const std::string& root)
-{
-    for (Row& row : read_rows(lexer, root, family_, families_)) {
-        rows_.push_back(std::move(row));
-        for (const Entry& entry : entries(rows_.back())) {
-            for (const std::string& spelling : entry.spellings())
-                claim(spelling, entry.row->where());
-            if (!entry.c_form().empty())
-                claim(entry.c_form(), entry.row->where());
-        }
-    }
-}
-
-void Catalogue::add_service(Lexer& lexer, ServiceKind kind)
-{
-    const Service& s = services_.emplace_back(read_service(lexer, kind));
-    for (const std::string& spelling : s.spellings)
-        claim(spelling, s.where());
-    if (kind == ServiceKind::service)
-        claim(s.name, s.where());
-}
-
-void Catalogue::add_c_rows(Lexer& lexer, const std::string& root)
-{
-    const CStatement statement = read_c_statement(lexer, root, *family_);
-    const std::string where = lexer.file() + ":" + std::to_string(statement.row.line);
-    for (const Head& head : statement.heads)
-        for (CRow& row : derive_c_rows(statement, head, rows_, lexer)) {
-            c_rows_.push_back(std::move(row));
-            for (const CEntry& entry : c_entries(c_rows_.back()))
-                claim(entry.name(), where);
-        }
-}
-
-void Catalogue::add_lapacke_row(Lexer& lexer, const std::string& root)
-{
-    const LapackeRow& c = lapacke_rows_.emplace_back(read_lapacke_row(lexer, root));
-    const auto add = [&](const Row& row, const Precision& letter) {
-        for (const Width width : {Width::narrow, Width::wide})
-            for (const bool high : {true, false})
-                if (high || c.shape != LapackeShape::one_level)
-                    claim(lapacke_name(row, letter, width, high), c.where());
-        const bool same =
-            !lapacke_plans_.empty() && lapacke_plans_.back().c == &c && lapacke_plans_.back().row == &row;
-        if (!same) {
-            check_lapacke_names(lexer, c, row);
-            lapacke_plans_.push_back(derive_plan(row, c));
-        }
-        lapacke_plans_.back().precisions.push_back(letter);
-    };
-    for (const Head& head : c.heads)
-        for (const Precision& letter : head.letters) {
-            const auto row = std::find_if(rows_.rbegin(), rows_.rend(), [&](const Row& r) {
-                return r.family->frame == "lapack" && r.root == head.root && r.entry_class != Class::check &&
-                       r.has_letter(letter);
-            });
-            if (row == rows_.rend())
-                lexer.fail_at(c.line, "'" + letter.prefix + "' of '" + head.root + "'",
-                              "a routine of the LAPACK tables");
-            add(*row, letter);
-        }
+    return *room;
 }
 
 void Catalogue::claim(const std::string& spelling, const std::string& where)
@@ -167,21 +114,20 @@ void Catalogue::claim(const std::string& spelling, const std::string& where)
 std::vector<Entry> Catalogue::entries(const Row& row)
 {
     std::vector<Entry> all;
-    for (const Width width : {Width::narrow, Width::wide})
-        for (const Precision& precision : row.precisions)
-            if (row.entry_class != Class::check && (width == Width::narrow || row.has_wide()))
-                all.push_back({&row, precision, width});
+    if (row.entry_class != Class::check && row.entry_class != Class::called)
+        for (const EntryForm* form : row.forms())
+            for (const Precision& precision : row.precisions)
+                all.emplace_back(row, precision, *form);
     return all;
 }
 
 std::vector<Entry> Catalogue::checks(const Row& row)
 {
     std::vector<Entry> all;
-    if (row.entry_class == Class::checked || row.entry_class == Class::matcopy)
-        return entries(row);
-    if (row.entry_class == Class::check)
-        for (const Precision& precision : row.precisions)
-            all.push_back({&row, precision, Width::wide});
+    for (const EntryForm& form : row.family->forms)
+        if (row.has_check() && !form.check.empty())
+            for (const Precision& precision : row.precisions)
+                all.emplace_back(row, precision, form);
     return all;
 }
 
@@ -192,6 +138,40 @@ std::vector<Entry> Catalogue::entries() const
         for (const Entry& entry : entries(row))
             all.push_back(entry);
     return all;
+}
+
+const Room* Catalogue::room(const std::string& name) const
+{
+    const auto found = rooms_.find(name);
+    return found == rooms_.end() ? nullptr : found->second.get();
+}
+
+const Room& Catalogue::room_of_table(const std::string& table) const
+{
+    const auto found = room_of_tables_.find(table);
+    if (found == room_of_tables_.end())
+        throw TableError(table + ":0: no rows: expected the name of a table that was read");
+    return **found->second.begin();
+}
+
+std::vector<Signature> Catalogue::signatures(const std::string& table) const
+{
+    return room_of_table(table).signatures(*this, table);
+}
+
+std::vector<Signature> Catalogue::signatures() const
+{
+    std::vector<Signature> all;
+    for (const std::string& table : tables_)
+        if (room_of_tables_.count(table) != 0)
+            for (Signature& signature : signatures(table))
+                all.push_back(std::move(signature));
+    return all;
+}
+
+std::string Catalogue::source(const std::string& table) const
+{
+    return room_of_table(table).source(*this, table);
 }
 
 Catalogue read_tables(const std::vector<std::string>& paths)

@@ -1,50 +1,60 @@
-// What the tables say, read in order.
+// What the tables say, read in order: families and their rooms, rows, and whose each name is.
 #pragma once
 
 #include <deque>
+#include <map>
+#include <memory>
+#include <set>
 
-#include "cblas.hpp"
-#include "lapacke.hpp"
 #include "lexer.hpp"
+#include "room.hpp"
 #include "row.hpp"
-#include "service.hpp"
 
 namespace qnm::catalogue {
 
 class Catalogue {
 public:
-    /// Reads one table; throws TableError on the first word that it does not know.
+    /// Reads one table, which is known by its folder and its name; throws TableError on the first word that
+    /// it does not know.
     void read(const std::string& path);
-    /// Reads a table's text; `file` is for messages.
-    void read_text(const std::string& text, const std::string& file);
+    /// Reads a table's text; `table` is its name: "blas/level2.tab".
+    void read_text(const std::string& text, const std::string& table);
 
     const std::deque<Row>& rows() const { return rows_; }
-    const std::vector<Service>& services() const { return services_; }
-    const std::deque<CRow>& c_rows() const { return c_rows_; }
-    /// The members of the C interface to LAPACK.
-    const std::vector<LapackePlan>& lapacke_plans() const { return lapacke_plans_; }
     /// All entries of a row, narrow before wide, letters in the row's order. A row of class check has none.
     static std::vector<Entry> entries(const Row& row);
-    /// The exported checks of a row; a check without an entry exists once and reads 64-bit integers.
+    /// The exported checks of a row; some families have each once, for 64-bit integers.
     static std::vector<Entry> checks(const Row& row);
     std::vector<Entry> entries() const;
 
-private:
-    void statement(Lexer& lexer);
-    void read_family(Lexer& lexer);
-    void add_rows(Lexer& lexer, const std::string& root);
-    void add_c_rows(Lexer& lexer, const std::string& root);
-    void add_lapacke_row(Lexer& lexer, const std::string& root);
-    void add_service(Lexer& lexer, ServiceKind kind);
+    /// The tables read, in order.
+    const std::vector<std::string>& tables() const { return tables_; }
+    /// The functions of one table, or of all in order.
+    std::vector<Signature> signatures(const std::string& table) const;
+    std::vector<Signature> signatures() const;
+    /// The source of one table.
+    std::string source(const std::string& table) const;
+    /// The room of a folder; null if no family of the tables is its.
+    const Room* room(const std::string& name) const;
+
+    // For rooms.
+    const Families& families() const { return families_; }
+    const Row& add(Row row) { return rows_.emplace_back(std::move(row)); }
+    /// Takes a name that a row exports, and refuses one that is taken.
     void claim(const std::string& spelling, const std::string& where);
 
-    std::map<std::string, Family> families_;
+private:
+    void statement(Lexer& lexer);
+    void family(Lexer& lexer);
+    Room& room_of(const Family& family);
+    const Room& room_of_table(const std::string& table) const;
+
+    Families families_;
+    std::map<std::string, std::unique_ptr<Room>> rooms_;
+    std::map<std::string, std::set<Room*>> room_of_tables_;
+    std::vector<std::string> tables_;
     const Family* family_ = nullptr;
-    std::deque<Row> rows_; // entries and plans point at them
-    std::vector<Service> services_;
-    std::deque<CRow> c_rows_;             // entries point at them
-    std::deque<LapackeRow> lapacke_rows_; // plans point at them
-    std::vector<LapackePlan> lapacke_plans_;
+    std::deque<Row> rows_;                       // entries and plans point at them
     std::map<std::string, std::string> claimed_; // each exported name and where it was told
 };
 

@@ -84,6 +84,11 @@ ExpressionPtr parse_primary(Lexer& lexer)
                           "one letter after 'is'; 'in' takes several");
         return node;
     }
+    if (lexer.accept("[")) {
+        ExpressionPtr index = parse_expression(lexer);
+        lexer.expect("]");
+        return make_expression(Kind::element, text, {std::move(index)});
+    }
     return make_expression(Kind::name, text, {});
 }
 
@@ -194,6 +199,8 @@ std::int64_t evaluate(const Expression& e, const Values& values)
         return e.value;
     case Kind::name:
         return values.integer(e.text);
+    case Kind::element:
+        return values.element(e.text, operand(0));
     case Kind::letter:
         return e.letters.find(upper(values.letter(e.text))) != std::string::npos ? 1 : 0;
     case Kind::condition:
@@ -242,6 +249,8 @@ std::string to_text(const Expression& e)
         return std::to_string(e.value);
     case Kind::name:
         return e.text;
+    case Kind::element:
+        return e.text + "[" + to_text(*e.operands[0]) + "]";
     case Kind::letter:
         return e.text + (e.letters.size() == 1 ? " is " : " in ") + e.letters;
     case Kind::condition:

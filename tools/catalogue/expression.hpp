@@ -20,6 +20,7 @@ struct Expression {
         negation,  // text: - or not; one operand
         call,      // text: min max abs odd lg depth nlogn; operands
         condition, // operands: test, then, else
+        element,   // text: an array of integers; one operand: which, from 0
         letter     // text: the character argument; letters: those that it may be, in order of testing
     };
     Kind kind;
@@ -45,6 +46,7 @@ ExpressionPtr parse_bound(Lexer& lexer);
 struct Values {
     std::function<std::int64_t(const std::string&)> integer;
     std::function<char(const std::string&)> letter;
+    std::function<std::int64_t(const std::string&, std::int64_t)> element;
 };
 
 /// Evaluates in 64 bits; letters compare without regard to case.

@@ -194,12 +194,6 @@ bool LapackePlan::has_layout() const
     return c->shape != LapackeShape::flat && c->shape != LapackeShape::one_level;
 }
 
-std::string lapacke_name(const Row& row, const Precision& precision, Width width, bool high)
-{
-    return "LAPACKE_" + to_lower(Entry{&row, precision, Width::narrow}.name()) + (high ? "" : "_work") +
-           (width == Width::wide ? "_64" : "");
-}
-
 const LapackeArgument* LapackePlan::find(const std::string& name) const
 {
     const auto found = std::find_if(arguments.begin(), arguments.end(),

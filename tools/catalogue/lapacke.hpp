@@ -7,9 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "lexer.hpp"
 #include "row.hpp"
+#include "signature.hpp"
 
 namespace qnm::catalogue {
+
+class Catalogue;
 
 /// A storage form with what its helpers take: ge(m,n), sy(uplo,n), gb(m,n,kl,ku), tp(uplo,diag,n) ... Options
 /// are arguments of the routine, sizes, or a fixed letter. A form without a name is a vector of so many
@@ -51,6 +55,7 @@ struct LapackeFacts {
     bool unchecked = false;
     ExpressionPtr room;
     ExpressionPtr room_when;
+    ExpressionPtr turned; // of a workspace: what a turned routine takes at the work level
     bool asked = false;
     ExpressionPtr given;
     bool kept = false;
@@ -125,6 +130,7 @@ struct LapackeArgument {
 
 /// One member of the C interface, for all its letters of one row.
 struct LapackePlan {
+    const Family* family = nullptr;
     const Row* row = nullptr;
     const LapackeRow* c = nullptr;
     std::vector<Precision> precisions;
@@ -138,7 +144,19 @@ struct LapackePlan {
 /// The plan of a routine, its letters left to the caller.
 LapackePlan derive_plan(const Row& row, const LapackeRow& c);
 
-/// The name of a member.
-std::string lapacke_name(const Row& row, const Precision& precision, Width width, bool high);
+/// The forms in which a member exists, and its name in one of them.
+std::vector<const EntryForm*> lapacke_forms(const LapackePlan& plan);
+const EntryForm* lapacke_form(const LapackePlan& plan, const std::string& level, Width width);
+std::string lapacke_name(const LapackePlan& plan, const Precision& letter, const EntryForm& form);
+
+/// The functions of one table.
+std::vector<Signature> lapacke_signatures(const std::vector<LapackePlan>& plans, const std::string& table);
+
+LapackeRow read_lapacke_row(Lexer& lexer, const std::string& root);
+/// Refuses names that this routine does not have.
+void check_lapacke_names(const Lexer& lexer, const LapackeRow& c, const Row& row);
+
+/// Those of a catalogue with a room of the C interface to LAPACK.
+const std::vector<LapackePlan>& lapacke_plans(const Catalogue& tables);
 
 } // namespace qnm::catalogue

@@ -1,6 +1,7 @@
 // Names in the rows of the C interface to LAPACK.
 #include <set>
 
+#include "lapacke.hpp"
 #include "reader.hpp"
 
 namespace qnm::catalogue {
@@ -17,7 +18,7 @@ std::vector<ExpressionPtr> expressions(const LapackeRow& c)
         all.insert(all.end(), more.begin(), more.end());
     };
     for (const auto& [name, f] : c.facts) {
-        add({f.when, f.bound, f.in_when, f.checked_when, f.room, f.room_when, f.given});
+        add({f.when, f.bound, f.in_when, f.checked_when, f.room, f.room_when, f.turned, f.given});
         add(f.form.options);
         for (const auto* uses : {&f.outs, &f.checks})
             for (const FormUse& use : *uses) {
@@ -55,6 +56,14 @@ void check_lapacke_names(const Lexer& lexer, const LapackeRow& c, const Row& row
     for (const std::string& name : arguments(c))
         if (row.find(name) == nullptr)
             lexer.fail_at(c.line, "'" + name + "'", "an argument of " + row.root);
+    for (const Argument& a : row.arguments) {
+        const auto f = c.facts.find(a.name);
+        const bool told = f != c.facts.end() && f->second.turned;
+        if (told != (c.shape == LapackeShape::turned && a.direction == Direction::work))
+            lexer.fail_at(c.line, "'" + a.name + "'",
+                          told ? "'turned' for workspaces of turned routines alone"
+                               : "'turned' and the size that the turned routine needs");
+    }
     std::set<std::string> known{"row_major"};
     for (const auto* definitions : {&row.definitions, &c.definitions})
         for (const Definition& d : *definitions)

@@ -1,4 +1,6 @@
 // Statements of the C interface to LAPACK.
+#include <map>
+
 #include "forms.hpp"
 #include "reader.hpp"
 
@@ -98,6 +100,7 @@ const std::map<std::string, Fact> facts{
     {"checked", read_checked},
     {"unchecked", [](Lexer&, LapackeFacts& f) { f.unchecked = true; }},
     {"room", read_room},
+    {"turned", [](Lexer& lexer, LapackeFacts& f) { f.turned = parse_expression(lexer); }},
     {"asked",
      [](Lexer& lexer, LapackeFacts& f) {
          f.asked = true;
@@ -201,7 +204,7 @@ void read_clause(Lexer& lexer, LapackeRow& c)
 LapackeRow read_lapacke_row(Lexer& lexer, const std::string& root)
 {
     LapackeRow c;
-    c.file = "lapacke/" + lexer.file();
+    c.file = lexer.file();
     c.line = lexer.first_line();
     const auto is_end = [](const std::string& word) {
         return word.empty() || word == ":" || words.count(word) != 0;

@@ -24,9 +24,13 @@ bool is_identifier(const std::string& text)
 
 bool is_number(const std::string& text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return std::isdigit(static_cast<unsigned char>(c)) != 0;
-    });
+    const bool hexadecimal = text.compare(0, 2, "0x") == 0;
+    const auto digit = [&](unsigned char c) {
+        return (hexadecimal ? std::isxdigit(c) : std::isdigit(c)) != 0;
+    };
+    const std::size_t digits = text.size() - (hexadecimal ? 2 : 0);
+    return digits > 0 && digits <= text.size() &&
+           std::all_of(text.end() - static_cast<std::ptrdiff_t>(digits), text.end(), digit);
 }
 
 Lexer::Lexer(std::string file, int line) : file_(std::move(file)), first_line_(line)
@@ -109,9 +113,14 @@ std::vector<std::string> Lexer::identifiers(const std::string& what)
 
 int Lexer::number(const std::string& what)
 {
-    if (!is_number(peek().text) || peek().text.size() > 6)
+    const bool negative = peek().text == "-" && is_number(peek(1).text);
+    if (negative)
+        next();
+    const bool hexadecimal = peek().text.compare(0, 2, "0x") == 0;
+    if (!is_number(peek().text) || peek().text.size() > (hexadecimal ? 8 : 6))
         fail(what);
-    return std::stoi(next().text);
+    const int value = std::stoi(next().text, nullptr, hexadecimal ? 16 : 10);
+    return negative ? -value : value;
 }
 
 void Lexer::fail(const std::string& expected) const

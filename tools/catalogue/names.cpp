@@ -1,45 +1,10 @@
 // What follows from a row: names, formats and positions.
 #include <algorithm>
-#include <cctype>
+#include <map>
 
-#include "cblas.hpp"
+#include "row.hpp"
 
 namespace qnm::catalogue {
-
-namespace {
-
-std::string replace_all(std::string text, const std::string& from, const std::string& to)
-{
-    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-std::string with_prefix(const std::string& root, const std::string& prefix)
-{
-    return root.find('?') == std::string::npos ? prefix + root : replace_all(root, "?", prefix);
-}
-
-std::string spell(const std::string& pattern, const std::string& lower)
-{
-    return replace_all(replace_all(pattern, "NAME", to_upper(lower)), "name", lower);
-}
-
-} // namespace
-
-std::string to_upper(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
-    return text;
-}
-
-std::string to_lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
-    return text;
-}
 
 const Argument* Row::find(const std::string& name) const
 {
@@ -80,51 +45,74 @@ std::vector<const Argument*> Row::tests() const
     return order;
 }
 
-std::string Entry::name() const
+std::vector<const EntryForm*> Row::forms() const
 {
-    return to_upper(cell());
+    std::vector<const EntryForm*> all;
+    for (const EntryForm& form : family->forms)
+        if (all.empty() || !(is_one_body() || !small_root.empty()))
+            all.push_back(&form);
+    return all;
 }
 
-std::string Entry::cell() const
+std::string routine_name(const Row& row, const Precision& precision)
 {
-    return to_lower(with_prefix(row->root, precision.prefix)) + (width == Width::wide ? "_64" : "");
+    return to_lower(with_letter(row.root, precision));
+}
+
+Entry::Entry(const Row& of, const Precision& letter, const EntryForm& as)
+    : row(&of), precision(letter), form(&as), width(as.width)
+{
+}
+
+Entry::Entry(const Row& of, const Precision& letter, Width integers)
+    : Entry(of, letter,
+            *std::find_if(of.family->forms.begin(), of.family->forms.end(),
+                          [&](const EntryForm& as) { return as.width == integers; }))
+{
 }
 
 std::string Entry::core() const
 {
-    return spell(row->family->core, to_lower(with_prefix(row->core_root.empty() ? row->root : row->core_root,
-                                                         precision.prefix)));
+    const bool by_value = form->convention == Convention::value && !row->value_core_root.empty();
+    const std::string& told = by_value ? row->value_core_root : row->core_root;
+    return spell(row->family->core, to_lower(with_letter(told.empty() ? row->root : told, precision)));
 }
 
 std::string Entry::small_core() const
 {
-    return spell(row->family->core, to_lower(with_prefix(row->small_root, precision.prefix)));
+    return spell(row->family->core, to_lower(with_letter(row->small_root, precision)));
 }
 
 std::string Entry::check() const
 {
-    return spell(row->family->check, to_lower(with_prefix(row->root, precision.prefix))) +
-           (width == Width::wide && row->entry_class != Class::check ? "_ilp64" : "");
+    // Forms without one of their own share that of another.
+    std::string pattern = form->check;
+    for (const EntryForm& other : row->family->forms)
+        pattern = pattern.empty() ? other.check : pattern;
+    return spell(pattern, routine_name(*row, precision));
 }
 
 std::vector<std::string> Entry::spellings() const
 {
-    const std::string lower = to_lower(with_prefix(row->root, precision.prefix));
     std::vector<std::string> all;
+    const std::string routine = with_letter(row->root, precision);
     for (const Family* family : {row->family, row->also})
         if (family != nullptr)
-            for (const std::string& pattern : family->spellings.at(width))
-                if (const std::string spelling = spell(pattern, lower);
-                    std::find(all.begin(), all.end(), spelling) == all.end())
-                    all.push_back(spelling);
+            for (const EntryForm& spelled : family->forms)
+                if (spelled.name == form->name || row->is_one_body())
+                    for (const std::string& pattern : spelled.spellings)
+                        if (const std::string spelling = spell(pattern, routine);
+                            std::find(all.begin(), all.end(), spelling) == all.end())
+                            all.push_back(spelling);
+    all.insert(all.end(), row->links.begin(), row->links.end());
     return all;
 }
 
 std::string Entry::report_name() const
 {
-    std::string text = to_upper(with_prefix(row->root, precision.prefix));
-    if (row->entry_class == Class::matcopy)
-        return to_lower(text);
+    if (row->entry_class == Class::handed)
+        return routine_name(*row, precision);
+    std::string text = to_upper(routine_name(*row, precision));
     if (row->entry_class != Class::checked && row->entry_class != Class::check)
         return text;
     if (text.size() < 6)
@@ -136,22 +124,24 @@ std::string Entry::report_name() const
 
 std::string Entry::format() const
 {
-    if (row->entry_class == Class::matcopy)
-        return matcopy_format(*this, "%d");
-    const bool narrow = width == Width::narrow;
-    std::string text = name() + "(";
-    const auto add = [&](const char* conversion) {
+    const bool handed = row->entry_class == Class::handed;
+    static const std::map<Width, const char*> integers{
+        {Width::narrow, "%d"}, {Width::wide, "%lli"}, {Width::size, "%zu"}};
+    std::string text = to_upper(name()) + "(";
+    const auto add = [&](const std::string& conversion) {
         if (text.back() != '(')
-            text += ',';
+            text += handed ? ", " : ",";
         text += conversion;
     };
     if (row->result.kind == ResultKind::hidden)
         add("%p");
     for (const Argument& a : row->arguments) {
-        if (a.kind == Kind::character || a.kind == Kind::letters)
+        if (a.kind == Kind::character || (a.kind == Kind::letters && !handed))
             add("%c");
-        else if (a.kind == Kind::value || (a.kind == Kind::integer && !row->groups))
-            add(narrow ? "%d" : "%lli");
+        else if (a.kind == Kind::value || (a.kind == Kind::integer && (!row->groups || handed)))
+            add(integers.at(width));
+        else if (handed && !a.array && !(a.type == "T" && precision.is_complex()))
+            add(find_type(a.type)->conversion);
         else
             add("%p");
     }
@@ -169,25 +159,6 @@ int Entry::hidden_lengths() const
         std::count_if(row->arguments.begin(), row->arguments.end(), [](const Argument& a) {
             return a.kind == Kind::character || a.kind == Kind::letters;
         }));
-}
-
-std::string CEntry::name() const
-{
-    return spell(row->family->spellings.at(width).front(), with_prefix(row->root, precision.prefix));
-}
-
-std::string CEntry::callee(const Rewrite& rewrite) const
-{
-    Row fortran = row->fortran;
-    fortran.root = rewrite.callee.empty() ? row->fortran_root : rewrite.callee;
-    const Entry entry{&fortran, precision, width};
-    if (row->form == "direct")
-        return entry.core();
-    const std::vector<std::string> all = entry.spellings();
-    const auto hidden = std::find_if(all.begin(), all.end(), [](const std::string& spelling) {
-        return spelling.find("__") != std::string::npos;
-    });
-    return row->plain || hidden == all.end() || width == Width::wide ? all.at(1) : *hidden;
 }
 
 } // namespace qnm::catalogue

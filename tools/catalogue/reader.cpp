@@ -14,8 +14,8 @@ std::vector<Head> read_heads(Lexer& lexer, const std::string& root,
             heads.push_back({lexer.identifier("the root of a routine's name"), {}});
         else if (lexer.accept("-"))
             letters.push_back({"", ' ', ' '});
-        else if (const Precision* precision = find_precision(lexer.peek().text))
-            letters.push_back((lexer.next(), *precision));
+        else if (const Precision letter = find_precision(lexer.peek().text); letter.element != ' ')
+            letters.push_back((lexer.next(), letter));
         else
             lexer.fail(expected);
     }
@@ -37,7 +37,7 @@ std::vector<Head> read_heads_of_class(Lexer& lexer, const std::string& root,
 
 std::string read_type(Lexer& lexer, const std::string& expected)
 {
-    if (!is_type(lexer.peek().text))
+    if (find_type(lexer.peek().text) == nullptr)
         lexer.fail(expected);
     return lexer.next().text;
 }

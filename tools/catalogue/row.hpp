@@ -7,14 +7,26 @@
 #include <vector>
 
 #include "expression.hpp"
+#include "family.hpp"
+#include "types.hpp"
 
 namespace qnm::catalogue {
 
-/// The width of integers at the caller's boundary.
-enum class Width { narrow, wide };
-
-/// The shape of an entry's frame; each has one template of the same name in the layer.
-enum class Class { checked, registered, unregistered, unchecked, scratch, bare, check, matcopy, helper };
+/// The shape of an entry's frame; each has one template of the same name in the layer, or needs none.
+enum class Class {
+    checked,
+    registered,
+    unregistered,
+    unchecked,
+    scratch,
+    bare,
+    check,
+    handed, // references turned into values, values into addresses, as the core's function takes them
+    passed, // a jump to the core with everything as it came
+    chain,  // jumps from each name to the next through the dynamic symbol table, the last to the core
+    called, // no entry: the layer calls the core's function itself
+    own     // a body written by hand, or a variable
+};
 
 /// How an argument travels.
 enum class Kind {
@@ -48,6 +60,7 @@ struct Argument {
     // The test of a checked entry: letters, bounds or non-zero.
     std::string letters;   // allowed option letters, in order of testing
     ExpressionPtr minimum; // x >= minimum
+    ExpressionPtr above;   // x > above; what compares with nothing passes
     ExpressionPtr maximum; // x <= maximum, besides a minimum
     bool nonzero = false;  // x != 0
     ExpressionPtr barred;  // refused too where this holds
@@ -55,7 +68,8 @@ struct Argument {
     std::optional<int> code_override;
 
     bool is_integer() const { return type == "int" || type == "logical"; }
-    bool tested() const { return !letters.empty() || minimum || nonzero; }
+    bool is_real() const { return type == "R" || type == "float" || type == "double"; }
+    bool tested() const { return !letters.empty() || minimum || above || nonzero; }
 };
 
 enum class ResultKind { none, value, hidden };
@@ -72,33 +86,14 @@ struct Definition {
     ExpressionPtr value;
 };
 
-/// Letters of a family's naming: prefix in front of the root, and the types that T, R and C stand for.
-struct Precision {
-    std::string prefix;
-    char element; // T: s d c z
-    char real;    // R: s d
-    bool is_complex() const { return element == 'c' || element == 'z'; }
-};
-const Precision* find_precision(const std::string& prefix);
-
 /// A routine of a row and its letters.
 struct Head {
     std::string root;
     std::vector<Precision> letters;
 };
 
-/// The naming of one family; NAME and name stand for the entry in upper and lower case.
-struct Family {
-    std::string name;
-    std::string frame; // the folder and namespace of its templates
-    std::string core;  // name of the core function
-    std::string check; // name of the check function
-    std::string calls; // of a C interface: the family whose entries it calls
-    std::map<Width, std::vector<std::string>> spellings;
-};
-
 struct Row {
-    std::string file;
+    std::string file; // with its folder: "blas/level2.tab"
     int line = 0;
     std::string root;
     std::vector<Precision> precisions; // one with an empty prefix where the root is the whole name
@@ -115,8 +110,15 @@ struct Row {
     std::string leaf;                     // name of the leaf size that the routine asks ilaenv for
     bool settled = false;                 // nobody publishes the routine: its argument list was settled here
     std::string core_root;                // where the core's name has another root
-    std::string small_root;               // the kernel for small sizes, with its condition
+    std::string value_core_root;          // the same, of the form that takes values
+    std::vector<std::string> places; // what the core gets, where that is not the arguments in their order
+    std::string small_root;          // the kernel for small sizes, with its condition
     ExpressionPtr small_condition;
+    std::vector<std::string> ahead; // of a passed row: functions that are called ahead of the jump
+    std::vector<std::string> links; // of a chain: the further names
+    std::string source;             // of a body by hand: its file
+    bool data = false;              // and that it is a variable
+    bool variadic = false;          // further arguments, which a format tells
 
     std::string where() const { return file + ":" + std::to_string(line); }
     const Argument* find(const std::string& name) const;
@@ -126,31 +128,40 @@ struct Row {
     int code(const Argument& argument) const;
     /// The tested arguments in order of testing.
     std::vector<const Argument*> tests() const;
-    bool has_wide() const
+    /// The forms in which the row has entries.
+    std::vector<const EntryForm*> forms() const;
+    /// Whether one function has the names of all forms.
+    bool is_one_body() const
     {
-        return entry_class != Class::matcopy && (entry_class != Class::bare || small_root.empty());
+        return entry_class == Class::passed || entry_class == Class::chain ||
+               (entry_class == Class::own && !source.empty());
     }
     /// Whether the row has tests and an exported check.
     bool has_check() const
     {
-        return entry_class == Class::checked || entry_class == Class::check || entry_class == Class::matcopy;
+        return entry_class == Class::checked || entry_class == Class::check ||
+               (entry_class == Class::handed && !tests().empty());
     }
 };
 
-/// One entry: a row, one of its letters and a width.
+/// One entry: a row, one of its letters and a form.
 struct Entry {
     const Row* row = nullptr;
     Precision precision;
+    const EntryForm* form = nullptr;
     Width width = Width::narrow;
 
-    /// Upper case with `_64` for wide entries: "DGEMM_64".
-    std::string name() const;
-    /// Lower case with `_64` for wide entries, as the verbose cell is named: "dgemm_64".
-    std::string cell() const;
+    Entry(const Row& of, const Precision& letter, const EntryForm& as);
+    /// In the first form of that width.
+    Entry(const Row& of, const Precision& letter, Width integers);
+
+    /// The first of all exported names: "DGEMM_64".
+    std::string name() const { return spellings().front(); }
+    /// In lower case, as the verbose cell is named: "dgemm_64".
+    std::string cell() const { return to_lower(name()); }
     std::string core() const;
     std::string small_core() const;
     std::string check() const;
-    /// All exported names; the first is name().
     std::vector<std::string> spellings() const;
     /// The fixed name of reports: of a check padded to six characters, or with one blank behind a longer
     /// name; of a failed scratch the exact one.
@@ -158,22 +169,11 @@ struct Entry {
     std::string format() const;
     /// The class whose frame this entry has: wide members of the scratch class are plain unchecked ones.
     Class frame() const;
-    /// The name of the C form of a matrix copy, which takes values: "QNM_Domatcopy"; empty in other families.
-    std::string c_form() const;
-    /// The trace line of the C form.
-    std::string c_format() const;
     /// The arguments of this entry that are option letters, which is the number of hidden lengths.
     int hidden_lengths() const;
 };
 
-/// The trace line of a matrix copy, with the conversion of its integers.
-std::string matcopy_format(const Entry& entry, const char* integer);
-
-/// The C type of an argument's or result's type word, for a letter and a width.
-std::string c_type(const std::string& type, const Precision& precision, Width width);
-bool is_type(const std::string& word);
-
-std::string to_upper(std::string text);
-std::string to_lower(std::string text);
+/// The routine of a row and a letter, in lower case.
+std::string routine_name(const Row& row, const Precision& precision);
 
 } // namespace qnm::catalogue

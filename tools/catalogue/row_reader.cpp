@@ -1,5 +1,6 @@
 // Rows of routines.
 #include <algorithm>
+#include <map>
 
 #include "reader.hpp"
 
@@ -7,10 +8,20 @@ namespace qnm::catalogue {
 
 namespace {
 
-const std::map<std::string, Class> classes{
-    {"check", Class::check},         {"checked", Class::checked},       {"matcopy", Class::matcopy},
-    {"helper", Class::helper},       {"registered", Class::registered}, {"unregistered", Class::unregistered},
-    {"unchecked", Class::unchecked}, {"scratch", Class::scratch},       {"bare", Class::bare}};
+const std::map<std::string, Class> classes{{"check", Class::check},
+                                           {"checked", Class::checked},
+                                           {"registered", Class::registered},
+                                           {"unregistered", Class::unregistered},
+                                           {"unchecked", Class::unchecked},
+                                           {"scratch", Class::scratch},
+                                           {"bare", Class::bare},
+                                           {"handed", Class::handed},
+                                           {"passed", Class::passed},
+                                           {"chain", Class::chain},
+                                           {"called", Class::called},
+                                           {"own", Class::own}};
+constexpr const char* class_words =
+    "checked, registered, unregistered, unchecked, scratch, bare, check, handed, passed, chain, called, own";
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
@@ -62,6 +73,8 @@ void read_modifiers(Lexer& lexer, Argument& a)
             a.cleared = true;
         } else if (take(">=", a.is_integer())) {
             a.minimum = parse_bound(lexer);
+        } else if (take(">", !a.array && (a.is_integer() || a.is_real()))) {
+            a.above = parse_bound(lexer);
         } else if (take("<=", a.minimum != nullptr)) {
             a.maximum = parse_bound(lexer);
         } else if (take("barred", a.tested())) {
@@ -108,6 +121,8 @@ void check_names(const Lexer& lexer, const Row& row, const Expression& expressio
         const Argument* a = row.find(e.text);
         if (e.kind == Expression::Kind::letter && (a == nullptr || a->type != "char"))
             lexer.fail_at(row.line, "'" + e.text + "'", "a character argument of the row");
+        if (e.kind == Expression::Kind::element && (a == nullptr || a->kind != Kind::integers))
+            lexer.fail_at(row.line, "'" + e.text + "'", "an array of integers of the row");
         if (e.kind != Expression::Kind::name || (a != nullptr && a->is_integer()) || e.text == row.leaf)
             return;
         const auto end = row.definitions.begin() + static_cast<std::ptrdiff_t>(definitions);
@@ -130,7 +145,7 @@ void check_row(const Lexer& lexer, const Row& row)
             refuse("'" + a.name + "'", "each argument's name once");
         for (const ExpressionPtr& extent : a.extents)
             check_names(lexer, row, *extent, row.definitions.size());
-        for (const ExpressionPtr& e : {a.minimum, a.maximum, a.barred, a.unless, a.returned})
+        for (const ExpressionPtr& e : {a.minimum, a.above, a.maximum, a.barred, a.unless, a.returned})
             if (e)
                 check_names(lexer, row, *e, row.definitions.size());
         if (row.entry_class == Class::scratch && a.kind == Kind::integers &&
@@ -139,7 +154,14 @@ void check_row(const Lexer& lexer, const Row& row)
     }
     if (any_test != row.has_check())
         refuse(any_test ? "a test" : "no test",
-               "tests in rows of class checked, check or matcopy, and only there");
+               "tests in rows of class checked or check, where they must be, and handed, where they may");
+    if (any_test && std::all_of(row.family->forms.begin(), row.family->forms.end(),
+                                [](const EntryForm& form) { return form.check.empty(); }))
+        refuse("a test", "a family with names of checks");
+    for (const std::string& place : row.places)
+        if (!is_number(place.substr(place.front() == '-' ? 1 : 0)) &&
+            row.find(place.substr(place.front() == '&' ? 1 : 0)) == nullptr)
+            refuse("'" + place + "'", "an argument or a number for each place of the core's call");
     for (const std::string& name : row.tested_last)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
             refuse("'" + name + "'", "a tested argument behind 'tested last'");
@@ -149,35 +171,83 @@ void check_row(const Lexer& lexer, const Row& row)
         check_names(lexer, row, *row.small_condition, row.definitions.size());
 }
 
+/// A file below src/, `frame/exit.cpp`.
+std::string read_path(Lexer& lexer)
+{
+    std::string path = lexer.identifier("a file");
+    while (lexer.peek().text == "/" || lexer.peek().text == ".") {
+        path += lexer.next().text;
+        path += lexer.identifier("the file's name");
+    }
+    return path;
+}
+
+/// What stands behind the class's word.
+void read_class(Lexer& lexer, Row& row)
+{
+    if (row.family->core.empty() && row.entry_class != Class::own)
+        lexer.fail_at(row.line, "'" + row.family->name + "'", "a family with a core");
+    if (row.entry_class == Class::passed && lexer.accept("ahead"))
+        row.ahead = lexer.identifiers("a function that is called ahead of the jump");
+    if (row.entry_class == Class::chain)
+        while (find_type(lexer.peek().text) == nullptr && lexer.peek().text != "nothing")
+            row.links.push_back(lexer.identifier("a further name of the chain, or its arguments"));
+    if (row.entry_class == Class::own) {
+        row.data = lexer.accept("data");
+        if (lexer.accept("in"))
+            row.source = read_path(lexer);
+        if (row.data)
+            row.result = {ResultKind::value, read_type(lexer), 0};
+    }
+}
+
+/// `core ROOT`, with what it gets where that is not the arguments; `but ROOT` where values go elsewhere.
+void read_core(Lexer& lexer, Row& row)
+{
+    row.core_root = lexer.identifier("the root of the core's name");
+    if (row.entry_class == Class::handed && lexer.accept("(")) {
+        do
+            if (lexer.accept("&"))
+                row.places.push_back("&" + lexer.identifier("an argument whose address the core takes"));
+            else
+                row.places.push_back(is_identifier(lexer.peek().text)
+                                         ? lexer.next().text
+                                         : std::to_string(lexer.number("an argument, & or a number")));
+        while (lexer.accept(","));
+        lexer.expect(")");
+    }
+    if (row.entry_class == Class::handed && lexer.accept("but"))
+        row.value_core_root = lexer.identifier("the core's function of the form with values");
+}
+
 } // namespace
 
-std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family* family,
+std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& family,
                            const Families& families)
 {
     Row row;
     row.file = lexer.file();
     row.line = lexer.first_line();
-    row.family = family;
-    if (family == nullptr)
-        lexer.fail_at(row.line, "'" + root + "'", "a line 'family NAME' above the first row");
+    row.family = &family;
     // Several routines may share one argument list: `gemm s d c z, gemm3m c z checked ...`.
     const std::vector<Head> heads = read_heads_of_class(
-        lexer, root, [](const std::string& word) { return classes.count(word) != 0; },
-        "checked, registered, unchecked, scratch, bare, matcopy, helper");
+        lexer, root, [](const std::string& word) { return classes.count(word) != 0; }, class_words);
     row.entry_class = classes.at(lexer.next().text);
-    if (family->core.empty() != (row.entry_class == Class::helper))
-        lexer.fail_at(row.line, "'" + family->name + "'", "a family with a core, or without one for helpers");
+    read_class(lexer, row);
     row.groups = lexer.accept("groups");
     row.unpadded = lexer.accept("unpadded");
 
-    if (!lexer.accept("nothing"))
+    if (!lexer.accept("nothing") && !row.data)
         do
-            row.arguments.push_back(read_argument(lexer));
+            if ((row.variadic = lexer.accept("more")))
+                break;
+            else
+                row.arguments.push_back(read_argument(lexer));
         while (lexer.accept(","));
     while (!lexer.at_end()) {
         if (lexer.accept("->")) {
             row.result.kind = lexer.accept("hidden") ? ResultKind::hidden : ResultKind::value;
-            if (!is_type(lexer.peek().text) && lexer.peek().text != "index")
+            if (find_type(lexer.peek().text) == nullptr && lexer.peek().text != "index")
                 lexer.fail("the result's type");
             row.result.type = lexer.next().text;
             if (lexer.accept("refused"))
@@ -194,7 +264,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family* 
         } else if (lexer.accept("settled")) {
             row.settled = true;
         } else if (lexer.accept("core")) {
-            row.core_root = lexer.identifier("the root of the core's name");
+            read_core(lexer, row);
         } else if (lexer.accept("small")) {
             row.small_root = lexer.identifier("the root of the kernel for small sizes");
             lexer.expect("when");

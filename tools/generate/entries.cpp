@@ -47,9 +47,12 @@ std::string body(const Entry& entry)
                 extent = test_text(*a.extents[0], row);
         return call("scratch<" + core + ">", {cell, format, name, length, jump, extent}, entry);
     }
-    case Class::check:   // has no entry
-    case Class::matcopy: // have entries of another kind
-    case Class::helper:
+    case Class::check: // has no entry
+    case Class::handed:
+    case Class::passed:
+    case Class::chain:
+    case Class::called:
+    case Class::own:
         break;
     case Class::bare:
         if (row.small_root.empty())
@@ -95,41 +98,24 @@ std::string entry_text(const Entry& entry)
 
 } // namespace
 
-std::string entries_text(const Catalogue& tables, const std::string& file)
+std::string source_text(const Catalogue& tables, const std::string& table)
 {
-    std::string text;
-    std::string frame;
-    std::set<std::string> cores;
-    for (const Row& row : tables.rows()) {
-        if (row.file != file)
-            continue;
-        if (row.entry_class == Class::helper)
-            return helpers_text(tables, file);
-        if (frame.empty()) {
-            frame = row.family->frame;
-            text = source_head(file, frame, "qnm::" + frame);
-        }
-        if (frame != row.family->frame)
-            throw TableError(row.where() + ": a family on another frame: expected one frame in a table");
-        const std::vector<Entry> checks = Catalogue::checks(row);
-        if (!checks.empty())
-            text += tests_text(row) + "\n";
-        if (row.entry_class == Class::matcopy) {
-            for (const Entry& entry : checks)
-                text += matcopy_text(entry);
-            continue;
-        }
-        for (const Entry& entry : checks)
-            text += check_text(entry);
-        for (const Entry& entry : Catalogue::entries(row)) {
-            if (cores.insert(entry.core()).second)
-                text += core_declaration(entry, entry.core()) + "QNM_JUMP(" + entry.core() + ")\n";
-            if (!row.small_root.empty() && cores.insert(entry.small_core()).second)
-                text += core_declaration(entry, entry.small_core());
-            text += entry_text(entry);
-        }
+    return tables.source(table);
+}
+
+std::string framed_text(const Row& row, std::set<std::string>& declared)
+{
+    std::string text = row.has_check() ? tests_text(row) + "\n" : "";
+    for (const Entry& entry : Catalogue::checks(row))
+        text += check_text(entry);
+    for (const Entry& entry : Catalogue::entries(row)) {
+        if (declared.insert(entry.core()).second)
+            text += core_declaration(entry, entry.core()) + "QNM_JUMP(" + entry.core() + ")\n";
+        if (!row.small_root.empty() && declared.insert(entry.small_core()).second)
+            text += core_declaration(entry, entry.small_core());
+        text += entry_text(entry);
     }
-    return text + "} // namespace qnm::" + frame + "\n";
+    return text;
 }
 
 } // namespace qnm::generate

@@ -40,8 +40,8 @@ std::string entry_type(const Argument& a, const Entry& entry)
         return copies_arrays(entry) ? "int*" : "const void*";
     case Kind::value:
         return integer;
-    default:
-        return "const void*";
+    default: // what a test compares keeps its type
+        return a.above ? "const " + c_type(a.type, entry.precision, entry.width) + "*" : "const void*";
     }
 }
 
@@ -121,10 +121,12 @@ bool copies_arrays(const Entry& entry)
            entry.frame() != Class::unchecked && entry.frame() != Class::bare;
 }
 
+// An integer goes back as the core gave it: a narrow caller reads the lower half.
 std::string result_type(const Entry& entry)
 {
-    static const std::map<std::string, std::string> own{
-        {"index", "int"}, {"status", "int"}, {"size", "core_int"}, {"kernel", "const void*"}};
+    static const std::map<std::string, std::string> own{{"int", "core_int"},  {"logical", "core_int"},
+                                                        {"index", "int"},     {"status", "int"},
+                                                        {"size", "core_int"}, {"kernel", "const void*"}};
     const Result& result = entry.row->result;
     if (result.kind != ResultKind::value)
         return "void";

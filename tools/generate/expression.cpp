@@ -35,6 +35,8 @@ std::string ExpressionText::text(const Expression& e) const
         return number(e.value);
     case EKind::name:
         return name(e.text);
+    case EKind::element:
+        return e.text + "[" + operand(0) + "]";
     case EKind::letter:
         return letter(e);
     case EKind::condition:

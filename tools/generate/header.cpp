@@ -1,13 +1,12 @@
 // Public headers: prototypes are put where a hand-written header asks for them.
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
 
-#include "catalogue/cblas.hpp"
 #include "output.hpp"
-#include "prototypes.hpp"
 
 namespace qnm::generate {
 
@@ -15,69 +14,110 @@ using namespace catalogue;
 
 namespace {
 
-/// The rows that a header has declared so far, by table.
+/// What headers declare of each table, and what this one has declared so far.
 class Declared {
 public:
     explicit Declared(const Catalogue& tables) : tables_(tables) {}
 
     /// The prototypes of a table's rows of these names, or of all its rows if there are none.
-    std::string take(const std::string& file, const std::set<std::string>& names)
+    std::string prototypes(const std::string& table, const std::set<std::string>& roots)
     {
         std::string text;
-        std::set<std::string> missing = names;
-        const auto add = [&](const auto& row, const std::string& name) {
-            if (row.file != file || (!names.empty() && names.count(name) == 0))
-                return;
-            missing.erase(name);
-            if (!seen_[file].insert(&row).second)
-                throw TableError(row.where() + ": '" + name + "': expected to be asked for once");
-            text += prototypes(row);
-        };
-        for (const Row& row : tables_.rows())
-            add(row, row.root);
-        for (const CRow& row : tables_.c_rows())
-            add(row, row.root);
-        for (const Service& s : tables_.services())
-            add(s, s.name);
+        std::set<std::string> missing = roots;
+        for (const Signature& s : tables_.signatures(table)) {
+            if (!roots.empty() && roots.count(s.root) == 0)
+                continue;
+            missing.erase(s.root);
+            for (const std::string& name : s.declared()) {
+                if (!seen_[table].insert(name).second)
+                    throw TableError(s.where() + ": '" + s.root + "': expected to be asked for once");
+                text += prototype(s, name);
+            }
+        }
         if (!missing.empty())
-            throw TableError(file + ":0: '" + *missing.begin() + "': expected a row of this table");
-        if (seen_[file].empty())
-            throw TableError(file + ":0: no prototypes: expected the name of a table that was read");
+            throw TableError(table + ":0: '" + *missing.begin() + "': expected a row of this table");
+        return text;
+    }
+
+    /// The core's functions behind a table's jumps, and those that the layer calls itself.
+    std::string core(const std::string& table) const
+    {
+        std::string text;
+        for (const Signature& s : tables_.signatures(table))
+            if (!s.callees.empty())
+                text += prototype(s, s.callees.front().name);
         return text;
     }
 
     /// Refuses a header that asks for some rows of a table and leaves out others.
     void check_complete() const
     {
-        for (const auto& [file, seen] : seen_) {
-            for (const Row& row : tables_.rows())
-                check(row, file, row.root);
-            for (const CRow& row : tables_.c_rows())
-                check(row, file, row.root);
-            for (const Service& s : tables_.services())
-                if (s.kind != ServiceKind::internal)
-                    check(s, file, s.name);
-        }
+        for (const auto& [table, seen] : seen_)
+            for (const Signature& s : tables_.signatures(table))
+                for (const std::string& name : s.declared())
+                    if (seen.count(name) == 0)
+                        throw TableError(s.where() + ": '" + s.root + "': expected a place in the header");
     }
 
 private:
-    template <class R>
-    void check(const R& row, const std::string& file, const std::string& name) const
-    {
-        if (row.file == file && seen_.at(file).count(&row) == 0)
-            throw TableError(row.where() + ": '" + name + "': expected a place in the header");
-    }
-
     const Catalogue& tables_;
-    std::map<std::string, std::set<const void*>> seen_;
+    std::map<std::string, std::set<std::string>> seen_; // names, by table
 };
 
-/// The tables of the C interface to LAPACK that a header has declared so far.
-void check_interfaces(const Catalogue& tables, const std::set<std::string>& seen)
+/// Each function of a family, in one of its forms.
+void each_of(const Catalogue& tables, const std::string& family,
+             const std::function<void(const Signature&)>& visit)
 {
-    for (const LapackePlan& plan : tables.lapacke_plans())
-        if (!seen.empty() && seen.count(plan.c->file) == 0)
-            throw TableError(plan.c->where() + ": '" + plan.row->root + "': expected a place in the header");
+    for (const Signature& s : tables.signatures())
+        if (s.family == family && s.published)
+            visit(s);
+}
+
+/// `@renames FAMILY@`: narrow names stand for wide ones, level by level.
+std::string renames(const Catalogue& tables, const std::string& family)
+{
+    std::string text;
+    std::map<std::string, std::string> narrow;
+    each_of(tables, family, [&](const Signature& s) {
+        const std::string routine = s.root + " " + s.letter.prefix + " " + s.form->level;
+        if (s.form->width == Width::narrow)
+            narrow[routine] = s.names.front();
+        else
+            text += "#define " + narrow.at(routine) + " " + s.names.front() + "\n";
+    });
+    return text;
+}
+
+/// `@routines FAMILY FORM PREFIX@`: the routines of a form under the prefix's names, for the last name that
+/// headers declare.
+std::string routines(const Catalogue& tables, const std::string& family, const std::string& form,
+                     const std::string& prefix)
+{
+    std::string text;
+    each_of(tables, family, [&](const Signature& s) {
+        if (s.form->name == form)
+            text += "#define " + prefix + to_lower(with_letter(s.root, s.letter)) + " " +
+                    s.declared().back() + "\n";
+    });
+    return text;
+}
+
+/// What a line with a mark stands for.
+std::string marked(const std::vector<std::string>& words, const Catalogue& tables, Declared& declared)
+{
+    if (words.size() > 1 && words[0] == "prototypes")
+        return declared.prototypes(words[1], {words.begin() + 2, words.end()});
+    if (words.size() == 2 && words[0] == "core")
+        return declared.core(words[1]);
+    if (words.size() == 2 && words[0] == "helpers")
+        return helper_declarations(tables, words[1]);
+    if (words.size() == 2 && words[0] == "renames")
+        return renames(tables, words[1]);
+    if (words.size() == 4 && words[0] == "routines")
+        return routines(tables, words[1], words[2], words[3]);
+    throw TableError("'@" + joined(words, " ") +
+                     "@': expected prototypes TABLE ROOT..., core TABLE, helpers FAMILY, renames FAMILY or "
+                     "routines FAMILY FORM PREFIX");
 }
 
 } // namespace
@@ -89,43 +129,19 @@ std::string header_text(const Catalogue& tables, const std::string& path)
         throw TableError(path + ":0: cannot be read: expected a header");
     std::string text;
     Declared declared(tables);
-    const std::string mark = "@prototypes ";
-    const std::string c_mark = "@interface ";
-    std::set<std::string> interfaces;
     for (std::string line; std::getline(in, line);) {
-        if (line == "@renames@") {
-            text += lapacke_renames(tables);
-            continue;
-        }
-        if (line == "@routines narrow@" || line == "@routines wide@") {
-            text += lapacke_routines(tables, line == "@routines wide@" ? Width::wide : Width::narrow);
-            continue;
-        }
-        if (line.rfind(c_mark, 0) == 0) {
-            const std::string file =
-                line.substr(c_mark.size(), line.find(' ', c_mark.size()) - c_mark.size());
-            const std::string declarations = lapacke_prototypes(tables, file);
-            if (declarations.empty())
-                throw TableError(file + ":0: no prototypes: expected the name of a table that was read");
-            interfaces.insert(file);
-            text += declarations;
-            continue;
-        }
-        if (line.rfind(mark, 0) != 0) {
+        if (line.empty() || line[0] != '@') {
             text += line + "\n";
             continue;
         }
         // A long list of names goes on in the next line; the second mark ends it.
-        std::string inside = line.substr(mark.size());
+        std::string inside = line.substr(1);
         while (inside.find('@') == std::string::npos && std::getline(in, line))
             inside += " " + line;
         std::istringstream words(inside.substr(0, inside.find('@')));
-        std::string file;
-        words >> file;
-        text += declared.take(file, {std::istream_iterator<std::string>(words), {}});
+        text += marked({std::istream_iterator<std::string>(words), {}}, tables, declared);
     }
     declared.check_complete();
-    check_interfaces(tables, interfaces);
     return text;
 }
 

@@ -52,26 +52,26 @@ std::string definition(const Entry& entry)
 
 } // namespace
 
-std::string helper_declarations(const Catalogue& tables)
+std::string helper_declarations(const Catalogue& tables, const std::string& family)
 {
-    std::string text = "namespace qnm {\n\n";
+    std::string text;
     std::map<std::string, std::string> members; // of each element and integer
     for (const Entry& entry : tables.entries())
-        if (entry.row->family->name == "helper") {
+        if (entry.row->family->name == family) {
             text += "extern \"C\" QNM_EXPORT " + head(entry) + ";\n";
             members[element_and_integer(entry)] +=
                 "    static constexpr auto* " + form(*entry.row) + " = " + entry.spellings()[0] + ";\n";
         }
     for (const auto& [types, functions] : members)
         text += "\ntemplate <>\nstruct Exported<" + types + "> {\n" + functions + "};\n";
-    return text + "\n} // namespace qnm\n\n";
+    return text;
 }
 
 std::string helpers_text(const Catalogue& tables, const std::string& file)
 {
-    std::string text = source_head(file, "lapacke/helpers", "qnm::helpers", helper_declarations(tables));
+    std::string text = source_head(file, "helpers", "qnm::helpers");
     for (const Row& row : tables.rows())
-        if (row.file == file)
+        if (row.file == file && row.source.empty())
             for (const Entry& entry : Catalogue::entries(row))
                 text += definition(entry);
     return text + "\n} // namespace qnm::helpers\n";

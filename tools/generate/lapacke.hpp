@@ -1,8 +1,10 @@
-// What the levels of a member of the C interface to LAPACK share.
+// What the text of a plan of the C interface to LAPACK is made of. Inside its struct T is the element and I
+// the integer, so that it is written once for all letters and both widths.
 #pragma once
 
 #include <map>
 
+#include "catalogue/lapacke.hpp"
 #include "expression.hpp"
 
 namespace qnm::generate {
@@ -10,80 +12,53 @@ namespace qnm::generate {
 /// Arguments in whose place something else stands.
 using Places = std::map<std::string, std::string>;
 
-/// One member at one width: its names, types and parameters.
-class LapackeMember {
-public:
-    LapackeMember(const catalogue::LapackePlan& plan, const catalogue::Precision& precision,
-                  catalogue::Width width)
-        : plan_(plan), precision_(precision), width_(width)
-    {
-    }
+/// A plan's struct, and the lists of its parameters: "gesv_sdcz".
+std::string plan_name(const catalogue::LapackePlan& plan);
 
-    const catalogue::LapackePlan& plan() const { return plan_; }
-    std::string integer() const { return integer_type(width_); }
-    std::string suffix() const { return width_ == catalogue::Width::wide ? "_64" : ""; }
-    std::string name() const { return catalogue::lapacke_name(*plan_.row, precision_, width_, true); }
-    std::string work_name() const { return catalogue::lapacke_name(*plan_.row, precision_, width_, false); }
+/// The type of a word of the rows.
+std::string plan_type(const std::string& word);
+std::string element(const catalogue::LapackeArgument& a);
 
-    std::string element(const catalogue::LapackeArgument& a) const;
-    /// The type of a function's value; empty for a subroutine.
-    std::string value_type() const;
-    std::string result() const { return value_type().empty() ? integer() : value_type(); }
-    std::string parameters(bool high) const;
+/// The type of a function's value, and what an entry gives back.
+bool has_value(const catalogue::LapackePlan& plan);
+std::string value_type(const catalogue::LapackePlan& plan);
+std::string result_type(const catalogue::LapackePlan& plan);
 
-    /// The value of an argument, which stands behind its address if it comes by one.
-    static std::string value(const catalogue::LapackeArgument& a);
-    /// In the caller's integers.
-    std::string narrowed(const std::string& value) const
-    {
-        return "static_cast<" + integer() + ">(" + value + ")";
-    }
+/// The value of an argument, which stands behind its address if it comes by one.
+std::string value(const catalogue::LapackeArgument& a);
 
-    std::string declaration() const;
-    /// The call of the Fortran entry inside a lambda that gets the place of INFO.
-    std::string call(const Places& places = {}) const;
-    /// That lambda's parameter.
-    std::string info() const { return plan_.has_info ? "void* info" : "void* /*info*/"; }
+/// What the Fortran routine gets, INFO apart.
+std::string fortran_arguments(const catalogue::LapackePlan& plan, const Places& places = {});
 
-private:
-    std::string type(const std::string& word) const;
-    std::string fortran() const;
-
-    const catalogue::LapackePlan& plan_;
-    const catalogue::Precision& precision_;
-    catalogue::Width width_;
-};
-
-/// Expressions of a member, formed in 64 bits. The high level knows the numbers that it gives.
+/// Expressions of a plan, formed in 64 bits. The high level knows the numbers that it gives.
 class LapackeText final : public SizeText {
 public:
-    /// `exchanged` are sizes that change places.
-    LapackeText(const LapackeMember& member, bool high, Places exchanged = {})
-        : member_(member), high_(high), exchanged_(std::move(exchanged))
-    {
-    }
+    LapackeText(const catalogue::LapackePlan& plan, bool high) : plan_(plan), high_(high) {}
 
     /// An option of a form as its helpers take it.
     std::string option(const catalogue::Form& form, std::size_t i) const;
+    /// All of them.
+    Words options(const catalogue::Form& form) const;
     /// A condition; none always holds.
     std::string when(const catalogue::ExpressionPtr& e) const;
-    /// A size as the helpers take it.
-    std::string size(const catalogue::Expression& e) const { return member_.narrowed(text(e)); }
+    /// A size as the helpers take it, in the caller's integers.
+    std::string size(const catalogue::Expression& e) const;
 
 private:
+    std::string number(std::int64_t value) const override { return std::to_string(value); }
     std::string name(const std::string& name) const override;
     std::string letter(const catalogue::Expression& e) const override;
     std::string call(const catalogue::Expression& e) const override;
     std::string letter_value(const catalogue::Expression& e) const;
+    const catalogue::LapackeArgument* plain(const catalogue::Expression& e) const;
     const catalogue::Expression* find(const std::string& name) const;
 
-    const LapackeMember& member_;
+    const catalogue::LapackePlan& plan_;
     bool high_;
-    Places exchanged_;
 };
 
-/// The two levels.
-std::string lapacke_work(const LapackeMember& member);
-std::string lapacke_high(const LapackeMember& member);
+/// The bodies of the two levels.
+std::string lapacke_work(const catalogue::LapackePlan& plan);
+std::string lapacke_high(const catalogue::LapackePlan& plan);
 
 } // namespace qnm::generate

@@ -1,5 +1,5 @@
-// The high level of a member of the C interface to LAPACK: NaN checks and workspaces around a call of the
-// work level.
+// The high level of a plan of the C interface to LAPACK: NaN checks and workspaces around a call of the work
+// level.
 #include <algorithm>
 
 #include "lapacke.hpp"
@@ -10,34 +10,27 @@ using namespace catalogue;
 
 namespace {
 
-using EKind = Expression::Kind;
 using Role = LapackeArgument::Role;
 
 class HighLevel {
 public:
-    explicit HighLevel(const LapackeMember& member) : m_(member), plan_(member.plan()), text_(member, true) {}
+    explicit HighLevel(const LapackePlan& plan) : plan_(plan), text_(plan, true) {}
 
-    std::string function() const
+    /// The body, statement by statement.
+    std::string body() const
     {
-        return exported(m_.result() + " " + m_.name() + m_.parameters(true), "return " + body());
+        const std::string nan = checks(), result = result_type(plan_);
+        std::string text = with_workspaces();
+        // What an entry with a value gives back for a NaN is the code as a real.
+        if (!nan.empty())
+            text = "nan_checks() && (nan = " + nan + ") != 0 ? static_cast<" + result +
+                   ">(-nan)\n        : " + text;
+        if (plan_.has_layout())
+            text = "is_layout(matrix_layout) ? " + text + "\n        : misused<" + result + ">(entry, 1)";
+        return (nan.empty() ? "" : "        int nan = 0;\n") + ("        return " + text) + ";\n";
     }
 
 private:
-    std::string quoted_name() const { return quoted(m_.name()); }
-
-    std::string body() const
-    {
-        const std::string call = with_workspaces();
-        const std::string nan = checks();
-        const std::string lambdas = "[&] { return " + nan + "; },\n        [&] { return " + call + "; })";
-        if (plan_.has_layout())
-            return nan.empty() ? "is_layout(matrix_layout) ? " + call + " : misused<" + m_.result() + ">(" +
-                                     quoted_name() + ", 1)"
-                               : "with_layout<" + m_.result() + ">(" + quoted_name() +
-                                     ", matrix_layout,\n        " + lambdas;
-        return nan.empty() ? call : "without_layout<" + m_.result() + ">(" + lambdas;
-    }
-
     // NaN checks.
 
     /// The chain of NaN checks: the position of the first array that holds one, or 0.
@@ -46,13 +39,13 @@ private:
         std::string text;
         const LapackeRow& c = *plan_.c;
         if (c.refused_with_nan)
-            text += text_.text(*c.refused) + " ? reported(" + quoted_name() + ", " +
-                    std::to_string(plan_.find(c.refused_as)->position) + ")\n            : ";
+            text += text_.text(*c.refused) + " ? reported(entry, " +
+                    std::to_string(plan_.find(c.refused_as)->position) + ")\n        : ";
         for (const int i : plan_.checked) {
             const LapackeArgument& a = plan_.arguments[static_cast<std::size_t>(i)];
             for (const FormUse& use : a.checks)
                 text += (use.when ? text_.text(*use.when) + " && " : "") + nancheck(a, use) + " != 0 ? " +
-                        std::to_string(a.position) + "\n            : ";
+                        std::to_string(a.position) + "\n        : ";
         }
         return text.empty() ? "" : text + "0";
     }
@@ -60,29 +53,24 @@ private:
     /// The call of an array's helper.
     std::string nancheck(const LapackeArgument& a, const FormUse& use) const
     {
-        static const std::map<std::string, std::string> letters{
-            {"float", "s"}, {"double", "d"}, {"qnm_complex8", "c"}, {"qnm_complex16", "z"}};
         const Form& form = use.form;
         const std::string place =
             (a.address ? "" : "&") + a.argument->name + (use.offset ? " + " + text_.text(*use.offset) : "");
         Words list;
         if (form.is_vector()) {
-            const Expression& length = *form.options[0];
-            const bool plain = length.kind == EKind::name && plan_.find(length.text) != nullptr;
-            list = {plain ? length.text : text_.size(length), place,
-                    use.increment ? text_.size(*use.increment) : "1"};
+            list = {text_.size(*form.options[0]), place, use.increment ? text_.size(*use.increment) : "1"};
         } else {
             // Of the packed forms only triangles have options and a layout.
             const bool order_alone = form.is_packed() && form.name != "tp" && form.name != "tf";
             if (!order_alone)
                 list.push_back(layout());
-            for (std::size_t i = order_alone ? form.options.size() - 1 : 0; i < form.options.size(); ++i)
-                list.push_back(text_.option(form, i));
+            const Words options = text_.options(form);
+            list.insert(list.end(), order_alone ? options.end() - 1 : options.begin(), options.end());
             list.push_back(place);
             if (!form.is_packed())
                 list.push_back(leading_of(a, form));
         }
-        return "LAPACKE_" + letters.at(m_.element(a)) + form.name + "_nancheck" + m_.suffix() + "(" +
+        return "Exported<" + element(a) + ", I>::" + form.name + (form.is_vector() ? "" : "_") + "nancheck(" +
                joined(list) + ")";
     }
 
@@ -111,16 +99,19 @@ private:
         Words names;
         std::string values;
         for (const LapackeArgument* a : rooms) {
-            names.push_back("[[maybe_unused]] auto& " + a->argument->name + "_w");
-            values += ",\n                " + workspace(*a);
+            names.push_back("auto& " + a->argument->name + "_w");
+            values += ",\n        " + workspace(*a);
         }
-        const auto step = [&](const std::string& text) {
-            return text.empty() ? "nothing" : "[&](" + joined(names) + ") { " + text + "}";
+        const auto move = [&](bool in) {
+            const std::string text = moved(in);
+            return text.empty()
+                       ? "nothing"
+                       : "[&]([[maybe_unused]] " + joined(names, ", [[maybe_unused]] ") + ") { " + text + "}";
         };
-        return "worked<" + m_.result() + ">(" + quoted_name() + ", " +
-               (plan_.c->stops ? text_.text(*plan_.c->stops) : "false") + ",\n                " +
-               step("return " + call_of_work() + "; ") + ",\n                " + step(moved(true)) + ", " +
-               step(moved(false)) + values + ")";
+        return "worked<" + result_type(plan_) + ">(entry, " +
+               (plan_.c->stops ? text_.text(*plan_.c->stops) : "false") + ",\n        [&](" + joined(names) +
+               ") { return " + call_of_work() + "; },\n        " + move(true) + ", " + move(false) + values +
+               ")";
     }
 
     /// The workspaces, in the order in which they are taken.
@@ -140,8 +131,8 @@ private:
     {
         const std::string when = text_.when(a.facts.room_when);
         if (a.room)
-            return "Fixed<" + m_.element(a) + ">{" + text_.text(*a.room) + ", " + when + "}";
-        const std::string types = "<" + m_.element(a) + ", " + m_.integer() + ">{";
+            return "Fixed<" + element(a) + ">{" + text_.text(*a.room) + ", " + when + "}";
+        const std::string types = "<" + element(a) + ", I>{";
         return a.argument->extents.empty() && a.facts.asked ? "AskedTable" + types + "}"
                                                             : "Asked" + types + when + "}";
     }
@@ -174,7 +165,7 @@ private:
                            : a.role == Role::given   ? text_.size(*a.facts.given)
                                                      : name);
         }
-        return m_.work_name() + "(" + joined(list) + ")";
+        return "work_level(" + joined(list) + ")";
     }
 
     /// Values that an addition takes into a workspace or out of it.
@@ -193,16 +184,15 @@ private:
         return text;
     }
 
-    const LapackeMember& m_;
     const LapackePlan& plan_;
     LapackeText text_;
 };
 
 } // namespace
 
-std::string lapacke_high(const LapackeMember& member)
+std::string lapacke_high(const LapackePlan& plan)
 {
-    return HighLevel(member).function();
+    return HighLevel(plan).body();
 }
 
 } // namespace qnm::generate

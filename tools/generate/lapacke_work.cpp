@@ -1,4 +1,4 @@
-// The work level of a member of the C interface to LAPACK.
+// The work level of a plan of the C interface to LAPACK.
 #include "lapacke.hpp"
 
 namespace qnm::generate {
@@ -12,66 +12,67 @@ using Role = LapackeArgument::Role;
 
 class WorkLevel {
 public:
-    explicit WorkLevel(const LapackeMember& member) : m_(member), plan_(member.plan()), text_(member, false)
-    {
-    }
-
-    std::string function() const
-    {
-        return exported(m_.result() + " " + m_.work_name() + m_.parameters(false), "return " + body());
-    }
-
-private:
-    bool has_value() const { return !m_.value_type().empty(); }
-    std::string quoted_name() const { return quoted(m_.work_name()); }
-    std::string misused() const { return "misused<" + m_.result() + ">(" + quoted_name() + ", 1)"; }
-
-    /// A call whose INFO, if it has no value, becomes one by a template.
-    std::string returned(const std::string& by, const std::string& call) const
-    {
-        return has_value() ? call : by + "<" + m_.integer() + ">([&](" + m_.info() + ") { " + call + "; })";
-    }
+    explicit WorkLevel(const LapackePlan& plan) : plan_(plan), text_(plan, false) {}
 
     std::string body() const
     {
+        const std::string misused = "misused<" + result_type(plan_) + ">(entry, 1)";
         switch (plan_.c->shape) {
+        case LapackeShape::one_level:
+            return routine();
         case LapackeShape::flat:
-            return returned("plain", m_.call());
+            return called("plain");
         case LapackeShape::options:
-            return "is_layout(matrix_layout) ? by_option<" + m_.integer() +
-                   ">(matrix_layout, trans, [&](const char* told, " + m_.info() + ") { " +
-                   m_.call({{"trans", "told"}}) + "; }) : " + misused();
+            return "is_layout(matrix_layout) ? " +
+                   called("passed_on", {{"trans", "lent(told(matrix_layout, trans))"}}) + " : " + misused;
         default:
-            return "matrix_layout == column_major ? " + returned("passed_on", m_.call()) +
+            return "matrix_layout == column_major ? " + called("passed_on") +
                    "\n        : matrix_layout == row_major ? " +
                    (plan_.c->shape == LapackeShape::turned ? turned() : transposed()) +
-                   "\n        : " + misused();
+                   "\n        : " + misused;
         }
+    }
+
+private:
+    /// The bare call.
+    std::string routine(const Places& places = {}) const
+    {
+        return "routine(" + fortran_arguments(plan_, places) + (plan_.has_info ? ", info)" : ")");
+    }
+
+    /// A call whose INFO, if there is one, becomes the result by a template.
+    std::string called(const std::string& by, const Places& places = {}) const
+    {
+        if (has_value(plan_))
+            return routine(places);
+        if (!plan_.has_info)
+            return "(" + routine(places) + ", I{0})";
+        return by + "<I>(routine, " + fortran_arguments(plan_, places) + ")";
     }
 
     // Row-major by copies.
 
     std::string transposed() const
     {
-        std::string lambda = "[&](" + m_.info();
+        std::string lambda = std::string("[&](") + (plan_.has_info ? "void* info" : "void* /*info*/");
         std::string matrices;
         Places copies;
         for (const LapackeArgument& a : plan_.arguments) {
             const std::string& name = a.argument->name;
             if (a.role == Role::leading)
-                copies[name] = "lent(" + matrix_of(a).argument->name + "_t.copy_ld())";
+                copies[name] = "lent(I{" + matrix_of(a).argument->name + "_t.place_ld})";
             if (a.role != Role::matrix)
                 continue;
             copies[name] = name + "_t.place";
             lambda += ", auto& " + name + "_t";
-            matrices += ",\n            " + matrix(a);
+            matrices += ",\n        " + matrix(a);
         }
-        const std::string call = m_.call(copies);
-        if (has_value())
-            return "transposed_value<" + m_.integer() + ", " + m_.value_type() + ">(" + quoted_name() + ", " +
-                   lambda + ") { return " + call + "; }" + matrices + ")";
-        return "transposed<" + m_.integer() + ">(" + joined({quoted_name(), asks(), refused()}) +
-               ",\n            " + lambda + ") { " + call + "; }" + matrices + ")";
+        const std::string call = routine(copies);
+        if (has_value(plan_))
+            return "transposed_value<I, " + value_type(plan_) + ">(entry, " + lambda + ") { return " + call +
+                   "; }" + matrices + ")";
+        return "transposed<I>(" + joined({"entry", asks(), refused()}) + ", " + lambda + ") { " + call +
+               "; }" + matrices + ")";
     }
 
     const LapackeArgument& matrix_of(const LapackeArgument& leading) const
@@ -82,11 +83,13 @@ private:
     /// The object that takes a matrix's copy, brings in and back.
     std::string matrix(const LapackeArgument& a) const
     {
+        const std::string form = form_type(a.form), value = form_value(a.form);
         const auto [back_type, back] = way_back(a);
-        return "Matrix<" + joined({m_.element(a), m_.integer(), form_type(a.form), back_type}) + ">{" +
+        const bool same = back_type == form && back == value;
+        return "Matrix<" + element(a) + ", I, " + form + (same ? "" : ", " + back_type) + ">{" +
                joined({a.argument->name, leading_of(a), text_.when(a.facts.when), moves_when(a.in, a),
-                       moves_when(a.out, a), form_value(a.form), back}) +
-               "}";
+                       moves_when(a.out, a), value}) +
+               (same ? "" : ", " + back) + "}";
     }
 
     /// Leading dimension, its position and its bound.
@@ -95,7 +98,9 @@ private:
         for (const LapackeArgument& a : plan_.arguments)
             if (a.role == Role::leading && &matrix_of(a) == &matrix)
                 return joined({a.argument->name, std::to_string(a.position), text_.size(*a.bound)});
-        return matrix.form.is_packed() ? "0, 0, 0" : text_.size(*matrix.form.columns()) + ", 0, 0";
+        return matrix.form.is_packed()
+                   ? "0, 0, 0"
+                   : "static_cast<I>(room(" + text_.text(*matrix.form.columns()) + ")), 0, 0";
     }
 
     /// Type and value of the form in which a matrix comes back.
@@ -105,17 +110,15 @@ private:
             return {form_type(a.form), form_value(a.form)};
         const Form& first = a.out[0].form;
         if (a.out.size() == 1)
-            return {form_type(first, is_late(first)), form_value(first)};
+            return {form_type(first, is_late(first)), form_value(first, is_late(first))};
         const Form& second = a.out[1].form;
-        const std::string type = "Either<" + form_type(first) + ", " + form_type(second) + ">";
-        return {type, type + "{" +
-                          joined({text_.when(a.out[0].when), form_value(first), form_value(second)}) + "}"};
+        return {"Either<" + form_type(first) + ", " + form_type(second) + ">",
+                "{" + joined({text_.when(a.out[0].when), form_value(first), form_value(second)}) + "}"};
     }
 
-    std::string form_type(const Form& form, bool late = false) const
+    static std::string form_type(const Form& form, bool late = false)
     {
-        return to_upper(form.name.substr(0, 1)) + form.name.substr(1) + (late ? "Behind" : "") + "<" +
-               m_.integer() + ">";
+        return to_upper(form.name.substr(0, 1)) + form.name.substr(1) + (late ? "Behind" : "") + "<I>";
     }
 
     /// Whether a form's columns are known after the call only.
@@ -127,13 +130,12 @@ private:
         return a != nullptr && a->address;
     }
 
-    std::string form_value(const Form& form) const
+    std::string form_value(const Form& form, bool late = false) const
     {
-        const bool late = is_late(form);
-        Words list;
-        for (std::size_t i = 0; i < form.options.size(); ++i)
-            list.push_back(late && i == 1 ? form.options[1]->text : text_.option(form, i));
-        return form_type(form, late) + "{" + joined(list) + "}";
+        Words list = text_.options(form);
+        if (late)
+            list[1] = form.options[1]->text;
+        return "{" + joined(list) + "}";
     }
 
     /// A condition of a move, where the copy exists.
@@ -162,8 +164,8 @@ private:
     {
         if (!plan_.c->refused)
             return "0";
-        return "(" + text_.text(*plan_.c->refused) + " ? " +
-               std::to_string(plan_.find(plan_.c->refused_as)->position) + " : 0)";
+        return text_.text(*plan_.c->refused) + " ? " +
+               std::to_string(plan_.find(plan_.c->refused_as)->position) + " : 0";
     }
 
     // Row-major as the same operation on the transpose.
@@ -181,24 +183,20 @@ private:
 
     std::string turned() const
     {
-        Places exchanged;
-        for (const auto& [a, b] : plan_.c->exchanged) {
-            exchanged[a] = b;
-            exchanged[b] = a;
-        }
         Places places;
-        for (const auto& [a, b] : exchanged)
+        for (const auto& [a, b] : plan_.c->exchanged) {
             places[a] = "&" + b;
-        const LapackeText text(m_, false, exchanged);
+            places[b] = "&" + a;
+        }
         std::string length = "0";
-        std::string element = "char";
+        std::string work_type = "char";
         for (const LapackeArgument& a : plan_.arguments)
             if (a.role == Role::workspace) {
-                length = text.text(*a.room);
-                element = m_.element(a);
+                length = text_.text(*a.facts.turned);
+                work_type = element(a);
                 places[a.argument->name] = "own_work";
             }
-        Words given{quoted_name(), bad_leading()};
+        Words given{"entry", bad_leading()};
         Words taken;
         for (const std::string option : {"norm", "uplo"}) {
             const bool has = plan_.find(option) != nullptr;
@@ -208,22 +206,20 @@ private:
             taken.push_back("const char* " + (has ? places[option] : "/*" + option + "*/"));
         }
         given.push_back(length);
-        taken.push_back(element + "* " + (length == "0" ? "/*work*/" : "own_work"));
-        return "turned<" + joined({m_.integer(), m_.result(), element}) + ">(" + joined(given) +
-               ",\n            [&](" + joined(taken) + ") { return " +
-               returned("passed_on", m_.call(places)) + "; })";
+        taken.push_back(work_type + "* " + (length == "0" ? "/*work*/" : "own_work"));
+        return "turned<" + joined({result_type(plan_), work_type}) + ">(" + joined(given) + ", [&](" +
+               joined(taken) + ") { return " + called("passed_on", places) + "; })";
     }
 
-    const LapackeMember& m_;
     const LapackePlan& plan_;
     LapackeText text_;
 };
 
 } // namespace
 
-std::string lapacke_work(const LapackeMember& member)
+std::string lapacke_work(const LapackePlan& plan)
 {
-    return WorkLevel(member).function();
+    return "        return " + WorkLevel(plan).body() + ";\n";
 }
 
 } // namespace qnm::generate

@@ -26,11 +26,10 @@ void write_if_changed(const std::string& path, const std::string& text)
 
 namespace {
 
-constexpr const char* usage =
-    "usage: generate entries|services|cblas|lapacke TABLE OUTPUT TABLES...\n"
-    "       generate header TEMPLATE OUTPUT TABLES...\n"
-    "       generate --explain NAME TABLES...\n"
-    "TABLE is the file name of one of TABLES, for cblas and lapacke behind its folder.\n";
+constexpr const char* usage = "usage: generate source TABLE OUTPUT TABLES...\n"
+                              "       generate header TEMPLATE OUTPUT TABLES...\n"
+                              "       generate --explain NAME TABLES...\n"
+                              "TABLE is the folder and name of one of TABLES: blas/level2.tab.\n";
 
 int run(const std::vector<std::string>& words)
 {
@@ -48,10 +47,7 @@ int run(const std::vector<std::string>& words)
         return 2;
     }
     using Output = std::string (*)(const catalogue::Catalogue&, const std::string&);
-    static const std::map<std::string, Output> outputs{{"entries", generate::entries_text},
-                                                       {"services", generate::services_text},
-                                                       {"cblas", generate::cblas_text},
-                                                       {"lapacke", generate::lapacke_text},
+    static const std::map<std::string, Output> outputs{{"source", generate::source_text},
                                                        {"header", generate::header_text}};
     const auto tables = catalogue::read_tables({words.begin() + 3, words.end()});
     const auto output = outputs.find(words[0]);

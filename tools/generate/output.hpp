@@ -1,6 +1,7 @@
 // The generator's outputs, one file of this folder for each kind.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "text.hpp"
@@ -21,25 +22,21 @@ std::string extent_text(const catalogue::Argument& array, const catalogue::Row& 
 std::string tests_name(const catalogue::Row& row);
 std::string tests_text(const catalogue::Row& row);
 
-/// All entries and checks of one table.
-std::string entries_text(const catalogue::Catalogue& tables, const std::string& file);
+/// The source of one table.
+std::string source_text(const catalogue::Catalogue& tables, const std::string& table);
+/// The checks of a row, and its entries in the frame of its class; `declared` holds the core's functions that
+/// the text above has.
+std::string framed_text(const catalogue::Row& row, std::set<std::string>& declared);
 /// The helpers of one table, which have no core and no frame.
-std::string helpers_text(const catalogue::Catalogue& tables, const std::string& file);
-/// Prototypes of all helpers, and how templates find them.
-std::string helper_declarations(const catalogue::Catalogue& tables);
-/// The check and both forms of a matrix copy.
-std::string matcopy_text(const catalogue::Entry& entry);
-/// All entries of the C interface of one table, "cblas/level3.tab".
-std::string cblas_text(const catalogue::Catalogue& tables, const std::string& file);
+std::string helpers_text(const catalogue::Catalogue& tables, const std::string& table);
+/// Prototypes of a family's helpers, and how templates find them.
+std::string helper_declarations(const catalogue::Catalogue& tables, const std::string& family);
+/// What hands its arguments on and does no more.
+std::string jumps_text(const catalogue::Row& row);
 /// The C interface to LAPACK of one table.
-std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& file);
-/// What follows from the rows of one of its names; empty for other names.
-std::string lapacke_explanation(const catalogue::Catalogue& tables, const std::string& name);
-/// All services of one table.
-std::string services_text(const catalogue::Catalogue& tables, const std::string& file);
-/// A public header: the template's text, with `@prototypes FILE ROOT... @` replaced by the prototypes of
-/// those rows of a table, or of all its rows. Refuses a row that is asked for twice or, of such a table, not
-/// at all.
+std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& table);
+/// A public header: the template's text, with its marks replaced by the prototypes that they ask for. Refuses
+/// a name that is asked for twice or, of a table that is asked for, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
 /// What a name is and what follows from its row, for people.
 std::string explanation(const catalogue::Catalogue& tables, const std::string& name);

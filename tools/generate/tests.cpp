@@ -18,7 +18,7 @@ using Letter = std::pair<std::string, char>; // an option and one letter that it
 std::vector<ExpressionPtr> conditions(const Argument& a)
 {
     std::vector<ExpressionPtr> all;
-    for (const ExpressionPtr& e : {a.unless, a.minimum, a.maximum, a.barred})
+    for (const ExpressionPtr& e : {a.unless, a.minimum, a.above, a.maximum, a.barred})
         if (e)
             all.push_back(e);
     return all;
@@ -128,6 +128,8 @@ private:
             test = "refused(" + joined(good, " || ") + ")";
         } else if (a.minimum) {
             test = "below<I>(" + value(a) + ", " + text(*a.minimum) + ")";
+        } else if (a.above) { // a NaN compares with nothing, and passes
+            test = "unlikely(" + value(a) + " <= " + text(*a.above) + ")";
         } else {
             test = "unlikely(" + value(a) + " == 0)";
         }
@@ -157,7 +159,7 @@ std::string test_parameters(const Row& row)
     Words parameters;
     for (const Argument& a : row.arguments)
         parameters.push_back(used.count(a.name) != 0 ? "auto " + a.name : "auto");
-    if (row.groups && row.entry_class != Class::matcopy)
+    if (row.groups && row.entry_class != Class::handed)
         parameters.emplace_back("auto"); // the width flag
     return joined(parameters);
 }

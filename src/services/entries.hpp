@@ -1,0 +1,4 @@
+// What generated services are made of.
+#pragma once
+
+#include "frame/jumps.hpp"

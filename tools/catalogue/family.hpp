@@ -1,0 +1,67 @@
+// Families: how their members are spelled, and in which forms they exist.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "lexer.hpp"
+
+namespace qnm::catalogue {
+
+/// Integers at the caller's boundary: int, 64 bits, size_t.
+enum class Width { narrow, wide, size };
+
+/// How a form takes its arguments.
+enum class Convention {
+    reference, // addresses all, scalars included; lengths of texts hidden behind them
+    value,     // scalars by value
+    codes      // by value, options as enumerated codes, a layout among them
+};
+
+/// A form in which the entries of a family exist. Patterns spell names: NAME and name stand for the routine
+/// in upper and lower case, Name for it as its row has it.
+struct EntryForm {
+    std::string name;
+    Convention convention = Convention::reference;
+    Width width = Width::narrow;
+    std::string level;                  // of an interface with several levels: which of them
+    std::vector<std::string> spellings; // of one function at one address
+    std::string check;                  // of the exported check; empty: there is none
+    std::string calls;                  // of the entry that is called, where it is not the core's function
+};
+
+struct Family {
+    std::string name;
+    std::string room;  // the folder of its templates, and the namespace
+    std::string core;  // pattern of the core's functions; empty: there are none
+    std::string calls; // of an interface upon another one: the family whose entries it calls
+    std::vector<EntryForm> forms;
+
+    /// The form of that name; null if the family has none.
+    const EntryForm* find(const std::string& form) const;
+};
+
+using Families = std::map<std::string, Family>;
+
+/// Reads a family's statement behind its name.
+Family read_family(Lexer& lexer, const std::string& name);
+
+/// Letters of a family's naming: prefix in front of the root, and the types that T, R and C stand for.
+struct Precision {
+    std::string prefix; // as the row has it
+    char element;       // T: s d c z
+    char real;          // R: s d
+    bool is_complex() const { return element == 'c' || element == 'z'; }
+};
+/// Known by its letters in either case; without an element for other words.
+Precision find_precision(const std::string& prefix);
+
+/// A root with its letters, which stand in the place of its `?` or ahead of it.
+std::string with_letter(const std::string& root, const Precision& precision);
+std::string spell(const std::string& pattern, const std::string& name);
+
+std::string to_upper(std::string text);
+std::string to_lower(std::string text);
+
+} // namespace qnm::catalogue

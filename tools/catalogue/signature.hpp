@@ -1,0 +1,96 @@
+// What one exported function is, whatever made it: its names, what it takes, and what it does with it. A
+// signature describes and decides nothing: headers, explanations, lists and tests read it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "row.hpp"
+
+namespace qnm::catalogue {
+
+/// How a parameter comes over the boundary.
+enum class Travel {
+    letter,   // the address of an option letter
+    letters,  // the address of option letters, one for each group
+    integer,  // the address of an integer of the caller's width
+    integers, // the address of such integers
+    address,  // an address that the layer does not look behind, a handle or a function
+    number,   // the address of a number, which the layer reads
+    value,    // a number itself
+    code,     // an enumerated code, the layout among them
+    codes     // the address of codes, one for each group
+};
+
+struct Parameter {
+    std::string name;
+    std::string type; // in C, as the public header has it
+    Travel travel = Travel::address;
+    const Argument* argument = nullptr; // what its row says of it; null if no row has it
+    std::string note;                   // what becomes of it beyond its place in the call, for people
+};
+
+/// How a place of the function that is called gets filled.
+enum class Fill {
+    as_it_is,
+    widened,   // a copy of 64 bits
+    copied,    // an array of such copies
+    addressed, // the address of what came by value
+    read,      // the value of what came by address
+    letter,    // a code as a letter
+    constant
+};
+
+struct Place {
+    Fill fill = Fill::as_it_is;
+    int parameter = -1;
+    std::string constant; // where there is no parameter
+};
+
+/// A call that the function ends in: of the core, or of another entry.
+struct Callee {
+    std::string name;
+    std::string when; // it is made; empty: always
+    std::vector<Place> places;
+};
+
+struct Test {
+    int parameter = 0;
+    int code = 0;     // that is reported
+    std::string text; // "lda >= max(1,n)"
+};
+
+struct Signature {
+    std::vector<std::string> names; // at one address
+    std::string table;
+    int line = 0;
+    std::string family;
+    std::string root; // what the row is called
+    Precision letter;
+    const EntryForm* form = nullptr;
+    std::string source;    // where its steps stand: "checked, src/blas/checked.hpp"
+    bool exported = true;  // else it is the core's own, which the layer calls
+    bool published = true; // has a place in a public header
+    bool data = false;     // is a variable
+    bool variadic = false; // takes further arguments
+    std::string result = "void";
+    std::vector<Parameter> parameters;
+    int hidden_lengths = 0;
+    std::vector<Callee> callees;
+    std::string check; // the function that tests, if it is exported
+    std::string report_name;
+    std::vector<Definition> definitions; // names in the texts of tests
+    std::vector<Test> tests;             // in their order
+    std::string trace;                   // the line's format; empty: there is none
+    std::string cell;                    // of the mode of tracing
+
+    std::string where() const { return table + ":" + std::to_string(line); }
+    /// The names that a public header declares: not those with `__`, which are for the library's own
+    /// interfaces, nor the heads of chains.
+    std::vector<std::string> declared() const;
+};
+
+/// `type name(parameters);`, broken where lines get long.
+std::string prototype(const Signature& signature, const std::string& name);
+
+} // namespace qnm::catalogue
