@@ -1,6 +1,6 @@
 // The library's file: what it exports and at which addresses, what it needs, how it binds. No core is
 // present.
-#include "catalogue/lapacke.hpp"
+#include "lapacke/room/plan.hpp"
 #include "published.hpp"
 #include "support/library.hpp"
 #include "support/tables.hpp"

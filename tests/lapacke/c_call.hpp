@@ -3,7 +3,7 @@
 // it.
 #pragma once
 
-#include "catalogue/lapacke.hpp"
+#include "lapacke/room/plan.hpp"
 #include "support/sample_call.hpp"
 
 #include <map>

@@ -1,5 +1,5 @@
 // Names, types and expressions of a plan of the C interface to LAPACK.
-#include "lapacke.hpp"
+#include "lapacke/room/text.hpp"
 
 namespace qnm::generate {
 

@@ -1,7 +1,7 @@
 // Storage forms of LAPACK's matrices.
 #pragma once
 
-#include "lapacke.hpp"
+#include "lapacke/room/plan.hpp"
 
 namespace qnm::catalogue {
 

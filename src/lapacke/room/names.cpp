@@ -1,8 +1,8 @@
 // Names in the rows of the C interface to LAPACK.
 #include <set>
 
-#include "lapacke.hpp"
-#include "reader.hpp"
+#include "catalogue/reader.hpp"
+#include "lapacke/room/plan.hpp"
 
 namespace qnm::catalogue {
 

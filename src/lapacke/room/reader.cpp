@@ -1,8 +1,8 @@
 // Statements of the C interface to LAPACK.
 #include <map>
 
-#include "forms.hpp"
-#include "reader.hpp"
+#include "catalogue/reader.hpp"
+#include "lapacke/room/forms.hpp"
 
 namespace qnm::catalogue {
 

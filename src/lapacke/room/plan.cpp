@@ -1,9 +1,9 @@
 // The C interface of a routine of LAPACK, derived from its row and what a C table says of it.
-#include "lapacke.hpp"
+#include "lapacke/room/plan.hpp"
 
 #include <algorithm>
 
-#include "forms.hpp"
+#include "lapacke/room/forms.hpp"
 
 namespace qnm::catalogue {
 

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "lexer.hpp"
-#include "row.hpp"
-#include "signature.hpp"
+#include "catalogue/lexer.hpp"
+#include "catalogue/row.hpp"
+#include "catalogue/signature.hpp"
 
 namespace qnm::catalogue {
 

@@ -4,8 +4,8 @@
 
 #include <map>
 
-#include "catalogue/lapacke.hpp"
-#include "expression.hpp"
+#include "generate/expression.hpp"
+#include "lapacke/room/plan.hpp"
 
 namespace qnm::generate {
 
@@ -56,6 +56,9 @@ private:
     const catalogue::LapackePlan& plan_;
     bool high_;
 };
+
+/// The C interface to LAPACK of one table.
+std::string lapacke_text(const catalogue::Catalogue& tables, const std::string& table);
 
 /// The bodies of the two levels.
 std::string lapacke_work(const catalogue::LapackePlan& plan);

@@ -1,8 +1,8 @@
 // The C interface to LAPACK. Each plan has a struct with its two levels, written once for all letters and
 // both widths, and each exported function is one line, which calls a level.
-#include "lapacke.hpp"
+#include "lapacke/room/text.hpp"
 
-#include "output.hpp"
+#include "generate/output.hpp"
 
 namespace qnm::generate {
 

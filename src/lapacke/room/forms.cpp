@@ -1,4 +1,4 @@
-#include "forms.hpp"
+#include "lapacke/room/forms.hpp"
 
 namespace qnm::catalogue {
 

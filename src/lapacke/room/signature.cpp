@@ -2,8 +2,8 @@
 #include <cctype>
 #include <map>
 
-#include "catalogue/lapacke.hpp"
 #include "catalogue/signature.hpp"
+#include "lapacke/room/plan.hpp"
 
 namespace qnm::catalogue {
 

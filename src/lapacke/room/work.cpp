@@ -1,5 +1,5 @@
 // The work level of a plan of the C interface to LAPACK.
-#include "lapacke.hpp"
+#include "lapacke/room/text.hpp"
 
 namespace qnm::generate {
 

@@ -3,9 +3,8 @@
 #include <deque>
 
 #include "catalogue/catalogue.hpp"
-#include "catalogue/lapacke.hpp"
-#include "lapacke.hpp"
-#include "output.hpp"
+#include "lapacke/room/plan.hpp"
+#include "lapacke/room/text.hpp"
 
 namespace qnm::catalogue {
 

@@ -2,7 +2,7 @@
 // level.
 #include <algorithm>
 
-#include "lapacke.hpp"
+#include "lapacke/room/text.hpp"
 
 namespace qnm::generate {
 
