@@ -156,13 +156,7 @@ std::string source_of(const Entry& entry)
 Signature common(const Entry& entry)
 {
     const Row& row = *entry.row;
-    Signature s;
-    s.table = row.file;
-    s.line = row.line;
-    s.family = row.family->name;
-    s.root = row.root;
-    s.letter = entry.precision;
-    s.form = entry.form;
+    Signature s = signature_of(row, entry.precision, entry.form);
     if (row.result.kind == ResultKind::hidden) {
         const std::string type = c_type(row.result.type, entry.precision, entry.width);
         s.parameters.push_back({"result", type + "*", Travel::address, nullptr, ""});

@@ -90,6 +90,20 @@ struct Signature {
     std::vector<std::string> declared() const;
 };
 
+/// Where a function stands: its row, of whatever language, its letter and its form.
+template <class R>
+Signature signature_of(const R& row, const Precision& letter, const EntryForm* form)
+{
+    Signature s;
+    s.table = row.file;
+    s.line = row.line;
+    s.family = row.family->name;
+    s.root = row.root;
+    s.letter = letter;
+    s.form = form;
+    return s;
+}
+
 /// `type name(parameters);`, broken where lines get long.
 std::string prototype(const Signature& signature, const std::string& name);
 

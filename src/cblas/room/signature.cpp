@@ -81,14 +81,8 @@ Signature c_signature(const CEntry& entry)
         {CRole::integer, Travel::value},  {CRole::scalar, Travel::value}, {CRole::integers, Travel::integers},
         {CRole::address, Travel::address}};
     const CRow& row = *entry.row;
-    Signature s;
+    Signature s = signature_of(row, entry.precision, entry.form);
     s.names = {entry.name()};
-    s.table = row.file;
-    s.line = row.line;
-    s.family = row.family->name;
-    s.root = row.root;
-    s.letter = entry.precision;
-    s.form = entry.form;
     s.source = row.form + ", src/cblas" +
                (row.conjugated.empty() ? "" : ", row-major conjugated: " + row.conjugated);
     const Result& result = row.fortran.result;
