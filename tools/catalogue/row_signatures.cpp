@@ -41,6 +41,12 @@ std::string parameter_type(const Argument& a, const Entry& entry)
     return (written(a) ? "" : "const ") + type + "*" + (a.pointers ? " const*" : "");
 }
 
+/// Whether an argument is one complex number, which no core function takes by value.
+bool is_complex_number(const Argument& a, const Entry& entry)
+{
+    return !a.array && c_type(a.type, entry.precision, entry.width).rfind("qnm_complex", 0) == 0;
+}
+
 Travel travel(const Argument& a, const Entry& entry)
 {
     static const std::map<Kind, Travel> usual{
@@ -56,7 +62,7 @@ Travel travel(const Argument& a, const Entry& entry)
         return Travel::integers;
     const bool read = entry.row->entry_class == Class::handed &&
                       entry.form->convention == Convention::reference && !a.array &&
-                      (a.kind == Kind::real || a.kind == Kind::handle);
+                      (a.kind == Kind::real || a.kind == Kind::handle) && !is_complex_number(a, entry);
     return read ? Travel::number : usual.at(a.kind);
 }
 
@@ -69,9 +75,10 @@ Fill fill(const Parameter& p, const Entry& entry)
     if (frame == Class::handed)
         return p.travel == Travel::integer || p.travel == Travel::letter || p.travel == Travel::number
                    ? Fill::read
-               : p.travel == Travel::integers && narrow                          ? Fill::copied
-               : p.travel == Travel::value && narrow && p.argument->is_integer() ? Fill::widened
-                                                                                 : Fill::as_it_is;
+               : p.travel == Travel::integers && narrow                             ? Fill::copied
+               : p.travel == Travel::value && narrow && p.argument->is_integer()    ? Fill::widened
+               : p.travel == Travel::value && is_complex_number(*p.argument, entry) ? Fill::addressed
+                                                                                    : Fill::as_it_is;
     if (!narrow || entry.row->groups)
         return Fill::as_it_is;
     return p.travel == Travel::integer || p.travel == Travel::value ? Fill::widened
@@ -85,7 +92,7 @@ Callee callee(const Signature& signature, const Entry& entry)
     const Row& row = *entry.row;
     Callee core{entry.core(), "", {}};
     const auto place = [&](std::size_t i) {
-        core.places.push_back({fill(signature.parameters[i], entry), static_cast<int>(i), ""});
+        core.places.push_back({fill(signature.parameters[i], entry), static_cast<int>(i)});
     };
     if (!row.places.empty()) {
         for (const std::string& told : row.places) {
@@ -105,7 +112,9 @@ Callee callee(const Signature& signature, const Entry& entry)
         return core;
     }
     for (std::size_t i = 0; i < signature.parameters.size(); ++i)
-        if (const Argument* a = signature.parameters[i].argument; a == nullptr || !a->kept)
+        if (signature.parameters[i].name == "result_length")
+            core.places.push_back({Fill::constant, -1, "1"});
+        else if (const Argument* a = signature.parameters[i].argument; a == nullptr || !a->kept)
             place(i);
     if (entry.frame() == Class::handed || entry.frame() == Class::passed || entry.frame() == Class::chain ||
         entry.frame() == Class::called)
@@ -167,8 +176,8 @@ Signature common(const Entry& entry)
         s.parameters.push_back({a.name, parameter_type(a, entry), travel(a, entry), &a, ""});
     s.hidden_lengths = entry.form->convention == Convention::reference ? entry.hidden_lengths() : 0;
     s.report_name = entry.report_name();
+    s.definitions = row.definitions;
     if (row.has_check()) {
-        s.definitions = row.definitions;
         const auto ahead = static_cast<int>(s.parameters.size() - row.arguments.size());
         for (const Argument* a : row.tests())
             s.tests.push_back({ahead + row.position(*a) - 1, row.code(*a), test_text(*a)});
@@ -201,7 +210,16 @@ std::string test_text(const Argument& a)
 
 Signature check_signature(const Entry& entry)
 {
-    Signature s = common(entry);
+    // Where the entry turns references into values, the check gets what the core does.
+    static const EntryForm of_values{"check", Convention::value, Width::wide, "", {}, "", ""};
+    const bool handed = entry.row->entry_class == Class::handed;
+    Signature s = common(handed ? Entry(*entry.row, entry.precision, of_values) : entry);
+    for (Parameter& p : s.parameters)
+        if (handed && is_complex_number(*p.argument, entry)) {
+            p.type = "const void*";
+            p.travel = Travel::address;
+        }
+    s.report_name = entry.report_name();
     s.names = {entry.check()};
     s.published = false;
     s.source = "check, src/frame/check.hpp";
@@ -225,6 +243,7 @@ Signature entry_signature(const Entry& entry)
         s.callees.push_back(s.callees.front());
         s.callees.back().name = entry.small_core();
         s.callees.back().when = to_text(*row.small_condition);
+        s.callees.back().condition = row.small_condition;
     }
     if (row.has_check())
         s.check = entry.check();

@@ -2,6 +2,7 @@
 // signature describes and decides nothing: headers, explanations, lists and tests read it.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,26 +39,31 @@ enum class Fill {
     addressed, // the address of what came by value
     read,      // the value of what came by address
     letter,    // a code as a letter
+    conjugated,
     constant
 };
 
 struct Place {
     Fill fill = Fill::as_it_is;
     int parameter = -1;
-    std::string constant; // where there is no parameter
+    std::string constant = {};        // where there is no parameter
+    std::map<int, char> letters = {}; // of codes: what each becomes
 };
 
 /// A call that the function ends in: of the core, or of another entry.
 struct Callee {
     std::string name;
-    std::string when; // it is made; empty: always
+    std::string when; // it is made: a layout, or a condition; empty: always
     std::vector<Place> places;
+    ExpressionPtr condition = nullptr; // where `when` is one
 };
 
 struct Test {
     int parameter = 0;
-    int code = 0;     // that is reported
-    std::string text; // "lda >= max(1,n)"
+    int code = 0;          // that is reported
+    std::string text;      // "lda >= max(1,n)"
+    std::string when = {}; // a layout in which alone it is made; empty: always
+    bool goes_on = false;  // reports, and does not end the call
 };
 
 struct Signature {
@@ -79,7 +85,7 @@ struct Signature {
     std::vector<Callee> callees;
     std::string check; // the function that tests, if it is exported
     std::string report_name;
-    std::vector<Definition> definitions; // names in the texts of tests
+    std::vector<Definition> definitions; // names in the texts of tests, and in extents
     std::vector<Test> tests;             // in their order
     std::string trace;                   // the line's format; empty: there is none
     std::string cell;                    // of the mode of tracing

@@ -13,9 +13,14 @@ namespace {
 
 const char* fill_text(Fill fill)
 {
-    static const std::map<Fill, const char*> texts{
-        {Fill::as_it_is, ""}, {Fill::widened, "widened "},  {Fill::copied, "copied "}, {Fill::addressed, "&"},
-        {Fill::read, "*"},    {Fill::letter, "letter of "}, {Fill::constant, ""}};
+    static const std::map<Fill, const char*> texts{{Fill::as_it_is, ""},
+                                                   {Fill::widened, "widened "},
+                                                   {Fill::copied, "copied "},
+                                                   {Fill::addressed, "&"},
+                                                   {Fill::read, "*"},
+                                                   {Fill::letter, "letter of "},
+                                                   {Fill::conjugated, "conjugated "},
+                                                   {Fill::constant, ""}};
     return texts.at(fill);
 }
 
@@ -51,12 +56,16 @@ std::string text(const Signature& s)
         out << "  cell      " << s.cell << "\n";
     if (!s.check.empty())
         out << "  check     " << s.check << ", reports \"" << s.report_name << "\"\n";
+    if (!s.definitions.empty())
+        out << "  where\n";
     for (const Definition& d : s.definitions)
         out << "    " << d.name << " = " << to_text(*d.value) << "\n";
     if (!s.tests.empty())
         out << "  tests, in this order\n";
     for (const Test& test : s.tests)
-        out << "    " << test.code << ": " << test.text << "\n";
+        out << "    " << test.code << ": " << test.text
+            << (test.when.empty() ? "" : ", " + test.when + " alone") << (test.goes_on ? ", goes on" : "")
+            << "\n";
     return out.str();
 }
 

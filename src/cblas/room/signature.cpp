@@ -46,6 +46,21 @@ std::string parameter_type(const CArgument& a, const CEntry& entry)
     return (written ? "" : "const ") + element() + "*" + (a.as.pointers ? " const*" : "");
 }
 
+/// The letters that codes become in a layout.
+std::map<int, char> letters(const CArgument& a, const Rewrite& rewrite)
+{
+    const CodeGroup& group = code_group(a.as.letters);
+    const std::string own = group.letters;
+    const auto told = rewrite.letters.find(a.as.name);
+    std::map<int, char> all;
+    for (const char letter : a.as.letters) {
+        const std::size_t at = own.find(letter);
+        all[option_code(group, letter)] =
+            told == rewrite.letters.end() || at == std::string::npos ? letter : told->second.at(at);
+    }
+    return all;
+}
+
 Callee callee(const CEntry& entry, bool row_major)
 {
     static const std::map<CRole, Fill> fills{{CRole::option, Fill::letter},
@@ -55,11 +70,17 @@ Callee callee(const CEntry& entry, bool row_major)
     const CRow& row = *entry.row;
     const Rewrite& rewrite = row.rewrite(row_major);
     Callee called{entry.callee(rewrite), row_major ? "row-major" : "", {}};
+    if (row.fortran.result.kind == ResultKind::hidden)
+        called.places.push_back({Fill::as_it_is, row.position("result") - 1});
     for (const Argument& f : row.fortran.arguments) {
         const CArgument& a = *row.find(rewrite.source(f.name));
         const auto fill = fills.find(a.role);
-        called.places.push_back(
-            {fill == fills.end() ? Fill::as_it_is : fill->second, row.position(a.as.name) - 1, ""});
+        Place place{fill == fills.end() ? Fill::as_it_is : fill->second, row.position(a.as.name) - 1, "", {}};
+        if (place.fill == Fill::letter)
+            place.letters = letters(a, rewrite);
+        if (row.has(rewrite.conjugated, a.as.name))
+            place.fill = Fill::conjugated;
+        called.places.push_back(std::move(place));
     }
     return called;
 }
@@ -70,6 +91,27 @@ std::string row_major_note(const CArgument& a, const CRow& row)
     const auto letters = row.rows.letters.find(a.as.name);
     return (letters != row.rows.letters.end() ? ", row-major as " + letters->second : std::string()) +
            (row.has(row.rows.conjugated, a.as.name) ? ", row-major conjugated" : "");
+}
+
+/// One test, or one for each layout where they differ.
+void add_tests(Signature& s, const CRow& row, const std::string& step)
+{
+    const CArgument& a = *row.find(step);
+    Test by_columns{row.position(step) - 1, row.position(step), step, "", row.has(row.goes_on, step)};
+    if (a.as.tested() && a.role != CRole::option)
+        by_columns.text = test_text(a.as);
+    Test by_rows = by_columns;
+    for (const auto& [test, rewrite] : {std::pair{&by_columns, &row.columns}, {&by_rows, &row.rows}}) {
+        const auto code = rewrite->codes.find(step);
+        test->code = code == rewrite->codes.end() ? test->code : code->second;
+        test->goes_on = test->goes_on || row.has(rewrite->goes_on, step);
+    }
+    if (by_columns.code != by_rows.code || by_columns.goes_on != by_rows.goes_on) {
+        by_columns.when = "column-major";
+        by_rows.when = "row-major";
+        s.tests.push_back(by_rows);
+    }
+    s.tests.push_back(by_columns);
 }
 
 } // namespace
@@ -95,19 +137,10 @@ Signature c_signature(const CEntry& entry)
         s.callees.push_back(callee(entry, false));
     if (row.find("layout") != nullptr)
         s.callees.push_back(callee(entry, true));
-    s.report_name = entry.name();
-    for (const std::string& step : row.steps) {
-        Test test{row.position(step) - 1, row.position(step), step};
-        if (const CArgument* a = row.find(step); a->as.tested() && a->role != CRole::option)
-            test.text = test_text(a->as);
-        for (const auto& [layout, rewrite] :
-             {std::pair{"column-major", &row.columns}, std::pair{"row-major", &row.rows}})
-            if (const auto code = rewrite->codes.find(step); code != rewrite->codes.end())
-                test.text += std::string(", ") + layout + " reported as " + std::to_string(code->second);
-        if (row.has(row.goes_on, step) || row.has(row.rows.goes_on, step))
-            test.text += ", goes on";
-        s.tests.push_back(test);
-    }
+    s.report_name = row.form == "made" ? s.callees.front().name : entry.name(); // that of what is called
+    s.definitions = row.fortran.definitions;
+    for (const std::string& step : row.steps)
+        add_tests(s, row, step);
     return s;
 }
 
