@@ -1,15 +1,11 @@
 // Complex level 2, row-major: the memory of conjugated copies, and what is left behind. That the vectors are
 // right, the twins of numbers_test.cpp show.
-#include "c_call.hpp"
+#include "calls.hpp"
 
 #include <algorithm>
 
 namespace qnm::tests {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 using Values = std::vector<double>;
 
@@ -36,27 +32,21 @@ std::vector<std::pair<std::string, std::string>> pairs(const std::string& text)
     return found;
 }
 
-/// Numbers of the call's type, behind a pointer or in one of its vectors.
-Values numbers(const CCall& call, const void* array, std::int64_t count)
-{
-    Values values;
-    for (std::int64_t i = 0; i < count; ++i)
-        values.push_back(call.member().single() ? static_cast<const float*>(array)[i]
-                                                : static_cast<const double*>(array)[i]);
-    return values;
-}
-
-Values memory_of(const CCall& call, const std::string& vector)
-{
-    return numbers(call, call.address(vector), 64);
-}
-
 /// The same, the imaginary parts of n elements turned.
 Values turned_memory(Values values, std::int64_t n, std::int64_t increment)
 {
     for (std::int64_t i = 0; i < (increment == 0 ? 1 : n); ++i)
         values.at(static_cast<std::size_t>(2 * i * std::abs(increment) + 1)) *= -1;
     return values;
+}
+
+/// Where an argument stands in the core's call.
+std::size_t place(const FunctionCall& call, const std::string& name)
+{
+    const auto& places = call.callee().places;
+    return static_cast<std::size_t>(
+        std::ranges::find(places, static_cast<int>(call.index(name)), &catalogue::Place::parameter) -
+        places.begin());
 }
 
 /// The core function, gerc's being that without a conjugate.
@@ -68,7 +58,7 @@ std::string called(const Member& member)
     return name;
 }
 
-class Conjugated : public CTest {
+class Conjugated : public CoreTest {
 protected:
     static std::vector<Member> complex_members_of(const std::string& roots)
     {
@@ -77,10 +67,9 @@ protected:
         return found;
     }
 
-    static CCall conjugate_call(const Member& member)
+    static FunctionCall conjugate_call(const Member& member)
     {
-        CCall call(member, row_major);
-        return call.set("trans", conjugate_transpose).settle();
+        return filled(member, row_major).set("trans", conjugate_transpose).settle();
     }
 
     /// Visits a call of each complex member with its facts.
@@ -90,42 +79,45 @@ protected:
         for (const Turned& turned : all_turned)
             for (const Member& member : complex_members_of(turned.roots)) {
                 SCOPED_TRACE(member.name());
-                visit(turned.by_trans ? conjugate_call(member) : CCall(member, row_major), turned);
+                visit(member, turned.by_trans ? conjugate_call(member) : filled(member, row_major), turned);
                 if (::testing::Test::HasFatalFailure())
                     return;
             }
     }
 
-    static void run(const CCall& call)
+    static void run(const FunctionCall& call)
     {
         core().clear();
         call.run();
         EXPECT_EQ(core().live_blocks(), 0U);
     }
-    static void expect_report(const CCall& call, int code)
+    static void expect_report(const FunctionCall& call, int code)
     {
-        EXPECT_THAT(reports(), ElementsAre(std::pair(call.member().name(), code)));
+        EXPECT_THAT(reports(), ElementsAre(std::pair(call.signature().report_name, code)));
     }
 };
 
 TEST_F(Conjugated, CopiesHaveTheirSizeAndAreGivenBack)
 {
-    each([](CCall call, const Turned& turned) {
-        const CCall before = call;
+    each([](const Member& member, FunctionCall call, const Turned& turned) {
+        const FunctionCall before = call;
         run(call);
-        EXPECT_THAT(core().calls(called(call.member())), SizeIs(1));
+        EXPECT_THAT(core().calls(called(member)), SizeIs(1));
         for (const char* vector : {"x", "y"})
             if (call.has(vector)) {
-                EXPECT_EQ(memory_of(call, vector), memory_of(before, vector)) << vector;
+                EXPECT_EQ(call.values(vector), before.values(vector)) << vector;
             }
         const auto copies = pairs(turned.copied);
         const auto blocks = core().calls("qnm_serv_allocate");
         ASSERT_EQ(blocks.size(), copies.size());
-        const std::size_t problems = call.has("batch_size") ? call.get<std::size_t>("batch_size") : 1;
-        const std::size_t element = call.member().single() ? 8 : 16;
+        const std::size_t problems =
+            call.has("batch_size") ? static_cast<std::size_t>(call.integer("batch_size")) : 1;
+        const std::size_t element = member.single() ? 8 : 16;
         for (std::size_t i = 0; i < copies.size(); ++i)
-            EXPECT_THAT(blocks[i], recording::Allocated(
-                                       problems * call.get<std::size_t>(copies[i].second) * element, 128));
+            EXPECT_THAT(
+                blocks[i],
+                recording::Allocated(
+                    problems * static_cast<std::size_t>(call.integer(copies[i].second)) * element, 128));
     });
 }
 
@@ -133,7 +125,7 @@ TEST_F(Conjugated, TheCountOfRealsHasTheCallersWidth)
 {
     constexpr std::int64_t large = std::int64_t{1} << 30;
     for (const Member& member : members_of("her")) {
-        CCall call(member, row_major);
+        FunctionCall call = filled(member, row_major);
         core().fail_allocation(1);
         run(call.set("n", large).set("lda", large));
         const std::int64_t reals = member.wide ? 2 * large : -2 * large;
@@ -144,16 +136,16 @@ TEST_F(Conjugated, TheCountOfRealsHasTheCallersWidth)
 
 TEST_F(Conjugated, WithoutMemoryNothingIsTouchedAndNothingLost)
 {
-    each([](const CCall& call, const Turned& turned) {
+    each([](const Member& member, const FunctionCall& call, const Turned& turned) {
         for (std::size_t failing = 1; failing <= pairs(turned.copied).size(); ++failing) {
-            const CCall before = call;
+            const FunctionCall before = call;
             core().fail_allocation(failing);
             run(call);
             expect_report(call, 1000);
-            EXPECT_THAT(core().calls(called(call.member())), IsEmpty());
+            EXPECT_THAT(core().calls(called(member)), IsEmpty());
             for (const char* vector : {"x", "y"})
                 if (call.has(vector)) {
-                    EXPECT_EQ(memory_of(call, vector), memory_of(before, vector));
+                    EXPECT_EQ(call.values(vector), before.values(vector));
                 }
             // The first block goes back ahead of the report that there was no second.
             std::vector<std::string> told = story();
@@ -168,14 +160,14 @@ TEST_F(Conjugated, WithoutMemoryNothingIsTouchedAndNothingLost)
 
 TEST_F(Conjugated, ABadArgumentLeavesVectorsAndMemoryAsTheyWere)
 {
-    each([](const CCall& good, const Turned& turned) {
+    each([](const Member&, const FunctionCall& good, const Turned& turned) {
         for (const std::string bad : {"n", "k", "lda", "incx", "incy"}) {
-            CCall call = good;
+            FunctionCall call = good;
             if (!call.has(bad))
                 continue;
             SCOPED_TRACE(bad);
             run(call.spoil(bad));
-            EXPECT_EQ(memory_of(call, "x"), memory_of(good, "x"));
+            EXPECT_EQ(call.values("x"), good.values("x"));
             // Scratch comes ahead of the tests, but in gemv; a negative size has none.
             const bool scratch = !turned.by_trans && bad != "n";
             EXPECT_EQ(core().calls("qnm_serv_allocate").size(), scratch ? pairs(turned.copied).size() : 0U);
@@ -185,19 +177,19 @@ TEST_F(Conjugated, ABadArgumentLeavesVectorsAndMemoryAsTheyWere)
 
 TEST_F(Conjugated, AnEmptyProblemGoesOnAsItCame)
 {
-    each([](CCall call, const Turned&) {
+    each([](const Member& member, FunctionCall call, const Turned&) {
         if (call.has("batch_size"))
             return; // asks m
         run(call.set("n", 0));
         EXPECT_THAT(core().calls("qnm_serv_allocate"), IsEmpty());
-        if (*call.member().family->idle != '\0') {
+        if (*member.family->idle != '\0') {
             EXPECT_THAT(story(), IsEmpty());
             return;
         }
-        const auto noted = core().calls(called(call.member()));
+        const auto noted = core().calls(called(member));
         ASSERT_THAT(noted, SizeIs(1));
-        EXPECT_EQ(noted[0].pointer<const char>(call.place("x")), call.address("x"));
-        EXPECT_EQ(noted[0].behind(call.place("incx")), call.get("incx"));
+        EXPECT_EQ(noted[0].pointer<const char>(place(call, "x")), call.address("x"));
+        EXPECT_EQ(noted[0].behind(place(call, "incx")), call.integer("incx"));
     });
 }
 
@@ -205,14 +197,14 @@ TEST_F(Conjugated, AnIncrementOfZeroTurnsOneElementOnce)
 {
     for (const Member& member : members_of("hemv hbmv hpmv")) {
         SCOPED_TRACE(member.name());
-        CCall call(member, row_major);
-        const Values before = memory_of(call, "y");
+        FunctionCall call = filled(member, row_major);
+        const Values before = call.values("y");
         Values seen; // while the report is under way
-        core().answers("qnm_serv_xerbla").calling([&](Call&, Answer&) { seen = memory_of(call, "y"); });
+        core().answers("qnm_serv_xerbla").calling([&](Call&, Answer&) { seen = call.values("y"); });
         run(call.set("incy", 0));
         EXPECT_EQ(seen, turned_memory(before, 1, 0));
-        EXPECT_EQ(memory_of(call, "y"), before);
-        expect_report(call, call.position("incy"));
+        EXPECT_EQ(call.values("y"), before);
+        expect_report(call, position(call, "incy"));
     }
 }
 
@@ -221,21 +213,21 @@ TEST_F(Conjugated, TrsvStoppedByDiagLeavesXConjugated)
     for (const Member& member : complex_members_of("trsv trmv"))
         for (const std::string bad : {"uplo", "diag"}) {
             SCOPED_TRACE(member.name() + " " + bad);
-            CCall call = conjugate_call(member);
-            const Values before = memory_of(call, "x");
+            FunctionCall call = conjugate_call(member);
+            const Values before = call.values("x");
             run(call.spoil(bad));
             // The others go on, and bring it back.
             const bool left = bad == "diag" && member.is("trsv");
-            EXPECT_EQ(memory_of(call, "x"),
-                      left ? turned_memory(before, call.get("n"), call.get("incx")) : before);
-            EXPECT_THAT(c_reports(member), ElementsAre(std::pair(member.name(), call.position(bad))));
+            EXPECT_EQ(call.values("x"),
+                      left ? turned_memory(before, call.integer("n"), call.integer("incx")) : before);
+            EXPECT_EQ(reports().front(), (std::pair(member.name(), position(call, bad))));
         }
 }
 
 TEST_F(Conjugated, AQuickReturnComesAheadOfScratch)
 {
     for (const Member& member : complex_members_of("gemv")) {
-        CCall call = conjugate_call(member);
+        FunctionCall call = conjugate_call(member);
         run(call.scalar("alpha", 0).scalar("beta", 1));
         EXPECT_THAT(story(), IsEmpty()) << member.name();
         run(call.scalar("beta", 1, 0.5));

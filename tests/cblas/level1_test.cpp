@@ -1,5 +1,5 @@
 // Level 1: results, indices, and the sparse routines that compute in the layer.
-#include "c_call.hpp"
+#include "calls.hpp"
 
 #include <complex>
 #include <qnm/cblas.h>
@@ -7,24 +7,7 @@
 namespace qnm::tests {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-class Level1 : public CTest {};
-
-TEST_F(Level1, RealResultsComeBack)
-{
-    for (const Member& member : members_of("dot sdot dsdot nrm2 cnrm2 znrm2 asum casum zasum cabs1")) {
-        SCOPED_TRACE(member.name());
-        if (member.single()) {
-            core().answers(member.core()).with(2.5F);
-            EXPECT_EQ(CCall(member, column_major).run().float32(), 2.5F);
-        } else {
-            core().answers(member.core()).with(3.25);
-            EXPECT_EQ(CCall(member, column_major).run().float64(), 3.25);
-        }
-    }
-}
+class Level1 : public CoreTest {};
 
 TEST_F(Level1, IndicesCountFromZeroAndHave64Bits)
 {
@@ -32,7 +15,7 @@ TEST_F(Level1, IndicesCountFromZeroAndHave64Bits)
         if (member.letter != 'i')
             continue;
         SCOPED_TRACE(member.name());
-        CCall call(member, column_major);
+        FunctionCall call(member.name());
         core().answers(member.core()).with(7);
         EXPECT_EQ(call.run().int64(), 6);
         core().answers(member.core()).with(0); // a core that finds none
@@ -49,7 +32,7 @@ TEST_F(Level1, ProductsWithAResultPointerLeaveTheFortranEntryOut)
     core().mode(1);
     for (const Member& member : members_of("dotu_sub dotc_sub")) {
         core().clear();
-        CCall(member, column_major).set("n", 0).run();
+        FunctionCall(member.name()).set("n", 0).run();
         EXPECT_THAT(story(), ElementsAre(member.core())) << "no line, and no test of n";
     }
 }

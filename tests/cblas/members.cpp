@@ -94,7 +94,7 @@ std::vector<Member> members_in(const Family (&list)[count])
                 const std::string order = family.order;
                 const bool layout = order.find("layout") != std::string::npos || order.starts_with("level");
                 Member member{&family, routine, letter, wide, layout ? "layout" : "", family.bounds};
-                for (const Parameter& p : parameters(fortran(routine).arguments)) {
+                for (const PublishedArgument& p : parameters(fortran(routine).arguments)) {
                     member.arguments += " " + p.name;
                     if (option_of(p.name) != nullptr && p.letters != option_of(p.name)->letters)
                         member.arguments += "(" + p.letters + ")";
@@ -136,11 +136,6 @@ std::string Member::name() const
     return (is("qnm_") ? "qnm_cblas_" + routine.substr(4) : "cblas_" + routine) + (wide ? "_64" : "");
 }
 
-std::string Member::reported() const
-{
-    return is("qnm_") ? routine + (wide ? "_64" : "") : name();
-}
-
 std::string Member::core() const
 {
     return "qnm_blas_" + routine.substr(0, routine.find("_sub"));
@@ -148,8 +143,7 @@ std::string Member::core() const
 
 bool Member::is_word(const std::string& word) const
 {
-    const auto all = words(arguments);
-    return std::find(all.begin(), all.end(), word) != all.end();
+    return lists(arguments, word);
 }
 
 std::string Member::partner(const std::string& argument) const
@@ -173,8 +167,7 @@ std::string Member::row_letters(const std::string& option) const
 
 bool Member::conjugates(const std::string& argument) const
 {
-    const auto all = words(family->rows);
-    return std::find(all.begin(), all.end(), argument + "*") != all.end();
+    return lists(family->rows, argument + "*");
 }
 
 std::vector<Step> steps(const Member& member, int layout)
@@ -182,6 +175,14 @@ std::vector<Step> steps(const Member& member, int layout)
     const std::string order = member.family->order;
     const bool level2 = order == "level2";
     std::vector<Step> all;
+    const auto numbered = [&](std::vector<Step> told) {
+        const auto list = words(member.arguments);
+        for (Step& step : told)
+            for (std::size_t i = 0; step.code == 0 && i < list.size(); ++i)
+                if (list[i].substr(0, list[i].find('(')) == step.argument)
+                    step.code = static_cast<int>(i) + 1;
+        return told;
+    };
     if (level2 || order == "level3" || order == "sized") {
         const auto rank = [&](const std::string& name) {
             return option_of(name) != nullptr   ? 1
@@ -191,12 +192,12 @@ std::vector<Step> steps(const Member& member, int layout)
                    : name.starts_with("stride") ? 6
                                                 : 2;
         };
-        for (const Parameter& p : parameters(member.arguments))
+        for (const PublishedArgument& p : parameters(member.arguments))
             if (p.tested || p.name == "layout")
                 all.push_back({p.name, 0, level2 && rank(p.name) == 1});
         std::stable_sort(all.begin(), all.end(),
                          [&](const Step& a, const Step& b) { return rank(a.argument) < rank(b.argument); });
-        return all;
+        return numbered(all);
     }
     for (std::string word : words(order)) {
         if (const std::size_t colon = word.find(':'); colon != std::string::npos) {
@@ -208,7 +209,7 @@ std::vector<Step> steps(const Member& member, int layout)
         all.push_back({word.substr(0, word.find_first_of("@+")),
                        at == std::string::npos ? 0 : std::stoi(word.substr(at + 1)), word.back() == '+'});
     }
-    return all;
+    return numbered(all);
 }
 
 } // namespace qnm::tests

@@ -1,15 +1,12 @@
 // What the C interface adds to the Fortran routines, written by hand: orders of tests and row-major calls.
 #pragma once
 
+#include "support/layouts.hpp"
 #include "support/published.hpp"
-
-#include <map>
 
 namespace qnm::tests {
 
-constexpr int row_major = 101;
-constexpr int column_major = 102;
-constexpr int conjugate_transpose = 113;
+inline constexpr int conjugate_transpose = 113;
 
 /// Members with one behaviour.
 struct Family {
@@ -39,7 +36,6 @@ struct Member {
     bool single() const { return letter == 's' || letter == 'c'; }
     bool is(const char* part) const { return routine.find(part) != std::string::npos; }
     std::string name() const;
-    std::string reported() const; // the name of what a product at run time calls
     std::string core() const;
     bool has_layout() const { return is_word("layout"); }
     bool has_groups() const { return is_word("group_size"); }
@@ -58,7 +54,7 @@ const std::vector<Member>& group_members();
 /// Those whose names without letter are among the words.
 std::vector<Member> members_of(const std::string& roots);
 
-/// The tests in their order.
+/// The tests in their order in a layout.
 struct Step {
     std::string argument;
     int code = 0; // 0: its position

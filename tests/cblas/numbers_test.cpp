@@ -1,7 +1,7 @@
 // What comes out over the open core: row-major calls and their column-major twins, group batches and single
 // calls. All numbers are small integers, so that sums and products are exact whatever their order, and
 // results have to be equal to the last bit.
-#include "c_call.hpp"
+#include "calls.hpp"
 
 #include <algorithm>
 #include <complex>
@@ -34,15 +34,15 @@ struct Shape {
     std::int64_t rows = 1, columns = 1, below = 0, above = 0;
 };
 
-bool plain(const CCall& call, const char* option)
+bool plain(const FunctionCall& call, const char* option)
 {
-    return !call.has(option) || call.get(option) == option_of(option)->first;
+    return !call.has(option) || call.integer(option) == option_of(option)->first;
 }
 
-Shape shape_of(const CCall& call, const std::string& name)
+Shape shape_of(const FunctionCall& call, const std::string& name)
 {
-    const std::string root = call.member().routine.substr(1);
-    const auto size = [&](const char* n) { return call.has(n) ? call.get(n) : std::int64_t{0}; };
+    const std::string root = call.signature().root;
+    const auto size = [&](const char* n) { return call.has(n) ? call.integer(n) : std::int64_t{0}; };
     const std::int64_t m = size("m"), n = size("n"), k = size("k");
     Shape s;
     if (name == "x" || name == "y") {
@@ -57,7 +57,7 @@ Shape shape_of(const CCall& call, const std::string& name)
         return s;
     }
     const bool rank_k = root.find("rk") != std::string::npos || root.find("r2k") != std::string::npos;
-    const bool product = root.starts_with("gemm"), first = name == "a";
+    const bool product = root.starts_with("gemm"), first = name[0] == 'a';
     s.rows = m;
     s.columns = n;
     if (name == "c") {
@@ -74,8 +74,8 @@ Shape shape_of(const CCall& call, const std::string& name)
     }
     if (first && root.substr(1).starts_with("b") && root.size() == 4) {
         s.form = Shape::band;
-        s.below = call.has("kl") ? call.get("kl") : k;
-        s.above = call.has("ku") ? call.get("ku") : k;
+        s.below = call.has("kl") ? call.integer("kl") : k;
+        s.above = call.has("ku") ? call.integer("ku") : k;
     } else if (first && !call.has("lda")) {
         s.form = Shape::packed;
     }
@@ -83,57 +83,58 @@ Shape shape_of(const CCall& call, const std::string& name)
 }
 
 /// Place of element (i, j) of matrix p of a batch, or -1 if it is not stored.
-std::int64_t place(const CCall& call, const std::string& name, std::int64_t p, std::int64_t i, std::int64_t j)
+std::int64_t place(const FunctionCall& call, const std::string& name, std::int64_t p, std::int64_t i,
+                   std::int64_t j)
 {
     Shape s = shape_of(call, name);
-    const std::int64_t offset = call.has("stride" + name) ? p * call.get("stride" + name) : 0;
+    const std::int64_t offset = call.has("stride" + name) ? p * call.integer("stride" + name) : 0;
     if (name == "x" || name == "y") {
-        const std::int64_t increment = call.get("inc" + name);
+        const std::int64_t increment = call.integer("inc" + name);
         return offset + (increment < 0 ? (s.rows - 1 - i) * -increment : i * increment);
     }
     bool upper = plain(call, "uplo");
-    if (call.layout() == row_major) { // the transpose, by columns
+    if (call.by_rows()) { // the transpose, by columns
         std::swap(i, j);
         std::swap(s.below, s.above);
         upper = !upper;
     }
     if (s.form == Shape::full) // both triangles have their places
-        return offset + i + j * call.get("ld" + name);
+        return offset + i + j * call.integer("ld" + name);
     if (s.triangle)
         (upper ? s.below : s.above) = 0;
     if (s.form == Shape::band)
-        return i - j > s.below || j - i > s.above ? -1 : j * call.get("ld" + name) + s.above + i - j;
+        return i - j > s.below || j - i > s.above ? -1 : j * call.integer("ld" + name) + s.above + i - j;
     if (upper)
         return i <= j ? j * (j + 1) / 2 + i : -1;
     return i >= j ? j * s.rows - j * (j - 1) / 2 + i - j : -1;
 }
 
 /// Numbers that keep all results exact: solutions divide by units alone.
-Number draw(const Member& member, const std::string& name, std::int64_t i, std::int64_t j)
+Number draw(const Signature& s, const std::string& name, std::int64_t i, std::int64_t j)
 {
-    const bool solves = member.is("sv") || member.is("trsm");
-    const std::string kind = member.routine.substr(1, 2);
+    const bool solves = s.root.find("sv") != std::string::npos || s.root.starts_with("trsm");
+    const std::string kind = s.root.substr(0, 2);
     const bool hermitian = kind == "he" || kind == "hb" || kind == "hp";
-    if (solves && name == "a" && i == j)
+    if (solves && name[0] == 'a' && i == j)
         return integer(0, 1) == 0 ? -1 : 1;
-    const int most = solves && name == "a" ? 1 : 3;
-    const bool real = !member.complex() || (hermitian && i == j && (name == "a" || name == "c"));
+    const int most = solves && name[0] == 'a' ? 1 : 3;
+    const bool real = !s.letter.is_complex() || (hermitian && i == j && (name[0] == 'a' || name == "c"));
     return {static_cast<double>(integer(-most, most)), real ? 0.0 : integer(-most, most)};
 }
 
 /// Runs one call on some numbers, drawn where they are missing, and gives back all that is stored then.
-Values run(CCall& call, Values& numbers)
+Values run(FunctionCall& call, Values& numbers)
 {
     constexpr double untouched = 77;
-    const std::size_t parts = call.member().complex() ? 2 : 1;
+    const std::size_t parts = call.signature().letter.is_complex() ? 2 : 1;
     const auto each = [&](const std::string& name, auto visit) {
         const Shape s = shape_of(call, name);
-        for (std::int64_t p = 0; p < (call.has("batch_size") ? call.get("batch_size") : 1); ++p)
+        for (std::int64_t p = 0; p < (call.has("batch_size") ? call.integer("batch_size") : 1); ++p)
             for (std::int64_t i = 0; i < s.rows; ++i)
                 for (std::int64_t j = 0; j < s.columns; ++j)
                     visit(place(call, name, p, i, j), i, j);
     };
-    std::vector<std::string> arrays = call.names();
+    std::vector<std::string> arrays = names(call);
     std::erase_if(arrays, [](const std::string& name) { return !is_matrix(name); });
     for (const std::string& name : arrays) {
         std::vector<double> values(call.size(name), untouched);
@@ -141,13 +142,13 @@ Values run(CCall& call, Values& numbers)
         std::size_t index = 0;
         each(name, [&](std::int64_t at, std::int64_t i, std::int64_t j) {
             if (fresh)
-                numbers[name].push_back(draw(call.member(), name, i, j));
+                numbers[name].push_back(draw(call.signature(), name, i, j));
             const Number number = numbers[name].at(index++);
             for (std::size_t part = 0; at >= 0 && part < parts; ++part)
                 values.at(parts * static_cast<std::size_t>(at) + part) =
                     part == 0 ? number.real() : number.imag();
         });
-        call.put(name, values);
+        call.assign(name, values);
     }
     call.run();
     Values got;
@@ -181,9 +182,8 @@ TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
         SCOPED_TRACE(member.name());
         ++compared;
         for (int round = 0; round < 3; ++round) {
-            CCall columns(member, column_major), rows(member, row_major);
-            columns.each_choice([&] {
-                for (const std::string& name : columns.names()) {
+            filled(member, column_major).each_choice([&](FunctionCall columns) {
+                for (const std::string& name : names(columns)) {
                     const bool in_band = columns.has("k") && !columns.has("ldc");
                     if (name == "m" || name == "n" || name == "k")
                         columns.set(name, name == "k" && in_band ? integer(0, 2) : integer(1, 5));
@@ -191,13 +191,13 @@ TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
                         columns.set(name, integer(0, 2));
                     else if (name.starts_with("inc"))
                         columns.set(name, integer(1, 3) * (integer(0, 1) == 0 ? -1 : 1));
-                    else if (is_scalar(name))
+                    else if (is_number(name))
                         columns.scalar(name, integer(-2, 2), integer(-2, 2));
                 }
-                rows.assign(columns);
-                rows.set("layout", row_major);
-                for (CCall* call : {&columns, &rows})
-                    for (const std::string& name : call->settle().names())
+                FunctionCall rows = filled(member, row_major);
+                rows.assign(columns).set("layout", row_major);
+                for (FunctionCall* call : {&columns, &rows})
+                    for (const std::string& name : names(*call))
                         if (name.starts_with("ld"))
                             call->set(name, call->bound(name) + integer(0, 3));
                         else if (name.starts_with("stride"))
@@ -212,60 +212,69 @@ TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
 }
 
 /// A single call with the parameters of one group.
-CCall single_call(const CCall& batch, std::size_t group)
+FunctionCall single_call(const Member& member, const FunctionCall& batch, std::size_t group)
 {
-    const Member& member = batch.member();
     const std::string root = member.routine.substr(1);
     for (const Member& single : members_of(root.substr(0, root.find("_batch"))))
         if (single.letter == member.letter && single.wide == member.wide) {
-            CCall call(single, batch.layout());
-            for (const std::string& name : call.names())
-                if (is_scalar(name) && single.complex())
-                    call.scalar(name, batch.get<double>(name, 2 * group),
-                                batch.get<double>(name, 2 * group + 1));
-                else if (!is_matrix(name))
-                    call.put(name, batch.get<double>(name, group));
-                else {
+            FunctionCall call = filled(single, batch.by_rows() ? row_major : column_major);
+            for (const std::string& name : names(call))
+                if (is_matrix(name)) {
                     std::vector<double> values(call.size(name));
                     std::generate(values.begin(), values.end(), [] { return integer(-3, 3); });
-                    call.put(name, values);
+                    call.assign(name, values);
+                } else {
+                    const std::size_t parts = call.size(name);
+                    for (std::size_t part = 0; part < parts; ++part)
+                        call.put(name, batch.number(batch.index(name), parts * group + part), part);
                 }
             return call;
         }
     throw std::out_of_range(root);
 }
 
+/// The last code that is taken for an option.
+int last_code(const FunctionCall& call, const std::string& option)
+{
+    for (const catalogue::Place& place : call.callee().places)
+        if (place.parameter == static_cast<int>(call.index(option)))
+            return place.letters.rbegin()->first;
+    throw std::out_of_range(option);
+}
+
 TEST(Numbers, GroupBatchesComeToWhatSingleCallsMake)
 {
     each_layout(group_members(), [](const Member& member, int layout) {
         if (!member.has_layout() || member.is("dgmm"))
-            return;                     // these have no single call in either layout
-        CCall batch(member, layout, 2); // of one problem and of two
-        for (const std::string& name : batch.names()) {
-            if (const Option* option = option_of(name); option != nullptr && name != "diag")
-                batch.set(name, option->first + static_cast<int>(batch.accepted(name).size()) - 1, 1);
+            return;                                     // these have no single call in either layout
+        FunctionCall batch = filled(member, layout, 2); // of one problem and of two
+        for (const std::string& name : names(batch)) {
+            if (option_of(name) != nullptr && name != "diag")
+                batch.set(name, last_code(batch, name), 1);
             else if (name == "diag") // so that solutions divide by nothing
                 batch.set(name, 132, 0).set(name, 132, 1);
             else if (name == "m" || name == "n" || name == "k")
-                batch.set(name, batch.get(name) - 1, 1);
+                batch.set(name, batch.integer(name) - 1, 1);
             else if (name.starts_with("inc"))
                 batch.set(name, -2, 1);
-            for (std::size_t i = 0; is_scalar(name) && i < batch.size(name); ++i)
+            for (std::size_t i = 0; is_number(name) && i < batch.size(name); ++i)
                 batch.put(name, integer(1, 3), i);
         }
-        std::vector<CCall> together;
+        std::vector<FunctionCall> together;
         for (const std::size_t group : {0U, 1U, 1U})
-            together.push_back(single_call(batch, group));
-        std::vector<CCall> alone = together;
-        for (const std::string& name : batch.names())
+            together.push_back(single_call(member, batch, group));
+        std::vector<FunctionCall> alone = together;
+        for (const std::string& name : names(batch))
             for (std::size_t p = 0; is_matrix(name) && p < 3; ++p)
-                batch.set(name, reinterpret_cast<std::intptr_t>(together[p].address(name)), p);
+                batch.put(
+                    name,
+                    static_cast<long double>(reinterpret_cast<std::intptr_t>(together[p].address(name))), p);
         batch.run();
         for (std::size_t p = 0; p < 3; ++p) {
-            const CCall before = alone[p];
+            const FunctionCall before = alone[p];
             alone[p].run();
             bool changed = false;
-            for (const std::string& name : alone[p].names())
+            for (const std::string& name : names(alone[p]))
                 if (is_matrix(name)) {
                     EXPECT_EQ(together[p].values(name), alone[p].values(name)) << name;
                     changed = changed || alone[p].values(name) != before.values(name);

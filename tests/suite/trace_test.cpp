@@ -64,6 +64,22 @@ TEST_F(Trace, EveryEntryPrintsItsLineWithIntegersAsTheCoreLeftThem)
     }
 }
 
+TEST_F(Trace, AWideCallPrintsZeroForAnIntegerThatIsNotThere)
+{
+    for (const Signature* s : entries()) {
+        const bool tests = frame(*s) == "checked";
+        FunctionCall call(*s);
+        if (s->family != "blas" || is_narrow(*s) || tests || call.has_groups() || frame(*s) == "bare")
+            continue;
+        QNM_TRACE_SIGNATURE(*s);
+        for (std::size_t i = 0; i < s->parameters.size(); ++i)
+            if (call.is_scalar(i))
+                call.point(s->parameters[i].name, nullptr);
+        run(call);
+        expect_line(call);
+    }
+}
+
 // Of matrix copy the core gets complex scalars of the value form by an address of the layer's.
 TEST_F(Trace, MatrixCopiesPrintTheirLine)
 {

@@ -78,23 +78,6 @@ std::vector<const Signature*> signatures(const std::function<bool(const Signatur
     return all;
 }
 
-template <class Visit>
-auto FunctionCall::as(Type type, Visit visit)
-{
-    switch (type) {
-    case Type::byte:
-        return visit(char{});
-    case Type::int32:
-        return visit(std::int32_t{});
-    case Type::int64:
-        return visit(std::int64_t{});
-    case Type::float32:
-        return visit(float{});
-    default:
-        return visit(double{});
-    }
-}
-
 std::size_t FunctionCall::bytes(Type type)
 {
     return as(type, [](auto value) { return sizeof value; });
@@ -127,8 +110,8 @@ FunctionCall::Type FunctionCall::type_of(std::size_t i, std::size_t& parts) cons
         return Type::int32;
     if (is_integer(i))
         return narrow() ? Type::int32 : Type::int64;
-    if (p.argument == nullptr)
-        return Type::int64; // the length of a result
+    if (p.argument == nullptr || p.argument->pointers)
+        return Type::int64; // the length of a result, addresses
     const std::string type = catalogue::c_type(p.argument->type, signature_->letter, signature_->form->width);
     const bool is_complex = type == "qnm_complex8" || type == "qnm_complex16";
     parts = is_complex ? 2 : 1;
@@ -164,9 +147,9 @@ FunctionCall::FunctionCall(const Signature& s, int layout, int groups)
             for (std::size_t k = 0; k < count * parts; ++k)
                 store(slot, k, k == 1 ? 0.25 : 1.5 + static_cast<double>(i));
     }
-    for (const Parameter& p : s.parameters)
-        if (may_conjugate() && p.travel == Travel::address)
-            fill(p.name, 8192); // the layer reads vectors
+    for (std::size_t i = 0; i < slots_.size(); ++i)
+        if (may_conjugate() && slots_[i].pointed)
+            fill(parameters()[i].name, 8192); // the layer reads vectors
     settle().make_valid();
 }
 
@@ -353,7 +336,7 @@ FunctionCall& FunctionCall::settle()
     for (std::size_t i = 0; i < slots_.size(); ++i)
         for (std::size_t k = 0; is_integer(i) && k < size(i); ++k) {
             std::int64_t value = valid_value(i, static_cast<int>(k));
-            while (!used.insert(value).second && !counts(parameters()[i].name))
+            while (k < 3 && !used.insert(value).second && !counts(parameters()[i].name))
                 ++value;
             store(slots_[i], k, static_cast<long double>(value));
         }
@@ -554,90 +537,6 @@ bool FunctionCall::operator==(const FunctionCall& other) const
                       [](const Slot& a, const Slot& b) { return a.memory == b.memory; });
 }
 
-void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const Odd& odd) const
-{
-    EXPECT_TRUE(noted.aligned());
-    std::size_t word = 0, real = 0;
-    std::set<std::uint64_t> copies;
-    for (const Place& place : callee.places) {
-        if (place.parameter < 0) {
-            EXPECT_EQ(noted.int32(word++), std::stoi(place.constant)) << "constant";
-            continue;
-        }
-        const auto i = static_cast<std::size_t>(place.parameter);
-        const Slot& slot = slots_[i];
-        const std::string& name = parameters()[i].name;
-        const bool number = (slot.type == Type::float32 || slot.type == Type::float64) && size(i) == 1;
-        if (number && (place.fill == Fill::read || (place.fill == Fill::as_it_is && slot.by_value))) {
-            EXPECT_EQ(slot.type == Type::float32 ? noted.real32(real) : noted.real(real),
-                      static_cast<double>(this->number(i)))
-                << name;
-            ++real;
-            continue;
-        }
-        if (place.fill == Fill::widened && !slot.by_value) {
-            expect_local(noted, word, name);
-            EXPECT_TRUE(copies.insert(noted.word(word)).second) << name;
-        }
-        if (!odd || !odd(i, word))
-            expect_place(noted, word, place);
-        ++word;
-    }
-}
-
-void FunctionCall::expect_place(const Call& noted, std::size_t at, const Place& place) const
-{
-    const auto i = static_cast<std::size_t>(place.parameter);
-    const Slot& slot = slots_[i];
-    const std::string& name = parameters()[i].name;
-    const bool is_letter = slot.type == Type::byte && facts(i) != nullptr && facts(i)->type == "char";
-    switch (place.fill) {
-    case Fill::as_it_is:
-        if (slot.by_value && is_letter)
-            EXPECT_EQ(static_cast<char>(noted.word(at)), letter(i)) << name;
-        else
-            EXPECT_EQ(
-                slot.type == Type::int32 && slot.by_value ? noted.word(at) & 0xFFFF'FFFF : noted.word(at),
-                slot.type == Type::int32 && slot.by_value ? word(i).bits() & 0xFFFF'FFFF : word(i).bits())
-                << name;
-        break;
-    case Fill::widened:
-        EXPECT_EQ(slot.by_value ? noted.int64(at) : noted.behind(at), integer(i)) << name;
-        break;
-    case Fill::copied:
-        EXPECT_NE(noted.word(at), word(i).bits()) << name;
-        EXPECT_EQ(noted.behind(at), integer(i)) << name;
-        break;
-    case Fill::read:
-        EXPECT_EQ(is_letter ? static_cast<char>(noted.word(at)) : noted.int64(at), integer(i)) << name;
-        break;
-    case Fill::letter:
-        EXPECT_EQ(noted.letter(at), letter(i)) << name;
-        break;
-    case Fill::addressed:
-        if (is_integer(i) && !(has_groups() && narrow()))
-            EXPECT_EQ(noted.behind(at), integer(i)) << name;
-        else
-            as(slot.type, [&](auto element) {
-                EXPECT_EQ(noted.behind<decltype(element)>(at),
-                          static_cast<decltype(element)>(this->number(i)))
-                    << name;
-            });
-        break;
-    case Fill::conjugated:
-        EXPECT_NE(noted.word(at), word(i).bits()) << name;
-        break;
-    case Fill::constant:
-        break;
-    }
-}
-
-void expect_local(const Call& noted, std::size_t word, const std::string& name)
-{
-    constexpr std::uint64_t frame_bytes = 16384;
-    EXPECT_LT(noted.word(word) - noted.arguments().rsp, frame_bytes) << name << " is no local copy";
-}
-
 std::string letters_of(const Argument& option, const std::vector<ExpressionPtr>& expressions)
 {
     std::string letters = option.letters;
@@ -669,12 +568,6 @@ std::string core_name(const Signature& s)
     else if (name.ends_with(direct))
         name.resize(name.size() - direct.size());
     return "qnm_blas_" + name;
-}
-
-CoreTest::CoreTest()
-{
-    core().ignore("qnm_serv_verbose_mode");
-    core().answers("qnm_lapack_ilaenv").with(FunctionCall::leaf_size);
 }
 
 } // namespace qnm::tests

@@ -217,11 +217,11 @@ bool is_integer(const std::string& name)
            name.starts_with("inc") || name.starts_with("stride");
 }
 
-std::vector<Parameter> parameters(const std::string& arguments)
+std::vector<PublishedArgument> parameters(const std::string& arguments)
 {
-    std::vector<Parameter> all;
+    std::vector<PublishedArgument> all;
     for (const std::string& word : words(arguments)) {
-        Parameter p;
+        PublishedArgument p;
         p.name = word.substr(0, word.find_first_of("(~=@"));
         p.by_value = word.back() == '=';
         const std::size_t bracket = word.find('('), at = word.find('@');

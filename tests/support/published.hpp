@@ -31,12 +31,12 @@ const std::map<std::string, bool>& lapack_members();
 const std::map<std::string, std::vector<int>>& lapack_checks();
 
 /// A word of an argument list.
-struct Parameter {
+struct PublishedArgument {
     std::string name, letters; // letters of options
     bool tested = false, by_value = false;
     int code = 0;
 };
-std::vector<Parameter> parameters(const std::string& arguments);
+std::vector<PublishedArgument> parameters(const std::string& arguments);
 
 /// An option's letters in the order of the C interface's codes, of which the first is told.
 struct Option {
@@ -50,6 +50,11 @@ bool is_integer(const std::string& name);
 /// Name and letter of each member, in lower case.
 std::vector<std::pair<std::string, char>> expand(const std::string& members);
 std::vector<std::string> words(const std::string& text);
+/// Whether a word is one of a list with blanks between.
+inline bool lists(const std::string& list, const std::string& word)
+{
+    return (" " + list + " ").find(" " + word + " ") != std::string::npos;
+}
 
 /// The least value of an argument by a list of bounds; 0 for sizes without one. `value` tells integers and
 /// `first` whether an option has the first letter of its kind.

@@ -1,0 +1,93 @@
+// What the recording core got of a call, against its signature.
+#include "support/function_call.hpp"
+
+namespace qnm::tests {
+
+using catalogue::Callee;
+using catalogue::Place;
+
+void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const Odd& odd) const
+{
+    EXPECT_TRUE(noted.aligned());
+    std::size_t word = 0, real = 0;
+    std::set<std::uint64_t> copies;
+    for (const Place& place : callee.places) {
+        if (place.parameter < 0) {
+            EXPECT_EQ(noted.int32(word++), std::stoi(place.constant)) << "constant";
+            continue;
+        }
+        const auto i = static_cast<std::size_t>(place.parameter);
+        const Slot& slot = slots_[i];
+        const std::string& name = parameters()[i].name;
+        const bool number = (slot.type == Type::float32 || slot.type == Type::float64) && size(i) == 1;
+        if (number && (place.fill == Fill::read || (place.fill == Fill::as_it_is && slot.by_value))) {
+            EXPECT_EQ(slot.type == Type::float32 ? noted.real32(real) : noted.real(real),
+                      static_cast<double>(this->number(i)))
+                << name;
+            ++real;
+            continue;
+        }
+        if (place.fill == Fill::widened && !slot.by_value) {
+            expect_local(noted, word, name);
+            EXPECT_TRUE(copies.insert(noted.word(word)).second) << name;
+        }
+        if (!odd || !odd(i, word))
+            expect_place(noted, word, place);
+        ++word;
+    }
+}
+
+void FunctionCall::expect_place(const Call& noted, std::size_t at, const Place& place) const
+{
+    const auto i = static_cast<std::size_t>(place.parameter);
+    const Slot& slot = slots_[i];
+    const std::string& name = parameters()[i].name;
+    const bool is_letter = slot.type == Type::byte && facts(i) != nullptr && facts(i)->type == "char";
+    switch (place.fill) {
+    case Fill::as_it_is:
+        if (slot.by_value && is_letter)
+            EXPECT_EQ(static_cast<char>(noted.word(at)), letter(i)) << name;
+        else
+            EXPECT_EQ(
+                slot.type == Type::int32 && slot.by_value ? noted.word(at) & 0xFFFF'FFFF : noted.word(at),
+                slot.type == Type::int32 && slot.by_value ? word(i).bits() & 0xFFFF'FFFF : word(i).bits())
+                << name;
+        break;
+    case Fill::widened:
+        EXPECT_EQ(slot.by_value ? noted.int64(at) : noted.behind(at), integer(i)) << name;
+        break;
+    case Fill::copied:
+        EXPECT_NE(noted.word(at), word(i).bits()) << name;
+        EXPECT_EQ(noted.behind(at), integer(i)) << name;
+        break;
+    case Fill::read:
+        EXPECT_EQ(is_letter ? static_cast<char>(noted.word(at)) : noted.int64(at), integer(i)) << name;
+        break;
+    case Fill::letter:
+        EXPECT_EQ(noted.letter(at), letter(i)) << name;
+        break;
+    case Fill::addressed:
+        if (is_integer(i) && !(has_groups() && narrow()))
+            EXPECT_EQ(noted.behind(at), integer(i)) << name;
+        else
+            as(slot.type, [&](auto element) {
+                EXPECT_EQ(noted.behind<decltype(element)>(at),
+                          static_cast<decltype(element)>(this->number(i)))
+                    << name;
+            });
+        break;
+    case Fill::conjugated:
+        EXPECT_NE(noted.word(at), word(i).bits()) << name;
+        break;
+    case Fill::constant:
+        break;
+    }
+}
+
+void expect_local(const Call& noted, std::size_t word, const std::string& name)
+{
+    constexpr std::uint64_t frame_bytes = 16384;
+    EXPECT_LT(noted.word(word) - noted.arguments().rsp, frame_bytes) << name << " is no local copy";
+}
+
+} // namespace qnm::tests
