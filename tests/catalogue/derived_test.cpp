@@ -37,7 +37,7 @@ TEST(Derived, FactsAreThosePublished)
                 widened ldb, beta, c, widened ldc, 1, 1) arguments 1: transa, const char*
                 ... 3: m, const int* ... 6: alpha, const double*
                 ... line DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d) cell dgemm.verbose_ptr
-                check qnm_blas_errchk_dgemm, reports "DGEMM " nrowa = (transa is N ? m : k) ... tests, in this order
+                check qnm_blas_errchk_dgemm, reports "DGEMM " where nrowa = (transa is N ? m : k) ... tests, in this order
                 1: transa in NCT 2: transb in NCT 3: m >= 0 4: n >= 0 5: k >= 0 8: lda >= max(1,nrowa)
                 10: ldb >= max(1,nrowb) 13: ldc >= max(1,m) end;
             DGEMM_64 => spelled DGEMM_64 dgemm_64 dgemm_64_ result ... calls qnm_blas_dgemm(transa, transb, m, ...
