@@ -91,61 +91,12 @@ TEST_F(Generator, WritesOnlyWhatChanged)
     EXPECT_THAT(read(source), HasSubstr("qnm_blas_scopy"));
 }
 
-TEST_F(Generator, ExplainsOneNameOfEachClass)
+TEST_F(Generator, ExplainsWhatItKnowsAndRefusesTheRest)
 {
-    const struct {
-        std::string name;
-        std::vector<std::string> told, not_told;
-    } all[]{{"dgemm_",
-             {"DGEMM\n  row       blas/level3.tab:", "steps     checked, src/blas/checked.hpp",
-              "spelled   DGEMM dgemm dgemm_ qnm_blas__dgemm\n",
-              "calls     qnm_blas_dgemm(transa, transb, widened m, widened n, widened k, alpha, a, widened "
-              "lda, b, "
-              "widened ldb, beta, c, widened ldc, 1, 1)\n",
-              "    3: m, const int*\n", "    6: alpha, const double*\n",
-              "line      DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)\n", "cell      dgemm.verbose_ptr\n",
-              "check     qnm_blas_errchk_dgemm, reports \"DGEMM \"\n", "    nrowa = (transa is N ? m : k)\n",
-              "    8: lda >= max(1,nrowa)\n"},
-             {}},
-            {"caxpy_64",
-             {"steps     unchecked, src/blas/unchecked.hpp", "    2: alpha, const qnm_complex8*\n"},
-             {"widened", "check "}},
-            {"SGTHR", {"steps     scratch, src/blas/scratch.hpp"}, {}},
-            {"DDOT_DIRECT",
-             {"steps     bare, src/blas/bare.hpp",
-              "qnm_blas_xddot(widened n, x, widened incx, y, widened incy) when (n < 1501)\n"},
-             {"cell"}},
-            {"cblas_zgerc",
-             {"row       cblas/level2.tab:",
-              "calls     qnm_blas__zgerc(&m, &n, alpha, x, &incx, y, &incy, a, &lda)\n",
-              "calls     qnm_blas__zgeru(&n, &m, alpha, y, &incy, x, &incx, a, &lda) when row-major\n",
-              "    10: lda"},
-             {}},
-            {"LAPACKE_dgesv_work",
-             {"work level, src/lapacke/work.hpp, on lapack/lu.tab:",
-              "calls     qnm_lapack__dgesv_(&n, &nrhs, a, &lda, ipiv, b, &ldb)\n",
-              "    4: a, double*, goes in as ge(n, n), comes back as ge(n, n)\n",
-              "    -5: lda >= n in row-major\n"},
-             {}},
-            {"xerbla_array_", {"steps     registered, src/lapack/entry.hpp"}, {}},
-            {"QNM_Get_Version_String", {"calls     qnm_serv_get_version_string_c(text, length)\n"}, {}},
-            {"qnm_get_version_string_", {"calls     qnm_serv_get_version_string(text, length)\n"}, {}},
-            {"cblas_xerbla", {"steps     own, src/frame/report.cpp"}, {"calls"}}};
-    for (const auto& [name, told, not_told] : all) {
-        ASSERT_EQ(run("--explain " + name + " " + all_tables), 0) << name;
-        for (const std::string& part : told)
-            EXPECT_THAT(out_, HasSubstr(part));
-        for (const std::string& part : not_told)
-            EXPECT_THAT(out_, ::testing::Not(HasSubstr(part)));
-    }
-}
-
-TEST_F(Generator, RefusesWhatItDoesNotKnow)
-{
+    EXPECT_EQ(run("--explain dgemm_ " + all_tables), 0);
+    EXPECT_THAT(out_, ::testing::StartsWith("DGEMM\n  row       blas/level3.tab:"));
     for (const auto& [words, status, said] :
          {std::tuple{"--explain dgemmm " + all_tables, 1, "generate: no row exports the name dgemmm\n"},
-          {"--explain LAPACKE_ilaver_work " + all_tables, 1,
-           "generate: no row exports the name LAPACKE_ilaver_work\n"},
           {"--explain", 2, "usage: generate"},
           {"poetry level1.tab /dev/null " + all_tables, 2, "usage: generate"},
           {"source blas/level1.tab /dev/null /nonexistent/level1.tab", 1,

@@ -5,8 +5,6 @@
 #include <bit>
 #include <cstdio>
 #include <gtest/gtest.h>
-#include <stdexcept>
-#include <sys/wait.h>
 
 namespace qnm {
 namespace {
@@ -15,18 +13,13 @@ namespace {
 std::string output(const std::string& program, const std::string& argument = "",
                    const std::string& preload = "", int wanted_exit = 0)
 {
-    SCOPED_TRACE(program + " " + argument + " " + preload);
     const std::string command = "ulimit -t 10; LD_PRELOAD='" + preload + "' exec " + QNM_CHAIN_PROGRAMS "/" +
                                 program + " " + argument;
     FILE* const pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("no pipe");
     std::string text;
     for (int c = 0; (c = std::fgetc(pipe)) != EOF;)
         text.push_back(static_cast<char>(c));
-    const int status = pclose(pipe);
-    EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-    EXPECT_EQ(WEXITSTATUS(status), wanted_exit);
+    EXPECT_EQ(pclose(pipe), wanted_exit << 8) << command;
     return text;
 }
 
@@ -62,10 +55,10 @@ TEST(ErrorChain, FirstNameTakesTheReport)
         const std::string wanted = reports_at(taker(published::chains()[0], choice)),
                           number = std::to_string(choice);
         EXPECT_EQ(output("own_" + number), wanted);
-        if (QNM_SANITIZED) // asks for position-independent programs, and has to be the first library of one
-            continue;
-        EXPECT_EQ(output("fixed_" + number), wanted);
-        EXPECT_EQ(output("own_0", "", preloads(0, choice)), wanted);
+        if (!QNM_SANITIZED) { // asks for position-independent programs, and has to be the first library
+            EXPECT_EQ(output("fixed_" + number), wanted);
+            EXPECT_EQ(output("own_0", "", preloads(0, choice)), wanted);
+        }
     }
     if (QNM_SANITIZED)
         return;

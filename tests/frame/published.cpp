@@ -19,29 +19,34 @@ std::string changed(std::string text, int (*change)(int))
     return text;
 }
 
-std::string upper(const std::string& text)
+/// Patterns with a name in the place of NAME in upper case, of name in lower case, and of Name as it is.
+Names spelled(const std::string& patterns, const std::string& name)
 {
-    return changed(text, std::toupper);
+    const std::pair<const char*, std::string> forms[]{
+        {"NAME", changed(name, std::toupper)}, {"name", changed(name, std::tolower)}, {"Name", name}};
+    Names all;
+    for (std::string word : words(patterns)) {
+        for (const auto& [form, text] : forms)
+            if (const auto at = word.find(form); at != std::string::npos) {
+                word.replace(at, 4, text);
+                break;
+            }
+        all.push_back(word);
+    }
+    return all;
 }
 
-std::string lower(const std::string& text)
-{
-    return changed(text, std::tolower);
-}
-
-/// Upper case, lower case, lower case with `_`.
-Names fortran(const std::string& name)
-{
-    return {upper(name), lower(name), lower(name) + "_"};
-}
+constexpr const char* fortran = "NAME name name_";
+constexpr const char* both_widths = "NAME name name_ NAME_64 name_64 name_64_";
 
 /// QNM_Get_Version -> qnm_serv_get_version
 std::string of_core(const std::string& service)
 {
-    return "qnm_serv_" + lower(service.substr(4));
+    const std::string name = changed(service, std::tolower);
+    return "qnm_serv_" + name.substr(name.starts_with("qnm_") ? 4 : 0);
 }
 
-/// The same with each letter, in lower case.
+/// The same with each letter.
 Names lettered(const std::string& letters, const std::string& roots)
 {
     Names all;
@@ -55,11 +60,6 @@ Names lettered(const std::string& letters, const std::string& roots)
 bool with_lapack(const std::string& name)
 {
     return name == "crot" || name == "zrot" || name == "xerbla_array";
-}
-
-bool is_jit(const std::string& name)
-{
-    return name.ends_with("_jit");
 }
 
 std::vector<tests::Member> c_members()
@@ -96,10 +96,9 @@ Names cblas_callees()
 
 Names of_lapacke(const std::string& routine, bool has_work_level)
 {
-    const std::string name = "LAPACKE_" + routine;
-    if (!has_work_level)
-        return {name, name + "_64"};
-    return {name, name + "_64", name + "_work", name + "_work_64"};
+    const Names both =
+        spelled("LAPACKE_name LAPACKE_name_64 LAPACKE_name_work LAPACKE_name_work_64", routine);
+    return {both.begin(), has_work_level ? both.end() : both.begin() + 2};
 }
 
 const std::vector<TwoForms>& two_forms()
@@ -117,11 +116,13 @@ const std::vector<TwoForms>& two_forms()
         for (std::string line; std::getline(in, line);) {
             const Names row = words(line);
             const std::string core = of_core(row[0]);
-            std::vector<int> widths;
-            for (auto width = row.begin() + 1; width != row.end(); ++width)
-                widths.push_back(std::stoi(*width));
-            rows.push_back({fortran(row[0]), row[0], widths, core,
+            rows.push_back({spelled(fortran, row[0]),
+                            row[0],
+                            {},
+                            core,
                             row[0] == "QNM_Get_Version_String" ? core + "_c" : core});
+            for (auto width = row.begin() + 1; width != row.end(); ++width)
+                rows.back().widths.push_back(std::stoi(*width));
         }
         return rows;
     }();
@@ -131,28 +132,21 @@ const std::vector<TwoForms>& two_forms()
 const std::vector<Forward>& forwards()
 {
     static const std::vector<Forward> all = [] {
-        std::vector<Forward> rows{{{"qnm_set_xerbla_interface"}, "qnm_serv_set_xerbla_interface"}};
-        for (const char* name : {"dsecnd", "second", "lsame"}) {
-            Names spellings = fortran(name);
-            for (const Names wide = fortran(name + std::string("_64")); const std::string& spelling : wide)
-                spellings.push_back(spelling);
-            if (name == std::string("lsame"))
-                spellings.push_back("qnm_lapack__lsame_");
-            rows.push_back({spellings, std::string("qnm_serv_") + name});
-        }
-        for (const char* name : {"QNM_SET_XERBLA", "QNM_SET_PROGRESS", "QNM_SET_PARDISO_PIVOT"})
-            rows.push_back({fortran(name), of_core(name)});
-        for (const std::string& c :
-             words("QNM_Get_Version QNM_Get_Cpu_Frequency QNM_Get_Max_Cpu_Frequency QNM_Get_Clocks_Frequency "
-                   "QNM_Get_Cpu_Clocks QNM_Get_Max_Threads QNM_Get_Dynamic QNM_Get_Num_Stripes "
-                   "QNM_Free_Buffers QNM_Thread_Free_Buffers QNM_Disable_Fast_MM QNM_Mem_Stat "
-                   "QNM_CBWR_Get_Auto_Branch QNM_Finalize")) {
-            rows.push_back({fortran(c), of_core(c)});
-            rows.back().spellings.push_back(c);
-        }
-        for (const std::string& name : words("allocate deallocate malloc free dsecnd xerbla verbose_mode "
-                                             "verbose_output_file_mode print_verbose_info"))
-            rows.push_back({{"qnm_serv_iface_" + name}, "qnm_serv_" + name});
+        std::vector<Forward> rows;
+        for (const auto& [patterns, names] :
+             {std::pair<std::string, const char*>{"name", "qnm_set_xerbla_interface"},
+              {both_widths, "dsecnd second"},
+              {both_widths + std::string(" qnm_lapack__name_"), "lsame"},
+              {fortran, "QNM_SET_XERBLA QNM_SET_PROGRESS QNM_SET_PARDISO_PIVOT"},
+              {fortran + std::string(" Name"),
+               "QNM_Get_Version QNM_Get_Cpu_Frequency QNM_Get_Max_Cpu_Frequency QNM_Get_Clocks_Frequency "
+               "QNM_Get_Cpu_Clocks QNM_Get_Max_Threads QNM_Get_Dynamic QNM_Get_Num_Stripes QNM_Free_Buffers "
+               "QNM_Thread_Free_Buffers QNM_Disable_Fast_MM QNM_Mem_Stat QNM_CBWR_Get_Auto_Branch "
+               "QNM_Finalize"},
+              {"qnm_serv_iface_name", "allocate deallocate malloc free dsecnd xerbla verbose_mode "
+                                      "verbose_output_file_mode print_verbose_info"}})
+            for (const std::string& name : words(names))
+                rows.push_back({spelled(patterns, name), of_core(name)});
         return rows;
     }();
     return all;
@@ -161,97 +155,84 @@ const std::vector<Forward>& forwards()
 const std::vector<Chain>& chains()
 {
     static const std::vector<Chain> all{
-        {{"cdecl_xerbla", "xerbla", "xerbla_", "XERBLA_", "XERBLA"}, "qnm_serv_default_xerbla"},
-        {{"cdecl_progress", "qnm_progress", "qnm_progress_", "QNM_PROGRESS_", "QNM_PROGRESS"},
+        {words("cdecl_xerbla xerbla xerbla_ XERBLA_ XERBLA"), "qnm_serv_default_xerbla"},
+        {words("cdecl_progress qnm_progress qnm_progress_ QNM_PROGRESS_ QNM_PROGRESS"),
          "qnm_serv_default_progress"},
-        {{"cdecl_pardiso_pivot", "qnm_pardiso_pivot", "qnm_pardiso_pivot_", "QNM_PARDISO_PIVOT_",
-          "QNM_PARDISO_PIVOT"},
+        {words("cdecl_pardiso_pivot qnm_pardiso_pivot qnm_pardiso_pivot_ QNM_PARDISO_PIVOT_ "
+               "QNM_PARDISO_PIVOT"),
          "qnm_serv_default_pardiso_pivot"}};
     return all;
 }
 
 std::vector<Names> bodies()
 {
-    std::vector<Names> all{
-        {"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"}};
-    const auto alone = [&](const std::string& name) { all.push_back({name}); };
+    std::vector<Names> all;
+    const auto body = [&](const std::string& patterns, const std::string& name) {
+        all.push_back(spelled(patterns, name));
+    };
+    const auto alone = [&](const Names& names, const std::string& patterns) {
+        for (const std::string& name : names)
+            for (const std::string& spelling : spelled(patterns, name))
+                all.push_back({spelling});
+    };
     for (const tests::Published& facts : tests::published())
-        for (const auto& [name, letter] : tests::expand(facts.members))
-            for (const std::string suffix : {"", "_64"}) {
-                const std::string entry_class = facts.entry_class;
-                if (entry_class == "bare" && !suffix.empty() && !is_jit(name))
-                    continue; // narrow alone
-                all.push_back(fortran(name + suffix));
-                if (suffix.empty() && entry_class != "registered")
-                    all.back().push_back("qnm_blas__" + name);
-                if (with_lapack(name))
-                    all.back().push_back("qnm_lapack__" + name + suffix + "_");
-                if (entry_class == "checked")
-                    alone("qnm_blas_errchk_" + name + (suffix.empty() ? "" : "_ilp64"));
-            }
+        for (const auto& [name, letter] : tests::expand(facts.members)) {
+            const std::string entry_class = facts.entry_class;
+            body(fortran + std::string(entry_class == "registered" ? "" : " qnm_blas__name") +
+                     (with_lapack(name) ? " qnm_lapack__name_" : ""),
+                 name);
+            if (entry_class != "bare" || name.ends_with("_jit")) // the others are narrow alone
+                body("NAME_64 name_64 name_64_" +
+                         std::string(with_lapack(name) ? " qnm_lapack__name_64_" : ""),
+                     name);
+            if (entry_class == "checked")
+                alone({name}, "qnm_blas_errchk_name qnm_blas_errchk_name_ilp64");
+        }
     for (const tests::Member& member : c_members())
-        alone(member.name());
+        alone({member.name()}, "Name");
     for (const Names& sparse : {lettered("sdcz", "axpyi gthr gthrz sctr"), lettered("sd", "roti doti"),
                                 lettered("cz", "dotui_sub dotci_sub")})
-        for (const std::string& name : sparse) {
-            alone("cblas_" + name);
-            alone("cblas_" + name + "_64");
-        }
+        alone(sparse, "cblas_name cblas_name_64");
 
-    const Names extras = lettered("sdcz", "dttrsb dtsvb"); // which have no wide name with _ behind it
     Names routines = lettered("sdcz", "dtsvb");
     for (const auto& [name, copies] : tests::lapack_members())
-        routines.push_back(name);
-    for (const std::string& name : routines)
-        for (const std::string wide : {"", "_64"}) {
-            if (with_lapack(name))
-                continue; // told above
-            all.push_back(fortran(name + wide));
-            all.back().push_back("qnm_lapack__" + name + wide + "_");
-            if (!wide.empty() && std::find(extras.begin(), extras.end(), name) != extras.end())
-                std::erase(all.back(), name + "_64_");
-        }
-    for (const auto& [name, codes] : tests::lapack_checks()) {
-        if (name.ends_with("dtsvb"))
-            continue;
-        alone("qnm_lapack_errchk_" + name);
-        alone("qnm_lapack_errchk_" + name + "_ilp64");
+        if (!with_lapack(name)) // told above
+            routines.push_back(name);
+    for (const std::string& name : routines) {
+        const bool extra = name.ends_with("dttrsb") || name.ends_with("dtsvb"); // without name_64_
+        body("NAME name name_ qnm_lapack__name_", name);
+        body("NAME_64 name_64 qnm_lapack__name_64_" + std::string(extra ? "" : " name_64_"), name);
     }
-    for (const std::string& name : lettered("sdcz", "dtsvb dttrfb"))
-        alone("qnm_lapack_ps_errchk_" + name);
+    for (const auto& [name, codes] : tests::lapack_checks())
+        if (!name.ends_with("dtsvb"))
+            alone({name}, "qnm_lapack_errchk_name qnm_lapack_errchk_name_ilp64");
+    alone(lettered("sdcz", "dtsvb dttrfb"), "qnm_lapack_ps_errchk_name");
 
-    for (const Names& helpers : {lettered("sdcz", "_nancheck gt_nancheck pt_nancheck st_nancheck"),
-                                 lettered("sdcz", "ge gg gb hs sy po pb sp pp pf tr tb tp tf tz"),
+    alone(lettered("sdcz", "_ gt_ pt_ st_"), "LAPACKE_namenancheck LAPACKE_namenancheck_64");
+    for (const Names& helpers : {lettered("sdcz", "ge gg gb hs sy po pb sp pp pf tr tb tp tf tz"),
                                  lettered("cz", "he hb hp"), lettered("sd", "sb")})
-        for (const std::string& name : helpers)
-            for (const std::string wide : {"", "_64"})
-                if (name.ends_with("nancheck"))
-                    alone("LAPACKE_" + name + wide);
-                else
-                    for (const char* kind : {"_nancheck", "_trans"})
-                        alone("LAPACKE_" + name + kind + wide);
+        alone(helpers,
+              "LAPACKE_name_nancheck LAPACKE_name_nancheck_64 LAPACKE_name_trans LAPACKE_name_trans_64");
 
-    for (const std::string& name :
-         lettered("sdcz", "omatcopy imatcopy omatcopy2 omatadd omatcopy_batch imatcopy_batch "
-                          "omatcopy_batch_strided imatcopy_batch_strided omatadd_batch_strided")) {
-        all.push_back(fortran("qnm_" + name));
-        alone("QNM_" + upper(name.substr(0, 1)) + name.substr(1));
-        alone("qnm_trans_errchk_qnm_" + name);
-    }
+    const Names copies =
+        lettered("SDCZ", "omatcopy imatcopy omatcopy2 omatadd omatcopy_batch imatcopy_batch "
+                         "omatcopy_batch_strided imatcopy_batch_strided omatadd_batch_strided");
+    for (const std::string& name : copies)
+        body("QNM_NAME qnm_name qnm_name_", name);
+    alone(copies, "QNM_Name qnm_trans_errchk_qnm_name");
 
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
-        alone(row.c);
+        alone({row.c}, "Name");
     }
     for (const Forward& row : forwards())
         all.push_back(row.spellings);
     for (const Chain& chain : chains())
-        for (const std::string& link : chain.links)
-            alone(link);
-    for (const std::string& name :
-         words("qnm_serv_iface_exit LAPACKE_get_nancheck LAPACKE_set_nancheck "
-               "LAPACKE_lsame LAPACKE_xerbla cblas_xerbla cblas_xerbla_malloc_error"))
-        alone(name);
+        alone(chain.links, "Name");
+    body(fortran + std::string(" Name"), "QNM_Set_Exit_Handler");
+    alone(words("qnm_serv_iface_exit LAPACKE_get_nancheck LAPACKE_set_nancheck LAPACKE_lsame LAPACKE_xerbla "
+                "cblas_xerbla cblas_xerbla_malloc_error"),
+          "Name");
     return all;
 }
 

@@ -9,32 +9,26 @@ namespace {
 const int one = 1, minus = -1;
 const wide_int w1 = 1, wminus = -1;
 
-class Reports : public recording::RecordedTest {
-protected:
-    static auto registered() { return Called("qnm_serv_set_xerbla_interface", layer()["cdecl_xerbla"]); }
-};
+class Reports : public recording::RecordedTest {};
 
 TEST_F(Reports, OfTheCInterfaceRegisterMeasureAndReport)
 {
-    const auto expect = [](const std::string& reporter, const std::string& name, std::vector<Word> more,
-                           int code, const std::string& shown) {
-        more.insert(more.begin(), name.c_str());
+    const auto expect = [](const std::string& reporter, const std::string& name, int code,
+                           const std::string& shown) {
         core().clear();
-        call_entry(reporter, more);
+        call_entry(reporter, {name.c_str(), code}); // the second reporter takes no code
         EXPECT_THAT(core().calls(),
-                    ElementsAre(registered(), Called("qnm_serv_strnlen_s", name.c_str(), 4096),
-                                Reported(shown, code)));
-        EXPECT_EQ(core().calls().back().pointer<const char>(0), name.c_str());
+                    ElementsAre(Called("qnm_serv_set_xerbla_interface", layer()["cdecl_xerbla"]),
+                                Called("qnm_serv_strnlen_s", name.c_str(), 4096), Reported(shown, code)));
         EXPECT_EQ(core().calls().back().code64(), code);
     };
     const std::string name = "cblas_dgemm", endless(5000, 'x');
-    for (const int code : {7, -5, 2147483647, -2147483647 - 1})
-        expect("cblas_xerbla", name, {code}, code, name);
-    expect("cblas_xerbla_malloc_error", name, {}, 1000, name);
-    expect("cblas_xerbla", endless, {1}, 1, std::string(4096, 'x'));
+    for (const int code : {7, -5})
+        expect("cblas_xerbla", name, code, name);
+    expect("cblas_xerbla", endless, 1, std::string(4096, 'x'));
     core().answers("qnm_serv_strnlen_s").with(3); // the length is what the core measures
-    expect("cblas_xerbla", name, {1}, 1, "cbl");
-    expect("cblas_xerbla_malloc_error", name, {}, 1000, "cbl");
+    expect("cblas_xerbla", name, 1, "cbl");
+    expect("cblas_xerbla_malloc_error", name, 1000, "cbl");
 }
 
 // From the end of a chain through the links, the core's router, the report and the entry; or from the core's

@@ -1,5 +1,5 @@
 // What is not a function of a checked list of arguments: links of chains, forwards, services in both forms,
-// and leaving the process.
+// and leaving the process. Spellings of one function share an address: one of them is called.
 #include "layer.hpp"
 #include "published.hpp"
 
@@ -8,19 +8,16 @@
 namespace qnm {
 namespace {
 
-class Services : public recording::RecordedTest {
-protected:
-    /// The one call that arrives at the core.
-    static Call arrived(const std::string& spelling, const std::string& target,
-                        const std::vector<Word>& words)
-    {
-        SCOPED_TRACE(spelling);
-        core().clear();
-        call_entry(spelling, words);
-        EXPECT_THAT(core().calls(), ElementsAre(Called(target)));
-        return core().calls().empty() ? Call() : core().calls().front();
-    }
-};
+class Services : public recording::RecordedTest {};
+
+/// The one call that arrives at the core.
+Call arrived(const std::string& spelling, const std::string& target, const std::vector<Word>& words)
+{
+    core().clear();
+    call_entry(spelling, words);
+    EXPECT_THAT(core().calls(), ElementsAre(Called(target))) << spelling;
+    return core().calls().empty() ? Call() : core().calls().front();
+}
 
 /// Expects one call of the core's function, with everything as it was given, and its results handed back.
 void expect_untouched(const std::string& name, const std::string& target)
@@ -40,15 +37,14 @@ void expect_untouched(const std::string& name, const std::string& target)
     EXPECT_EQ(returned.int64(), 0x0123456789ABCDEF);
     EXPECT_THAT(returned.violations, ElementsAre());
     ASSERT_THAT(core().calls(), ElementsAre(Called(target)));
-    const Call& got = core().calls().front();
+    const recording::Arguments got = core().calls().front().arguments();
     for (std::size_t i = 0; i < words.size(); ++i)
-        EXPECT_EQ(got.word(i), words[i].bits()) << "word " << i;
+        EXPECT_EQ(core().calls().front().word(i), words[i].bits()) << "word " << i;
     for (std::size_t i = 0; i < reals.size(); ++i) {
-        EXPECT_EQ(got.arguments().vectors[i].low, std::bit_cast<std::uint64_t>(reals[i].float64()))
-            << "real " << i;
-        EXPECT_EQ(got.arguments().vectors[i].high, ~std::uint64_t{0}) << "real " << i;
+        EXPECT_EQ(got.vectors[i].low, std::bit_cast<std::uint64_t>(reals[i].float64())) << "real " << i;
+        EXPECT_EQ(got.vectors[i].high, ~std::uint64_t{0}) << "real " << i;
     }
-    EXPECT_EQ(got.arguments().rax, announced);
+    EXPECT_EQ(got.rax, announced);
     core().answers(target).with(-2.25);
     EXPECT_EQ(walk().float64(), -2.25);
 }
@@ -59,8 +55,7 @@ TEST_F(Services, LinksForwardsAndCFormsLeaveAllAsItCame)
         for (const std::string& link : chain.links)
             expect_untouched(link, chain.core);
     for (const auto& forward : published::forwards())
-        for (const std::string& spelling : forward.spellings)
-            expect_untouched(spelling, forward.core);
+        expect_untouched(forward.spellings.back(), forward.core);
     for (const auto& service : published::two_forms())
         expect_untouched(service.c, service.c_core);
 }
@@ -68,65 +63,52 @@ TEST_F(Services, LinksForwardsAndCFormsLeaveAllAsItCame)
 TEST_F(Services, FortranFormsReadThroughPointersAndHandBackTheResult)
 {
     // An int as a Fortran caller stores it has another variable beside it.
-    constexpr std::uint64_t beside = 0x5EC2E75500000000, upper = ~std::uint64_t{0xFFFFFFFF};
+    constexpr std::uint64_t beside = 0x5EC2E75500000000, value = 0x1122334455667788, lower = 0xFFFFFFFF;
     for (const auto& service : published::two_forms()) {
-        const std::size_t count = service.widths.size();
-        std::array<std::uint64_t, 3> values{0x1122334455667788, 0x2233445566778899, 0x33445566778899AA};
-        for (std::size_t i = 0; i < count; ++i)
-            if (service.widths[i] == 32)
-                values[i] = beside | (values[i] & ~upper);
-        // Behind the arguments that are read others may follow: a library's name.
-        std::vector<Word> words(count + 2, Word(-2L));
-        for (std::size_t i = 0; i < count; ++i)
-            words[i] = &values[i];
-        for (const std::string& spelling : service.fortran) {
-            core().answers(service.core).with(wide_int{0x00007FFF12345678});
-            const Call got = arrived(spelling, service.core, words);
-            for (std::size_t i = 0; i < count; ++i) {
-                if (service.widths[i] == 64) {
-                    EXPECT_EQ(got.word(i), values[i]) << spelling << " word " << i;
-                } else {
-                    EXPECT_EQ(got.word(i) & ~upper, values[i] & ~upper) << spelling << " word " << i;
-                    EXPECT_NE(got.word(i) & upper, beside) << spelling << " word " << i << " read too far";
-                }
+        const std::string& spelling = service.fortran.back();
+        SCOPED_TRACE(spelling);
+        std::vector<std::uint64_t> values;
+        for (const int width : service.widths)
+            values.push_back((width == 32 ? beside | (value & lower) : value) + values.size());
+        std::vector<Word> words;
+        for (const std::uint64_t& each : values)
+            words.emplace_back(&each);
+        words.insert(words.end(), {-2L, -2L}); // others may follow: a library's name
+        core().answers(service.core).with(wide_int{0x00007FFF12345678});
+        const Call got = arrived(spelling, service.core, words);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            if (service.widths[i] == 64) {
+                EXPECT_EQ(got.word(i), values[i]) << "word " << i;
+            } else {
+                EXPECT_EQ(got.word(i) & lower, values[i] & lower) << "word " << i;
+                EXPECT_NE(got.word(i) & ~lower, beside) << "word " << i << " read too far";
             }
-            EXPECT_EQ(got.int64(count), -2);
-            EXPECT_EQ(got.int64(count + 1), -2);
-            EXPECT_EQ(call_entry(spelling, words).int64(), 0x00007FFF12345678);
-            core().answers(service.core).with(-2.25);
-            EXPECT_EQ(call_entry(spelling, words).float64(), -2.25);
-        }
+        EXPECT_EQ(got.int64(values.size()), -2);
+        EXPECT_EQ(got.int64(values.size() + 1), -2);
+        EXPECT_EQ(call_entry(spelling, words).int64(), 0x00007FFF12345678);
+        core().answers(service.core).with(-2.25);
+        EXPECT_EQ(call_entry(spelling, words).float64(), -2.25);
     }
 }
 
 int noted_status = 0;
 
-class ExitHandler : public Services {
-protected:
-    ~ExitHandler() override { call_entry("QNM_Set_Exit_Handler", {nullptr}); }
-    static void note(int status) { noted_status = status; }
-};
-
-TEST_F(ExitHandler, IsKnownToLayerAndCore)
+void note(int status)
 {
-    for (const char* spelling :
-         {"QNM_SET_EXIT_HANDLER", "QNM_Set_Exit_Handler", "qnm_set_exit_handler", "qnm_set_exit_handler_"}) {
-        noted_status = 0;
-        call_entry("QNM_SET_EXIT_HANDLER", {nullptr});
-        EXPECT_EQ(arrived(spelling, "qnm_serv_set_exit_handler", {note}).word(0), Word(note).bits());
-        call_entry("qnm_serv_iface_exit", {2}); // comes back, since the handler does
-        EXPECT_EQ(noted_status, 2);
-    }
+    noted_status = status;
 }
 
-TEST_F(ExitHandler, WithoutOneTheProcessEndsInGoodOrder)
+TEST_F(Services, TheProcessEndsByTheHandlerOrInGoodOrder)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const Call given = arrived("qnm_set_exit_handler_", "qnm_serv_set_exit_handler", {note});
+    EXPECT_EQ(given.word(0), Word(note).bits());
+    call_entry("qnm_serv_iface_exit", {2}); // comes back, since the handler does
+    EXPECT_EQ(noted_status, 2);
+    call_entry("qnm_set_exit_handler_", {nullptr});
     EXPECT_EXIT(
         {
             std::atexit([] { std::fputs("left in good order", stderr); });
-            call_entry("qnm_set_exit_handler_", {note});
-            call_entry("qnm_set_exit_handler_", {nullptr});
             call_entry("qnm_serv_iface_exit", {17});
         },
         ::testing::ExitedWithCode(17), "left in good order");

@@ -1,11 +1,66 @@
-// Tracing: the verbose cell in all its states, the decision whether a call is traced, its time and its line.
-#include "telling.hpp"
+// Tracing, by an entry of each class: the verbose cell in all its states, the decision whether a call is
+// traced, its time. What stands in the lines of all entries, the tests of their families see.
+#include "layer.hpp"
 
 #include <cmath>
 #include <limits>
 
 namespace qnm {
 namespace {
+
+/// The core's functions in the order of their calls, without what all names begin with.
+using Story = std::string;
+const Story registers = "set_xerbla_interface ", reports = "xerbla ", asks = "verbose_mode ",
+            clock = "dsecnd ", prints = "snprintf_s print_verbose_info ", allocates = "allocate ";
+
+/// A call of one entry, what it does ahead of the decision, and at the core.
+struct Telling {
+    std::string name; // lower case, with _64 for a wide entry
+    std::vector<Word> words;
+    Story ahead, at_core;
+
+    Story told(bool traced, const Story& first = "") const
+    {
+        return ahead + first + (traced ? clock + at_core + clock + prints : at_core);
+    }
+    /// What the call does.
+    Story story() const
+    {
+        core().clear();
+        call_entry(name, words);
+        Story all;
+        for (const Call& call : core().calls())
+            all += call.name.substr(call.name.find('_', 4) + 1) + " ";
+        return all;
+    }
+};
+
+const int one = 1, n2 = 2, n3 = 3, n4 = 4, indices[] = {9, 8, 7};
+const wide_int w2 = 2, w3 = 3, w4 = 4, huge = 4000000000;
+const Word null = nullptr; // for arrays and scalars, which nobody looks at
+const Telling gemm{
+    "dgemm", {"N", "t", &n2, &n3, &n4, null, null, &n2, null, &n3, null, null, &n2}, registers, "dgemm "},
+    wide_gemm{"dgemm_64",
+              {"N", "t", &w2, &w3, &w4, null, null, &huge, null, &w3, null, null, &w2},
+              registers,
+              "dgemm "},
+    array{"xerbla_array", {"D", &n3, &one}, registers, "xerbla_array "},
+    scal{"dscal", {&n3, null, null, &one}, "", "dscal "},
+    wide_scal{"dscal_64", {&huge, null, null, &w2}, "", "dscal "},
+    dotu{"zdotu", {null, &n3, null, &one, null, &one}, "", "zdotu "},
+    amax{"idamax", {&n3, null, &one}, "", "idamax "},
+    axpyi{"daxpyi", {&n3, null, null, indices, null}, allocates, "daxpyi deallocate "};
+
+/// With a letter that is refused; what lies behind the sizes is not there.
+Telling refused_of(Telling call)
+{
+    call.words[0] = "X";
+    std::fill(call.words.begin() + 5, call.words.end(), null);
+    return {call.name, call.words, registers + reports, ""};
+}
+const Telling refused = refused_of(gemm), wide_refused = refused_of(wide_gemm);
+const std::vector<Telling> all_calls{gemm, wide_gemm, array, scal,    wide_scal,
+                                     dotu, amax,      axpyi, refused, wide_refused};
 
 class Cells : public recording::RecordedTest {};
 
@@ -16,16 +71,11 @@ TEST_F(Cells, BindAtTheFirstCallAndFollowTheModeFromThen)
             SCOPED_TRACE(entry.name);
             cell(entry.name) = unknown(entry.name);
             core().mode(first);
-            EXPECT_EQ(story(entry.name, entry.words),
-                      first == 0 ? joined({entry.ahead, asks, entry.at_core})
-                                 : joined({entry.ahead, asks, clock, entry.at_core, clock, prints}));
+            EXPECT_EQ(entry.story(), entry.told(first != 0, asks));
             EXPECT_EQ(cell(entry.name), core().mode_word());
             for (const int mode : {1, 0, 2, 0, std::numeric_limits<int>::min()}) {
                 core().mode(mode);
-                EXPECT_EQ(story(entry.name, entry.words), mode == 0 ? entry.untraced() : entry.traced());
-                if (mode != 0 && !entry.line.empty()) {
-                    EXPECT_THAT(core().calls().back(), Printed(entry.line));
-                }
+                EXPECT_EQ(entry.story(), entry.told(mode != 0));
             }
         }
 }
@@ -34,17 +84,16 @@ TEST_F(Cells, AreOneForEachWidthAndStayUnknownWhereNothingIsDecided)
 {
     for (const char* name : {"dgemm", "dgemm_64", "daxpyi"})
         cell(name) = unknown(name);
-    story("dgemm", good("dgemm"));
+    gemm.story();
     EXPECT_EQ(cell("dgemm_64"), unknown("dgemm_64"));
     core().mode(1);
     core().fail_allocation(1);
-    EXPECT_EQ(story("daxpyi", good("daxpyi")),
-              joined({allocates, registers, reports})); // not traced, at that
+    EXPECT_EQ(axpyi.story(), allocates + registers + reports); // not traced, at that
     EXPECT_EQ(cell("daxpyi"), unknown("daxpyi"));
     // A live word of -1 cannot be told from an unbound cell. It is on, and asked for again each time.
     core().mode(-1);
     cell("dscal") = core().mode_word();
-    EXPECT_EQ(story("dscal", good("dscal")), joined({asks, clock, {"qnm_blas_dscal"}, clock, prints}));
+    EXPECT_EQ(scal.story(), scal.told(true, asks));
 }
 
 /// Begins with cells as they stand after first calls.
@@ -52,49 +101,46 @@ class Trace : public recording::RecordedTest {
 protected:
     Trace()
     {
-        for (const Telling& entry : telling)
+        for (const Telling& entry : all_calls)
             cell(entry.name) = core().mode_word();
     }
 };
 
 TEST_F(Trace, IsDecidedAtItsPlaceInTheCall)
 {
-    constexpr const char* lsame = "qnm_serv_lsame";
-    const Telling &gemm = good_call("dgemm"), &wide_gemm = good_call("dgemm_64"),
-                  &axpyi = good_call("daxpyi"), &scal = good_call("dscal");
     const struct {
-        Telling entry;
-        const char* where; // the mode is switched while the core serves this call
-        int before, after;
+        const Telling& entry;
+        std::string where; // the mode is switched while the core serves this call
+        int after;
         bool traced;
-    } all[]{
+    } cases[]{
         // A call found untraced stays so; the snapshot is older than scratch, and younger than the
         // registration.
-        {gemm, lsame, 0, 1, false},
-        {wide_gemm, lsame, 0, 1, false},
-        {axpyi, "qnm_serv_allocate", 0, 1, false},
-        {gemm, "qnm_serv_set_xerbla_interface", 0, 1, true},
+        {gemm, "qnm_serv_lsame", 1, false},
+        {wide_gemm, "qnm_serv_lsame", 1, false},
+        {axpyi, "qnm_serv_allocate", 1, false},
+        {gemm, "qnm_serv_set_xerbla_interface", 1, true},
         // One found traced may be called off until it has begun.
-        {gemm, lsame, 1, 0, false},
-        {axpyi, "qnm_serv_allocate", 1, 0, false},
-        {scal, "qnm_blas_dscal", 1, 0, true},
+        {gemm, "qnm_serv_lsame", 0, false},
+        {axpyi, "qnm_serv_allocate", 0, false},
+        {scal, "qnm_blas_dscal", 0, true},
         // A refused call follows the live mode.
-        {refused[0], lsame, 0, 1, true},
-        {refused[0], lsame, 1, 0, false},
-        {refused[0], "qnm_serv_xerbla", 0, 1, true},
-        {refused[0], "qnm_serv_xerbla", 1, 0, false},
-        {refused[1], lsame, 0, 1, true},
-        {refused[1], "qnm_serv_xerbla", 1, 0, false},
+        {refused, "qnm_serv_lsame", 1, true},
+        {refused, "qnm_serv_lsame", 0, false},
+        {refused, "qnm_serv_xerbla", 1, true},
+        {refused, "qnm_serv_xerbla", 0, false},
+        {wide_refused, "qnm_serv_lsame", 1, true},
+        {wide_refused, "qnm_serv_xerbla", 0, false},
     };
-    for (const auto& [entry, where, before, after, traced] : all) {
+    for (const auto& [entry, where, after, traced] : cases) {
         SCOPED_TRACE(entry.name + " switched at " + where);
         core().reset();
-        core().mode(before);
+        core().mode(1 - after);
         core().answers(where).calling([mode = after](Call& call, Answer& answer) {
             core().mode(mode);
             core().serve(call, answer);
         });
-        EXPECT_EQ(story(entry.name, entry.words), traced ? entry.traced() : entry.untraced());
+        EXPECT_EQ(entry.story(), entry.told(traced));
     }
 }
 
@@ -107,18 +153,15 @@ TEST_F(Trace, IsDecidedWithIntegersWidened)
         core().serve(call, answer);
     });
     for (const int mode : {0, 1})
-        for (const auto& [name, place] : {std::pair{"dgemm", 2U}, {"dscal", 0U}, {"daxpyi", 0U}}) {
-            SCOPED_TRACE(name);
+        for (auto [entry, place] : {std::pair{gemm, 2U}, {scal, 0U}, {axpyi, 0U}}) {
+            SCOPED_TRACE(entry.name);
             core().mode(mode);
             m = 2;
-            cell(name) = unknown(name);
-            story(name, good(name, place, &m));
+            cell(entry.name) = unknown(entry.name);
+            entry.words[place] = &m;
+            entry.story();
             EXPECT_EQ(m, 99);
-            const Call call = core().calls(std::string("qnm_blas_") + name).at(0);
-            EXPECT_EQ(call.behind(place), 2);
-            if (name == std::string("daxpyi")) {
-                EXPECT_EQ(call.behind(3), indices[0]);
-            }
+            EXPECT_EQ(core().calls("qnm_blas_" + entry.name).at(0).behind(place), 2);
         }
 }
 
@@ -126,54 +169,40 @@ TEST_F(Trace, TimeLiesBetweenTwoReadings)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     const struct {
-        std::vector<double> clock;
+        std::vector<double> readings;
         double seconds;
-        std::size_t readings; // a clock that answers zero is not read again
-    } all[]{{{1.25, 3.5, 1000}, 2.25, 2}, {{5, 2}, -3, 2},   {{-3, 1}, 4, 2},
-            {{0.0, 7}, -0.0, 1},          {{-0.0, 7}, 0, 1}, {{nan, 7}, nan, 2}};
+        std::size_t count; // a clock that answers zero is not read again
+    } cases[]{{{1.25, 3.5, 1000}, 2.25, 2},
+              {{-3, -5}, -2, 2},
+              {{0.0, 7}, -0.0, 1},
+              {{-0.0, 7}, 0, 1},
+              {{nan, 7}, nan, 2}};
     core().mode(1);
     for (const Telling& entry : all_calls)
-        for (const auto& [clock, seconds, readings] : all) {
-            SCOPED_TRACE(entry.name + " at " + std::to_string(clock[0]));
-            core().clock(clock);
-            const auto line = printed(entry.name, entry.words);
-            ASSERT_TRUE(line);
-            if (std::isnan(seconds)) {
-                EXPECT_TRUE(std::isnan(line->real(0)));
-            } else {
-                EXPECT_EQ(std::bit_cast<std::uint64_t>(line->real(0)), std::bit_cast<std::uint64_t>(seconds));
-            }
-            EXPECT_EQ(core().calls("qnm_serv_dsecnd").size(), readings);
+        for (const auto& [readings, seconds, count] : cases) {
+            SCOPED_TRACE(entry.name + " at " + std::to_string(readings[0]));
+            core().clock(readings);
+            EXPECT_TRUE(entry.story().ends_with(prints));
+            const double found = core().calls().back().real(0);
+            EXPECT_TRUE(std::isnan(seconds)
+                            ? std::isnan(found)
+                            : found == seconds && std::signbit(found) == std::signbit(seconds))
+                << found;
+            EXPECT_EQ(core().calls("qnm_serv_dsecnd").size(), count);
         }
 }
 
-class Line : public Trace {
-protected:
-    Line() { core().mode(1); }
-
-    static std::string of(const std::string& name, const std::vector<Word>& words)
-    {
-        const auto line = printed(name, words);
-        return line ? line->text : "not printed";
-    }
-};
-
-TEST_F(Line, IsBoundedAndAlwaysEnds)
+// A formatter that pays no heed to the bound: the end of the buffer is the layer's own care.
+TEST_F(Trace, LineAlwaysEnds)
 {
-    // A formatter that pays no heed to the bound: the end of the buffer is the layer's own care.
+    core().mode(1);
     core().answers("qnm_serv_snprintf_s").calling([](Call& call, Answer& answer) {
         std::fill_n(call.pointer<char>(0), 450, 'x');
         answer.returns(450);
     });
     for (const Telling& entry : all_calls) {
-        SCOPED_TRACE(entry.name);
-        of(entry.name, entry.words);
-        const auto& calls = core().calls();
-        EXPECT_THAT(calls.back(), Printed(std::string(449, 'x')));
-        const Call& formatted = calls.at(calls.size() - 2);
-        EXPECT_EQ(formatted.int32(1), 450);
-        EXPECT_EQ(formatted.int32(2), 449);
-        EXPECT_EQ(formatted.word(0), calls.back().word(1));
+        entry.story();
+        EXPECT_THAT(core().calls().back(), Printed(std::string(449, 'x'))) << entry.name;
     }
 }
 

@@ -1,7 +1,7 @@
 # Runs two programs of Debian that use the C interfaces, as they stand and through qnm-run, and compares what they print:
 # molds (semi-empirical quantum chemistry) on its own examples, bart (image reconstruction) on a phantom.
 # usage: c_programs.sh QNM_RUN molds|bart
-set -eu
+. "${0%/*}/common.sh"
 qnm_run=$1 program=$2
 
 # One thread, and kernels that every processor has; molds alone needs no other process of MPI.
@@ -9,16 +9,7 @@ export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 OPENBLAS_CORETYPE=Nehalem
 export OMPI_MCA_ess_singleton_isolated=1 OMPI_MCA_pml=ob1 OMPI_MCA_btl=self
 export OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-mkdir "$work/plain" "$work/layer"
-fail() {
-    echo "FAILED: $*"
-    exit 1
-}
-
-# What qnm-run counted of a routine, over all calls.
-counted() { cat "$work"/report.* | awk -v name="$1" '$1 == name { sum += $2 } END { print sum + 0 }'; }
+mkdir plain layer
 went_through() { # ROUTINE...
     for routine in "$@"; do
         [ "$(counted "$routine")" -gt 0 ] || fail "$routine did not pass through the layer"
@@ -29,9 +20,9 @@ run_molds() { # FOLDER RUNNER...
     local folder=$1 example
     shift
     for example in /usr/share/doc/molds/examples/*.in*; do
-        zcat -f "$example" > "$work/input.in"
+        zcat -f "$example" > input.in
         # energies, and not the times or the vectors of degenerate orbitals, which rounding mixes
-        "$@" molds "$work/input.in" 2> "$work/report.$(basename "$example")" |
+        "$@" molds input.in 2> "report.$(basename "$example")" |
             grep -E 'energy|Energy|dipole|Occ|Unocc' | grep -vi 'elapsed' > "$folder/$(basename "$example")"
     done
 }
@@ -50,21 +41,21 @@ run_bart() { # FOLDER RUNNER...
     )
 }
 
-"run_$program" "$work/plain" env
-rm -f "$work"/report.*
-"run_$program" "$work/layer" "$qnm_run" --report
+"run_$program" plain env
+rm report.*
+"run_$program" layer "$qnm_run" --report
 
 case $program in
 molds)
-    diff -r "$work/plain" "$work/layer" || fail "results differ (< plain, > through the layer)"
-    lines=$(cat "$work"/layer/* | wc -l)
+    diff -r plain layer || fail "results differ (< plain, > through the layer)"
+    lines=$(cat layer/* | wc -l)
     [ "$lines" -gt 200 ] || fail "$lines results"
     went_through DSYEVD DGEMM DDOT
     echo "$lines results agree"
     ;;
 bart)
     for result in image s; do # single precision
-        bart nrmse -t 0.00001 "$work/plain/$result" "$work/layer/$result" || fail "$result differs"
+        bart nrmse -t 0.00001 "plain/$result" "layer/$result" || fail "$result differs"
     done
     went_through CGESVD CHEEV
     ;;

@@ -2,17 +2,13 @@
 # verdicts: what passed, what failed and how many tests were made. The only differences allowed, and required, are
 # those of lapack_differences.txt.
 # usage: lapack.sh QNM_RUN FOLDER DIFFERENCES PROGRAM INPUT...
-set -eu
+. "${0%/*}/common.sh"
 qnm_run=$1 folder=$2 differences=$3 program=$4
 shift 4
 
 # Rounding differs from processor to processor, and a ratio close to its threshold with it: one kind of kernels, which
 # every machine has, and one thread.
 export OPENBLAS_CORETYPE=Nehalem OPENBLAS_NUM_THREADS=1
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
 
 verdicts() { grep -E 'passed|failed|XERBLA|detected|is not 0|total number|rror code|\*\*\*' "$1" || true; }
 expected() { sed -n "/^\[$program.* $1\b.*\]\$/,/^\$/{/^[<>]/p}" "$differences"; }
@@ -43,8 +39,8 @@ done
 # And it was the layer that ran: calls of the first input, with fewer matrices, are traced.
 sed -E 's/^[0-9]+( +Number of values of [MN]\b)/3\1/' "$folder/$1.in" > shorter
 "$qnm_run" --report "$folder/$program" < shorter > layer 2> report || failures=$((failures + 1))
-calls=$(awk '$1 == "total" { print $2 }' report)
-[ "${calls:-0}" -gt 1000 ] || { echo "FAILED: ${calls:-0} calls passed through the layer"; failures=$((failures + 1)); }
+calls=$(counted total)
+[ "$calls" -gt 1000 ] || fail "$calls calls passed through the layer"
 
 echo "$compared verdicts of $# inputs compared, $calls calls traced"
 exit "$failures"

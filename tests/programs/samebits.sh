@@ -1,17 +1,15 @@
 # The programs, and the first of them once more through qnm-run, must print the same bits.
 # usage: samebits.sh QNM_RUN PROGRAM...
-set -eu
+. "${0%/*}/common.sh"
 qnm_run=$1
 shift
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 
-"$1" > "$work/expected"
+"$1" > expected
 # 13 of 13 by 13 and smaller operations with real, complex, single and double results
-[ "$(wc -l < "$work/expected")" = 957 ] || { echo "FAILED: not all results were printed"; exit 1; }
+[ "$(wc -l < expected)" = 957 ] || fail "not all results were printed"
 for program in "$@"; do
-    "$program" > "$work/direct"
-    "$qnm_run" "$program" > "$work/run"
-    cmp "$work/expected" "$work/direct"
-    cmp "$work/expected" "$work/run"
+    "$program" > direct
+    "$qnm_run" "$program" > run
+    cmp expected direct
+    cmp expected run
 done

@@ -5,41 +5,30 @@
 #include <gtest/gtest-spi.h>
 
 extern "C" {
-void loses_rbx();
-void loses_rbp();
-void loses_r12();
-void loses_r13();
-void loses_r14();
-void loses_r15();
-void pops_too_much();
-void sets_direction();
-void changes_mxcsr();
-void changes_x87();
+void loses_rbx(), loses_rbp(), loses_r12(), loses_r13(), loses_r14(), loses_r15(), pops_too_much(),
+    sets_direction(), changes_mxcsr(), changes_x87();
 }
 
 namespace qnm::support {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-
 TEST(Invoke, EveryBreachOfTheConventionIsTold)
 {
-    for (const auto& [callee, expected] :
-         std::vector<std::pair<void (*)(), std::string>>{{loses_rbx, "rbx"},
-                                                         {loses_rbp, "rbp"},
-                                                         {loses_r12, "r12"},
-                                                         {loses_r13, "r13"},
-                                                         {loses_r14, "r14"},
-                                                         {loses_r15, "r15"},
-                                                         {pops_too_much, "rsp off by 16"},
-                                                         {sets_direction, "direction"},
-                                                         {changes_mxcsr, "mxcsr"},
-                                                         {changes_x87, "x87"}})
+    const std::pair<void (*)(), const char*> breaches[]{{loses_rbx, "rbx"},
+                                                        {loses_rbp, "rbp"},
+                                                        {loses_r12, "r12"},
+                                                        {loses_r13, "r13"},
+                                                        {loses_r14, "r14"},
+                                                        {loses_r15, "r15"},
+                                                        {pops_too_much, "rsp off by 16"},
+                                                        {sets_direction, "direction"},
+                                                        {changes_mxcsr, "mxcsr"},
+                                                        {changes_x87, "x87"}};
+    for (const auto& [callee, told] : breaches)
         for (const std::size_t words : {0, 7, 8})
             EXPECT_THAT(
                 invoke(reinterpret_cast<const void*>(callee), std::vector<Word>(words, Word(1L))).violations,
-                ElementsAre(HasSubstr(expected)));
+                ::testing::ElementsAre(::testing::HasSubstr(told)));
     EXPECT_NONFATAL_FAILURE(call(loses_r12), "r12 not kept");
 }
 

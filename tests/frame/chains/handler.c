@@ -5,8 +5,6 @@
 #define TEXT(name) #name
 #define QUOTED(name) TEXT(name)
 
-__attribute__((visibility("default"))) int HANDLER(const char* srname, const int* info, int len);
-
 int HANDLER(const char* srname, const int* info, int len)
 {
     printf("%s \"%.*s\" %d %d\n", QUOTED(HANDLER), len, srname, len, *info);

@@ -1,0 +1,12 @@
+# What the scripts of this folder begin with: they work in a folder that goes with them, and end at the first failure.
+set -eu
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+# What qnm-run counted of a routine, over all reports.
+counted() { cat report* | awk -v name="$1" '$1 == name { sum += $2 } END { print sum + 0 }'; }
