@@ -12,180 +12,171 @@ namespace qnm::test {
 namespace {
 
 template <class T>
-class MatrixCopy : public testing::Test {
-protected:
-    static auto scalar(const T& x)
-    {
-        if constexpr (is_complex<T>)
-            return &x;
-        else
-            return x;
-    }
-    template <class... A>
-    static void call(const std::string& form, const A&... arguments)
-    {
-        by_value<void>("qnm_trans_qnm_" + letter<T>() + form, arguments...);
-    }
-    static char pick(const std::string& letters)
-    {
-        return letters[static_cast<std::size_t>(random_integer(0, static_cast<int>(letters.size()) - 1))];
-    }
-    static char in_any_case(char upper)
-    {
-        return static_cast<char>(upper + random_integer(0, 1) * ('a' - 'A'));
-    }
-    /// Sizes on both sides of what kernels and blocks take.
-    static core_int any_size()
-    {
-        const int kind = random_integer(0, 3);
-        return kind == 0 ? random_integer(60, 300) : random_integer(1, kind == 1 ? 3 : 40);
-    }
-    /// A place for op(X), X being m by n.
-    static Matrix<T> place(char trans, core_int m, core_int n, core_int inc = 1)
-    {
-        return {turns(trans) ? n : m, turns(trans) ? m : n, random_integer(0, 9), inc};
-    }
-    /// By rows, what stands in memory is the transpose.
-    static core_int rows_of(char ordering, const Matrix<T>& x)
-    {
-        return ordering == 'C' || ordering == 'c' ? x.rows : x.columns;
-    }
-    static core_int cols_of(char ordering, const Matrix<T>& x)
-    {
-        return x.rows + x.columns - rows_of(ordering, x);
-    }
+void copy(const std::string& form, const auto&... arguments)
+{
+    by_value(named<T>("trans", "qnm_?" + form), arguments...);
+}
+template <class T>
+auto scalar(const T& x)
+{
+    if constexpr (is_complex<T>)
+        return &x;
+    else
+        return x;
+}
+/// In either case.
+char pick(const std::string& letters)
+{
+    const auto at = static_cast<std::size_t>(random_integer(0, static_cast<int>(letters.size()) - 1));
+    return static_cast<char>(letters[at] + random_integer(0, 1) * ('a' - 'A'));
+}
+/// Sizes on both sides of what kernels and blocks take.
+core_int any_size()
+{
+    const int kind = random_integer(0, 3);
+    return kind == 0 ? random_integer(60, 300) : random_integer(1, kind == 1 ? 3 : 40);
+}
+/// By rows, what stands in memory is the transpose.
+struct Order {
+    char letter = pick("RC"), trans = core::upper_case(pick("NRTC"));
+    core_int m = any_size(), n = any_size();
+    bool by_rows = core::same_letter(letter, 'R');
+    core_int rows = by_rows ? n : m, cols = by_rows ? m : n;
+    std::string told = std::string{letter, trans, ' '} + std::to_string(m) + " by " + std::to_string(n);
 };
-TYPED_TEST_SUITE(MatrixCopy, Types);
-
-TYPED_TEST(MatrixCopy, OutOfPlaceIsTheModel)
+template <class T>
+T any_factor()
 {
-    using T = TypeParam;
-    for (int round = 0; round < 400; ++round) {
-        const char ordering = this->pick("RC"), trans = this->pick("NRTC");
-        const bool strided = round % 4 == 0;
-        const T alpha = round % 2 == 0 ? T(1) : random_value<T>();
-        const core_int m = this->any_size(), n = this->any_size();
-        const auto a = this->place('N', m, n, strided ? random_integer(1, 3) : 1);
-        auto b = this->place(trans, m, n, strided ? random_integer(1, 3) : 1), expected = b;
-        expected.take(trans, a, alpha);
-        const char o = this->in_any_case(ordering), t = this->in_any_case(trans);
-        const core_int rows = this->rows_of(o, a), cols = this->cols_of(o, a);
-        if (strided)
-            this->call("omatcopy2", o, t, rows, cols, this->scalar(alpha), a, a.inc, b, b.inc);
-        else
-            this->call("omatcopy", o, t, rows, cols, this->scalar(alpha), a, b);
-        ASSERT_TRUE(b.data == expected.data) << o << t << m << " by " << n << ", ld " << a.ld << ' ' << b.ld;
-    }
+    return random_integer(0, 1) == 0 ? T(1) : random_vector<T>(1)[0];
+}
+template <class T>
+Matrix<T> place(char trans, core_int m, core_int n, int most_inc = 1)
+{
+    return stored<T>(trans, m, n, random_integer(0, 9), random_integer(1, most_inc));
 }
 
-TYPED_TEST(MatrixCopy, InPlaceIsTheModel)
+TEST(MatrixCopy, OutOfPlaceIsTheModel)
 {
-    using T = TypeParam;
-    const T any(55);
-    for (int round = 0; round < 400; ++round) {
-        const char ordering = this->pick("RC"), trans = this->pick("NRTC");
-        const T alpha = round % 2 == 0 ? T(1) : random_value<T>();
-        const core_int m = this->any_size(), n = round % 3 == 0 ? m : this->any_size();
-        auto a = this->place('N', m, n), b = this->place(trans, m, n);
-        if (round % 6 == 0)
-            b.ld = a.ld;
-        a.data = b.data = random_vector<T>(static_cast<core_int>(std::max(a.data.size(), b.data.size())) + 5);
-        b.take(trans, a, alpha);
-        // What the matrix was may stay or not where the result is not; what lies outside both may not change.
-        for (core_int j = 0; j < n; ++j)
-            for (core_int i = 0; i < m; ++i) {
-                const core_int at = i + j * a.ld;
-                if (at % b.ld >= b.rows || at / b.ld >= b.columns)
-                    b.data[a.at(i, j)] = any;
+    each_type([]<class T>(T) {
+        for (int round = 0; round < 400; ++round) {
+            const Order o;
+            const T alpha = any_factor<T>();
+            const int most_inc = round % 4 == 0 ? 3 : 1;
+            const auto a = place<T>('N', o.m, o.n, most_inc);
+            auto b = place<T>(o.trans, o.m, o.n, most_inc), expected = b;
+            expected.take(o.trans, a, alpha);
+            if (most_inc > 1)
+                copy<T>("omatcopy2", o.letter, o.trans, o.rows, o.cols, scalar(alpha), a, a.inc, b, b.inc);
+            else
+                copy<T>("omatcopy", o.letter, pick({o.trans}), o.rows, o.cols, scalar(alpha), a, b);
+            ASSERT_TRUE(b.data == expected.data) << o.told << ", ld " << a.ld << ' ' << b.ld;
+        }
+    });
+}
+
+TEST(MatrixCopy, InPlaceIsTheModel)
+{
+    each_type([]<class T>(T) {
+        for (int round = 0; round < 400; ++round) {
+            Order o;
+            if (round % 3 == 0)
+                o.n = o.m = o.rows = o.cols;
+            const T alpha = any_factor<T>(), any(55);
+            auto a = place<T>('N', o.m, o.n), b = place<T>(o.trans, o.m, o.n);
+            if (round % 6 == 0)
+                b.ld = a.ld;
+            b.data = a.data =
+                random_vector<T>(static_cast<core_int>(std::max(a.data.size(), b.data.size())) + 5);
+            b.take(o.trans, a, alpha);
+            // What the matrix was may stay or not where the result is not; what lies outside both may not
+            // change.
+            for (core_int j = 0; j < o.n; ++j)
+                for (core_int i = 0; i < o.m; ++i) {
+                    const core_int at = i + j * a.ld;
+                    if (at % b.ld >= b.rows || at / b.ld >= b.columns)
+                        b.data[a.at(i, j)] = any;
+                }
+            copy<T>("imatcopy", o.letter, o.trans, o.rows, o.cols, scalar(alpha), a, b.ld);
+            for (std::size_t k = 0; k < a.data.size(); ++k)
+                ASSERT_TRUE(b.data[k] == any || a.data[k] == b.data[k])
+                    << o.told << ", ld " << a.ld << ' ' << b.ld << ", element " << k;
+        }
+    });
+}
+
+TEST(MatrixCopy, SumsAreTheModel)
+{
+    each_type([]<class T>(T) {
+        for (int round = 0; round < 200; ++round) {
+            const Order o;
+            const char transb = core::upper_case(pick("NRTC"));
+            const T alpha = any_factor<T>(), beta = any_factor<T>();
+            const auto a = place<T>(o.trans, o.m, o.n), b = place<T>(transb, o.m, o.n);
+            auto c = place<T>('N', o.m, o.n), expected = c;
+            expected.take(o.trans, a, alpha).take(transb, b, beta, T(1));
+            copy<T>("omatadd", o.letter, o.trans, transb, o.rows, o.cols, scalar(alpha), a, scalar(beta), b,
+                    c);
+            ASSERT_TRUE(c.data == expected.data) << o.told << ' ' << transb;
+        }
+    });
+}
+
+TEST(MatrixCopy, BatchesAreTheSingleCalls)
+{
+    each_type([]<class T>(T) {
+        const std::string trans = "NTC";
+        const std::vector<core_int> rows{3, 4, 2}, cols{5, 4, 7}, lda{7, 6, 8}, ldb{5, 6, 9}, size{2, 0, 3};
+        const std::vector<T> alpha{T(1), T(2), T(-3)};
+        constexpr core_int distance = 80, near = 60, groups = 3, problems = 5;
+        const auto a = random_vector<T>(problems * distance), b = random_vector<T>(problems * distance);
+        for (const char layout : {'R', 'C'}) {
+            auto out = b, in = a, sum = b, out_of_group = b, in_group = a;
+            auto expected_out = b, expected_in = a, expected_sum = b, expected_of_group = b,
+                 expected_in_group = a;
+            std::vector<const T*> from;
+            std::vector<T*> to, both;
+            for (core_int p = 0; p < problems; ++p) {
+                const std::size_t g = p < 2 ? 0 : 2;
+                const core_int at = p * distance;
+                from.push_back(&a[at]);
+                to.push_back(&out_of_group[at]);
+                both.push_back(&in_group[at]);
+                copy<T>("omatcopy", layout, trans[g], rows[g], cols[g], scalar(alpha[g]), &a[at], lda[g],
+                        &expected_of_group[at], ldb[g]);
+                copy<T>("imatcopy", layout, trans[g], rows[g], cols[g], scalar(alpha[g]),
+                        &expected_in_group[at], lda[g], ldb[g]);
+                // Strided: problems of the first shape
+                copy<T>("omatcopy", layout, 'C', rows[0], cols[0], scalar(alpha[1]), &a[near * p], lda[0],
+                        &expected_out[at], ldb[1]);
+                copy<T>("imatcopy", layout, 'C', rows[0], cols[0], scalar(alpha[1]), &expected_in[at], lda[0],
+                        ldb[1]);
+                copy<T>("omatadd", layout, 'T', 'N', rows[0], cols[0], scalar(alpha[1]), &a[near * p], lda[0],
+                        scalar(alpha[2]), &b[50 * p], cols[0], &expected_sum[at], ldb[1]);
             }
-        const char o = this->in_any_case(ordering), t = this->in_any_case(trans);
-        this->call("imatcopy", o, t, this->rows_of(o, a), this->cols_of(o, a), this->scalar(alpha), a, b.ld);
-        for (std::size_t k = 0; k < a.data.size(); ++k)
-            ASSERT_TRUE(b.data[k] == any || a.data[k] == b.data[k])
-                << o << t << m << " by " << n << ", ld " << a.ld << ' ' << b.ld << ", element " << k;
-    }
-}
-
-TYPED_TEST(MatrixCopy, SumsAreTheModel)
-{
-    using T = TypeParam;
-    for (int round = 0; round < 200; ++round) {
-        const char ordering = this->pick("RC"), transa = this->pick("NRTC"), transb = this->pick("NRTC");
-        const core_int m = random_integer(1, 50), n = random_integer(1, 50);
-        const T alpha = random_value<T>(), beta = random_value<T>();
-        const auto a = this->place(transa, m, n), b = this->place(transb, m, n);
-        auto c = this->place('N', m, n), expected = c;
-        expected.take(transa, a, alpha).take(transb, b, beta, T(1));
-        this->call("omatadd", ordering, transa, transb, this->rows_of(ordering, c),
-                   this->cols_of(ordering, c), this->scalar(alpha), a, this->scalar(beta), b, c);
-        ASSERT_TRUE(c.data == expected.data) << ordering << transa << transb << ' ' << m << " by " << n;
-    }
-}
-
-TYPED_TEST(MatrixCopy, BatchesAreTheSingleCalls)
-{
-    using T = TypeParam;
-    const std::string trans = "NTC";
-    const std::vector<core_int> rows{3, 4, 2}, cols{5, 4, 7}, lda{7, 6, 8}, ldb{5, 6, 9}, size{2, 0, 3};
-    const std::vector<T> alpha{T(1), T(2), T(-3)};
-    constexpr core_int distance = 80, near = 60, groups = 3, problems = 5;
-    for (const char layout : {'R', 'C'}) {
-        SCOPED_TRACE(layout);
-        const std::vector<T> a = random_vector<T>(problems * distance),
-                             b = random_vector<T>(problems * distance);
-        std::vector<T> copies = b, in_place = a, expected = b, expected_in_place = a;
-        std::vector<const T*> from;
-        std::vector<T*> to, both;
-        for (core_int p = 0; p < problems; ++p) {
-            const std::size_t g = p < 2 ? 0 : 2;
-            from.push_back(&a[p * distance]);
-            to.push_back(&copies[p * distance]);
-            both.push_back(&in_place[p * distance]);
-            this->call("omatcopy", layout, trans[g], rows[g], cols[g], this->scalar(alpha[g]), from.back(),
-                       lda[g], &expected[p * distance], ldb[g]);
-            this->call("imatcopy", layout, trans[g], rows[g], cols[g], this->scalar(alpha[g]),
-                       &expected_in_place[p * distance], lda[g], ldb[g]);
+            copy<T>("omatcopy_batch", layout, &trans[0], rows, cols, alpha, from, lda, to, ldb, groups, size);
+            copy<T>("imatcopy_batch", layout, &trans[0], rows, cols, alpha, both, lda, ldb, groups, size);
+            copy<T>("omatcopy_batch_strided", layout, 'C', rows[0], cols[0], scalar(alpha[1]), a, lda[0],
+                    near, out, ldb[1], distance, problems);
+            copy<T>("imatcopy_batch_strided", layout, 'C', rows[0], cols[0], scalar(alpha[1]), in, lda[0],
+                    ldb[1], distance, problems);
+            copy<T>("omatadd_batch_strided", layout, 'T', 'N', rows[0], cols[0], scalar(alpha[1]), a, lda[0],
+                    near, scalar(alpha[2]), b, cols[0], core_int{50}, sum, ldb[1], distance, problems);
+            EXPECT_TRUE(out_of_group == expected_of_group && in_group == expected_in_group) << layout;
+            EXPECT_TRUE(out == expected_out && in == expected_in && sum == expected_sum) << layout;
         }
-        this->call("omatcopy_batch", layout, trans.data(), rows, cols, alpha, from, lda, to, ldb, groups,
-                   size);
-        this->call("imatcopy_batch", layout, trans.data(), rows, cols, alpha, both, lda, ldb, groups, size);
-        EXPECT_TRUE(copies == expected);
-        EXPECT_TRUE(in_place == expected_in_place);
-
-        // Strided: problems of the first shape
-        std::vector<T> sums = b, expected_sums = b;
-        copies = expected = b;
-        in_place = expected_in_place = a;
-        const core_int m = rows[0], n = cols[0], ld = lda[0], to_ld = ldb[1], count = 4;
-        const auto two = this->scalar(alpha[1]), three = this->scalar(alpha[2]);
-        for (core_int p = 0; p < count; ++p) {
-            this->call("omatcopy", layout, 'C', m, n, two, &a[near * p], ld, &expected[p * distance], to_ld);
-            this->call("imatcopy", layout, 'C', m, n, two, &expected_in_place[p * distance], ld, to_ld);
-            this->call("omatadd", layout, 'T', 'N', m, n, two, &a[near * p], ld, three, &b[50 * p], n,
-                       &expected_sums[p * distance], to_ld);
-        }
-        this->call("omatcopy_batch_strided", layout, 'C', m, n, two, a, ld, near, copies, to_ld, distance,
-                   count);
-        this->call("imatcopy_batch_strided", layout, 'C', m, n, two, in_place, ld, to_ld, distance, count);
-        this->call("omatadd_batch_strided", layout, 'T', 'N', m, n, two, a, ld, near, three, b, n,
-                   core_int{50}, sums, to_ld, distance, count);
-        EXPECT_TRUE(copies == expected);
-        EXPECT_TRUE(in_place == expected_in_place);
-        EXPECT_TRUE(sums == expected_sums);
-    }
+    });
 }
 
-TYPED_TEST(MatrixCopy, NothingToDoTouchesNothing)
+TEST(MatrixCopy, NothingToDoTouchesNothing)
 {
-    const TypeParam one(1);
-    TypeParam* const null = nullptr;
-    const core_int none = 0, some = 3;
-    for (const char trans : {'N', 'T'}) {
-        this->call("omatcopy", 'C', trans, none, some, this->scalar(one), null, some, null, some);
-        this->call("omatcopy", 'C', trans, some, none, this->scalar(one), null, some, null, some);
-        this->call("imatcopy", 'R', trans, none, some, this->scalar(one), null, some, some);
-        this->call("imatcopy", 'R', trans, some, none, this->scalar(one), null, some, some);
-    }
+    each_type([]<class T>(T) {
+        const T one(1);
+        for (const char trans : {'N', 'T'})
+            for (const auto& [rows, cols] : {std::pair<core_int, core_int>{0, 3}, {3, 0}}) {
+                copy<T>("omatcopy", 'C', trans, rows, cols, scalar(one), nullptr, rows, nullptr, cols);
+                copy<T>("imatcopy", 'R', trans, rows, cols, scalar(one), nullptr, rows, cols);
+            }
+    });
 }
 
 using Sets = std::vector<const core::Transposes*>;
@@ -200,27 +191,26 @@ void expect_transposed(const Sets& sets, core::Transposes::Ways core::Transposes
             for (const core_int ld : {0, 5, 144, 512}) // none to spare, some
                 for (const std::size_t skew : {0, 3}) {
                     const auto spare = [ld](core_int length) { return ld < length ? ld % 9 : ld - length; };
-                    Matrix<T> a(m, n, spare(m)), b(n, m, spare(n)), expected = b;
+                    Matrix<T> a(m, n, spare(m)), expected(n, m, spare(n)), before = expected;
                     expected.take('T', a);
-                    const auto shifted = [skew](std::vector<T>& data) {
-                        data.reserve(data.size() + 64 / sizeof(T) + skew);
-                        const std::size_t past = reinterpret_cast<std::uintptr_t>(data.data()) % 64;
-                        const std::size_t shift = (64 - past) % 64 / sizeof(T) + skew;
-                        data.insert(data.begin(), shift, T(7));
-                        return shift;
+                    // `skew` elements behind the beginning of a line
+                    const auto placed = [skew](std::vector<T>& room, const Matrix<T>& x) {
+                        room.resize(x.data.size() + 64 / sizeof(T) + skew);
+                        const auto past = reinterpret_cast<std::uintptr_t>(room.data()) % 64;
+                        return std::copy(x.data.begin(), x.data.end(),
+                                         room.begin() + static_cast<std::ptrdiff_t>(
+                                                            (64 - past) % 64 / sizeof(T) + skew)) -
+                               static_cast<std::ptrdiff_t>(x.data.size());
                     };
-                    const T* const from = &a.data[shifted(a.data)];
-                    const std::size_t shift = shifted(b.data);
-                    expected.data.insert(expected.data.begin(), shift, T(7));
-                    const std::vector<T> before = b.data;
+                    std::vector<T> room_a, room_b;
+                    const auto from = placed(room_a, a);
                     for (const core::Transposes* set : sets)
                         for (core::Transpose* kernel : set->*of) {
-                            std::copy(before.begin(), before.end(), b.data.begin());
-                            kernel(m, n, from, a.ld, &b.data[shift], b.ld);
-                            ASSERT_TRUE(b.data == expected.data)
+                            const auto to = placed(room_b, before);
+                            kernel(m, n, &*from, a.ld, &*to, before.ld);
+                            ASSERT_TRUE(std::equal(expected.data.begin(), expected.data.end(), to))
                                 << sizeof(T) << " bytes, " << m << " by " << n << ", ld " << a.ld << ", "
-                                << b.ld << ", way "
-                                << std::find(set->*of, std::end(set->*of), kernel) - set->*of;
+                                << before.ld;
                         }
                 }
 }
