@@ -227,22 +227,20 @@ private:
     }
 };
 
-TEST(Batches, EqualALoopOverThePlainRoutine)
+QNM_TYPED(Batches, EqualALoopOverThePlainRoutine)
 {
-    each_type([]<class T>(T) {
-        for (const auto& routine : routines<T>()) {
-            SCOPED_TRACE(routine.name);
-            Problems<T> problems{routine};
-            const auto of_first = problems.looped(true);
-            problems.strided().expect_same(of_first);
-            if (!routine.has_groups)
-                continue;
-            const auto expected = problems.looped(false);
-            problems.template grouped<std::int32_t>().expect_same(expected);
-            problems.template grouped<core_int>().expect_same(expected);
-            EXPECT_NE(of_first.data, expected.data); // groups differ, or the test would see nothing
-        }
-    });
+    for (const auto& routine : routines<T>()) {
+        SCOPED_TRACE(routine.name);
+        Problems<T> problems{routine};
+        const auto of_first = problems.looped(true);
+        problems.strided().expect_same(of_first);
+        if (!routine.has_groups)
+            continue;
+        const auto expected = problems.looped(false);
+        problems.template grouped<std::int32_t>().expect_same(expected);
+        problems.template grouped<core_int>().expect_same(expected);
+        EXPECT_NE(of_first.data, expected.data); // groups differ, or the test would see nothing
+    }
 }
 
 TEST(Batches, NoGroupReadsNoArray)

@@ -87,22 +87,20 @@ void expect_plain(const std::vector<Matrices<T>>& before, auto compact, auto pla
         }
 }
 
-TEST(Compact, PackAndUnpack)
+QNM_TYPED(Compact, PackAndUnpack)
 {
-    each_type([]<class T>(T) {
-        for (const core_int layout : {row_major, column_major}) {
-            const auto matrices = any<T>('N', 3, 2);
-            auto laid = any<T>(layout == row_major ? 'T' : 'N', 3, 2), spoilt = laid;
-            for (std::size_t p = 0; p < nm; ++p)
-                laid[p].take(layout == row_major ? 'T' : 'N', matrices[p]);
-            Interleaved<T> expected(layout, 32, matrices), found(layout, 32, any<T>('N', 3, 2));
-            found.move("gepack_compact", laid);
-            EXPECT_EQ(found.data, expected.data);
-            found.move("geunpack_compact", spoilt);
-            for (std::size_t p = 0; p < nm; ++p)
-                EXPECT_EQ(spoilt[p].take('N', laid[p]).data, spoilt[p].data);
-        }
-    });
+    for (const core_int layout : {row_major, column_major}) {
+        const auto matrices = any<T>('N', 3, 2);
+        auto laid = any<T>(layout == row_major ? 'T' : 'N', 3, 2), spoilt = laid;
+        for (std::size_t p = 0; p < nm; ++p)
+            laid[p].take(layout == row_major ? 'T' : 'N', matrices[p]);
+        Interleaved<T> expected(layout, 32, matrices), found(layout, 32, any<T>('N', 3, 2));
+        found.move("gepack_compact", laid);
+        EXPECT_EQ(found.data, expected.data);
+        found.move("geunpack_compact", spoilt);
+        for (std::size_t p = 0; p < nm; ++p)
+            EXPECT_EQ(spoilt[p].take('N', laid[p]).data, spoilt[p].data);
+    }
 }
 
 template <class T>
@@ -124,82 +122,75 @@ core_int code(core_int first, const std::string& letters, char chosen)
 }
 constexpr core_int m = 4, n = 3, k = 5;
 
-TEST(Compact, Products)
+QNM_TYPED(Compact, Products)
 {
-    each_type([]<class T>(T) {
-        each_choice({"NTC", "NTC", "03"}, [](const char* option) {
-            const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[2] - '0'));
-            auto c = any<T>('N', m, n);
-            for (Matrix<T>& each : c)
-                if (beta == T(0)) // then C may hold anything
-                    each.spoil();
-            expect_plain<T>(
-                {any<T>(option[0], m, k), any<T>(option[1], k, n), c},
-                [&](auto& x) {
-                    compact("?gemm", x, code(111, "NTC", option[0]), code(111, "NTC", option[1]), m, n, k,
-                            &alpha, x[0], x[1], &beta, x[2]);
-                },
-                [&](auto& x) {
-                    blas<T>("?gemm", option[0], option[1], m, n, k, alpha, *x[0], *x[1], beta, *x[2]);
-                });
-        });
+    each_choice({"NTC", "NTC", "03"}, [](const char* option) {
+        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[2] - '0'));
+        auto c = any<T>('N', m, n);
+        for (Matrix<T>& each : c)
+            if (beta == T(0)) // then C may hold anything
+                each.spoil();
+        expect_plain<T>(
+            {any<T>(option[0], m, k), any<T>(option[1], k, n), c},
+            [&](auto& x) {
+                compact("?gemm", x, code(111, "NTC", option[0]), code(111, "NTC", option[1]), m, n, k, &alpha,
+                        x[0], x[1], &beta, x[2]);
+            },
+            [&](auto& x) {
+                blas<T>("?gemm", option[0], option[1], m, n, k, alpha, *x[0], *x[1], beta, *x[2]);
+            });
     });
 }
 
-TEST(Compact, Solutions)
+QNM_TYPED(Compact, Solutions)
 {
-    each_type([]<class T>(T) {
-        each_choice({"LR", "UL", "NTC", "NU"}, [](const char* option) {
-            const T alpha = T(2);
-            const core_int order = *option == 'L' ? m : n;
-            expect_plain<T>(
-                {any<T>('N', order, order, 1), any<T>('N', m, n)},
-                [&](auto& x) {
-                    compact("?trsm", x, code(141, "LR", option[0]), code(121, "UL", option[1]),
-                            code(111, "NTC", option[2]), code(131, "NU", option[3]), m, n, &alpha, x[0],
-                            x[1]);
-                },
-                [&](auto& x) {
-                    blas<T>("?trsm", option[0], option[1], option[2], option[3], m, n, alpha, *x[0], *x[1]);
-                });
-        });
+    each_choice({"LR", "UL", "NTC", "NU"}, [](const char* option) {
+        const T alpha = T(2);
+        const core_int order = *option == 'L' ? m : n;
+        expect_plain<T>(
+            {any<T>('N', order, order, 1), any<T>('N', m, n)},
+            [&](auto& x) {
+                compact("?trsm", x, code(141, "LR", option[0]), code(121, "UL", option[1]),
+                        code(111, "NTC", option[2]), code(131, "NU", option[3]), m, n, &alpha, x[0], x[1]);
+            },
+            [&](auto& x) {
+                blas<T>("?trsm", option[0], option[1], option[2], option[3], m, n, alpha, *x[0], *x[1]);
+            });
     });
 }
 
-TEST(Compact, Factorisations)
+QNM_TYPED(Compact, Factorisations)
 {
-    each_type([]<class T>(T) {
-        constexpr core_int big = 64, query = -1;
-        std::vector<real_t<T>> room(big);
-        std::vector<T> work(big);
-        const std::vector<Matrices<T>> square{any<T>('N', n, n, 20)};
-        const auto sound = [](core_int info) { EXPECT_EQ(info, 0); };
+    constexpr core_int big = 64, query = -1;
+    std::vector<real_t<T>> room(big);
+    std::vector<T> work(big);
+    const std::vector<Matrices<T>> square{any<T>('N', n, n, 20)};
+    const auto sound = [](core_int info) { EXPECT_EQ(info, 0); };
+    expect_plain<T>(
+        square, [&](auto& x) { sound(compact_info("getrfnp", x, n, n, x[0])); },
+        [&](auto& x) { lapack<T>("qnm_?getrfnp", n, n, *x[0]); });
+    for (const char uplo : {'U', 'L'})
         expect_plain<T>(
-            square, [&](auto& x) { sound(compact_info("getrfnp", x, n, n, x[0])); },
-            [&](auto& x) { lapack<T>("qnm_?getrfnp", n, n, *x[0]); });
-        for (const char uplo : {'U', 'L'})
-            expect_plain<T>(
-                square, [&](auto& x) { sound(compact_info("potrf", x, code(121, "UL", uplo), n, x[0])); },
-                [&](auto& x) { lapack<T>("?potrf", uplo, n, *x[0]); });
-        expect_plain<T>(
-            square, [&](auto& x) { sound(compact_info("getrinp", x, n, x[0], room, big)); },
-            [&](auto& x) { lapack<T>("qnm_?getrinp", n, *x[0], work, big); });
-        expect_plain<T>(
-            {any<T>('N', m, n, 20), any<T>('N', n, 1)},
-            [&](auto& x) { sound(compact_info("geqrf", x, m, n, x[0], x[1].data, room, big)); },
-            [&](auto& x) { lapack<T>("?geqrf", m, n, *x[0], x[1]->data, work, big); });
+            square, [&](auto& x) { sound(compact_info("potrf", x, code(121, "UL", uplo), n, x[0])); },
+            [&](auto& x) { lapack<T>("?potrf", uplo, n, *x[0]); });
+    expect_plain<T>(
+        square, [&](auto& x) { sound(compact_info("getrinp", x, n, x[0], room, big)); },
+        [&](auto& x) { lapack<T>("qnm_?getrinp", n, *x[0], work, big); });
+    expect_plain<T>(
+        {any<T>('N', m, n, 20), any<T>('N', n, 1)},
+        [&](auto& x) { sound(compact_info("geqrf", x, m, n, x[0], x[1].data, room, big)); },
+        [&](auto& x) { lapack<T>("?geqrf", m, n, *x[0], x[1]->data, work, big); });
 
-        std::vector x{Interleaved<T>(row_major, 32, square[0])};
-        sound(compact_info("getrinp", x, n, x[0], room, query));
-        EXPECT_EQ(room[0], 1);
-        x[0].format = 24;
-        const Reports reports;
-        EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), -7);
-        compact("?trsm", x, 141, 121, 111, 131, n, n, &room, x[0], x[0]);
-        ASSERT_EQ(reports.told.size(), 2U);
-        EXPECT_TRUE(reports.told[0].ends_with("GETRFNP_COMPACT 7")) << reports.told[0];
-        EXPECT_TRUE(reports.told[1].ends_with("TRSM_COMPACT 13")) << reports.told[1];
-    });
+    std::vector x{Interleaved<T>(row_major, 32, square[0])};
+    sound(compact_info("getrinp", x, n, x[0], room, query));
+    EXPECT_EQ(room[0], 1);
+    x[0].format = 24;
+    const Reports reports;
+    EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), -7);
+    compact("?trsm", x, 141, 121, 111, 131, n, n, &room, x[0], x[0]);
+    ASSERT_EQ(reports.told.size(), 2U);
+    EXPECT_TRUE(reports.told[0].ends_with("GETRFNP_COMPACT 7")) << reports.told[0];
+    EXPECT_TRUE(reports.told[1].ends_with("TRSM_COMPACT 13")) << reports.told[1];
     const int length = by_value<int>("qnm_blas_get_format_compact");
     EXPECT_TRUE(length == 16 || length == 32 || length == 64);
 }

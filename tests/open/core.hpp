@@ -26,20 +26,21 @@ using core::real_t;
 template <class T>
 const std::string letter{is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d")};
 
-// Calls `test` with a zero of each type.
-template <class... T>
-void each_of(auto test)
-{
-    const auto one = [&](auto zero) {
-        SCOPED_TRACE("letter " + letter<decltype(zero)>);
-        test(zero);
-    };
-    (one(T{}), ...);
-}
-void each_type(auto test)
-{
-    each_of<float, double, cfloat, cdouble>(test);
-}
+// A test for each type T.
+#define QNM_TYPED_OF(suite, name, ...)                                                                       \
+    template <class T>                                                                                       \
+    void suite##_##name();                                                                                   \
+    TEST(suite, name)                                                                                        \
+    {                                                                                                        \
+        const auto each = [](auto zero) {                                                                    \
+            SCOPED_TRACE("letter " + letter<decltype(zero)>);                                                \
+            suite##_##name<decltype(zero)>();                                                                \
+        };                                                                                                   \
+        std::apply([&](auto... zero) { (each(zero), ...); }, std::tuple<__VA_ARGS__>());                     \
+    }                                                                                                        \
+    template <class T>                                                                                       \
+    void suite##_##name()
+#define QNM_TYPED(suite, name) QNM_TYPED_OF(suite, name, float, double, cfloat, cdouble)
 
 // Calls `test` with a letter out of each text, in all combinations.
 void each_choice(const std::vector<std::string>& texts, auto test, const std::string& chosen = "")

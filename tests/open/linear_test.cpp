@@ -4,145 +4,134 @@
 namespace qnm::test {
 namespace {
 
-TEST(Linear, GemmtIsOneTriangleOfGemm)
+QNM_TYPED(Linear, GemmtIsOneTriangleOfGemm)
 {
-    each_type([]<class T>(T) {
-        each_choice({"Ul", "NTC", "NTC", "02"}, [](const char* option) {
-            const core_int k = 7;
-            const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[3] - '0'));
-            for (const core_int n : {0, 1, 31, 70}) {
-                const auto a = stored<T>(option[1], n, k), b = stored<T>(option[2], k, n);
-                Matrix<T> c(n, n), whole = c, expected = c;
-                blas<T>("?gemm", option[1], option[2], n, n, k, alpha, a, b, beta, whole);
-                for (core_int j = 0; j < n; ++j)
-                    for (core_int i = 0; i < n; ++i)
-                        if (*option == 'U' ? i <= j : i >= j)
-                            expected(i, j) = whole(i, j);
-                blas<T>("?gemmt", option[0], option[1], option[2], n, k, alpha, a, b, beta, c);
-                ASSERT_EQ(c.data, expected.data) << n;
-            }
-        });
+    each_choice({"Ul", "NTC", "NTC", "02"}, [](const char* option) {
+        const core_int k = 7;
+        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[3] - '0'));
+        for (const core_int n : {0, 1, 31, 70}) {
+            const auto a = stored<T>(option[1], n, k), b = stored<T>(option[2], k, n);
+            Matrix<T> c(n, n), whole = c, expected = c;
+            blas<T>("?gemm", option[1], option[2], n, n, k, alpha, a, b, beta, whole);
+            for (core_int j = 0; j < n; ++j)
+                for (core_int i = 0; i < n; ++i)
+                    if (*option == 'U' ? i <= j : i >= j)
+                        expected(i, j) = whole(i, j);
+            blas<T>("?gemmt", option[0], option[1], option[2], n, k, alpha, a, b, beta, c);
+            ASSERT_EQ(c.data, expected.data) << n;
+        }
     });
 }
 
-TEST(Linear, TriangularOutOfPlaceAndPacked)
+QNM_TYPED(Linear, TriangularOutOfPlaceAndPacked)
 {
-    each_type([]<class T>(T) {
-        each_choice({"LR", "UL", "NTC", "NU", "03", "sb"}, [](const char* option) {
-            const auto [side, uplo, trans, diag] = std::tie(option[0], option[1], option[2], option[3]);
-            const core_int m = option[5] == 's' ? 3 : 67, n = option[5] == 's' ? 4 : 130; // several panels
-            const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[4] - '0'));
-            Matrix<T> a(side == 'L' ? m : n, side == 'L' ? m : n);
-            a.take('N', a, T(static_cast<real_t<T>>(0.002))).fill_diagonal(T(2)); // solutions do not grow
-            const Matrix<T> b(m, n), before(m, n, 5);
-            for (const std::string routine : {"?trmm", "?trsm"}) {
-                Matrix<T> plain = b, c = before, expected = before;
-                blas<T>(routine, side, uplo, trans, diag, m, n, alpha, a, plain);
-                expected.take('N', plain, T(1), beta);
-                if (beta == T(0)) // then C may hold anything
-                    c.spoil();
-                blas<T>(routine + "_oop", side, uplo, trans, diag, m, n, alpha, a, b, beta, c);
-                expect_near(c.data, expected.data);
-                if (is_complex<T> || routine != "?trmm")
-                    continue;
-                std::vector<T> packed;
-                for (core_int j = 0; j < a.columns; ++j)
-                    for (core_int i = uplo == 'U' ? 0 : j; i <= (uplo == 'U' ? j : a.rows - 1); ++i)
-                        packed.push_back(a(i, j));
-                Matrix<T> x = b;
-                blas<T>("?ptrmm", side, uplo, trans, diag, m, n, alpha, packed, x);
-                expect_near(x.data, plain.data);
-            }
-        });
+    each_choice({"LR", "UL", "NTC", "NU", "03", "sb"}, [](const char* option) {
+        const auto [side, uplo, trans, diag] = std::tie(option[0], option[1], option[2], option[3]);
+        const core_int m = option[5] == 's' ? 3 : 67, n = option[5] == 's' ? 4 : 130; // several panels
+        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[4] - '0'));
+        Matrix<T> a(side == 'L' ? m : n, side == 'L' ? m : n);
+        a.take('N', a, T(static_cast<real_t<T>>(0.002))).fill_diagonal(T(2)); // solutions do not grow
+        const Matrix<T> b(m, n), before(m, n, 5);
+        for (const std::string routine : {"?trmm", "?trsm"}) {
+            Matrix<T> plain = b, c = before, expected = before;
+            blas<T>(routine, side, uplo, trans, diag, m, n, alpha, a, plain);
+            expected.take('N', plain, T(1), beta);
+            if (beta == T(0)) // then C may hold anything
+                c.spoil();
+            blas<T>(routine + "_oop", side, uplo, trans, diag, m, n, alpha, a, b, beta, c);
+            expect_near(c.data, expected.data);
+            if (is_complex<T> || routine != "?trmm")
+                continue;
+            std::vector<T> packed;
+            for (core_int j = 0; j < a.columns; ++j)
+                for (core_int i = uplo == 'U' ? 0 : j; i <= (uplo == 'U' ? j : a.rows - 1); ++i)
+                    packed.push_back(a(i, j));
+            Matrix<T> x = b;
+            blas<T>("?ptrmm", side, uplo, trans, diag, m, n, alpha, packed, x);
+            expect_near(x.data, plain.data);
+        }
     });
 }
 
-TEST(Linear, ARealMatrixIsAComplexOne)
+QNM_TYPED_OF(Linear, ARealMatrixIsAComplexOne, cfloat, cdouble)
 {
-    each_of<cfloat, cdouble>([]<class T>(T) {
-        const std::string mixed = letter<real_t<T>> + "?";
-        each_choice({"NTC", "NTC", "01"}, [&](const char* option) {
-            const core_int m = 6, n = 5, k = 4;
-            const T alpha(2, -1), beta = option[2] == '0' ? T(0) : T(1, 3);
-            const auto a = stored<real_t<T>>(option[0], m, k);
-            const auto b = stored<T>(option[1], k, n);
-            Matrix<T> wide(a.rows, a.columns), c(m, n), expected = c;
-            wide.data.assign(a.data.begin(), a.data.end());
-            blas<T>(mixed + "gemm", option[0], option[1], m, n, k, alpha, a, b, beta, c);
-            blas<T>("?gemm", option[0], option[1], m, n, k, alpha, wide, b, beta, expected);
-            ASSERT_EQ(c.data, expected.data);
-            for (const core_int inc : {1, 3, -2}) {
-                Matrix<T> x(k, 1, 0, inc), y(m, 1, 0, -inc), expected_y = y;
-                blas<T>(mixed + "gemv", option[0], a.rows, a.columns, alpha, a, x.data, x.inc, beta, y.data,
-                        y.inc);
-                blas<T>("?gemv", option[0], a.rows, a.columns, alpha, wide, x.data, x.inc, beta,
-                        expected_y.data, y.inc);
-                ASSERT_EQ(y.data, expected_y.data) << inc;
-            }
-        });
+    const std::string mixed = letter<real_t<T>> + "?";
+    each_choice({"NTC", "NTC", "01"}, [&](const char* option) {
+        const core_int m = 6, n = 5, k = 4;
+        const T alpha(2, -1), beta = option[2] == '0' ? T(0) : T(1, 3);
+        const auto a = stored<real_t<T>>(option[0], m, k);
+        const auto b = stored<T>(option[1], k, n);
+        Matrix<T> wide(a.rows, a.columns), c(m, n), expected = c;
+        wide.data.assign(a.data.begin(), a.data.end());
+        blas<T>(mixed + "gemm", option[0], option[1], m, n, k, alpha, a, b, beta, c);
+        blas<T>("?gemm", option[0], option[1], m, n, k, alpha, wide, b, beta, expected);
+        ASSERT_EQ(c.data, expected.data);
+        for (const core_int inc : {1, 3, -2}) {
+            Matrix<T> x(k, 1, 0, inc), y(m, 1, 0, -inc), expected_y = y;
+            blas<T>(mixed + "gemv", option[0], a.rows, a.columns, alpha, a, x.data, x.inc, beta, y.data,
+                    y.inc);
+            blas<T>("?gemv", option[0], a.rows, a.columns, alpha, wide, x.data, x.inc, beta, expected_y.data,
+                    y.inc);
+            ASSERT_EQ(y.data, expected_y.data) << inc;
+        }
     });
 }
 
-TEST(Linear, TwoProductsWithOneMatrix)
+QNM_TYPED(Linear, TwoProductsWithOneMatrix)
 {
-    each_type([]<class T>(T) {
-        const core_int m = 6, n = 4;
-        const Matrix<T> a(m, n);
-        const T alpha = T(2), beta = T(3);
-        const auto x1 = random_vector<T>(20), x2 = x1, y = x1;
-        auto y1 = y, y2 = y, expected1 = y, expected2 = y;
-        const core_int two = 2, back = -1, one = 1, far = -3;
-        blas<T>(is_complex<T> ? "?gem2vc" : "?gem2vu", m, n, alpha, a, x1, two, x2, back, beta, y1, one, y2,
-                far);
-        blas<T>("?gemv", 'N', m, n, alpha, a, x1, two, beta, expected1, one);
-        blas<T>("?gemv", 'C', m, n, alpha, a, x2, back, beta, expected2, far);
-        EXPECT_EQ(y1, expected1);
-        EXPECT_EQ(y2, expected2);
-    });
+    const core_int m = 6, n = 4;
+    const Matrix<T> a(m, n);
+    const T alpha = T(2), beta = T(3);
+    const auto x1 = random_vector<T>(20), x2 = x1, y = x1;
+    auto y1 = y, y2 = y, expected1 = y, expected2 = y;
+    const core_int two = 2, back = -1, one = 1, far = -3;
+    blas<T>(is_complex<T> ? "?gem2vc" : "?gem2vu", m, n, alpha, a, x1, two, x2, back, beta, y1, one, y2, far);
+    blas<T>("?gemv", 'N', m, n, alpha, a, x1, two, beta, expected1, one);
+    blas<T>("?gemv", 'C', m, n, alpha, a, x2, back, beta, expected2, far);
+    EXPECT_EQ(y1, expected1);
+    EXPECT_EQ(y2, expected2);
 }
 
 // A sparse routine does what is told here to each element of x, and to that of y that its index names.
-TEST(Linear, SparseVectorsAreDenseOnes)
+QNM_TYPED(Linear, SparseVectorsAreDenseOnes)
 {
-    each_type([]<class T>(T) {
-        const std::vector<core_int> indx{4, 1, 7}; // from one
-        const core_int nz = 3, none = -1;
-        const T alpha = T(4), c = T(2), s = T(3);
-        const auto x0 = random_vector<T>(nz), y0 = random_vector<T>(8);
-        auto x = x0, y = y0;
-        const auto expect = [&](auto on_elements) {
-            auto expected_x = x0, expected_y = y0;
-            for (std::size_t i = 0; i < indx.size(); ++i)
-                on_elements(expected_x[i], expected_y[static_cast<std::size_t>(indx[i] - 1)]);
-            EXPECT_EQ(std::exchange(x, x0), expected_x);
-            EXPECT_EQ(std::exchange(y, y0), expected_y);
-        };
-        blas<T>("?sctr", nz, x, indx, y);
-        expect([](T& xi, T& yi) { yi = xi; });
-        blas<T>("?gthr", nz, y, x, indx);
-        expect([](T& xi, T& yi) { xi = yi; });
-        blas<T>("?gthrz", nz, y, x, indx);
-        expect([](T& xi, T& yi) { xi = std::exchange(yi, T{}); });
-        blas<T>("?axpyi", nz, alpha, x, indx, y);
-        expect([&](T& xi, T& yi) { yi += alpha * xi; });
-        blas<T>("?sctr", none, x, indx, y);
-        T dot{}, dotc{}, found{}, foundc{};
-        expect([&](T& xi, T& yi) { dot += xi * yi, dotc += conjugate(xi) * yi; });
-        if constexpr (is_complex<T>) {
-            blas<T>("?dotui", &found, nz, x0, indx, y0);
-            blas<T>("?dotci", &foundc, nz, x0, indx, y0);
-            EXPECT_EQ(foundc, dotc);
-        } else {
-            found = blas<T, T>("?doti", nz, x0, indx, y0);
-            blas<T>("?roti", nz, x, indx, y, c, s);
-            expect([&](T& xi, T& yi) {
-                const T old = xi;
-                xi = c * xi + s * yi;
-                yi = c * yi - s * old;
-            });
-        }
-        EXPECT_EQ(found, dot);
-    });
+    const std::vector<core_int> indx{4, 1, 7}; // from one
+    const core_int nz = 3, none = -1;
+    const T alpha = T(4), c = T(2), s = T(3);
+    const auto x0 = random_vector<T>(nz), y0 = random_vector<T>(8);
+    auto x = x0, y = y0;
+    const auto expect = [&](auto on_elements) {
+        auto expected_x = x0, expected_y = y0;
+        for (std::size_t i = 0; i < indx.size(); ++i)
+            on_elements(expected_x[i], expected_y[static_cast<std::size_t>(indx[i] - 1)]);
+        EXPECT_EQ(std::exchange(x, x0), expected_x);
+        EXPECT_EQ(std::exchange(y, y0), expected_y);
+    };
+    blas<T>("?sctr", nz, x, indx, y);
+    expect([](T& xi, T& yi) { yi = xi; });
+    blas<T>("?gthr", nz, y, x, indx);
+    expect([](T& xi, T& yi) { xi = yi; });
+    blas<T>("?gthrz", nz, y, x, indx);
+    expect([](T& xi, T& yi) { xi = std::exchange(yi, T{}); });
+    blas<T>("?axpyi", nz, alpha, x, indx, y);
+    expect([&](T& xi, T& yi) { yi += alpha * xi; });
+    blas<T>("?sctr", none, x, indx, y);
+    T dot{}, dotc{}, found{}, foundc{};
+    expect([&](T& xi, T& yi) { dot += xi * yi, dotc += conjugate(xi) * yi; });
+    if constexpr (is_complex<T>) {
+        blas<T>("?dotui", &found, nz, x0, indx, y0);
+        blas<T>("?dotci", &foundc, nz, x0, indx, y0);
+        EXPECT_EQ(foundc, dotc);
+    } else {
+        found = blas<T, T>("?doti", nz, x0, indx, y0);
+        blas<T>("?roti", nz, x, indx, y, c, s);
+        expect([&](T& xi, T& yi) {
+            const T old = xi;
+            xi = c * xi + s * yi;
+            yi = c * yi - s * old;
+        });
+    }
+    EXPECT_EQ(found, dot);
 }
 
 } // namespace

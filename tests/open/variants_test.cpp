@@ -219,34 +219,32 @@ TEST(Variants, AForeignBufferIsReportedAndNothingComputed)
     EXPECT_EQ(c, untouched);
 }
 
-TEST(Variants, KernelsCarryTheirParameters)
+QNM_TYPED(Variants, KernelsCarryTheirParameters)
 {
-    each_type([]<class T>(T) {
-        const std::string name = "?gemm", get = "qnm_blas_qnm_jit_get_", destroy = "qnm_blas_qnm_jit_destroy";
-        const core_int m = 4, n = 3, k = 5, lda = 6, ldb = 7, ldc = 8;
-        const T alpha = T(2), beta = T(3);
-        const auto a = random_vector<T>(64), b = random_vector<T>(64), before = random_vector<T>(64);
-        const std::string other = letter<T> == "d" ? "s" : "d";
-        void* jitter = nullptr;
-        each_choice({"NTCOUV", "NT"}, [&](const char* trans) {
-            EXPECT_EQ((blas<T, int>("qnm_jit_create_?gemm", &jitter, trans[0], trans[1], m, n, k, alpha, lda,
-                                    ldb, beta, ldc)),
-                      1);
-            const std::size_t extended = std::string("OUV").find(trans[0]);
-            const bool exchanged = extended < 3; // the product's first matrix comes second
-            const char transa = exchanged ? "NTC"[extended] : trans[0];
-            auto c = before, expected = before;
-            blas<T>("?gemm", transa, trans[1], m, n, k, alpha, a, lda, b, ldb, beta, expected, ldc);
-            using Function = void (*)(void*, const T*, const T*, const T*);
-            by_value<Function>(get + letter<T> + "gemm_ptr", jitter)(jitter, (exchanged ? b : a).data(),
-                                                                     (exchanged ? a : b).data(), c.data());
-            EXPECT_EQ(c, expected);
-            EXPECT_EQ(by_value<void*>(get + other + "gemm_ptr", jitter), nullptr);
-            EXPECT_EQ(by_value<int>(destroy, jitter), 0);
-        });
-        EXPECT_EQ(by_value<void*>(get + letter<T> + "gemm_ptr", nullptr), nullptr);
-        EXPECT_EQ(by_value<int>(destroy, nullptr), 2);
+    const std::string name = "?gemm", get = "qnm_blas_qnm_jit_get_", destroy = "qnm_blas_qnm_jit_destroy";
+    const core_int m = 4, n = 3, k = 5, lda = 6, ldb = 7, ldc = 8;
+    const T alpha = T(2), beta = T(3);
+    const auto a = random_vector<T>(64), b = random_vector<T>(64), before = random_vector<T>(64);
+    const std::string other = letter<T> == "d" ? "s" : "d";
+    void* jitter = nullptr;
+    each_choice({"NTCOUV", "NT"}, [&](const char* trans) {
+        EXPECT_EQ((blas<T, int>("qnm_jit_create_?gemm", &jitter, trans[0], trans[1], m, n, k, alpha, lda, ldb,
+                                beta, ldc)),
+                  1);
+        const std::size_t extended = std::string("OUV").find(trans[0]);
+        const bool exchanged = extended < 3; // the product's first matrix comes second
+        const char transa = exchanged ? "NTC"[extended] : trans[0];
+        auto c = before, expected = before;
+        blas<T>("?gemm", transa, trans[1], m, n, k, alpha, a, lda, b, ldb, beta, expected, ldc);
+        using Function = void (*)(void*, const T*, const T*, const T*);
+        by_value<Function>(get + letter<T> + "gemm_ptr", jitter)(jitter, (exchanged ? b : a).data(),
+                                                                 (exchanged ? a : b).data(), c.data());
+        EXPECT_EQ(c, expected);
+        EXPECT_EQ(by_value<void*>(get + other + "gemm_ptr", jitter), nullptr);
+        EXPECT_EQ(by_value<int>(destroy, jitter), 0);
     });
+    EXPECT_EQ(by_value<void*>(get + letter<T> + "gemm_ptr", nullptr), nullptr);
+    EXPECT_EQ(by_value<int>(destroy, nullptr), 2);
 }
 
 } // namespace
