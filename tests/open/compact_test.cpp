@@ -184,6 +184,10 @@ QNM_TYPED(Compact, Factorisations)
     std::vector x{Interleaved<T>(row_major, 32, square[0])};
     sound(compact_info("getrinp", x, n, x[0], room, query));
     EXPECT_EQ(room[0], 1);
+    auto singular = square[0];
+    singular[2].take('N', singular[2], T(0));
+    x[0] = Interleaved<T>(row_major, 32, singular);
+    EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), 1); // the first that is not 0
     x[0].format = 24;
     const Reports reports;
     EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), -7);

@@ -57,7 +57,7 @@ QNM_TYPED_OF(Linear, ARealMatrixIsAComplexOne, cfloat, cdouble)
 {
     const std::string mixed = letter<real_t<T>> + "?";
     each_choice({"NTC", "NTC", "01"}, [&](const char* option) {
-        const core_int m = 6, n = 5, k = 4;
+        const core_int m = 6, n = 5, k = 8;
         const T alpha(2, -1), beta = option[2] == '0' ? T(0) : T(1, 3);
         const auto a = stored<real_t<T>>(option[0], m, k);
         const auto b = stored<T>(option[1], k, n);
@@ -68,6 +68,8 @@ QNM_TYPED_OF(Linear, ARealMatrixIsAComplexOne, cfloat, cdouble)
         ASSERT_EQ(c.data, expected.data);
         for (const core_int inc : {1, 3, -2}) {
             Matrix<T> x(k, 1, 0, inc), y(m, 1, 0, -inc), expected_y = y;
+            if (beta == T(0)) // then y may hold anything
+                y.spoil();
             blas<T>(mixed + "gemv", option[0], a.rows, a.columns, alpha, a, x.data, x.inc, beta, y.data,
                     y.inc);
             blas<T>("?gemv", option[0], a.rows, a.columns, alpha, wide, x.data, x.inc, beta, expected_y.data,

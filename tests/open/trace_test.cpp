@@ -87,6 +87,8 @@ TEST_F(Trace, LinesHaveNameArgumentsAndTime)
     }
     print("QNM_DOMATCOPY(R, N)", 1e9, 0);
     expected.push_back("QNM_VERBOSE QNM_DOMATCOPY(R, N) -");
+    verbose(0);
+    ASSERT_EQ(output_file(path_), 0);     // what is there stays
     print(std::string(10000, 'x'), 1e-3); // a long line keeps its time
     auto all = lines();
     EXPECT_TRUE(all.at(0).starts_with("# QNM_VERBOSE open core ")) << all[0];
@@ -96,8 +98,6 @@ TEST_F(Trace, LinesHaveNameArgumentsAndTime)
     EXPECT_TRUE(all.back().ends_with("x 1.000ms"));
     all.pop_back();
     EXPECT_EQ(all, expected);
-    ASSERT_EQ(output_file(path_), 0); // what is there stays
-    EXPECT_GT(lines().size(), all.size());
 }
 
 TEST_F(Trace, LinesOfThreadsAndProcessesStayWhole)
