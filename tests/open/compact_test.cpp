@@ -1,190 +1,202 @@
-// Interleaved batches, against the plain routine on each matrix; kernels made ahead of their calls.
-#include "interleaved.hpp"
+// Interleaved batches, against the plain routine on each matrix.
+#include "core.hpp"
 
 namespace qnm::test {
 namespace {
 
-int reported_position = 0;
-void remember_position(const char*, const int* info, int)
+constexpr core_int row_major = 101, column_major = 102, nm = 9;
+
+template <class T>
+using Matrices = std::vector<Matrix<T>>;
+
+// Matrices of one size, packed here: in the place of an element there is a vector of it from some matrices,
+// for complex types one of real parts, then one of imaginary parts.
+template <class T>
+struct Interleaved {
+    core_int layout, format, rows, columns, ld, lines, lanes = format / core_int{sizeof(real_t<T>)};
+    std::vector<real_t<T>> data;
+
+    // A column is dense, others have room to spare. Spare lanes repeat the last matrix.
+    Interleaved(core_int order, core_int bytes, const Matrices<T>& matrices)
+        : layout(order),
+          format(bytes),
+          rows(matrices[0].rows),
+          columns(matrices[0].columns),
+          ld((layout == row_major ? columns : rows) + (columns > 1 ? 2 : 0)),
+          lines(layout == row_major ? rows : columns)
+    {
+        constexpr core_int parts = is_complex<T> ? 2 : 1;
+        const core_int whole = (nm + lanes - 1) / lanes * lanes;
+        data.assign(static_cast<std::size_t>(whole * parts * ld * lines), -99);
+        for (core_int p = 0; p < whole; ++p)
+            for (core_int i = 0; i < rows; ++i)
+                for (core_int j = 0; j < columns; ++j) {
+                    const T x = matrices[static_cast<std::size_t>(std::min(p, nm - 1))](i, j);
+                    const core_int place = layout == row_major ? i * ld + j : i + j * ld;
+                    auto* const to = &data[static_cast<std::size_t>(
+                        (p / lanes * ld * lines + place) * lanes * parts + p % lanes)];
+                    to[0] = std::real(x);
+                    if constexpr (is_complex<T>)
+                        to[lanes] = x.imag();
+                }
+    }
+    // By the core, from matrices in its layout or to them.
+    void move(const std::string& routine, Matrices<T>& matrices)
+    {
+        std::vector<T*> places;
+        for (Matrix<T>& a : matrices)
+            places.push_back(a.data.data());
+        by_value("qnm_blas_" + letter<T> + routine, layout, rows, columns, places, matrices[0].ld, *this,
+                 format, nm);
+    }
+};
+
+template <class T>
+Matrices<T> any(char trans, core_int rows, core_int columns, real_t<T> diagonal = 0)
 {
-    reported_position = *info;
+    Matrices<T> all;
+    for (core_int p = 0; p < nm; ++p) {
+        all.push_back(stored<T>(trans, rows, columns));
+        if (diagonal != 0)
+            all.back().fill_diagonal(T(diagonal + static_cast<real_t<T>>(p)));
+    }
+    return all;
+}
+
+// For all layouts and formats: `compact` gets the packs of all operands, `plain` the operands of one problem,
+// and both come to the same. What lies between the matrices stays.
+template <class T>
+void expect_plain(const std::vector<Matrices<T>>& before, auto compact, auto plain)
+{
+    auto expected = before;
+    for (std::size_t p = 0; p < nm; ++p) {
+        std::vector<Matrix<T>*> one;
+        for (auto& each : expected)
+            one.push_back(&each[p]);
+        plain(one);
+    }
+    for (const core_int layout : {row_major, column_major})
+        for (const core_int format : {16, 32, 64}) {
+            SCOPED_TRACE(testing::Message() << layout << ' ' << format);
+            std::vector<Interleaved<T>> packs;
+            for (const auto& each : before)
+                packs.emplace_back(layout, format, each);
+            compact(packs);
+            for (std::size_t i = 0; i < packs.size(); ++i)
+                expect_near(packs[i].data, Interleaved<T>(layout, format, expected[i]).data);
+        }
+}
+
+QNM_TYPED(Compact, PackAndUnpack)
+{
+    for (const core_int layout : {row_major, column_major}) {
+        const auto matrices = any<T>('N', 3, 2);
+        auto laid = any<T>(layout == row_major ? 'T' : 'N', 3, 2), spoilt = laid;
+        for (std::size_t p = 0; p < nm; ++p)
+            laid[p].take(layout == row_major ? 'T' : 'N', matrices[p]);
+        Interleaved<T> expected(layout, 32, matrices), found(layout, 32, any<T>('N', 3, 2));
+        found.move("gepack_compact", laid);
+        EXPECT_EQ(found.data, expected.data);
+        found.move("geunpack_compact", spoilt);
+        for (std::size_t p = 0; p < nm; ++p)
+            EXPECT_EQ(spoilt[p].take('N', laid[p]).data, spoilt[p].data);
+    }
 }
 
 template <class T>
-class SmallMatrices : public testing::Test {
-protected:
-    const std::string l = letter<T>();
-    static constexpr core_int nm = 9, m = 4, n = 3, k = 5;
-    const T alpha = T(2);
-    core_int layout = row_major, format = 32, info = 0;
-
-    SmallMatrices() { by_value<void*>("qnm_serv_set_xerbla", &remember_position); }
-    ~SmallMatrices() override { by_value<void*>("qnm_serv_set_xerbla", nullptr); }
-
-    static Matrices<T> any(char trans, core_int rows, core_int columns, real_t<T> diagonal = 0)
-    {
-        Matrices<T> all;
-        for (core_int p = 0; p < nm; ++p) {
-            all.push_back(stored<T>(trans, rows, columns));
-            for (core_int i = 0; diagonal != 0 && i < columns; ++i)
-                all.back()(i, i) = T(diagonal + static_cast<real_t<T>>(p));
-        }
-        return all;
-    }
-    // `compact` gets the packs of all operands, `plain` the operands of one problem; both come to the same.
-    void expect_plain(std::vector<Matrices<T>> x, auto compact, auto plain)
-    {
-        std::vector<Interleaved<T>> packs;
-        for (const auto& each : x)
-            packs.emplace_back(layout, format, each);
-        info = 0;
-        compact(packs);
-        EXPECT_EQ(info, 0);
-        for (std::size_t p = 0; p < nm; ++p) {
-            std::vector<Matrix<T>*> one;
-            for (auto& each : x)
-                one.push_back(&each[p]);
-            plain(one);
-        }
-        for (std::size_t i = 0; i < x.size(); ++i)
-            for (std::size_t p = 0; p < nm; ++p)
-                expect_near(packs[i].unpacked(x[i])[p].data, x[i][p].data);
-    }
-    // The same for all layouts and formats.
-    void expect_plain_always(const auto& x, auto compact, auto plain)
-    {
-        for (const core_int order : {row_major, column_major})
-            for (const core_int bytes : {16, 32, 64}) {
-                layout = order;
-                format = bytes;
-                SCOPED_TRACE(testing::Message() << order << ' ' << bytes);
-                expect_plain(x, compact, plain);
-            }
-    }
-    template <class... A>
-    void compact(const std::string& name, const A&... arguments)
-    {
-        by_value<void>(name + "_compact", layout, arguments..., format, nm);
-    }
-};
-TYPED_TEST_SUITE(SmallMatrices, Types);
-
-TYPED_TEST(SmallMatrices, PackPutsEachMatrixIntoItsLane)
+void compact(const std::string& name, const std::vector<Interleaved<T>>& x, const auto&... arguments)
 {
-    using T = TypeParam;
-    for (const core_int order : {row_major, column_major}) {
-        const auto matrices = this->any('N', 3, 2);
-        const Interleaved<T> a(order, 32, matrices);
-        constexpr core_int lanes = 32 / sizeof(real_t<T>), parts = is_complex<T> ? 2 : 1;
-        const core_int place = order == row_major ? 2 * a.ld + 1 : 2 + a.ld; // of element (2,1)
-        const core_int pack = 4 / lanes * a.ld * a.lines;
-        const auto at = static_cast<std::size_t>((pack + place) * lanes * parts + 4 % lanes);
-        EXPECT_EQ(a.packs[at], std::real(matrices[4](2, 1)));
-        if constexpr (is_complex<T>) {
-            EXPECT_EQ(a.packs[at + lanes], matrices[4](2, 1).imag());
-        }
-    }
+    by_value(named<T>("blas", name + "_compact"), x[0].layout, arguments..., x[0].format, nm);
 }
-
-TYPED_TEST(SmallMatrices, ProductsAndSolutions)
+template <class T>
+core_int compact_info(const std::string& name, const std::vector<Interleaved<T>>& x, const auto&... arguments)
 {
-    using T = TypeParam;
-    for (int options = 0; options < 18; ++options) {
-        const core_int ta = options % 3, tb = options / 3 % 3;
-        const char transa = transposes[ta], transb = transposes[tb];
-        const T beta = T(static_cast<real_t<T>>(options / 9 * 3));
-        SCOPED_TRACE(testing::Message() << transa << transb << options / 9);
-        auto c = this->any('N', this->m, this->n);
-        if (beta == T(0)) // then C may hold anything
-            for (Matrix<T>& each : c)
-                each.take('N', each, T(std::numeric_limits<real_t<T>>::quiet_NaN()));
-        this->expect_plain_always(
-            std::vector{this->any(transa, this->m, this->k), this->any(transb, this->k, this->n), c},
+    core_int info = -99;
+    by_value(named<T>("lapack", "qnm_?" + name + "_compact"), x[0].layout, arguments..., &info, x[0].format,
+             nm);
+    return info;
+}
+core_int code(core_int first, const std::string& letters, char chosen)
+{
+    return first + static_cast<core_int>(letters.find(chosen));
+}
+constexpr core_int m = 4, n = 3, k = 5;
+
+QNM_TYPED(Compact, Products)
+{
+    each_choice({"NTC", "NTC", "03"}, [](const char* option) {
+        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[2] - '0'));
+        auto c = any<T>('N', m, n);
+        for (Matrix<T>& each : c)
+            if (beta == T(0)) // then C may hold anything
+                each.spoil();
+        expect_plain<T>(
+            {any<T>(option[0], m, k), any<T>(option[1], k, n), c},
             [&](auto& x) {
-                this->compact("qnm_blas_" + this->l + "gemm", 111 + ta, 111 + tb, this->m, this->n, this->k,
-                              &this->alpha, x[0], x[1], &beta, x[2]);
+                compact("?gemm", x, code(111, "NTC", option[0]), code(111, "NTC", option[1]), m, n, k, &alpha,
+                        x[0], x[1], &beta, x[2]);
             },
             [&](auto& x) {
-                blas(this->l + "gemm", transa, transb, this->m, this->n, this->k, this->alpha, *x[0], *x[1],
-                     beta, *x[2]);
+                blas<T>("?gemm", option[0], option[1], m, n, k, alpha, *x[0], *x[1], beta, *x[2]);
             });
-    }
-    for (int options = 0; options < 24; ++options) {
-        const core_int r = options % 2, lower = options / 2 % 2, diag = options / 4 % 2, ta = options / 8,
-                       order = r == 1 ? this->n : this->m;
-        SCOPED_TRACE(testing::Message() << r << lower << diag << ta);
-        this->expect_plain_always(
-            std::vector{this->any('N', order, order, 1), this->any('N', this->m, this->n)},
-            [&](auto& x) {
-                this->compact("qnm_blas_" + this->l + "trsm", left + r, upper + lower, 111 + ta,
-                              unit - 1 + diag, this->m, this->n, &this->alpha, x[0], x[1]);
-            },
-            [&](auto& x) {
-                blas(this->l + "trsm", "LR"[r], "UL"[lower], transposes[ta], "NU"[diag], this->m, this->n,
-                     this->alpha, *x[0], *x[1]);
-            });
-    }
+    });
 }
 
-TYPED_TEST(SmallMatrices, Factorisations)
+QNM_TYPED(Compact, Solutions)
 {
-    using T = TypeParam;
-    constexpr core_int rows = TestFixture::m, order = TestFixture::n, big = 64 * 64;
-    const std::string own = "qnm_lapack_qnm_" + this->l;
-    core_int* const status = &this->info;
+    each_choice({"LR", "UL", "NTC", "NU"}, [](const char* option) {
+        const T alpha = T(2);
+        const core_int order = *option == 'L' ? m : n;
+        expect_plain<T>(
+            {any<T>('N', order, order, 1), any<T>('N', m, n)},
+            [&](auto& x) {
+                compact("?trsm", x, code(141, "LR", option[0]), code(121, "UL", option[1]),
+                        code(111, "NTC", option[2]), code(131, "NU", option[3]), m, n, &alpha, x[0], x[1]);
+            },
+            [&](auto& x) {
+                blas<T>("?trsm", option[0], option[1], option[2], option[3], m, n, alpha, *x[0], *x[1]);
+            });
+    });
+}
+
+QNM_TYPED(Compact, Factorisations)
+{
+    constexpr core_int big = 64, query = -1;
     std::vector<real_t<T>> room(big);
     std::vector<T> work(big);
-    const std::vector<Matrices<T>> square{this->any('N', order, order, 20)};
-    this->expect_plain_always(
-        square, [&](auto& x) { this->compact(own + "getrfnp", order, order, x[0], status); },
-        [&](auto& x) { lapack("qnm_" + this->l + "getrfnp", order, order, *x[0], status); });
-    this->expect_plain_always(
-        square, [&](auto& x) { this->compact(own + "potrf", upper, order, x[0], status); },
-        [&](auto& x) { lapack(this->l + "potrf", "U", order, *x[0], status); });
-    this->expect_plain_always(
-        square, [&](auto& x) { this->compact(own + "getrinp", order, x[0], room, big, status); },
-        [&](auto& x) { lapack("qnm_" + this->l + "getrinp", order, *x[0], work, big, status); });
-    this->expect_plain_always(
-        std::vector{this->any('N', rows, order, 20), this->any('N', order, 1)},
-        [&](auto& x) { this->compact(own + "geqrf", rows, order, x[0], x[1].packs, room, big, status); },
-        [&](auto& x) { lapack(this->l + "geqrf", rows, order, *x[0], x[1]->data, work, big, status); });
-    this->format = 24;
-    this->compact(own + "getrfnp", order, order, room, order, status);
-    EXPECT_EQ(this->info, -7);
-    EXPECT_EQ(reported_position, 7);
-    const core_int length = by_value<int>("qnm_blas_get_format_compact");
-    EXPECT_TRUE(length == 16 || length == 32 || length == 64);
-}
+    const std::vector<Matrices<T>> square{any<T>('N', n, n, 20)};
+    const auto sound = [](core_int info) { EXPECT_EQ(info, 0); };
+    expect_plain<T>(
+        square, [&](auto& x) { sound(compact_info("getrfnp", x, n, n, x[0])); },
+        [&](auto& x) { lapack<T>("qnm_?getrfnp", n, n, *x[0]); });
+    for (const char uplo : {'U', 'L'})
+        expect_plain<T>(
+            square, [&](auto& x) { sound(compact_info("potrf", x, code(121, "UL", uplo), n, x[0])); },
+            [&](auto& x) { lapack<T>("?potrf", uplo, n, *x[0]); });
+    expect_plain<T>(
+        square, [&](auto& x) { sound(compact_info("getrinp", x, n, x[0], room, big)); },
+        [&](auto& x) { lapack<T>("qnm_?getrinp", n, *x[0], work, big); });
+    expect_plain<T>(
+        {any<T>('N', m, n, 20), any<T>('N', n, 1)},
+        [&](auto& x) { sound(compact_info("geqrf", x, m, n, x[0], x[1].data, room, big)); },
+        [&](auto& x) { lapack<T>("?geqrf", m, n, *x[0], x[1]->data, work, big); });
 
-TYPED_TEST(SmallMatrices, KernelsCarryTheirParameters)
-{
-    using T = TypeParam;
-    const std::string name = this->l + "gemm", extended = "NTCOUV", plain = "NTCNTC";
-    const core_int lda = 6, ldb = 7, ldc = 8;
-    const T beta = T(3);
-    const auto a = random_vector<T>(64), b = random_vector<T>(64), before = random_vector<T>(64);
-    for (std::size_t i = 0; i < extended.size(); ++i)
-        for (const char transb : {'N', 'T'}) {
-            void* jitter = nullptr;
-            EXPECT_EQ(blas<int>("qnm_jit_create_" + name, &jitter, extended[i], transb, this->m, this->n,
-                                this->k, this->alpha, lda, ldb, beta, ldc),
-                      1);
-            using Function = void (*)(void*, const T*, const T*, const T*);
-            const auto function = by_value<Function>("qnm_blas_qnm_jit_get_" + name + "_ptr", jitter);
-            ASSERT_NE(function, nullptr);
-            auto c = before, expected = before;
-            blas(name, plain[i], transb, this->m, this->n, this->k, this->alpha, a, lda, b, ldb, beta,
-                 expected, ldc);
-            const bool exchanged = i >= 3; // the product's first matrix comes second
-            function(jitter, (exchanged ? b : a).data(), (exchanged ? a : b).data(), c.data());
-            EXPECT_EQ(c, expected) << extended[i] << transb;
-            const std::string other = this->l == "d" ? "s" : "d";
-            EXPECT_EQ(by_value<void*>("qnm_blas_qnm_jit_get_" + other + "gemm_ptr", jitter), nullptr);
-            EXPECT_EQ(by_value<int>("qnm_blas_qnm_jit_destroy", jitter), 0);
-        }
-    const void* null = nullptr;
-    EXPECT_EQ(by_value<void*>("qnm_blas_qnm_jit_get_" + name + "_ptr", null), nullptr);
-    EXPECT_EQ(by_value<int>("qnm_blas_qnm_jit_destroy", null), 2);
+    std::vector x{Interleaved<T>(row_major, 32, square[0])};
+    sound(compact_info("getrinp", x, n, x[0], room, query));
+    EXPECT_EQ(room[0], 1);
+    auto singular = square[0];
+    singular[2].take('N', singular[2], T(0));
+    x[0] = Interleaved<T>(row_major, 32, singular);
+    EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), 1); // the first that is not 0
+    x[0].format = 24;
+    const Reports reports;
+    EXPECT_EQ(compact_info("getrfnp", x, n, n, x[0]), -7);
+    compact("?trsm", x, 141, 121, 111, 131, n, n, &room, x[0], x[0]);
+    ASSERT_EQ(reports.told.size(), 2U);
+    EXPECT_TRUE(reports.told[0].ends_with("GETRFNP_COMPACT 7")) << reports.told[0];
+    EXPECT_TRUE(reports.told[1].ends_with("TRSM_COMPACT 13")) << reports.told[1];
+    const int length = by_value<int>("qnm_blas_get_format_compact");
+    EXPECT_TRUE(length == 16 || length == 32 || length == 64);
 }
 
 } // namespace

@@ -21,13 +21,38 @@ using core::core_int;
 using core::is_complex;
 using core::real_t;
 
+// ---- cases
+
 template <class T>
-std::string letter()
+const std::string letter{is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d")};
+
+// A test for each type T.
+#define QNM_TYPED_OF(suite, name, ...)                                                                       \
+    template <class T>                                                                                       \
+    void suite##_##name();                                                                                   \
+    TEST(suite, name)                                                                                        \
+    {                                                                                                        \
+        const auto each = [](auto zero) {                                                                    \
+            SCOPED_TRACE("letter " + letter<decltype(zero)>);                                                \
+            suite##_##name<decltype(zero)>();                                                                \
+        };                                                                                                   \
+        std::apply([&](auto... zero) { (each(zero), ...); }, std::tuple<__VA_ARGS__>());                     \
+    }                                                                                                        \
+    template <class T>                                                                                       \
+    void suite##_##name()
+#define QNM_TYPED(suite, name) QNM_TYPED_OF(suite, name, float, double, cfloat, cdouble)
+
+// Calls `test` with a letter out of each text, in all combinations.
+void each_choice(const std::vector<std::string>& texts, auto test, const std::string& chosen = "")
 {
-    return is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(T) == 4 ? "s" : "d");
+    if (chosen.size() < texts.size()) {
+        for (const char choice : texts[chosen.size()])
+            each_choice(texts, test, chosen + choice);
+        return;
+    }
+    SCOPED_TRACE(chosen);
+    test(chosen.data());
 }
-using Types = testing::Types<float, double, cfloat, cdouble>;
-inline constexpr char transposes[] = {'N', 'T', 'C'};
 
 // ---- matrices
 
@@ -43,17 +68,12 @@ std::vector<T> random_vector(core_int n)
 {
     const auto part = [] { return static_cast<real_t<T>>(random_integer(-3, 3)); };
     std::vector<T> v(static_cast<std::size_t>(n));
-    for (T& x : v)
+    for (T& x : v) {
+        x = part();
         if constexpr (is_complex<T>)
-            x = T(part(), part());
-        else
-            x = part();
+            x.imag(part());
+    }
     return v;
-}
-template <class T>
-T random_value()
-{
-    return random_vector<T>(1)[0];
 }
 
 inline bool turns(char trans)
@@ -96,18 +116,21 @@ struct Matrix {
                 (*this)(i, j) = alpha * x.op(trans, i, j) + (beta == T(0) ? T(0) : beta * (*this)(i, j));
         return *this;
     }
-};
-
-template <class T>
-struct Vector : Matrix<T> {
-    Vector(core_int n, core_int step) : Matrix<T>(n, 1, 0, step) {}
+    Matrix& fill_diagonal(T value)
+    {
+        for (core_int i = 0; i < std::min(rows, columns); ++i)
+            (*this)(i, i) = value;
+        return *this;
+    }
+    // What no result may depend on.
+    Matrix& spoil() { return take('N', *this, T(std::numeric_limits<real_t<T>>::quiet_NaN())); }
 };
 
 // A matrix stored so that op(X) is m by n.
 template <class T>
-Matrix<T> stored(char trans, core_int m, core_int n)
+Matrix<T> stored(char trans, core_int m, core_int n, core_int spare = 3, core_int step = 1)
 {
-    return turns(trans) ? Matrix<T>(n, m) : Matrix<T>(m, n);
+    return turns(trans) ? Matrix<T>(n, m, spare, step) : Matrix<T>(m, n, spare, step);
 }
 
 // Small enough to be a rounding, whichever way was taken.
@@ -134,30 +157,20 @@ inline void* core_symbol(const std::string& name)
     return symbol;
 }
 
-// A matrix stands for its array and its leading dimension, a vector for its array and its increment.
+// A matrix stands for its array and its leading dimension.
 template <class X>
-std::tuple<const X&> spread(const X& x)
+auto spread(const X& x)
 {
-    return {x};
-}
-template <class X>
-std::tuple<const X*> spread(const std::vector<X>& x)
-{
-    return {x.data()};
-}
-template <class T>
-std::tuple<const T*, const core_int&> spread(const Matrix<T>& x)
-{
-    return {x.data.data(), x.ld};
-}
-template <class T>
-std::tuple<const T*, const core_int&> spread(const Vector<T>& x)
-{
-    return {x.data.data(), x.inc};
+    if constexpr (requires { x.ld; })
+        return std::tuple<decltype(x.data.data()), const core_int&>(x.data.data(), x.ld);
+    else if constexpr (requires { x.data(); })
+        return std::tuple(x.data());
+    else
+        return std::tuple<const X&>(x);
 }
 
 // Arguments as they are given.
-template <class R, class... A>
+template <class R = void, class... A>
 R by_value(const std::string& name, const A&... arguments)
 {
     void* const routine = core_symbol(name);
@@ -177,21 +190,32 @@ auto reference(const X& x)
     else
         return &x;
 }
-template <class R, class... A>
+template <class R = void, class... A>
 R by_reference(const std::string& name, const A&... arguments)
 {
     const auto call = [&](const auto&... x) { return by_value<R>(name, reference(x)...); };
     return std::apply(call, std::tuple_cat(spread(arguments)...));
 }
-template <class R = void, class... A>
+
+// With the letter of T in place of the question mark.
+template <class T>
+std::string named(const std::string& family, std::string name)
+{
+    const std::size_t mark = name.find('?');
+    return "qnm_" + family + "_" + (mark == std::string::npos ? name : name.replace(mark, 1, letter<T>));
+}
+template <class T = double, class R = void, class... A>
 R blas(const std::string& name, const A&... arguments)
 {
-    return by_reference<R>("qnm_blas_" + name, arguments...);
+    return by_reference<R>(named<T>("blas", name), arguments...);
 }
-template <class R = void, class... A>
-R lapack(const std::string& name, const A&... arguments)
+// Returns INFO, the last argument. To a routine that has none it does no harm.
+template <class T = double, class... A>
+core_int lapack(const std::string& name, const A&... arguments)
 {
-    return by_reference<R>("qnm_lapack_" + name, arguments...);
+    core_int info = -99;
+    by_reference(named<T>("lapack", name), arguments..., &info);
+    return info;
 }
 
 // Fortran convention with arguments collected at run time: all of them pointers. Too many do no harm.
@@ -200,9 +224,36 @@ inline void by_pointers(const std::string& name, std::vector<const void*> p)
     p.resize(18);
     const auto call = [&]<std::size_t... i>(std::index_sequence<i...>)
     {
-        by_value<void>(name, p[i]...);
+        by_value(name, p[i]...);
     };
     call(std::make_index_sequence<18>{});
+}
+
+// ---- reports and memory
+
+// What is reported while it lives: name and code.
+struct Reports {
+    static inline std::vector<std::string> told;
+
+    Reports()
+    {
+        told.clear();
+        by_value("qnm_serv_set_xerbla", &note);
+    }
+    ~Reports() { by_value("qnm_serv_set_xerbla", nullptr); }
+    static void note(const char* name, const int* code, int length)
+    {
+        told.push_back(std::string(name, static_cast<std::size_t>(length)) + " " + std::to_string(*code));
+    }
+};
+
+// Bytes and blocks handed out.
+using Use = std::pair<std::int64_t, int>;
+inline Use in_use()
+{
+    int blocks = 0;
+    const auto bytes = by_value<std::int64_t>("qnm_serv_mem_stat", &blocks);
+    return {bytes, blocks};
 }
 
 } // namespace qnm::test

@@ -22,20 +22,20 @@ int output_file(const std::string& name)
 {
     return by_value<int>("qnm_serv_verbose_output_file", name.c_str());
 }
-void print(const char* line, double seconds, int enabled = 1)
+void print(const std::string& line, double seconds = 1e-6, int enabled = 1)
 {
-    by_value<void>("qnm_serv_print_verbose_info", enabled, line, seconds);
+    by_value("qnm_serv_print_verbose_info", enabled, line.c_str(), seconds);
 }
 
-// A file of its own for each test; tracing is off and on standard error again at the end.
+// A folder of its own for each test; tracing is off and on standard error again at the end.
 class Trace : public testing::Test {
 protected:
-    Trace() { std::filesystem::remove(path_); }
+    Trace() { std::filesystem::create_directory(folder_); }
     ~Trace() override
     {
         verbose(0);
         output_file("");
-        std::filesystem::remove(path_);
+        std::filesystem::remove_all(folder_);
     }
     std::vector<std::string> lines() const
     {
@@ -45,9 +45,11 @@ protected:
             all.push_back(line);
         return all;
     }
-    const std::string path_ = std::filesystem::temp_directory_path() /
-                              ("qnm-trace-" + std::to_string(getpid()) +
-                               testing::UnitTest::GetInstance()->current_test_info()->name());
+    // Here, and the same in a process that a test starts.
+    const std::string folder_ = std::filesystem::current_path() /
+                                (std::string("trace-of-") +
+                                 testing::UnitTest::GetInstance()->current_test_info()->name()),
+                      path_ = folder_ + "/trace";
 };
 
 TEST_F(Trace, ModeWordIsLive)
@@ -70,7 +72,7 @@ TEST_F(Trace, ModeWordIsLive)
 
 TEST_F(Trace, LinesHaveNameArgumentsAndTime)
 {
-    const std::pair<double, const char*> times[] = {
+    const std::pair<double, std::string> times[] = {
         {-0.0, "0.000ns"},      {1.234e-9, "1.234ns"}, {9.9996e-9, "10.00ns"}, {123.44e-9, "123.4ns"},
         {999.96e-9, "1.000us"}, {1.234e-6, "1.234us"}, {45.678e-3, "45.68ms"}, {999.96e-3, "1.000s"},
         {99.996, "100.0s"},     {12345.6, "12346s"}};
@@ -78,40 +80,34 @@ TEST_F(Trace, LinesHaveNameArgumentsAndTime)
     verbose(1);
     verbose(0);
     verbose(1); // one head only
-    for (const auto& [seconds, text] : times)
+    std::vector<std::string> expected{""};
+    for (const auto& [seconds, text] : times) {
         print("DGEMM(N,T,2,3,4)", seconds);
+        expected.push_back("QNM_VERBOSE DGEMM(N,T,2,3,4) " + text);
+    }
     print("QNM_DOMATCOPY(R, N)", 1e9, 0);
-    const auto all = lines();
-    ASSERT_EQ(all.size(), std::size(times) + 2);
-    EXPECT_EQ(all[0].rfind("# QNM_VERBOSE open core ", 0), 0U) << all[0];
-    for (std::size_t i = 0; i < std::size(times); ++i)
-        EXPECT_EQ(all[i + 1], std::string("QNM_VERBOSE DGEMM(N,T,2,3,4) ") + times[i].second);
-    EXPECT_EQ(all.back(), "QNM_VERBOSE QNM_DOMATCOPY(R, N) -");
-}
-
-TEST_F(Trace, LongLinesKeepTheirTime)
-{
-    ASSERT_EQ(output_file(path_), 0);
-    print("SHORT()", 1e-3);
-    ASSERT_EQ(output_file(path_), 0); // what is there stays
-    print(std::string(10000, 'x').c_str(), 1e-3);
-    const auto all = lines();
-    ASSERT_EQ(all.size(), 2U);
-    EXPECT_EQ(all[0], "QNM_VERBOSE SHORT() 1.000ms");
-    EXPECT_LT(all[1].size(), 4096U);
-    EXPECT_GT(all[1].size(), 3900U);
-    EXPECT_EQ(all[1].substr(all[1].size() - 9), "x 1.000ms");
+    expected.push_back("QNM_VERBOSE QNM_DOMATCOPY(R, N) -");
+    verbose(0);
+    ASSERT_EQ(output_file(path_), 0);     // what is there stays
+    print(std::string(10000, 'x'), 1e-3); // a long line keeps its time
+    auto all = lines();
+    EXPECT_TRUE(all.at(0).starts_with("# QNM_VERBOSE open core ")) << all[0];
+    all[0].clear();
+    EXPECT_LT(all.back().size(), 4096U);
+    EXPECT_GT(all.back().size(), 3900U);
+    EXPECT_TRUE(all.back().ends_with("x 1.000ms"));
+    all.pop_back();
+    EXPECT_EQ(all, expected);
 }
 
 TEST_F(Trace, LinesOfThreadsAndProcessesStayWhole)
 {
     constexpr int writers = 4, each = 500;
     ASSERT_EQ(output_file(path_), 0);
-    auto write = [](int writer) {
-        const std::string line =
-            "W" + std::to_string(writer) + "(" + std::string(300, static_cast<char>('a' + writer)) + ")";
+    const auto text = [](int writer) { return std::string(300, static_cast<char>('0' + writer)); };
+    const auto write = [&](int writer) {
         for (int i = 0; i < each; ++i)
-            print(line.c_str(), 1e-6);
+            print(text(writer));
     };
     const pid_t child = fork();
     if (child == 0) {
@@ -123,14 +119,11 @@ TEST_F(Trace, LinesOfThreadsAndProcessesStayWhole)
         threads.emplace_back(write, w);
     for (auto& thread : threads)
         thread.join();
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    waitpid(child, nullptr, 0);
     std::vector<int> seen(writers + 1);
     for (const std::string& line : lines()) {
-        const int w = line.at(13) - '0';
-        ASSERT_EQ(line, "QNM_VERBOSE W" + std::to_string(w) + "(" +
-                            std::string(300, static_cast<char>('a' + w)) + ") 1.000us");
+        const int w = line.at(12) - '0';
+        ASSERT_EQ(line, "QNM_VERBOSE " + text(w) + " 1.000us");
         ++seen.at(static_cast<std::size_t>(w));
     }
     EXPECT_EQ(seen, std::vector<int>(writers + 1, each));
@@ -142,12 +135,12 @@ TEST_F(Trace, AReaderThatLeavesDoesNotEndTheProgram)
     const int reader = open(path_.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
     ASSERT_EQ(output_file(path_), 0);
-    print("A()", 1e-6);
+    print("A()");
     char text[64] = {};
     EXPECT_EQ(read(reader, text, sizeof text), 24);
     EXPECT_STREQ(text, "QNM_VERBOSE A() 1.000us\n");
     close(reader);
-    print("B()", 1e-6);
+    print("B()");
     sigset_t pending;
     sigpending(&pending);
     EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
@@ -165,13 +158,11 @@ TEST_F(Trace, EnvironmentSwitchesItOnBeforeTheFirstQuestion)
             << mode;
     }
     setenv("QNM_VERBOSE", "1", 1);
-    EXPECT_EXIT((print("FIRST()", 1e-9), std::_Exit(0)), testing::ExitedWithCode(0),
-                "^# QNM_VERBOSE open core .*\nQNM_VERBOSE FIRST\\(\\) 1.000ns\n$");
+    EXPECT_EXIT((print("FIRST()"), std::_Exit(0)), testing::ExitedWithCode(0),
+                "^# QNM_VERBOSE open core .*\nQNM_VERBOSE FIRST\\(\\) 1.000us\n$");
     setenv("QNM_VERBOSE_OUTPUT_FILE", path_.c_str(), 0); // the process within has this one's
-    EXPECT_EXIT((print("SECOND()", 1e-9), std::_Exit(0)), testing::ExitedWithCode(0), "^$");
-    const auto all = lines();
-    ASSERT_EQ(all.size(), 2U);
-    EXPECT_EQ(all[1], "QNM_VERBOSE SECOND() 1.000ns");
+    EXPECT_EXIT((print("SECOND()"), std::_Exit(0)), testing::ExitedWithCode(0), "^$");
+    EXPECT_EQ(lines().at(1), "QNM_VERBOSE SECOND() 1.000us");
     unsetenv("QNM_VERBOSE");
     unsetenv("QNM_VERBOSE_OUTPUT_FILE");
 }
@@ -179,29 +170,23 @@ TEST_F(Trace, EnvironmentSwitchesItOnBeforeTheFirstQuestion)
 // A locale of the test's own, which has nothing but a decimal comma. localedef grumbles over what is missing.
 TEST_F(Trace, NumbersAreThoseOfTheCLocale)
 {
-    const std::filesystem::path folder = path_ + ".locales";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "source") << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\n"
-                                        "END LC_NUMERIC\n";
-    const std::string make =
-        "localedef -c -i " + (folder / "source").string() + " " + (folder / "comma").string();
-    std::ignore = std::system((make + " 2> /dev/null").c_str());
-    setenv("LOCPATH", folder.c_str(), 1);
+    std::ofstream(folder_ + "/source") << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\n"
+                                          "END LC_NUMERIC\n";
+    std::ignore =
+        std::system(("cd " + folder_ + " && localedef -c -i source $PWD/comma 2> /dev/null").c_str());
+    setenv("LOCPATH", folder_.c_str(), 1);
     ASSERT_NE(setlocale(LC_NUMERIC, "comma"), nullptr);
-    char text[16];
-    ASSERT_EQ(std::snprintf(text, sizeof text, "%.1f", 1.5), 3);
-    EXPECT_STREQ(text, "1,5");
+    using Format = int (*)(char*, std::size_t, std::size_t, const char*, ...);
+    char text[16], own[16];
+    reinterpret_cast<Format>(core_symbol("qnm_serv_snprintf_s"))(text, sizeof text, 15, "%.1f", 2.5);
+    EXPECT_STREQ(text, "2.5");
     ASSERT_EQ(output_file(path_), 0);
     print("A()", 1.5);
     EXPECT_EQ(lines().back(), "QNM_VERBOSE A() 1.500s");
-    using Format = int (*)(char*, std::size_t, std::size_t, const char*, ...);
-    reinterpret_cast<Format>(core_symbol("qnm_serv_snprintf_s"))(text, sizeof text, 15, "%f", 2.5);
-    EXPECT_STREQ(text, "2.500000");
-    std::snprintf(text, sizeof text, "%.1f", 1.5);
-    EXPECT_STREQ(text, "1,5"); // the program's own numbers stay
+    std::snprintf(own, sizeof own, "%.1f", 1.5);
+    EXPECT_STREQ(own, "1,5"); // the program's own numbers stay
     setlocale(LC_NUMERIC, "C");
     unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace
