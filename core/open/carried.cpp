@@ -42,14 +42,6 @@ void write(const std::string& path, const std::string& text)
         throw std::runtime_error(path + ": cannot be written");
 }
 
-// The engine returns these in registers. A character result has an address and a length ahead of the
-// arguments on both sides.
-bool complex_result(const Signature& s)
-{
-    return !s.parameters.empty() && s.parameters[0].argument == nullptr && s.parameters[0].name == "result" &&
-           (s.parameters.size() < 2 || s.parameters[1].argument != nullptr);
-}
-
 // One-based place of a parameter in the core's call; 0 if there is none of that name that points to integers.
 int place(const Signature& s, const std::string& name)
 {
@@ -101,7 +93,7 @@ int run(const std::vector<std::string>& words)
         const std::string stem = core.substr(prefix.size());
         if (own.count(core) != 0) {
             list += core + " own\n";
-        } else if (!complex_result(s) && engine.count(stem + "_") != 0) {
+        } else if (!s.has_complex_result() && engine.count(stem + "_") != 0) {
             code += "        carry   " + core + ", " + stem + "_\n";
             list += core + " engine\n";
         } else {

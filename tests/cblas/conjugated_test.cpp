@@ -134,30 +134,6 @@ TEST_F(Conjugated, TheCountOfRealsHasTheCallersWidth)
     }
 }
 
-TEST_F(Conjugated, WithoutMemoryNothingIsTouchedAndNothingLost)
-{
-    each([](const Member& member, const FunctionCall& call, const Turned& turned) {
-        for (std::size_t failing = 1; failing <= pairs(turned.copied).size(); ++failing) {
-            const FunctionCall before = call;
-            core().fail_allocation(failing);
-            run(call);
-            expect_report(call, 1000);
-            EXPECT_THAT(core().calls(called(member)), IsEmpty());
-            for (const char* vector : {"x", "y"})
-                if (call.has(vector)) {
-                    EXPECT_EQ(call.values(vector), before.values(vector));
-                }
-            // The first block goes back ahead of the report that there was no second.
-            std::vector<std::string> told = story();
-            std::erase(told, "qnm_serv_allocate");
-            if (failing == 2) {
-                EXPECT_THAT(told, ElementsAre("qnm_serv_deallocate", "qnm_serv_set_xerbla_interface",
-                                              "qnm_serv_strnlen_s", "qnm_serv_xerbla"));
-            }
-        }
-    });
-}
-
 TEST_F(Conjugated, ABadArgumentLeavesVectorsAndMemoryAsTheyWere)
 {
     each([](const Member&, const FunctionCall& good, const Turned& turned) {

@@ -5,7 +5,13 @@
 namespace qnm::tests {
 namespace {
 
-class Failing : public CoreTest {};
+class Failing : public CoreTest {
+protected:
+    static std::size_t allocations()
+    {
+        return core().calls("qnm_serv_allocate").size() + core().calls("qnm_serv_malloc").size();
+    }
+};
 
 TEST_F(Failing, EachAllocationOnce)
 {
@@ -48,6 +54,41 @@ TEST_F(Failing, EachAllocationOnce)
         }
     EXPECT_GE(members, 2 * (780U + 24U)) << "few arrays are short at size 40";
     EXPECT_GE(failures, 2 * (1100U + 24U));
+}
+
+// Of the other families it is seen, not told, what they take: copies of vectors that are conjugated, letters
+// of groups, sizes of more groups than there is room for on the stack.
+TEST_F(Failing, NothingIsCalledNorWrittenNorKept)
+{
+    std::size_t failures = 0;
+    for (const Signature* s : signatures([](const Signature& s) {
+             return !s.callees.empty() && (s.family.starts_with("cblas") || s.family == "trans");
+         }))
+        for (const int layout : {column_major, row_major}) {
+            QNM_TRACE_SIGNATURE(*s);
+            FunctionCall call(*s, layout, 17);
+            if ((layout == row_major && !call.has_layout()) || (call.may_conjugate() && call.has_groups()))
+                continue;
+            if (call.may_conjugate() && call.has("trans"))
+                call.set("trans", 113).make_valid();
+            const FunctionCall before = call;
+            core().fail_allocation(0);
+            core().clear();
+            call.run();
+            const std::size_t taken = allocations();
+            for (std::size_t n = 1; n <= taken; ++n, ++failures) {
+                SCOPED_TRACE(n);
+                core().clear();
+                core().fail_allocation(n);
+                call.run();
+                EXPECT_EQ(allocations(), n);
+                EXPECT_EQ(reports(), (Reports{{s->report_name, s->family == "trans" ? 1102 : 1000}}));
+                EXPECT_TRUE(core().calls(called(call)).empty());
+                EXPECT_EQ(core().live_blocks(), 0U);
+                EXPECT_TRUE(call == before);
+            }
+        }
+    EXPECT_GT(failures, 100U);
 }
 
 } // namespace

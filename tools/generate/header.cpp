@@ -1,4 +1,5 @@
 // Public headers: prototypes are put where a hand-written header asks for them.
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -102,6 +103,30 @@ std::string routines(const Catalogue& tables, const std::string& family, const s
     return text;
 }
 
+/// `@complex_functions MACRO@`: the macro for each function whose complex result is stored behind a first
+/// argument: its type, the spelling of a Fortran compiler, the plain one, parameters, their names.
+std::string complex_functions(const Catalogue& tables, const std::string& macro)
+{
+    std::string text;
+    for (const Signature& s : tables.signatures()) {
+        const auto fortran = std::find_if(s.names.begin(), s.names.end(),
+                                          [](const std::string& name) { return name.back() == '_'; });
+        if (!s.published || !s.has_complex_result() || fortran == s.names.end())
+            continue;
+        Words parameters, names;
+        for (const Parameter& p : s.parameters) {
+            parameters.push_back("const void* " + p.name);
+            names.push_back(p.name);
+        }
+        parameters.erase(parameters.begin());
+        names.erase(names.begin());
+        const std::string type = s.letter.real == 's' ? "float" : "double", list = joined(parameters);
+        text += "void " + joined({s.names.front() + "(" + type + " _Complex*", list}) + ");\n" + macro + "(" +
+                joined({type, *fortran, s.names.front(), "(" + list + ")", joined(names)}) + ")\n";
+    }
+    return text;
+}
+
 /// What a line with a mark stands for.
 std::string marked(const std::vector<std::string>& words, const Catalogue& tables, Declared& declared)
 {
@@ -115,9 +140,11 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
         return renames(tables, words[1]);
     if (words.size() == 4 && words[0] == "routines")
         return routines(tables, words[1], words[2], words[3]);
+    if (words.size() == 2 && words[0] == "complex_functions")
+        return complex_functions(tables, words[1]);
     throw TableError("'@" + joined(words, " ") +
-                     "@': expected prototypes TABLE ROOT..., core TABLE, helpers FAMILY, renames FAMILY or "
-                     "routines FAMILY FORM PREFIX");
+                     "@': expected prototypes TABLE ROOT..., core TABLE, helpers FAMILY, renames FAMILY, "
+                     "routines FAMILY FORM PREFIX or complex_functions MACRO");
 }
 
 } // namespace
