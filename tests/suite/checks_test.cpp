@@ -15,10 +15,10 @@ using ::testing::IsEmpty;
 template <class Visit>
 void each_checked(Visit visit)
 {
-    static const auto checked = signatures(
-        [](const Signature& s) { return !s.tests.empty() && !s.callees.empty() && s.family != "lapacke"; });
-    for (const Signature* s : checked)
+    for (const Signature* s : all())
         for (const int layout : {column_major, row_major}) {
+            if (s->tests.empty())
+                continue;
             const FunctionCall call(*s, layout);
             if ((layout == row_major && !call.has_layout()) || (call.may_conjugate() && call.has_groups()))
                 continue;

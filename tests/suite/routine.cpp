@@ -1,5 +1,7 @@
 #include "suite/routine.hpp"
 
+#include "support/published.hpp"
+
 #include <algorithm>
 #include <cmath>
 
@@ -33,10 +35,27 @@ std::int64_t written(std::size_t argument)
 const std::vector<const Signature*>& entries()
 {
     static const auto all = signatures([](const Signature& s) {
-        return s.exported && (s.family == "blas" || s.family.starts_with("lapack")) &&
-               s.family != "lapacke" && !s.callees.empty();
+        return !s.callees.empty() && s.exported && lists("blas lapack lapack_extra", s.family);
     });
     return all;
+}
+
+const std::vector<const Signature*>& others()
+{
+    static const auto all = signatures([](const Signature& s) {
+        return !s.callees.empty() && s.exported &&
+               !lists("blas lapack lapack_extra lapacke helper helper_services services published_services "
+                      "published_letters road registration callbacks",
+                      s.family);
+    });
+    return all;
+}
+
+std::vector<const Signature*> all()
+{
+    std::vector<const Signature*> both = entries();
+    both.insert(both.end(), others().begin(), others().end());
+    return both;
 }
 
 std::string called(const FunctionCall& call)

@@ -85,8 +85,12 @@ private:
     std::map<std::size_t, std::vector<std::int64_t>> seen_;
 };
 
-/// The entries of the Fortran interfaces to BLAS and LAPACK.
+/// The entries of the Fortran interfaces to BLAS and LAPACK, which copy integers; and the functions of all
+/// other families that hand a call on as their signatures tell. The C interface to LAPACK and its helpers
+/// move matrices, and services have odd arguments: these have tests of their own.
 const std::vector<const Signature*>& entries();
+const std::vector<const Signature*>& others();
+std::vector<const Signature*> all();
 
 /// The core's function that a call ends in, through the entry of another family where there is one.
 std::string called(const FunctionCall& call);
