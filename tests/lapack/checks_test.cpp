@@ -25,6 +25,22 @@ TEST_F(Checks, CodesStandInTheOrderOfTesting)
     }
 }
 
+TEST_F(Checks, NothingToDoIsNoFault)
+{
+    for (const Signature* s : checked()) {
+        QNM_TRACE_SIGNATURE(*s);
+        FortranCall call(*s, 1000);
+        for (const char* size : {"m", "n", "k", "nrhs", "ihi", "kd"})
+            if (call.has(size))
+                call.set(size, 0);
+        if (call.has("ilo"))
+            call.set("ilo", 1);
+        core().clear();
+        call.run();
+        EXPECT_THAT(reports(), ::testing::IsEmpty());
+    }
+}
+
 TEST_F(Checks, Literally)
 {
     // Sizes that are not given are 3 by 2, the rest is large enough.
