@@ -1,98 +1,44 @@
-// The argument checks: 84 roots by a list of their codes, in the order of testing.
-#include "lapack_call.hpp"
+// The argument checks: 84 roots by a list of their codes, in the order of testing; some literally.
+#include "suite/line.hpp"
+#include "suite/routine.hpp"
 #include "support/published.hpp"
-
-#include <algorithm>
 
 namespace qnm::tests {
 namespace {
 
-void expect_report(const Entry& e, int code)
+std::vector<const Signature*> checked()
 {
-    std::string name = catalogue::to_upper(bare_name(e));
-    name.resize(std::max<std::size_t>(name.size(), 6), ' ');
-    EXPECT_THAT(core().calls().back(), recording::Reported(name, code));
-    EXPECT_EQ(core().calls().back().int32(2), static_cast<int>(name.size()));
+    return signatures([](const Signature& s) { return frame(s) == "checked"; });
 }
 
-class Checks : public LapackTest {
-protected:
-    /// The exported check that reads the integers of an entry; those of private routines read 64 bits alone.
-    static const void* check_of(const LapackCall& call)
-    {
-        const std::string name = bare_name(call.entry());
-        if (name.ends_with("dtsvb"))
-            return call.narrow() ? nullptr : layer()["qnm_lapack_ps_errchk_" + name];
-        return layer()["qnm_lapack_errchk_" + name + (call.narrow() ? "" : "_ilp64")];
-    }
+class Checks : public CoreTest {};
 
-    /// Asks the entry and the exported check, which agree; the code, 0 if all is well.
-    static int judged(LapackCall call)
-    {
-        const Entry& e = call.entry();
-        core().clear();
-        call.set("info", 4711).run();
-        const bool good = core().calls(lapack_core(e)).size() == 1;
-        const int code = good ? 0 : static_cast<int>(-call.integer("info"));
-        if (!good)
-            expect_report(e, code);
-        if (good && !call.narrow()) { // the core writes INFO, but this one is idle
-            EXPECT_EQ(call.integer("info"), 0);
-        }
-        core().clear();
-        if (const void* check = check_of(call)) {
-            EXPECT_EQ(call.set("info", 4711).run(check).int32(), good ? 0 : 1);
-            EXPECT_EQ(call.integer("info"), -code);
-            EXPECT_EQ(core().calls().size(), good ? 0U : 1U);
-            if (!good)
-                expect_report(e, code);
-        }
-        return code;
-    }
-};
-
-/// Makes one argument bad, by as little as there is.
-LapackCall spoilt(LapackCall call, const Argument& a)
+TEST_F(Checks, CodesStandInTheOrderOfTesting)
 {
-    if (!a.letters.empty())
-        call.choose(a.name, 'X');
-    else
-        call.set(a.name, a.query && call.bound(a) == 0 ? -2 : call.bound(a) - 1); // -1 asks for the size
-    return call;
+    EXPECT_EQ(checked().size(), 2 * 84U);
+    for (const Signature* s : checked()) {
+        QNM_TRACE_SIGNATURE(*s);
+        std::vector<int> codes;
+        for (const catalogue::Test& test : s->tests)
+            codes.push_back(test.code);
+        EXPECT_EQ(codes, lapack_checks().at(bare_name(*s)));
+    }
 }
 
-TEST_F(Checks, EachTestAloneAndInTheCompanyOfLaterOnes)
+TEST_F(Checks, NothingToDoIsNoFault)
 {
-    std::size_t members = 0;
-    std::mt19937 chance(7);
-    for (const Entry& e : entries()) {
-        if (e.frame() != Class::checked)
-            continue;
-        QNM_TRACE_ENTRY(e);
-        ++members;
-        const std::vector<int>& codes = lapack_checks().at(bare_name(e));
-        const auto tests = e.row->tests();
-        ASSERT_EQ(tests.size(), codes.size());
-        for (int round = 0; round < 12; ++round) {
-            const LapackCall good(e, chance);
-            ASSERT_EQ(judged(good), 0);
-            for (std::size_t i = 0; i < tests.size(); ++i) {
-                SCOPED_TRACE(tests[i]->name);
-                EXPECT_EQ(judged(spoilt(good, *tests[i])), codes[i]);
-                EXPECT_EQ(judged(spoilt(spoilt(good, *tests[i]), *tests[0])), codes[0]);
-                LapackCall at = good;
-                if (tests[i]->maximum) {
-                    at.set(tests[i]->name, good.value(*tests[i]->maximum) + 1);
-                    EXPECT_EQ(judged(at), codes[i]);
-                }
-                if (tests[i]->minimum) { // the least good value
-                    at.set(tests[i]->name, good.bound(*tests[i])).make_valid();
-                    EXPECT_EQ(judged(at), 0);
-                }
-            }
-        }
+    for (const Signature* s : checked()) {
+        QNM_TRACE_SIGNATURE(*s);
+        FortranCall call(*s, 1000);
+        for (const char* size : {"m", "n", "k", "nrhs", "ihi", "kd"})
+            if (call.has(size))
+                call.set(size, 0);
+        if (call.has("ilo"))
+            call.set("ilo", 1);
+        core().clear();
+        call.run();
+        EXPECT_THAT(reports(), ::testing::IsEmpty());
     }
-    EXPECT_EQ(members, 2 * 84U);
 }
 
 TEST_F(Checks, Literally)
@@ -138,39 +84,59 @@ TEST_F(Checks, Literally)
     };
     for (const char* width : {"", "_64"})
         for (const auto& [root, given, code] : facts) {
-            LapackCall call(std::string("D") + root + width, 1);
-            call.give(given);
-            EXPECT_EQ(judged(call), code) << root << width << ' ' << given;
+            SCOPED_TRACE(std::string(root) + width + ' ' + given);
+            FortranCall call(std::string("D") + root + width, 1);
+            core().clear();
+            call.set("info", 4711).give(given).run();
+            EXPECT_EQ(reports().empty() ? 0 : reports()[0].second, code);
+            if (code != 0 || !call.narrow()) { // else the core writes INFO, but this one is idle
+                EXPECT_EQ(call.integer("info"), -code);
+            }
         }
 }
 
 TEST_F(Checks, ThoseOfPrivateRoutinesReadIn64Bits)
 {
-    constexpr std::int64_t large = std::int64_t{1} << 32; // zero to one who reads 32 bits
-    const struct {
-        std::int64_t n, nrhs, ldb;
-        int solve, factor; // the codes of dtsvb and dttrfb
-    } facts[] = {{-1, -1, 0, 1, 1}, {3, -1, 3, 2, 0},    {3, 1, 2, 7, 0},      {3, 1, 3, 0, 0},
-                 {0, 0, 0, 0, 0},   {large, 1, 0, 7, 0}, {-large, 1, 1, 1, 1}, {large, large, large, 0, 0}};
-    for (const std::string p : {"s", "d", "c", "z"})
-        for (const auto& f : facts)
-            for (const bool solve : {true, false}) {
-                const std::string name = p + (solve ? "dtsvb" : "dttrfb");
-                const int code = solve ? f.solve : f.factor;
-                SCOPED_TRACE(name + " " + std::to_string(f.n) + " " + std::to_string(f.ldb));
-                std::int64_t info = 99;
-                std::vector<support::Word> words{&f.n, nullptr, nullptr, nullptr, &info};
-                if (solve)
-                    words = {&f.n, &f.nrhs, nullptr, nullptr, nullptr, nullptr, &f.ldb, &info};
-                core().clear();
-                const auto verdict = support::call_words(layer()["qnm_lapack_ps_errchk_" + name], words);
-                EXPECT_EQ(verdict.int32(), code == 0 ? 0 : 1);
-                EXPECT_EQ(info, -code);
-                ASSERT_EQ(core().calls().size(), code == 0 ? 0U : 1U);
-                if (code != 0) {
-                    EXPECT_THAT(core().calls()[0], recording::Reported(catalogue::to_upper(name), code));
-                }
-            }
+    // 4294967296 is zero to one who reads 32 bits.
+    const std::tuple<const char*, std::string, int> facts[] = {
+        {"dtsvb", "n=-1 nrhs=-1 ldb=0", 1},
+        {"dtsvb", "n=3 nrhs=-1 ldb=3", 2},
+        {"dtsvb", "n=3 nrhs=1 ldb=2", 7},
+        {"dtsvb", "n=3 nrhs=1 ldb=3", 0},
+        {"dtsvb", "n=0 nrhs=0 ldb=0", 0},
+        {"dtsvb", "n=4294967296 nrhs=1 ldb=0", 7},
+        {"dtsvb", "n=-4294967296 nrhs=1 ldb=1", 1},
+        {"dtsvb", "n=4294967296 nrhs=4294967296 ldb=4294967296", 0},
+        {"dttrfb", "n=-1", 1},
+        {"dttrfb", "n=0", 0},
+        {"dttrfb", "n=-4294967296", 1},
+    };
+    for (const std::string letter : {"s", "d", "c", "z"})
+        for (const auto& [root, given, code] : facts) {
+            SCOPED_TRACE(letter + root + ' ' + given);
+            FunctionCall check("qnm_lapack_ps_errchk_" + letter + root);
+            core().clear();
+            EXPECT_EQ(check.set("info", 4711).give(given).run().int32(), code == 0 ? 0 : 1);
+            EXPECT_EQ(check.integer("info"), -code);
+            EXPECT_EQ(reports(), Reports(code == 0 ? 0 : 1, {catalogue::to_upper(letter + root), code}));
+        }
+}
+
+TEST_F(Checks, ARefusedCallPrintsItsLineWithTheCodeInInfo)
+{
+    core().mode(1);
+    for (const Signature* s : checked()) {
+        QNM_TRACE_SIGNATURE(*s);
+        FortranCall call(*s, 2);
+        core().clear();
+        core().clock({2, 5});
+        call.spoil(call.steps().front().argument).run();
+        EXPECT_EQ(story(), (std::vector<std::string>{"qnm_serv_set_xerbla_interface", "qnm_serv_xerbla",
+                                                     "qnm_serv_dsecnd", "qnm_serv_dsecnd",
+                                                     "qnm_serv_snprintf_s", "qnm_serv_print_verbose_info"}));
+        expect_line(call);
+        EXPECT_EQ(call.integer("info"), -1);
+    }
 }
 
 } // namespace

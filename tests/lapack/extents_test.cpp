@@ -1,17 +1,15 @@
 // How long the scratch is: sizes that do not fit in 32 bits, and routines that tell most, by hand.
-#include "lapack_call.hpp"
-
-#include <algorithm>
+#include "suite/routine.hpp"
 
 namespace qnm::tests {
 namespace {
 
 using Bytes = std::vector<std::int64_t>;
 
-class Extents : public LapackTest {
+class Extents : public CoreTest {
 protected:
     /// Bytes of the blocks that a call asks for, in order.
-    static Bytes requests(const LapackCall& call)
+    static Bytes requests(const FortranCall& call)
     {
         Bytes bytes;
         core().clear();
@@ -30,33 +28,33 @@ TEST_F(Extents, BlocksAreCountedIn64Bits)
 {
     std::size_t beyond = 0;
     for (const std::int64_t size : {50'000, 600'000'000, 2'147'483'647})
-        for (const Entry& e : entries()) {
-            if (e.width == Width::wide || e.row->groups || e.frame() == Class::checked)
+        for (const Signature* s : entries()) {
+            if (!is_narrow(*s) || frame(*s) == "checked")
                 continue;
-            QNM_TRACE_ENTRY(e);
-            LapackCall call(e, 1);
-            for (const Argument& a : e.row->arguments)
-                if (is_scalar(a))
-                    call.set(a.name, a.name.starts_with("inc") ? 1 : size);
+            QNM_TRACE_SIGNATURE(*s);
+            FortranCall call(*s, 1);
+            for (const Parameter& p : s->parameters)
+                if (p.travel == Travel::integer && !call.has_groups())
+                    call.set(p.name, p.name.starts_with("inc") ? 1 : size);
             Bytes expected;
-            for (const Argument* a : call.copied())
-                if (const std::int64_t bytes = call.block(*a); bytes != 0) {
+            for (const std::size_t i : call.copied())
+                if (const std::int64_t bytes = call.block(i); bytes != 0) {
                     expected.push_back(bytes);
-                    if (a->direction == catalogue::Direction::in ||
-                        a->direction == catalogue::Direction::inout || a->cleared)
+                    const Argument& a = *call.facts(i);
+                    if (a.direction == Direction::in || a.direction == Direction::inout || a.cleared)
                         break;
                 }
             if (expected.empty())
                 continue;
-            beyond += std::count_if(expected.begin(), expected.end(),
-                                    [](std::int64_t bytes) { return bytes > 0xFFFF'FFFF; });
+            beyond += static_cast<std::size_t>(
+                std::ranges::count_if(expected, [](std::int64_t bytes) { return bytes > 0xFFFF'FFFF; }));
             std::size_t granted = 0;
-            core().answers("qnm_serv_allocate").calling([&](Call&, recording::Answer& answer) {
+            core().answers("qnm_serv_allocate").calling([&](Call&, Answer& answer) {
                 answer.returns(++granted < expected.size() ? &granted : nullptr);
             });
-            core().answers("qnm_serv_deallocate").calling([](Call&, recording::Answer&) {});
+            core().answers("qnm_serv_deallocate").calling([](Call&, Answer&) {});
             EXPECT_EQ(requests(call), expected);
-            EXPECT_TRUE(core().calls(lapack_core(e)).empty());
+            EXPECT_TRUE(core().calls(call.callee().name).empty());
         }
     EXPECT_GT(beyond, 1000U);
 }
@@ -65,7 +63,7 @@ TEST_F(Extents, TwoProductsOfSizes)
 {
     // Half of 50,000 squared does not fit in 32 bits.
     core().answers("qnm_serv_allocate").with(nullptr);
-    LapackCall call("DGETRF_BATCH_STRIDED", 1);
+    FortranCall call("DGETRF_BATCH_STRIDED", 1);
     call.give("strideipiv=50000 batch_size=50000");
     EXPECT_EQ(requests(call), Bytes{20'000'000'000});
 }
@@ -102,13 +100,13 @@ TEST_F(Extents, Literally)
         {"DGELSD", "m=100 n=300 lwork=-1", {}},
     };
     for (const auto& [name, given, bytes] : facts)
-        EXPECT_EQ(requests(LapackCall(name, 1, given)), bytes) << name << ' ' << given;
+        EXPECT_EQ(requests(FortranCall(name, 1, given)), bytes) << name << ' ' << given;
 }
 
 TEST_F(Extents, DgesddHasNoScratchAtAQuery)
 {
     for (const bool query : {false, true}) {
-        LapackCall("DGESDD", 2, query ? "lwork=-1" : "").run();
+        FortranCall("DGESDD", 2, query ? "lwork=-1" : "").run();
         EXPECT_EQ(core().calls().back().word(12) == 0, query);
     }
 }
@@ -117,7 +115,7 @@ TEST_F(Extents, DgesddHasNoScratchAtAQuery)
 TEST_F(Extents, LeafSizesAreAskedFor)
 {
     std::string asked;
-    core().answers("qnm_lapack_ilaenv").calling([&](Call& noted, recording::Answer& answer) {
+    core().answers("qnm_lapack_ilaenv").calling([&](Call& noted, Answer& answer) {
         asked.assign(noted.pointer<const char>(1), 6);
         answer.returns(25);
     });
@@ -125,7 +123,7 @@ TEST_F(Extents, LeafSizesAreAskedFor)
                              "SLASDA", "CLALSD"}) {
         SCOPED_TRACE(name);
         const bool has_letters = std::string_view(name).ends_with("BDSDC");
-        const LapackCall call(name, 100, has_letters ? "compq=P uplo=U" : "");
+        const FortranCall call(name, 100, has_letters ? "compq=P uplo=U" : "");
         core().clear();
         call.run();
         const auto questions = core().calls("qnm_lapack_ilaenv");
