@@ -1,10 +1,8 @@
 #include "c_call.hpp"
 
 #include <algorithm>
-#include <cctype>
-#include <cmath>
 #include <cstring>
-#include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace qnm::tests {
@@ -13,34 +11,29 @@ using catalogue::Expression;
 
 namespace {
 
-constexpr std::int64_t least_room = 600;
-
-bool is_integer(const Argument& a)
-{
-    return a.type == "int" || a.type == "logical";
-}
+constexpr long least_room = 600;
 
 bool is(char letter, char upper)
 {
-    return std::toupper(static_cast<unsigned char>(letter)) == upper;
+    return (letter & ~0x20) == upper;
 }
 
 /// All expressions that a plan and its row hold.
 std::vector<ExpressionPtr> expressions_of(const LapackePlan& plan)
 {
     std::vector<ExpressionPtr> all = tests::expressions_of(*plan.row);
-    all.insert(all.end(), {plan.c->stops, plan.c->refused, plan.c->asks});
+    const auto add = [&](const auto&... more) { (all.push_back(more), ...); };
+    add(plan.c->stops, plan.c->refused, plan.c->asks);
     for (const LapackeArgument& a : plan.arguments) {
-        all.insert(all.end(), {a.bound, a.room, a.facts.when, a.facts.room_when, a.facts.given});
-        all.insert(all.end(), a.form.options.begin(), a.form.options.end());
+        add(a.bound, a.room, a.facts.when, a.facts.room_when, a.facts.given);
         for (const auto* uses : {&a.in, &a.out, &a.checks})
             for (const FormUse& use : *uses) {
-                all.insert(all.end(), {use.when, use.offset, use.increment});
+                add(use.when, use.offset, use.increment);
                 all.insert(all.end(), use.form.options.begin(), use.form.options.end());
             }
     }
     for (const catalogue::Definition& d : plan.c->definitions)
-        all.push_back(d.value);
+        add(d.value);
     return all;
 }
 
@@ -56,78 +49,13 @@ std::string telling_letters(const std::vector<ExpressionPtr>& expressions, const
     return (found != usual.end() ? found->second : "N") + letters_of(option, expressions);
 }
 
-/// A form with its options as numbers and letters, for instance tr(U,N,n) or gb(m,n,kl,ku).
-struct Storage {
-    std::string form;
-    std::int64_t m, n; // of square forms the same
-    std::int64_t kl = 0, ku = 0;
-    char uplo = ' ', diag = ' ', transr = ' ', direct = ' ';
-
-    bool holds(std::int64_t i, std::int64_t j) const
-    {
-        const std::int64_t diagonal = is(direct, 'B') ? n - m : 0; // j - i on it, of a trapezoid
-        if (form[0] == 't' && is(diag, 'U') && j - i == diagonal)
-            return false;
-        if (form[1] == 'b')
-            return j - i <= ku && i - j <= kl;
-        if (form == "ge")
-            return true;
-        if (form == "hs")
-            return i <= j + 1;
-        return is(uplo, 'U') ? j - i >= diagonal : j - i <= diagonal;
-    }
-
-    void for_each(std::int64_t row_ld, std::int64_t column_ld, const CCall::Visit& visit) const
-    {
-        if (form[1] == 'f') { // a rectangle, whatever it holds
-            const bool plain = is(transr, 'N');
-            const std::int64_t rows = plain ? n | 1 : (n + 1) / 2, columns = plain ? (n + 1) / 2 : n | 1;
-            Storage{"ge", n == 0 ? 0 : rows, columns}.for_each(columns, rows, visit);
-            return;
-        }
-        const auto triangle = [this](bool upper, std::int64_t i, std::int64_t j) {
-            return upper ? i + j * (j + 1) / 2 : i - j + j * (2 * n - j + 1) / 2;
-        };
-        for (std::int64_t i = 0; i < m; ++i)
-            for (std::int64_t j = 0; j < n; ++j) {
-                const std::int64_t line = form[1] == 'b' ? ku + i - j : i;
-                if (!holds(i, j))
-                    continue;
-                if (form[1] == 'p') // by rows, the upper triangle is the lower one of the transpose
-                    visit(triangle(!is(uplo, 'U'), j, i), triangle(is(uplo, 'U'), i, j));
-                else
-                    visit(line * row_ld + j, line + j * column_ld);
-            }
-    }
-};
-
-char letter_of(const CCall& call, const Expression& e)
+/// The options of a form in their order, by the names that the helpers have for them.
+std::string options_of(const std::string& form)
 {
-    if (e.kind == Expression::Kind::condition)
-        return letter_of(call, *e.operands[call.holds(*e.operands[0]) ? 1 : 2]);
-    const bool fixed = e.text.size() == 1 && e.text[0] >= 'A' && e.text[0] <= 'Z';
-    return fixed ? e.text[0] : call.letter(e.text);
-}
-
-Storage storage(const CCall& call, const Form& form)
-{
-    const auto size = [&](std::size_t i) { return call.value(*form.options[form.letters() + i]); };
-    const bool two = form.name == "ge" || form.name == "gb" || form.name == "tz";
-    Storage s{form.name, size(0), size(two ? 1 : 0)};
-    std::vector<char*> letters{&s.uplo, &s.diag};
-    if (form.name == "tz")
-        letters.insert(letters.begin(), &s.direct);
-    if (form.name[1] == 'f')
-        letters.insert(letters.begin(), &s.transr);
-    for (std::size_t i = 0; i < form.letters(); ++i)
-        *letters.at(i) = letter_of(call, *form.options[i]);
-    if (form.name == "gb") {
-        s.kl = size(2);
-        s.ku = size(3);
-    } else if (form.name[1] == 'b') {
-        (is(s.uplo, 'U') ? s.ku : s.kl) = size(1);
-    }
-    return s;
+    if (form == "ge" || form == "gb" || form == "tz")
+        return form == "ge" ? "m n" : form == "gb" ? "m n kl ku" : "direct uplo diag m n";
+    return std::string(form[1] == 'f' ? "transr " : "") + (form == "hs" ? "" : "uplo ") +
+           (form[0] == 't' ? "diag " : "") + (form[1] == 'b' ? "n kd" : "n");
 }
 
 } // namespace
@@ -155,41 +83,14 @@ const Member& member(std::string_view name)
     throw std::out_of_range("no member " + std::string(name));
 }
 
-void Element::store(unsigned char* memory, std::int64_t k, double number) const
-{
-    unsigned char* place = memory + static_cast<std::size_t>(k) * size;
-    const auto whole = static_cast<std::int64_t>(number);
-    if (integer)
-        std::memcpy(place, &whole, size);
-    for (int part = 0; part < (integer ? 0 : complex ? 2 : 1); ++part, place += size / 2) {
-        const double real = part == 0 ? number : -number;
-        const auto rounded = static_cast<float>(real);
-        single ? std::memcpy(place, &rounded, sizeof rounded) : std::memcpy(place, &real, sizeof real);
-    }
-}
-
-bool Element::is_nan(const unsigned char* memory, std::int64_t k) const
-{
-    float narrow[2] = {};
-    double wide[2] = {};
-    std::memcpy(single ? static_cast<void*>(narrow) : wide, memory + static_cast<std::size_t>(k) * size,
-                size);
-    return std::isnan(narrow[0] + narrow[1]) || std::isnan(wide[0] + wide[1]);
-}
-
-double original(std::size_t argument, std::int64_t k)
+double original(std::size_t argument, long k)
 {
     return static_cast<double>(argument * 8192 + static_cast<std::size_t>(k) + 1);
 }
 
-double written(std::size_t argument, std::int64_t k)
+double written(std::size_t argument, long k)
 {
     return original(argument, k) + 4'194'304;
-}
-
-std::size_t index_of(const LapackePlan& plan, const LapackeArgument& a)
-{
-    return static_cast<std::size_t>(&a - plan.arguments.data());
 }
 
 CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
@@ -204,32 +105,32 @@ CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
 
 void CCall::choose_sizes(std::mt19937& chance, bool empty)
 {
-    const auto some = [&] { return static_cast<std::int64_t>(3 + chance() % 4); };
-    const std::int64_t m = some(), n = 3 + (m + chance() % 3 - 2) % 4, least = std::min(m, n); // never equal
-    const std::pair<std::int64_t, const char*> usual[] = {
-        {m, "m"},
-        {n, "n ihi mm nzc"},
-        {least, "rows k2"},
-        {least - 1, "k cols"},
-        {m + 2, "p"},
-        {5, "mb"},
-        {7, "nrhs"},
-        {8, "nru"},
-        {9, "ncvt"},
-        {10, "ncc"},
-        {6, "ltb"},
-        {60, "tsize ldwork"},
-        {0, "nfxd"},
-        {some() % 2, "wantq"},
-        {1, "kl kb ilo incx k1 itype il i j i1 mode wantz"}};
+    const auto some = [&] { return static_cast<long>(3 + chance() % 4); };
+    const long m = some(), n = 3 + (m + static_cast<long>(chance() % 3) - 2) % 4; // never equal
+    const long least = std::min(m, n);
+    const std::pair<long, const char*> usual[] = {{m, "m"},
+                                                  {n, "n ihi mm nzc"},
+                                                  {least, "rows k2"},
+                                                  {least - 1, "k cols"},
+                                                  {m + 2, "p"},
+                                                  {5, "mb"},
+                                                  {7, "nrhs"},
+                                                  {8, "nru"},
+                                                  {9, "ncvt"},
+                                                  {10, "ncc"},
+                                                  {6, "ltb"},
+                                                  {60, "tsize ldwork"},
+                                                  {0, "nfxd"},
+                                                  {some() % 2, "wantq"},
+                                                  {1, "kl kb ilo incx k1 itype il i j i1 mode wantz"}};
     for (const LapackeArgument& a : plan().arguments) {
         const std::string& name = a.argument->name;
         if (!is_scalar(*a.argument))
             continue;
-        const auto* const found = std::find_if(std::begin(usual), std::end(usual),
-                                               [&](const auto& u) { return lists(u.second, name); });
+        const auto* const found =
+            std::ranges::find_if(usual, [&](const auto& u) { return lists(u.second, name); });
         const bool known = found != std::end(usual);
-        std::int64_t value = 2; // of those by address: how many were found, and the like
+        long value = 2; // of those by address: how many were found, and the like
         if (a.role == Role::size || (a.argument->query && !known))
             value = least_room / 2;
         else if (name.starts_with("ld"))
@@ -250,9 +151,9 @@ CCall& CCall::lay_out()
 {
     for (const LapackeArgument& a : plan().arguments)
         if (a.role == Role::leading) {
-            const LapackeArgument& matrix = plan().arguments[static_cast<std::size_t>(a.matrix)];
-            const std::int64_t least = value(by_rows() ? *a.bound : *matrix.form.rows());
-            set(a.argument->name, std::max<std::int64_t>(least, 1) + a.position); // no two alike
+            const Form& form = plan().arguments[static_cast<std::size_t>(a.matrix)].form;
+            const long least = value(by_rows() ? *a.bound : *form.rows());
+            set(a.argument->name, std::max(least, 1L) + a.position); // no two alike
         }
     fill();
     return *this;
@@ -270,18 +171,88 @@ std::int64_t CCall::named(const std::string& name, int group) const
             return value(*d.value);
     // Of a real: that it is not zero. Of exchanges: none reaches below the rows that are told.
     if (a != nullptr && !is_scalar(*a->argument))
-        return is_integer(*a->argument) ? 0 : 1;
+        return element(*a).integer ? 0 : 1;
     return SampleCall::named(name, group);
 }
 
-Element CCall::element(const std::string& type) const
+void CCall::fill()
 {
-    if (type == "int" || type == "logical")
-        return {narrow() ? std::size_t{4} : std::size_t{8}, true, false, false};
-    const std::string c = catalogue::c_type(type, entry().precision, entry().width);
-    const bool single = c == "float" || c == "qnm_complex8";
-    const bool is_complex = c == "qnm_complex8" || c == "qnm_complex16";
-    return {(single ? std::size_t{4} : std::size_t{8}) * (is_complex ? 2 : 1), false, is_complex, single};
+    memory_.clear();
+    for (const LapackeArgument& a : plan().arguments) {
+        const Argument& argument = *a.argument;
+        const Element e = element(a);
+        if (argument.type == "procedure" || (e.integer && !a.address))
+            continue;
+        const auto [lines, length] = published(a);
+        const long step = std::max(ld(a, false), length), count = lines * step + least_room;
+        Array& array = memory_.emplace(argument.name, Array(e, count, nan)).first->second;
+        const double alike = argument.type == "char"      ? letter(argument)
+                             : argument.type == "logical" ? 1
+                             : is_scalar(argument)        ? static_cast<double>(integer(argument))
+                                                          : 0;
+        for (long k = 0; k < count; ++k)
+            if (e.integer)
+                array.set(k, alike != 0 ? alike : static_cast<double>(k + 1));
+            else if (k < lines * step && k % step < length)
+                array.set(k, original(index(a), k));
+    }
+    if (member_->high)
+        for (const catalogue::Addition& add : plan().c->additions)
+            memory_.emplace(add.name, Array(element(add.type), least_room, 60));
+}
+
+const void* CCall::place(const std::string& name, std::size_t i) const
+{
+    const auto found = memory_.find(name);
+    return found == memory_.end() ? untouchable_address(i) : found->second.data();
+}
+
+std::vector<const LapackeArgument*> CCall::reals() const
+{
+    std::vector<const LapackeArgument*> found;
+    for (const LapackeArgument& a : plan().arguments)
+        if (memory_.contains(a.argument->name) && !element(a).integer)
+            found.push_back(&a);
+    return found;
+}
+
+double CCall::run() const
+{
+    std::vector<support::Word> words;
+    std::vector<support::Real> reals;
+    const auto add_real = [&]<class R>(const unsigned char* bytes, R number) {
+        std::memcpy(&number, bytes, sizeof number);
+        reals.emplace_back(number);
+    };
+    if (plan().has_layout())
+        words.emplace_back(layout_);
+    for (const LapackeArgument& a : plan().arguments) {
+        const Argument& argument = *a.argument;
+        const Element e = element(a);
+        if (member_->high && a.hidden)
+            continue;
+        if (a.address)
+            words.emplace_back(place(a));
+        else if (argument.type == "char")
+            words.emplace_back(static_cast<int>(letter(argument)));
+        else if (e.integer && narrow())
+            words.emplace_back(static_cast<int>(integer(argument)));
+        else if (e.integer)
+            words.emplace_back(integer(argument));
+        else if (const Array& array = memory_.at(argument.name); e.size() == sizeof(float))
+            add_real(array.data(), 0.0F);
+        else // a complex of 16 bytes takes two registers, one of 8 bytes one
+            for (std::size_t at = 0; at < e.size(); at += sizeof(double))
+                add_real(array.data() + at, 0.0);
+    }
+    if (member_->high)
+        for (const catalogue::Addition& add : plan().c->additions)
+            words.emplace_back(place(add.name, words.size()));
+    const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
+    const Element e = element(member_->has_value() ? plan().row->result.type : "int");
+    if (e.integer)
+        return static_cast<double>(narrow() ? back.int32() : back.int64());
+    return e.bytes == sizeof(float) ? static_cast<double>(back.float32()) : back.float64();
 }
 
 bool CCall::is_copied(const LapackeArgument& a) const
@@ -289,18 +260,12 @@ bool CCall::is_copied(const LapackeArgument& a) const
     return by_rows(LapackeShape::split) && a.role == Role::matrix && holds_if(a.facts.when);
 }
 
-std::int64_t CCall::copy_ld(const LapackeArgument& a) const
+long CCall::copy_elements(const LapackeArgument& a) const
 {
-    return a.form.is_packed() ? 0 : std::max<std::int64_t>(value(*a.form.rows()), 1);
-}
-
-std::int64_t CCall::copy_elements(const LapackeArgument& a) const
-{
-    if (a.form.is_packed()) {
-        const std::int64_t n = storage(*this, a.form).n;
-        return std::max<std::int64_t>(n, 1) * std::max<std::int64_t>(n + 1, 2) / 2;
-    }
-    return copy_ld(a) * std::max<std::int64_t>(value(*a.form.columns()), 1);
+    if (!a.form.is_packed())
+        return ld(a, true) * std::max<long>(value(*a.form.columns()), 1);
+    const long n = storage(a, a.form).options["n"];
+    return std::max(n, 1L) * std::max(n + 1, 2L) / 2;
 }
 
 bool CCall::lines_are_rows() const
@@ -310,174 +275,79 @@ bool CCall::lines_are_rows() const
     return by_rows();
 }
 
-/// The caller's leading dimension, which stands behind its matrix if there is one.
-std::int64_t CCall::ld(const LapackeArgument& a) const
+/// The caller's leading dimension stands behind its matrix, if there is one.
+long CCall::ld(const LapackeArgument& a, bool copy) const
 {
-    const std::size_t next = index_of(plan(), a) + 1;
-    if (next < plan().arguments.size())
+    const std::size_t next = index(a) + 1;
+    if (!copy && next < plan().arguments.size())
         if (const Argument& b = *plan().arguments[next].argument; b.name.starts_with("ld") && is_scalar(b))
             return integer(b);
-    if (a.form.is_packed() || a.form.is_vector())
+    if (a.form.is_vector() || a.form.is_packed())
         return 0;
-    return std::max<std::int64_t>(value(lines_are_rows() ? *a.form.columns() : *a.form.rows()), 1);
+    return std::max<long>(value(!copy && lines_are_rows() ? *a.form.columns() : *a.form.rows()), 1);
 }
 
-std::pair<std::int64_t, std::int64_t> CCall::published(const LapackeArgument& a) const
+std::pair<long, long> CCall::published(const LapackeArgument& a) const
 {
-    const auto& extents = a.argument->extents;
-    if (!a.argument->array || extents.empty())
+    std::vector<long> sizes;
+    for (const ExpressionPtr& extent : a.argument->extents)
+        sizes.push_back(std::max<long>(value(*extent), 0));
+    if (!a.argument->array || sizes.empty())
         return {1, a.argument->array ? least_room : 1};
-    const std::int64_t first = std::max<std::int64_t>(value(*extents[0]), 0);
-    if (extents.size() == 1)
-        return {1, first};
-    const std::int64_t second = std::max<std::int64_t>(value(*extents[1]), 0);
-    return lines_are_rows() ? std::pair{first, second} : std::pair{second, first};
+    if (sizes.size() == 1)
+        return {1, sizes[0]};
+    return lines_are_rows() ? std::pair{sizes[0], sizes[1]} : std::pair{sizes[1], sizes[0]};
 }
 
-void CCall::for_each(const LapackeArgument& a, const Form& form, const Visit& visit) const
+/// The letter that an expression stands for: one of the call's, or itself.
+char CCall::letter_of(const Expression& e) const
 {
-    storage(*this, form).for_each(ld(a), copy_ld(a), visit);
+    if (e.kind == Expression::Kind::condition)
+        return letter_of(*e.operands[holds(*e.operands[0]) ? 1 : 2]);
+    const bool fixed = e.text.size() == 1 && e.text[0] >= 'A' && e.text[0] <= 'Z';
+    return fixed ? e.text[0] : letter(e.text);
 }
 
-void CCall::for_each_returned(const LapackeArgument& a, const Visit& visit) const
+Storage CCall::storage(const LapackeArgument& a, const Form& form, bool copy) const
 {
-    const auto use =
-        std::find_if(a.out.begin(), a.out.end(), [&](const FormUse& u) { return holds_if(u.when); });
-    if (is_copied(a) && use != a.out.end())
-        for_each(a, use->form, visit);
-}
-
-std::vector<std::int64_t> CCall::checked(const LapackeArgument& a, const FormUse& use) const
-{
-    std::vector<std::int64_t> offsets;
-    const std::int64_t first = use.offset ? value(*use.offset) : 0;
-    if (use.form.is_vector()) {
-        const std::int64_t step = use.increment ? std::abs(value(*use.increment)) : 1;
-        for (std::int64_t i = 0; i < value(*use.form.options[0]); ++i)
-            offsets.push_back(first + i * step);
-        return offsets;
+    Storage s{form.name, {}, !copy && lines_are_rows(), ld(a, copy)};
+    std::istringstream names(options_of(form.name));
+    for (std::string name; names >> name;) {
+        const Expression& e = *form.options.at(s.options.size());
+        s.options.emplace(name, s.options.size() < form.letters() ? letter_of(e) : value(e));
     }
-    const bool in_rows = lines_are_rows();
-    storage(*this, use.form).for_each(ld(a), ld(a), [&](std::int64_t by_row, std::int64_t by_column) {
-        offsets.push_back(first + (in_rows ? by_row : by_column));
-    });
-    return offsets;
+    return s;
 }
 
-std::vector<const LapackeArgument*> CCall::workspaces() const
+std::vector<std::pair<long, long>> CCall::moves(const LapackeArgument& a, const FormUse& use) const
 {
-    // What is known stands in front of what is asked for, each in the order of names.
-    std::map<std::pair<bool, std::string>, const LapackeArgument*> sorted;
-    for (const LapackeArgument& a : plan().arguments)
-        if (a.role == Role::workspace && holds_if(a.facts.room_when))
-            sorted[{!a.room, a.argument->name}] = &a;
-    std::vector<const LapackeArgument*> all;
-    for (const auto& [key, a] : sorted)
-        all.push_back(a);
+    std::vector<std::pair<long, long>> all;
+    if (!is_copied(a) || !holds_if(use.when))
+        return all;
+    const auto from = storage(a, use.form).moved().places(), to = storage(a, use.form, true).moved().places();
+    for (std::size_t k = 0; k < from.size(); ++k)
+        all.emplace_back(from[k], to[k]);
     return all;
 }
 
-std::int64_t CCall::room(const LapackeArgument& a, std::int64_t answer) const
+std::vector<long> CCall::checked(const LapackeArgument& a, const FormUse& use) const
+{
+    std::vector<long> offsets;
+    if (!use.form.is_vector())
+        offsets = storage(a, use.form).places();
+    else
+        for (long i = 0; i < value(*use.form.options[0]); ++i)
+            offsets.push_back(i * (use.increment ? std::abs(value(*use.increment)) : 1));
+    for (long& offset : offsets)
+        offset += use.offset ? value(*use.offset) : 0;
+    return offsets;
+}
+
+long CCall::room(const LapackeArgument& a, long answer) const
 {
     if (a.room)
-        return std::max<std::int64_t>(value(*a.room), 1);
-    const bool table = a.argument->extents.empty() && a.facts.asked;
-    return std::max<std::int64_t>(answer, 1) * (table ? std::max<std::int64_t>(answer + 1, 1) : 1);
-}
-
-void CCall::fill()
-{
-    memory_.clear();
-    for (const LapackeArgument& a : plan().arguments) {
-        const Argument& argument = *a.argument;
-        if (argument.type == "char" && a.address)
-            memory_[argument.name].assign(8, static_cast<unsigned char>(letter(argument)));
-        if (argument.type == "char" || argument.type == "procedure" || (is_integer(argument) && !a.address))
-            continue;
-        const Element e = element(a);
-        const auto [lines, length] = published(a);
-        const std::int64_t step = std::max<std::int64_t>(ld(a), length), count = lines * step + least_room;
-        std::vector<unsigned char>& memory = memory_[argument.name];
-        memory.resize(static_cast<std::size_t>(count) * e.size);
-        for (std::int64_t k = 0; k < count; ++k)
-            e.store(memory.data(), k,
-                    argument.type == "logical"              ? 1
-                    : is_scalar(argument)                   ? static_cast<double>(integer(argument))
-                    : e.integer                             ? static_cast<double>(k + 1)
-                    : k < lines * step && k % step < length ? original(index_of(plan(), a), k)
-                                                            : std::numeric_limits<double>::quiet_NaN());
-    }
-    if (member_->high)
-        for (const catalogue::Addition& add : plan().c->additions)
-            memory_[add.name].assign(least_room * element(add.type).size, 0x3C);
-}
-
-std::vector<const LapackeArgument*> CCall::reals() const
-{
-    std::vector<const LapackeArgument*> found;
-    for (const LapackeArgument& a : plan().arguments)
-        if (memory_.contains(a.argument->name) && a.argument->type != "char" && !is_integer(*a.argument))
-            found.push_back(&a);
-    return found;
-}
-
-void CCall::put_nans(const LapackeArgument& a, std::int64_t first, std::int64_t count, bool second_part)
-{
-    const Element e = element(a);
-    const Element part{e.size / (e.complex ? 2 : 1), false, false, e.single};
-    for (std::int64_t k = first; k < first + count; ++k)
-        part.store(memory_.at(a.argument->name).data() + static_cast<std::size_t>(k) * e.size,
-                   e.complex && second_part == (k % 2 == first % 2) ? 1 : 0,
-                   std::numeric_limits<double>::quiet_NaN());
-}
-
-CCall& CCall::untouchable()
-{
-    untouchable_ = true;
-    return *this;
-}
-
-const void* CCall::place(const LapackeArgument& a) const
-{
-    return untouchable_ || a.argument->type == "procedure" ? untouchable_address(index_of(plan(), a))
-                                                           : memory_.at(a.argument->name).data();
-}
-
-double CCall::run() const
-{
-    std::vector<support::Word> words;
-    std::vector<support::Real> reals;
-    const auto real = [&]<class R>(const unsigned char* bytes, R number) {
-        std::memcpy(&number, bytes, sizeof number);
-        reals.emplace_back(number);
-    };
-    if (plan().has_layout())
-        words.emplace_back(layout_);
-    for (const LapackeArgument& a : plan().arguments) {
-        if (member_->high && a.hidden)
-            continue;
-        const Argument& argument = *a.argument;
-        if (a.address)
-            words.emplace_back(place(a));
-        else if (argument.type == "char")
-            words.emplace_back(static_cast<int>(letter(argument)));
-        else if (is_integer(argument) && narrow())
-            words.emplace_back(static_cast<int>(integer(argument)));
-        else if (is_integer(argument))
-            words.emplace_back(integer(argument));
-        else if (const Element e = element(a); e.size == sizeof(float))
-            real(memory(argument.name).data(), 0.0F);
-        else // a complex of 16 bytes takes two registers, one of 8 bytes one
-            for (std::size_t at = 0; at < e.size; at += sizeof(double))
-                real(memory(argument.name).data() + at, 0.0);
-    }
-    if (member_->high)
-        for (const catalogue::Addition& add : plan().c->additions)
-            words.emplace_back(untouchable_ ? untouchable_address(words.size()) : memory(add.name).data());
-    const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
-    if (!member_->has_value() || element(plan().row->result.type).integer)
-        return static_cast<double>(narrow() ? back.int32() : back.int64());
-    return element(plan().row->result.type).single ? static_cast<double>(back.float32()) : back.float64();
+        return std::max<long>(value(*a.room), 1);
+    return std::max(answer, 1L) * (is_table(a) ? std::max(answer + 1, 1L) : 1);
 }
 
 } // namespace qnm::tests

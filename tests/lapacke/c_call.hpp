@@ -3,10 +3,9 @@
 // it.
 #pragma once
 
+#include "helpers/storage.hpp"
 #include "lapacke/room/plan.hpp"
 #include "support/sample_call.hpp"
-
-#include <map>
 
 namespace qnm::tests {
 
@@ -41,89 +40,76 @@ const std::vector<Member>& members();
 /// By its exported name.
 const Member& member(std::string_view name);
 
-/// One number of an array.
-struct Element {
-    std::size_t size;
-    bool integer;
-    bool complex;
-    bool single;
-
-    /// Writes number k of a row of them; the imaginary part is the opposite number.
-    void store(unsigned char* memory, std::int64_t k, double number) const;
-    bool is_nan(const unsigned char* memory, std::int64_t k) const;
-};
-
 class CCall : public SampleCall {
 public:
     CCall(const Member& member, int layout, std::mt19937& chance, bool empty = false);
 
     const Member& member() const { return *member_; }
     const LapackePlan& plan() const { return *member_->plan; }
+    std::size_t index(const LapackeArgument& a) const
+    {
+        return static_cast<std::size_t>(&a - plan().arguments.data());
+    }
     bool by_rows() const { return layout_ == row_major; }
     /// A call whose row-major form is told to the routine in this way.
     bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
+    bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
+    Element element(const std::string& type) const { return Element::of(type, entry()); }
+    Element element(const LapackeArgument& a) const { return element(a.argument->type); }
 
     /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
     CCall& lay_out();
-    /// Numbers in all arrays, for the leading dimensions as they are.
-    void fill();
 
-    bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
-    Element element(const std::string& type) const;
-    Element element(const LapackeArgument& a) const { return element(a.argument->type); }
-
-    /// Whether this argument goes through a copy here, and what the copy looks like.
-    bool is_copied(const LapackeArgument& a) const;
-    std::int64_t copy_ld(const LapackeArgument& matrix) const;
-    std::int64_t copy_elements(const LapackeArgument& matrix) const;
-    /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
-    /// reads it refuses the call, or brings it into a copy.
-    std::pair<std::int64_t, std::int64_t> published(const LapackeArgument& array) const;
-    /// The elements of a form that a matrix holds, by their offsets in the caller's row-major matrix and in
-    /// the copy.
-    using Visit = std::function<void(std::int64_t row_major, std::int64_t column_major)>;
-    void for_each(const LapackeArgument& matrix, const Form& form, const Visit& visit) const;
-    /// Those that come back from a copy; none if none does.
-    void for_each_returned(const LapackeArgument& matrix, const Visit& visit) const;
-    /// The elements that a NaN check of an array reads, by offset.
-    std::vector<std::int64_t> checked(const LapackeArgument& array, const FormUse& use) const;
-    /// Elements of a workspace that the high level provides, given what a query answers.
-    std::int64_t room(const LapackeArgument& workspace, std::int64_t answer) const;
-    /// Workspaces that the high level takes here, in order.
-    std::vector<const LapackeArgument*> workspaces() const;
-
-    using Memory = std::map<std::string, std::vector<unsigned char>>;
+    // The caller's memory: numbers behind all addresses, and reals by value. What is not there is at an
+    // address that nobody may touch.
+    using Memory = std::map<std::string, Array>;
     Memory& memory() { return memory_; }
     const Memory& memory() const { return memory_; }
-    const std::vector<unsigned char>& memory(const std::string& name) const { return memory_.at(name); }
-    /// Real and complex arguments that stand in memory.
+    /// Numbers in all of it, for the leading dimensions as they are.
+    void fill();
+    const void* place(const std::string& name, std::size_t i) const;
+    const void* place(const LapackeArgument& a) const { return place(a.argument->name, index(a)); }
+    /// Real and complex arguments that stand in it.
     std::vector<const LapackeArgument*> reals() const;
-    /// Puts NaNs into so many elements, of complex ones into either part.
-    void put_nans(const LapackeArgument& array, std::int64_t first, std::int64_t count, bool second_part);
-    /// All arrays at addresses that nobody may touch.
-    CCall& untouchable();
-
     /// Calls the member; the result is info, or the value as a number.
     double run() const;
 
+    /// Whether this argument goes through a copy here, and how many elements that has.
+    bool is_copied(const LapackeArgument& a) const;
+    long copy_elements(const LapackeArgument& matrix) const;
+    /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
+    /// reads it refuses the call, or brings it into a copy.
+    std::pair<long, long> published(const LapackeArgument& array) const;
+    /// A form of a matrix, of the caller's or of the copy.
+    Storage storage(const LapackeArgument& matrix, const Form& form, bool copy = false) const;
+    /// Where the elements that are moved stand in the caller's matrix and in the copy; none if none are.
+    std::vector<std::pair<long, long>> moves(const LapackeArgument& matrix, const FormUse& use) const;
+    /// The elements that a NaN check of an array reads, by offset.
+    std::vector<long> checked(const LapackeArgument& array, const FormUse& use) const;
+    /// Elements of a workspace that the high level provides, given what a query answers.
+    long room(const LapackeArgument& workspace, long answer) const;
+    /// Whether a query answers two sizes for it.
+    static bool is_table(const LapackeArgument& workspace)
+    {
+        return workspace.argument->extents.empty() && workspace.facts.asked;
+    }
+
 private:
     void choose_sizes(std::mt19937& chance, bool empty);
-    std::int64_t ld(const LapackeArgument& matrix) const;
+    char letter_of(const catalogue::Expression& e) const;
+    long ld(const LapackeArgument& matrix, bool copy) const;
     /// Whether a matrix is stored by rows.
     bool lines_are_rows() const;
-    const void* place(const LapackeArgument& a) const;
     std::int64_t named(const std::string& name, int group) const override;
 
     const Member* member_;
     int layout_;
     Memory memory_;
-    bool untouchable_ = false;
 };
 
 /// The number that element k of an array holds at first, and what a routine writes there.
-double original(std::size_t argument, std::int64_t k);
-double written(std::size_t argument, std::int64_t k);
-std::size_t index_of(const LapackePlan& plan, const LapackeArgument& a);
+double original(std::size_t argument, long k);
+double written(std::size_t argument, long k);
 
 /// The routine's side of one call. Answers a query; in the call itself looks at all it got, and writes to
 /// every element of copies and workspaces.
@@ -135,11 +121,9 @@ public:
     Routine& operator=(const Routine&) = delete;
 
     /// What it leaves in info, what a function gives back, and what a query answers for the i-th argument.
-    std::int64_t info = 0;
+    long info = 0;
     static constexpr double result = 3.25;
-    std::function<std::int64_t(std::size_t)> answer = [](std::size_t i) {
-        return static_cast<std::int64_t>(200 + i);
-    };
+    std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
 
     int queries = 0;
     int runs = 0;
@@ -150,12 +134,11 @@ public:
 
 private:
     void act(Call& noted, recording::Answer& reply);
-    void tell_sizes(const Call& noted) const;
-    void look_at(const Call& noted, const LapackeArgument& a, std::size_t word) const;
-    void look_at_memory(const Call& noted, const LapackeArgument& a, std::size_t word) const;
-    void write(const Call& noted, const LapackeArgument& a, std::size_t word) const;
+    void look_at(const Call& noted, const LapackeArgument& a) const;
+    void look_at_memory(const unsigned char* got, const LapackeArgument& a) const;
+    void write(const Call& noted, const LapackeArgument& a) const;
     char expected_letter(const std::string& name) const;
-    std::int64_t expected_integer(const LapackeArgument& a) const;
+    long expected_integer(const LapackeArgument& a) const;
 
     CCall& call_;
     CCall::Memory before_;
@@ -164,7 +147,7 @@ private:
 
 /// What LAPACKE_xerbla has printed, line by line, and the blocks that the layer asked for.
 std::vector<std::string> printed();
-std::vector<std::int64_t> allocated();
+std::vector<long> allocated();
 
 /// Begins with a fresh core, NaN checks on.
 class LapackeTest : public BlasTest {
