@@ -39,8 +39,7 @@ struct Helper {
     /// "ge" of LAPACKE_dge_trans; empty for vectors.
     std::string form() const { return entry.row->root.substr(1, entry.row->root.find('_') - 1); }
     bool is_trans() const { return entry.row->root.ends_with("_trans"); }
-    bool is_diagonals() const { return form() == "gt" || form() == "pt" || form() == "st"; }
-    bool is_matrix() const { return !form().empty() && !is_diagonals(); }
+    bool is_matrix() const { return has("matrix_layout") || form().ends_with('p') || form() == "pf"; }
     /// Whether it does not ask for the layout, but for rows or not.
     bool takes_any_layout() const { return form() == "ge" || form() == "gg" || form().ends_with('f'); }
     Array array(long count, double number, const char* type = "T") const
@@ -121,7 +120,7 @@ std::string told(const Helper& helper, const Storage& s)
 }
 
 /// Expects that a NaN is found in each of these places of the arrays, and not if there is none in them.
-void expect_found(const Helper& helper, const Storage& s, const std::vector<std::vector<long>>& places,
+void expect_found(const Helper& helper, const Storage& s, const std::vector<Storage>& held,
                   std::vector<Array> arrays)
 {
     SCOPED_TRACE(told(helper, s));
@@ -129,25 +128,22 @@ void expect_found(const Helper& helper, const Storage& s, const std::vector<std:
     const bool infinite = any(0, 2) == 0; // now and then of both signs, which sum up to a NaN
     for (std::size_t k = 0; k < arrays.size(); ++k) {
         addresses.push_back(arrays[k].data());
-        for (const long place : places[k])
+        for (const long place : held[k].places())
             arrays[k].set(place, std::array{1.0, -2.0, inf, -inf}[any(0, infinite ? 3 : 1)]);
     }
     ASSERT_FALSE(helper.run(s, addresses));
     for (std::size_t k = 0; k < arrays.size(); ++k)
-        for (const long place : places[k]) {
+        for (const long place : held[k].places()) {
             arrays[k].spoil(place, any(0, 1));
             ASSERT_TRUE(helper.run(s, addresses)) << "place " << place << " of array " << k;
             arrays[k].set(place, 1);
         }
 }
 
-/// n places that stand `step` apart.
-std::vector<long> row(long n, long step = 1)
+/// A row of n elements that stand so far apart.
+Storage row(long n, long step = 1)
 {
-    std::vector<long> places;
-    for (long i = 0; i < n; ++i)
-        places.push_back(i * step);
-    return places;
+    return {"ge", {{"m", 1}, {"n", n}}, false, step};
 }
 
 TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
@@ -156,37 +152,26 @@ TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
         for (int round = 0; round < 40; ++round) {
             const Storage s = random(helper.form(), round % 4 == 0 ? 70 : 24);
             // Packed forms whose check gets no options have no outside.
-            expect_found(helper, s, {s.places()},
-                         {helper.array(length(s), helper.has("matrix_layout") ? nan : 1)});
+            expect_found(helper, s, {s}, {helper.array(length(s), helper.has("matrix_layout") ? nan : 1)});
         }
 }
 
-TEST(NanCheck, OfVectorsWalksByTheIncrement)
+/// Without an increment the first element counts, whatever n is.
+TEST(NanCheck, OfVectorsAndDiagonalsKnowsTheirLengths)
 {
-    for (const Helper& helper : helpers([](const Helper& h) { return h.form().empty(); })) {
-        for (const long n : {0, 1, 5, 31, 32, 33, 100, 131})
-            for (const long incx : {1, -1, 2, -3, 7})
-                expect_found(helper, {"", {{"n", n}, {"incx", incx}}}, {row(n, std::abs(incx))},
-                             {helper.array(n * std::abs(incx) + 1, nan)});
-        // Without an increment the first element counts, whatever n is.
-        for (const long n : {-1, 0, 1})
-            expect_found(helper, {"", {{"n", n}, {"incx", 0}}}, {{0}}, {helper.array(6, nan)});
-    }
-}
-
-TEST(NanCheck, OfDiagonalsKnowsTheirLengths)
-{
-    for (const Helper& helper : helpers(&Helper::is_diagonals))
-        for (const long n : {0, 1, 2, 40}) {
-            std::vector<std::vector<long>> places;
-            std::vector<Array> arrays;
-            for (const catalogue::Argument& a : helper.entry.row->arguments)
-                if (a.array) {
-                    places.push_back(row(a.name == "d" ? n : n - 1));
-                    arrays.push_back(helper.array(n + 2, nan, a.type.c_str()));
-                }
-            expect_found(helper, {"", {{"n", n}}}, places, arrays);
-        }
+    for (const Helper& helper : helpers([](const Helper& h) { return !h.is_matrix(); }))
+        for (const long n : {-1, 0, 1, 2, 5, 31, 32, 33, 100, 131})
+            for (const long incx : {1, -1, 0, 2, -3, 7}) {
+                const long step = helper.has("incx") ? std::abs(incx) : 1;
+                std::vector<Storage> rows;
+                std::vector<Array> arrays;
+                for (const catalogue::Argument& a : helper.entry.row->arguments)
+                    if (a.array) {
+                        rows.push_back(row(step == 0 ? 1 : a.name == "x" || a.name == "d" ? n : n - 1, step));
+                        arrays.push_back(helper.array(std::max(n, 0L) * step + 2, nan, a.type.c_str()));
+                    }
+                expect_found(helper, {"", {{"n", n}, {"incx", incx}}}, rows, arrays);
+            }
 }
 
 TEST(NanCheck, ALeadingDimensionThatIsTooSmallCutsLines)

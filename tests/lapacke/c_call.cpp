@@ -13,11 +13,6 @@ namespace {
 
 constexpr long least_room = 600;
 
-bool is(char letter, char upper)
-{
-    return (letter & ~0x20) == upper;
-}
-
 /// All expressions that a plan and its row hold.
 std::vector<ExpressionPtr> expressions_of(const LapackePlan& plan)
 {
@@ -60,37 +55,20 @@ std::string options_of(const std::string& form)
 
 } // namespace
 
-const std::vector<Member>& members()
+const std::map<std::string, Member>& members()
 {
-    static const std::vector<Member> all = [] {
-        std::vector<Member> found;
+    static const std::map<std::string, Member> all = [] {
+        std::map<std::string, Member> found;
         for (const LapackePlan& plan : catalogue::lapacke_plans(tables()))
             for (const catalogue::Precision& precision : plan.precisions)
                 for (const Width width : {Width::narrow, Width::wide})
                     for (const bool high : {true, false})
-                        if (plan.c->shape != LapackeShape::one_level)
-                            found.push_back({&plan, Entry(*plan.row, precision, width), high});
+                        if (const Member m{&plan, Entry(*plan.row, precision, width), high};
+                            plan.c->shape != LapackeShape::one_level)
+                            found.emplace(m.name(), m);
         return found;
     }();
     return all;
-}
-
-const Member& member(std::string_view name)
-{
-    for (const Member& m : members())
-        if (m.name() == name)
-            return m;
-    throw std::out_of_range("no member " + std::string(name));
-}
-
-double original(std::size_t argument, long k)
-{
-    return static_cast<double>(argument * 8192 + static_cast<std::size_t>(k) + 1);
-}
-
-double written(std::size_t argument, long k)
-{
-    return original(argument, k) + 4'194'304;
 }
 
 CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
@@ -107,44 +85,25 @@ void CCall::choose_sizes(std::mt19937& chance, bool empty)
 {
     const auto some = [&] { return static_cast<long>(3 + chance() % 4); };
     const long m = some(), n = 3 + (m + static_cast<long>(chance() % 3) - 2) % 4; // never equal
-    const long least = std::min(m, n);
-    const std::pair<long, const char*> usual[] = {{m, "m"},
-                                                  {n, "n ihi mm nzc"},
-                                                  {least, "rows k2"},
-                                                  {least - 1, "k cols"},
-                                                  {m + 2, "p"},
-                                                  {5, "mb"},
-                                                  {7, "nrhs"},
-                                                  {8, "nru"},
-                                                  {9, "ncvt"},
-                                                  {10, "ncc"},
-                                                  {6, "ltb"},
-                                                  {60, "tsize ldwork"},
-                                                  {0, "nfxd"},
-                                                  {some() % 2, "wantq"},
-                                                  {1, "kl kb ilo incx k1 itype il i j i1 mode wantz"}};
+    const std::map<std::string, long> related{
+        {"m", m},   {"n", n},    {"ihi", n}, {"mm", n},    {"k", std::min(m, n) - 1}, {"p", 2},
+        {"ilo", 1}, {"incx", 1}, {"k1", 1},  {"itype", 1}, {"wantq", some() % 2},     {"wantz", some() % 2}};
     for (const LapackeArgument& a : plan().arguments) {
         const std::string& name = a.argument->name;
+        const auto found = related.find(name);
         if (!is_scalar(*a.argument))
             continue;
-        const auto* const found =
-            std::ranges::find_if(usual, [&](const auto& u) { return lists(u.second, name); });
-        const bool known = found != std::end(usual);
-        long value = 2; // of those by address: how many were found, and the like
-        if (a.role == Role::size || (a.argument->query && !known))
-            value = least_room / 2;
-        else if (name.starts_with("ld"))
-            value = 12 + a.position;
-        else if (empty && !a.address && !lists("incx itype k1", name))
-            value = 0;
-        else if (!a.address && known)
-            value = found->first;
-        set(name, value);
+        if (name.starts_with("ld"))
+            set(name, 12 + a.position);
+        else if (a.role == Role::size || a.argument->query)
+            set(name, least_room / 2);
+        else if (a.address)
+            set(name, 2); // how many were found, and the like
+        else if (empty && !lists("incx itype k1", name))
+            set(name, 0);
+        else
+            set(name, found != related.end() ? found->second : a.position);
     }
-    const auto negative = [&](const ExpressionPtr& extent) { return value(*extent) < 0; };
-    for (const LapackeArgument& a : plan().arguments)
-        if (a.argument->extents.size() == 2 && std::ranges::any_of(a.argument->extents, negative))
-            set("p", least - 1); // where it is a part of m
 }
 
 CCall& CCall::lay_out()
@@ -184,27 +143,26 @@ void CCall::fill()
         if (argument.type == "procedure" || (e.integer && !a.address))
             continue;
         const auto [lines, length] = published(a);
-        const long step = std::max(ld(a, false), length), count = lines * step + least_room;
+        const long step = std::max(ld(a), length), count = lines * step + least_room;
         Array& array = memory_.emplace(argument.name, Array(e, count, nan)).first->second;
-        const double alike = argument.type == "char"      ? letter(argument)
-                             : argument.type == "logical" ? 1
-                             : is_scalar(argument)        ? static_cast<double>(integer(argument))
-                                                          : 0;
         for (long k = 0; k < count; ++k)
             if (e.integer)
-                array.set(k, alike != 0 ? alike : static_cast<double>(k + 1));
+                array.set(k, static_cast<double>(argument.type == "char"      ? letter(argument)
+                                                 : is_scalar(argument)        ? integer(argument)
+                                                 : argument.type == "logical" ? 1
+                                                                              : k + 1));
             else if (k < lines * step && k % step < length)
-                array.set(k, original(index(a), k));
+                array.set(k, original(a, k));
     }
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)
-            memory_.emplace(add.name, Array(element(add.type), least_room, 60));
+            memory_.emplace(add.name, Array(Element::of(add.type, entry()), least_room, 60));
 }
 
-const void* CCall::place(const std::string& name, std::size_t i) const
+const void* CCall::place(const LapackeArgument& a) const
 {
-    const auto found = memory_.find(name);
-    return found == memory_.end() ? untouchable_address(i) : found->second.data();
+    const auto found = memory_.find(a.argument->name);
+    return found == memory_.end() ? untouchable_address(index(a)) : found->second.data();
 }
 
 std::vector<const LapackeArgument*> CCall::reals() const
@@ -220,36 +178,32 @@ double CCall::run() const
 {
     std::vector<support::Word> words;
     std::vector<support::Real> reals;
-    const auto add_real = [&]<class R>(const unsigned char* bytes, R number) {
-        std::memcpy(&number, bytes, sizeof number);
-        reals.emplace_back(number);
-    };
     if (plan().has_layout())
         words.emplace_back(layout_);
     for (const LapackeArgument& a : plan().arguments) {
-        const Argument& argument = *a.argument;
         const Element e = element(a);
         if (member_->high && a.hidden)
             continue;
         if (a.address)
             words.emplace_back(place(a));
-        else if (argument.type == "char")
-            words.emplace_back(static_cast<int>(letter(argument)));
+        else if (a.argument->type == "char")
+            words.emplace_back(letter(*a.argument));
         else if (e.integer && narrow())
-            words.emplace_back(static_cast<int>(integer(argument)));
+            words.emplace_back(static_cast<int>(integer(*a.argument)));
         else if (e.integer)
-            words.emplace_back(integer(argument));
-        else if (const Array& array = memory_.at(argument.name); e.size() == sizeof(float))
-            add_real(array.data(), 0.0F);
-        else // a complex of 16 bytes takes two registers, one of 8 bytes one
-            for (std::size_t at = 0; at < e.size(); at += sizeof(double))
-                add_real(array.data() + at, 0.0);
+            words.emplace_back(integer(*a.argument));
+        else // a complex of 16 bytes takes two registers, one of 8 bytes one; behind a float stands a NaN
+            for (std::size_t at = 0; at < e.size(); at += sizeof(double)) {
+                double part = 0;
+                std::memcpy(&part, memory_.at(a.argument->name).data() + at, sizeof part);
+                reals.emplace_back(part);
+            }
     }
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)
-            words.emplace_back(place(add.name, words.size()));
+            words.emplace_back(memory_.at(add.name).data());
     const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
-    const Element e = element(member_->has_value() ? plan().row->result.type : "int");
+    const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", entry());
     if (e.integer)
         return static_cast<double>(narrow() ? back.int32() : back.int64());
     return e.bytes == sizeof(float) ? static_cast<double>(back.float32()) : back.float64();
@@ -271,7 +225,7 @@ long CCall::copy_elements(const LapackeArgument& a) const
 bool CCall::lines_are_rows() const
 {
     if (plan().c->shape == LapackeShape::options) // or as the routine's TRANS has it
-        return by_rows() || !is(letter("trans"), 'N');
+        return by_rows() || (letter("trans") & ~0x20) != 'N';
     return by_rows();
 }
 
@@ -332,12 +286,12 @@ std::vector<std::pair<long, long>> CCall::moves(const LapackeArgument& a, const 
 
 std::vector<long> CCall::checked(const LapackeArgument& a, const FormUse& use) const
 {
-    std::vector<long> offsets;
-    if (!use.form.is_vector())
-        offsets = storage(a, use.form).places();
-    else
-        for (long i = 0; i < value(*use.form.options[0]); ++i)
-            offsets.push_back(i * (use.increment ? std::abs(value(*use.increment)) : 1));
+    const bool vector = use.form.is_vector(); // as a matrix of one row
+    const long step = use.increment ? std::abs(value(*use.increment)) : 1;
+    std::vector<long> offsets =
+        (vector ? Storage{"ge", {{"m", 1}, {"n", value(*use.form.options[0])}}, false, step}
+                : storage(a, use.form))
+            .places();
     for (long& offset : offsets)
         offset += use.offset ? value(*use.offset) : 0;
     return offsets;

@@ -16,8 +16,7 @@ using catalogue::LapackePlan;
 using catalogue::LapackeShape;
 using Role = LapackeArgument::Role;
 
-inline constexpr int row_major = 101;
-inline constexpr int column_major = 102;
+inline constexpr int row_major = 101, column_major = 102;
 
 /// One exported function of the C interface, and the entry that it ends in.
 struct Member {
@@ -35,10 +34,8 @@ struct Member {
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
 
-/// All members with a high and a work level.
-const std::vector<Member>& members();
-/// By its exported name.
-const Member& member(std::string_view name);
+/// All members with a high and a work level, by their exported names.
+const std::map<std::string, Member>& members();
 
 class CCall : public SampleCall {
 public:
@@ -54,8 +51,7 @@ public:
     /// A call whose row-major form is told to the routine in this way.
     bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
-    Element element(const std::string& type) const { return Element::of(type, entry()); }
-    Element element(const LapackeArgument& a) const { return element(a.argument->type); }
+    Element element(const LapackeArgument& a) const { return Element::of(a.argument->type, entry()); }
 
     /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
     CCall& lay_out();
@@ -65,10 +61,14 @@ public:
     using Memory = std::map<std::string, Array>;
     Memory& memory() { return memory_; }
     const Memory& memory() const { return memory_; }
-    /// Numbers in all of it, for the leading dimensions as they are.
+    /// Numbers in all of it, for the leading dimensions as they are; and the number that element k of an
+    /// array then holds.
     void fill();
-    const void* place(const std::string& name, std::size_t i) const;
-    const void* place(const LapackeArgument& a) const { return place(a.argument->name, index(a)); }
+    double original(const LapackeArgument& a, long k) const
+    {
+        return static_cast<double>(8192 * static_cast<long>(index(a)) + k + 1);
+    }
+    const void* place(const LapackeArgument& a) const;
     /// Real and complex arguments that stand in it.
     std::vector<const LapackeArgument*> reals() const;
     /// Calls the member; the result is info, or the value as a number.
@@ -77,6 +77,7 @@ public:
     /// Whether this argument goes through a copy here, and how many elements that has.
     bool is_copied(const LapackeArgument& a) const;
     long copy_elements(const LapackeArgument& matrix) const;
+    long ld(const LapackeArgument& matrix, bool copy = false) const;
     /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
     /// reads it refuses the call, or brings it into a copy.
     std::pair<long, long> published(const LapackeArgument& array) const;
@@ -97,7 +98,6 @@ public:
 private:
     void choose_sizes(std::mt19937& chance, bool empty);
     char letter_of(const catalogue::Expression& e) const;
-    long ld(const LapackeArgument& matrix, bool copy) const;
     /// Whether a matrix is stored by rows.
     bool lines_are_rows() const;
     std::int64_t named(const std::string& name, int group) const override;
@@ -107,26 +107,20 @@ private:
     Memory memory_;
 };
 
-/// The number that element k of an array holds at first, and what a routine writes there.
-double original(std::size_t argument, long k);
-double written(std::size_t argument, long k);
-
 /// The routine's side of one call. Answers a query; in the call itself looks at all it got, and writes to
 /// every element of copies and workspaces.
 class Routine {
 public:
     explicit Routine(CCall& call);
     ~Routine();
-    Routine(const Routine&) = delete;
-    Routine& operator=(const Routine&) = delete;
+    Routine(Routine&&) = delete;
 
     /// What it leaves in info, what a function gives back, and what a query answers for the i-th argument.
     long info = 0;
-    static constexpr double result = 3.25;
+    static constexpr float result = 3.25;
     std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
 
-    int queries = 0;
-    int runs = 0;
+    int queries = 0, runs = 0;
     /// Expects that what came back, and nothing else, is in the caller's matrices.
     void expect_matrices() const;
     /// Expects the values that the high level hands out of its workspaces.
@@ -135,10 +129,11 @@ public:
 private:
     void act(Call& noted, recording::Answer& reply);
     void look_at(const Call& noted, const LapackeArgument& a) const;
-    void look_at_memory(const unsigned char* got, const LapackeArgument& a) const;
+    void look_at_copy(const unsigned char* got, const LapackeArgument& a) const;
     void write(const Call& noted, const LapackeArgument& a) const;
     char expected_letter(const std::string& name) const;
     long expected_integer(const LapackeArgument& a) const;
+    double written(const LapackeArgument& a, long k) const { return call_.original(a, k) + 4'194'304; }
 
     CCall& call_;
     CCall::Memory before_;
@@ -154,16 +149,15 @@ class LapackeTest : public BlasTest {
 protected:
     LapackeTest();
     std::mt19937 chance{20'240'517};
-    static void check_for_nan(bool on);
+    static void check_for_nan(bool on) { support::call(layer()["LAPACKE_set_nancheck"], on ? 1 : 0); }
     /// Runs `body` for calls of all members in these layouts.
     template <class Body>
     void for_all(const std::vector<int>& layouts, int rounds, Body&& body)
     {
-        for (const Member& m : members())
+        for (const auto& [name, m] : members())
             for (const int layout : layouts)
                 for (int round = 0; round < rounds && !HasFatalFailure(); ++round) {
-                    SCOPED_TRACE(m.plan->c->where() + " " + m.name() + " layout " + std::to_string(layout) +
-                                 " round " + std::to_string(round));
+                    SCOPED_TRACE(m.plan->c->where() + " " + name + " layout " + std::to_string(layout));
                     core().clear();
                     body(m, layout);
                     if (HasFailure() && ++failed_ > 40)
