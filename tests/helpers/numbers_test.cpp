@@ -30,6 +30,12 @@ long any(long low, long high)
     return std::uniform_int_distribution<long>(low, high)(generator);
 }
 
+/// The places of n elements that stand so far apart.
+std::vector<long> row(long n, long step = 1)
+{
+    return Storage{"ge", {{"m", 1}, {"n", n}}, false, step}.places();
+}
+
 /// A helper: its row, and calls of it.
 struct Helper {
     catalogue::Entry entry;
@@ -41,12 +47,10 @@ struct Helper {
     bool is_trans() const { return entry.row->root.ends_with("_trans"); }
     bool is_matrix() const { return has("matrix_layout") || form().ends_with('p') || form() == "pf"; }
     /// Whether it does not ask for the layout, but for rows or not.
-    bool takes_any_layout() const { return form() == "ge" || form() == "gg" || form().ends_with('f'); }
-    Array array(long count, double number, const char* type = "T") const
+    bool takes_any_layout() const
     {
-        return {Element::of(type, entry), count, number};
+        return is_trans() && (form() == "ge" || form() == "gg" || form().ends_with('f'));
     }
-
     /// Arrays stand in the order of the row; what the storage has no option for is its leading dimension.
     bool run(const Storage& s, const std::vector<void*>& arrays) const
     {
@@ -77,40 +81,35 @@ std::vector<Helper> helpers(Kind&& kind)
     return all;
 }
 
-/// How many lines a matrix by rows has.
-long lines(const Storage& s)
-{
-    return s.form == "gb" ? s.options.at("kl") + s.options.at("ku") + 1
-           : s.is_band()  ? s.options.at("kd") + 1
-                          : s.options.at("m");
-}
-
 /// The same matrix in a layout, with some room between its lines.
 Storage laid_out(Storage s, bool by_rows)
 {
+    const long length = by_rows       ? s.options.at("n")
+                        : s.is_band() ? s.options.at("kd") + 1
+                                      : s.options.at("m");
     s.by_rows = by_rows;
-    s.ld = std::max(1L, by_rows ? s.options.at("n") : lines(s)) + any(0, 3);
+    s.ld = std::max(1L, length) + any(0, 3);
     return s;
 }
 
 /// A matrix of this form, with sizes and options by chance.
 Storage random(const std::string& form, long largest)
 {
-    const long n = any(0, largest);
+    const long m = any(0, largest), n = any(0, largest), kl = any(0, 4), ku = any(0, 4);
     const bool square = form != "ge" && form != "gg" && form != "gb" && form != "tz";
-    Storage s{form, {{"n", n}, {"m", square ? n : any(0, largest)}, {"kd", any(0, std::min(n + 2, 6L))}}};
-    s.options.insert({{"kl", any(0, 5)}, {"ku", any(0, 5)}});
+    Storage s{form, {{"m", square ? n : m}, {"n", n}, {"kl", kl}, {"ku", ku}, {"kd", kl + ku}}};
     for (const auto& [option, letters] :
          {std::pair{"uplo", "uUlL"}, {"diag", "nNuU"}, {"transr", "nNtTcC"}, {"direct", "fFbB"}})
         s.options[option] = letters[any(0, static_cast<long>(std::strlen(letters)) - 1)];
     return laid_out(s, any(0, 1) == 0);
 }
 
-/// The room of all, and some behind it.
-long length(const Storage& s)
+/// Room for these places, and some behind them.
+Array array(const Helper& helper, const std::vector<long>& places, double number,
+            const std::string& type = "T")
 {
-    const long n = s.options.at("n");
-    return 2 + (s.is_packed() ? n * (n + 1) / 2 : s.ld * (s.by_rows ? lines(s) : n));
+    const long last = places.empty() ? 0 : std::ranges::max(places);
+    return {Element::of(type, helper.entry), last + 20, number};
 }
 
 std::string told(const Helper& helper, const Storage& s)
@@ -119,31 +118,28 @@ std::string told(const Helper& helper, const Storage& s)
            testing::PrintToString(s.options);
 }
 
-/// Expects that a NaN is found in each of these places of the arrays, and not if there is none in them.
-void expect_found(const Helper& helper, const Storage& s, const std::vector<Storage>& held,
-                  std::vector<Array> arrays)
+/// Expects that a NaN is found in each of these places of the arrays, and none in any other.
+void expect_found(const Helper& helper, const Storage& s, const std::vector<std::vector<long>>& places)
 {
     SCOPED_TRACE(told(helper, s));
-    std::vector<void*> addresses;
     const bool infinite = any(0, 2) == 0; // now and then of both signs, which sum up to a NaN
-    for (std::size_t k = 0; k < arrays.size(); ++k) {
-        addresses.push_back(arrays[k].data());
-        for (const long place : held[k].places())
-            arrays[k].set(place, std::array{1.0, -2.0, inf, -inf}[any(0, infinite ? 3 : 1)]);
-    }
+    std::vector<Array> arrays;
+    std::vector<void*> addresses;
+    for (const catalogue::Argument& a : helper.entry.row->arguments)
+        if (a.array) {
+            const std::vector<long>& held = places.at(arrays.size());
+            arrays.push_back(array(helper, held, nan, a.type));
+            for (const long place : held)
+                arrays.back().set(place, std::array{1.0, -2.0, inf, -inf}[any(0, infinite ? 3 : 1)]);
+            addresses.push_back(arrays.back().data());
+        }
     ASSERT_FALSE(helper.run(s, addresses));
     for (std::size_t k = 0; k < arrays.size(); ++k)
-        for (const long place : held[k].places()) {
+        for (const long place : places[k]) {
             arrays[k].spoil(place, any(0, 1));
             ASSERT_TRUE(helper.run(s, addresses)) << "place " << place << " of array " << k;
             arrays[k].set(place, 1);
         }
-}
-
-/// A row of n elements that stand so far apart.
-Storage row(long n, long step = 1)
-{
-    return {"ge", {{"m", 1}, {"n", n}}, false, step};
 }
 
 TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
@@ -151,38 +147,33 @@ TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
     for (const Helper& helper : helpers([](const Helper& h) { return h.is_matrix() && !h.is_trans(); }))
         for (int round = 0; round < 40; ++round) {
             const Storage s = random(helper.form(), round % 4 == 0 ? 70 : 24);
-            // Packed forms whose check gets no options have no outside.
-            expect_found(helper, s, {s}, {helper.array(length(s), helper.has("matrix_layout") ? nan : 1)});
+            expect_found(helper, s, {s.places()});
         }
 }
 
-/// Without an increment the first element counts, whatever n is.
 TEST(NanCheck, OfVectorsAndDiagonalsKnowsTheirLengths)
 {
     for (const Helper& helper : helpers([](const Helper& h) { return !h.is_matrix(); }))
         for (const long n : {-1, 0, 1, 2, 5, 31, 32, 33, 100, 131})
             for (const long incx : {1, -1, 0, 2, -3, 7}) {
-                const long step = helper.has("incx") ? std::abs(incx) : 1;
-                std::vector<Storage> rows;
-                std::vector<Array> arrays;
+                std::vector<std::vector<long>> places;
                 for (const catalogue::Argument& a : helper.entry.row->arguments)
-                    if (a.array) {
-                        rows.push_back(row(step == 0 ? 1 : a.name == "x" || a.name == "d" ? n : n - 1, step));
-                        arrays.push_back(helper.array(std::max(n, 0L) * step + 2, nan, a.type.c_str()));
-                    }
-                expect_found(helper, {"", {{"n", n}, {"incx", incx}}}, rows, arrays);
+                    if (a.array && helper.has("incx")) // 0: the first element counts, whatever n is
+                        places.push_back(row(incx == 0 ? 1 : n, std::abs(incx)));
+                    else if (a.array)
+                        places.push_back(row(a.name == "d" ? n : n - 1));
+                expect_found(helper, {"", {{"n", n}, {"incx", incx}}}, places);
             }
 }
 
 TEST(NanCheck, ALeadingDimensionThatIsTooSmallCutsLines)
 {
-    for (const Helper& helper :
-         helpers([](const Helper& h) { return !h.is_trans() && (h.form() == "ge" || h.form() == "gg"); }))
+    for (const Helper& helper : helpers([](const Helper& h) { return h.form()[0] == 'g' && h.has("lda"); }))
         for (const long ld : {1, 20}) // each way of looking
             for (const bool by_rows : {true, false})
                 expect_found(helper,
-                             {"", {{"m", by_rows ? 1 : ld + 4}, {"n", by_rows ? ld + 4 : 1}}, by_rows, ld},
-                             {row(ld)}, {helper.array(ld + 4, nan)});
+                             {"", {{by_rows ? "m" : "n", 1}, {by_rows ? "n" : "m", ld + 4}}, by_rows, ld},
+                             {row(ld)});
 }
 
 TEST(Trans, MovesTheElementsOfItsFormAndNoOther)
@@ -193,13 +184,13 @@ TEST(Trans, MovesTheElementsOfItsFormAndNoOther)
             const Storage to = laid_out(from, !from.by_rows);
             from.options["ldout"] = to.ld;
             SCOPED_TRACE(told(helper, from));
-            Array in = helper.array(length(from), 0), out = helper.array(length(to), -1), expected = out;
-            for (long i = 0; i < length(from); ++i)
-                in.set(i, static_cast<double>(i + 1));
-            const auto source = from.moved().places(), target = to.moved().places();
+            const std::vector<long> source = from.moved().places(), target = to.moved().places();
+            Array in = array(helper, source, 0), out = array(helper, target, -1), expected = out;
             ASSERT_EQ(source.size(), target.size());
-            for (std::size_t k = 0; k < source.size(); ++k)
-                expected.set(target[k], static_cast<double>(source[k] + 1));
+            for (std::size_t k = 0; k < source.size(); ++k) {
+                in.set(source[k], static_cast<double>(k + 1));
+                expected.set(target[k], static_cast<double>(k + 1));
+            }
             helper.run(from, {in.data(), out.data()});
             ASSERT_EQ(out.difference(expected), -1);
         }
@@ -210,26 +201,24 @@ TEST(Helpers, BadOptionsAndMissingArraysHoldNothing)
     for (const Helper& helper : helpers(&Helper::is_matrix)) {
         Storage good = random(helper.form(), 9);
         good.ld = 20;
-        for (const auto& [option, value] : {std::pair{"m", 7}, {"n", 7}, {"ldout", 20}})
-            good.options[option] = value;
-        Array in = helper.array(400, nan), out = helper.array(400, -1);
+        for (const char* const size : {"m", "n", "ldout"})
+            good.options[size] = size[0] == 'l' ? 20 : 7;
+        Array in = array(helper, {400}, nan), out = array(helper, {400}, -1);
         const Array before = out;
         const auto expect_nothing = [&](const Storage& s, void* from, void* to) {
             SCOPED_TRACE(told(helper, s));
-            const bool found = helper.run(s, {from, to});
-            EXPECT_TRUE(helper.is_trans() || !found);
+            EXPECT_TRUE(!helper.run(s, {from, to}) || helper.is_trans());
             EXPECT_EQ(out.difference(before), -1);
         };
         expect_nothing(good, nullptr, out.data());
         if (helper.is_trans())
             expect_nothing(good, in.data(), nullptr);
-        for (const catalogue::Argument& a : helper.entry.row->arguments)
-            if (a.type == "char" ||
-                (a.name == "matrix_layout" && !(helper.is_trans() && helper.takes_any_layout()))) {
-                Storage bad = good;
-                bad.options[a.name] = ' ';
+        for (const catalogue::Argument& a : helper.entry.row->arguments) {
+            Storage bad = good;
+            bad.options[a.name] = ' ';
+            if (a.type == "char" || (a.name == "matrix_layout" && !helper.takes_any_layout()))
                 expect_nothing(bad, in.data(), out.data());
-            }
+        }
     }
 }
 
