@@ -13,31 +13,19 @@ namespace {
 
 constexpr long least_room = 600;
 
-/// All expressions that a plan and its row hold.
-std::vector<ExpressionPtr> expressions_of(const LapackePlan& plan)
-{
-    std::vector<ExpressionPtr> all = tests::expressions_of(*plan.row);
-    const auto add = [&](const auto&... more) { (all.push_back(more), ...); };
-    add(plan.c->stops, plan.c->refused, plan.c->asks);
-    for (const LapackeArgument& a : plan.arguments) {
-        add(a.bound, a.room, a.facts.when, a.facts.room_when, a.facts.given);
-        for (const auto* uses : {&a.in, &a.out, &a.checks})
-            for (const FormUse& use : *uses) {
-                add(use.when, use.offset, use.increment);
-                all.insert(all.end(), use.form.options.begin(), use.form.options.end());
-            }
-    }
-    for (const catalogue::Definition& d : plan.c->definitions)
-        add(d.value);
-    return all;
-}
-
 /// Letters that make a difference to this plan, and one that makes none.
-std::string telling_letters(const std::vector<ExpressionPtr>& expressions, const Argument& option)
+std::string telling_letters(const LapackePlan& plan, const Argument& option)
 {
     static const std::map<std::string, std::string> usual{
         {"uplo", "UL"},    {"diag", "NU"},   {"side", "LR"},   {"trans", "NTC"},
         {"transr", "NTC"}, {"norm", "1OIM"}, {"direct", "FB"}, {"storev", "CR"}};
+    std::vector<ExpressionPtr> expressions = expressions_of(*plan.row);
+    for (const LapackeArgument& a : plan.arguments) {
+        expressions.push_back(a.facts.room_when);
+        for (const auto* uses : {&a.out, &a.checks})
+            for (const FormUse& use : *uses)
+                expressions.push_back(use.when);
+    }
     if (!option.letters.empty())
         return option.letters;
     const auto found = usual.find(option.name);
@@ -74,8 +62,7 @@ const std::map<std::string, Member>& members()
 CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
     : SampleCall(m.entry), member_(&m), layout_(layout)
 {
-    const auto expressions = expressions_of(plan());
-    choose_letters(chance, [&](const Argument& option) { return telling_letters(expressions, option); });
+    choose_letters(chance, [&](const Argument& option) { return telling_letters(plan(), option); });
     choose_sizes(chance, empty);
     make_valid();
     lay_out();
@@ -216,17 +203,15 @@ bool CCall::is_copied(const LapackeArgument& a) const
 
 long CCall::copy_elements(const LapackeArgument& a) const
 {
-    if (!a.form.is_packed())
-        return ld(a, true) * std::max<long>(value(*a.form.columns()), 1);
-    const long n = storage(a, a.form).options["n"];
-    return std::max(n, 1L) * std::max(n + 1, 2L) / 2;
+    const long last =
+        std::max<long>(value(a.form.is_packed() ? *a.form.options.back() : *a.form.columns()), 1);
+    return a.form.is_packed() ? last * (last + 1) / 2 : last * ld(a, true);
 }
 
 bool CCall::lines_are_rows() const
 {
-    if (plan().c->shape == LapackeShape::options) // or as the routine's TRANS has it
-        return by_rows() || (letter("trans") & ~0x20) != 'N';
-    return by_rows();
+    const bool by_option = plan().c->shape == LapackeShape::options; // as the routine's TRANS has it
+    return by_rows() || (by_option && (letter("trans") & ~0x20) != 'N');
 }
 
 /// The caller's leading dimension stands behind its matrix, if there is one.

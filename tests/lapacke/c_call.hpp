@@ -121,6 +121,8 @@ public:
     std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
 
     int queries = 0, runs = 0;
+    /// The copies and workspaces that it got filled.
+    std::string filled;
     /// Expects that what came back, and nothing else, is in the caller's matrices.
     void expect_matrices() const;
     /// Expects the values that the high level hands out of its workspaces.

@@ -12,16 +12,11 @@ using catalogue::Direction;
 
 namespace {
 
-/// The workspace that a size is the length of.
-const LapackeArgument& workspace_of(const LapackePlan& plan, const LapackeArgument& size)
+/// LWORK is the size of WORK, LDSWORK that of SWORK.
+const LapackeArgument* workspace_of(const LapackePlan& plan, const std::string& size)
 {
-    const std::string& name = size.argument->name;
-    return *std::ranges::find_if(plan.arguments, [&](const LapackeArgument& a) {
-        bool mentioned = name == "l" + a.argument->name || name == "ld" + a.argument->name;
-        for (const ExpressionPtr& e : a.argument->extents)
-            walk(*e, [&](const catalogue::Expression& node) { mentioned = mentioned || node.text == name; });
-        return mentioned && a.role == Role::workspace;
-    });
+    const LapackeArgument* workspace = plan.find(size.substr(1));
+    return workspace != nullptr ? workspace : plan.find(size.substr(2));
 }
 
 char upper(char letter)
@@ -60,6 +55,10 @@ void Routine::act(Call& noted, recording::Answer& reply)
     for (const LapackeArgument& a : plan.arguments) {
         SCOPED_TRACE(a.argument->name);
         look_at(noted, a);
+        const auto* const got = noted.pointer<const unsigned char>(call_.index(a));
+        if (!asked_ && a.address && !call_.element(a).integer && got != nullptr && got != call_.place(a) &&
+            std::any_of(got, got + 32, [](unsigned char byte) { return byte != recording::Core::poison; }))
+            filled += a.argument->name + " ";
         write(noted, a);
     }
     if (plan.has_info)
@@ -88,7 +87,7 @@ long Routine::expected_integer(const LapackeArgument& a) const
     if (high && a.role == Role::given)
         return call_.value(*a.facts.given);
     if (high && a.role == Role::size)
-        return asked_ ? -1 : answer(call_.index(workspace_of(plan, a)));
+        return asked_ ? -1 : answer(call_.index(*workspace_of(plan, a.argument->name)));
     if (a.role == Role::leading && call_.by_rows(LapackeShape::split))
         return call_.ld(plan.arguments[static_cast<std::size_t>(a.matrix)], true);
     if (call_.by_rows(LapackeShape::turned))
