@@ -192,7 +192,7 @@ TEST(Trans, MovesTheElementsOfItsFormAndNoOther)
                 expected.set(target[k], static_cast<double>(k + 1));
             }
             helper.run(from, {in.data(), out.data()});
-            ASSERT_EQ(out.difference(expected), -1);
+            ASSERT_EQ(out.difference(expected.data()), -1);
         }
 }
 
@@ -208,7 +208,7 @@ TEST(Helpers, BadOptionsAndMissingArraysHoldNothing)
         const auto expect_nothing = [&](const Storage& s, void* from, void* to) {
             SCOPED_TRACE(told(helper, s));
             EXPECT_TRUE(!helper.run(s, {from, to}) || helper.is_trans());
-            EXPECT_EQ(out.difference(before), -1);
+            EXPECT_EQ(out.difference(before.data()), -1);
         };
         expect_nothing(good, nullptr, out.data());
         if (helper.is_trans())

@@ -1,8 +1,7 @@
 #include "storage.hpp"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
+#include <span>
 
 namespace qnm::tests {
 
@@ -93,18 +92,10 @@ Array::Array(const Element& of, long count, double number)
         set(k, number);
 }
 
-bool Array::is_nan(long k) const
+long Array::difference(const unsigned char* other) const
 {
-    float narrow[2] = {};
-    double wide[2] = {};
-    std::memcpy(element.bytes == sizeof *narrow ? static_cast<void*>(narrow) : wide, at(k), element.size());
-    return std::isnan(narrow[0] + narrow[1]) || std::isnan(wide[0] + wide[1]);
-}
-
-long Array::difference(const Array& other) const
-{
-    const auto at = std::ranges::mismatch(bytes, other.bytes).in1;
-    return at == bytes.end() ? -1 : (at - bytes.begin()) / static_cast<long>(element.size());
+    const auto at = std::ranges::mismatch(bytes, std::span(other, bytes.size())).in1;
+    return at == bytes.end() ? -1 : (at - bytes.begin()) / size();
 }
 
 } // namespace qnm::tests

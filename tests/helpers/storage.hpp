@@ -5,6 +5,7 @@
 #include "catalogue/catalogue.hpp"
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <map>
 #include <string>
@@ -51,19 +52,18 @@ struct Array {
     std::vector<unsigned char> bytes;
 
     Array(const Element& of, long count, double number);
-    Array(const Element& of, const unsigned char* from, long count)
-        : element(of), bytes(from, from + static_cast<std::size_t>(count) * of.size())
-    {
-    }
     unsigned char* data() { return bytes.data(); }
     const unsigned char* data() const { return bytes.data(); }
-    const unsigned char* at(long k) const { return data() + static_cast<std::size_t>(k) * element.size(); }
-    bool is_nan(long k) const;
+    long size() const { return static_cast<long>(element.size()); }
     void set(long k, double number) { element.store(data(), k, number); }
+    void copy(long k, const Array& from, long i)
+    {
+        std::memcpy(data() + k * size(), from.data() + i * size(), element.size());
+    }
     /// A NaN in the real or the imaginary part, as chance has it.
     void spoil(long k, unsigned long chance) { element.store_part(data(), k, chance % element.parts, nan); }
-    /// The first element that differs from another array's, or -1.
-    long difference(const Array& other) const;
+    /// The first element that differs from those of another array, or -1.
+    long difference(const unsigned char* other) const;
 };
 
 } // namespace qnm::tests

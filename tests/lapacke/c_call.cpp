@@ -168,21 +168,21 @@ double CCall::run() const
     if (plan().has_layout())
         words.emplace_back(layout_);
     for (const LapackeArgument& a : plan().arguments) {
+        const Argument& argument = *a.argument;
         const Element e = element(a);
         if (member_->high && a.hidden)
             continue;
         if (a.address)
             words.emplace_back(place(a));
-        else if (a.argument->type == "char")
-            words.emplace_back(letter(*a.argument));
-        else if (e.integer && narrow())
-            words.emplace_back(static_cast<int>(integer(*a.argument)));
+        else if (e.integer && argument.type != "char" && !narrow())
+            words.emplace_back(integer(argument));
         else if (e.integer)
-            words.emplace_back(integer(*a.argument));
+            words.emplace_back(argument.type == "char" ? letter(argument)
+                                                       : static_cast<int>(integer(argument)));
         else // a complex of 16 bytes takes two registers, one of 8 bytes one; behind a float stands a NaN
             for (std::size_t at = 0; at < e.size(); at += sizeof(double)) {
                 double part = 0;
-                std::memcpy(&part, memory_.at(a.argument->name).data() + at, sizeof part);
+                std::memcpy(&part, memory_.at(argument.name).data() + at, sizeof part);
                 reals.emplace_back(part);
             }
     }
@@ -228,14 +228,14 @@ long CCall::ld(const LapackeArgument& a, bool copy) const
 
 std::pair<long, long> CCall::published(const LapackeArgument& a) const
 {
-    std::vector<long> sizes;
-    for (const ExpressionPtr& extent : a.argument->extents)
-        sizes.push_back(std::max<long>(value(*extent), 0));
-    if (!a.argument->array || sizes.empty())
-        return {1, a.argument->array ? least_room : 1};
-    if (sizes.size() == 1)
-        return {1, sizes[0]};
-    return lines_are_rows() ? std::pair{sizes[0], sizes[1]} : std::pair{sizes[1], sizes[0]};
+    const auto& extents = a.argument->extents;
+    const auto size = [&](std::size_t i) {
+        return i < extents.size() ? std::max<long>(value(*extents[i]), 0) : 1;
+    };
+    if (a.argument->array && extents.empty())
+        return {1, least_room};
+    return extents.size() == 2 && lines_are_rows() ? std::pair{size(0), size(1)}
+                                                   : std::pair{size(1), size(0)};
 }
 
 /// The letter that an expression stands for: one of the call's, or itself.

@@ -117,7 +117,9 @@ TEST_F(Telling, CopiesWhatTheRoutineReadsAndWrites)
         core().clear();
         EXPECT_EQ(call.run(), call.member().has_value() ? Routine::result : 0);
         for (const LapackeArgument* a : call.reals())
-            if (before.memory().at(a->argument->name).difference(call.memory().at(a->argument->name)) != -1)
+            if (before.memory()
+                    .at(a->argument->name)
+                    .difference(call.memory().at(a->argument->name).data()) != -1)
                 back += a->argument->name + " ";
         for (const long bytes : allocated())
             blocks += std::to_string(bytes) + " ";
