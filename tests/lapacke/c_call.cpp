@@ -32,6 +32,12 @@ std::string telling_letters(const LapackePlan& plan, const Argument& option)
     return (found != usual.end() ? found->second : "N") + letters_of(option, expressions);
 }
 
+/// Whether a query answers two sizes for a workspace.
+bool is_table(const LapackeArgument& workspace)
+{
+    return workspace.argument->extents.empty() && workspace.facts.asked;
+}
+
 /// The options of a form in their order, by the names that the helpers have for them.
 std::string options_of(const std::string& form)
 {
@@ -161,7 +167,7 @@ std::vector<const LapackeArgument*> CCall::reals() const
     return found;
 }
 
-double CCall::run() const
+support::Returned CCall::invoke() const
 {
     std::vector<support::Word> words;
     std::vector<support::Real> reals;
@@ -189,7 +195,18 @@ double CCall::run() const
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)
             words.emplace_back(memory_.at(add.name).data());
-    const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
+    return support::call_words(layer()[member_->name()], words, reals);
+}
+
+double CCall::run()
+{
+    const std::string routine = lapack_core(entry());
+    core().clear();
+    before_ = memory_;
+    queries = runs = 0;
+    core().answers(routine).calling([this](Call& noted, recording::Answer& reply) { act(noted, reply); });
+    const support::Returned back = invoke();
+    core().answers(routine).calling([](Call&, recording::Answer&) {});
     const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", entry());
     if (e.integer)
         return static_cast<double>(narrow() ? back.int32() : back.int64());
@@ -282,11 +299,10 @@ std::vector<long> CCall::checked(const LapackeArgument& a, const FormUse& use) c
     return offsets;
 }
 
-long CCall::room(const LapackeArgument& a, long answer) const
+long CCall::room(const LapackeArgument& a) const
 {
-    if (a.room)
-        return std::max<long>(value(*a.room), 1);
-    return std::max(answer, 1L) * (is_table(a) ? std::max(answer + 1, 1L) : 1);
+    const long asked = answer(index(a)), columns = is_table(a) ? asked + 1 : 1;
+    return a.room ? std::max<long>(value(*a.room), 1) : std::max(asked, 1L) * std::max(columns, 1L);
 }
 
 } // namespace qnm::tests

@@ -1,6 +1,6 @@
 // A call of any member of the C interface, made from its plan: sizes and letters by chance or as told, arrays
 // whose every element is another number, leading dimensions longer than need be. And the routine's side of
-// it.
+// it: what the call makes of all that.
 #pragma once
 
 #include "helpers/storage.hpp"
@@ -71,8 +71,22 @@ public:
     const void* place(const LapackeArgument& a) const;
     /// Real and complex arguments that stand in it.
     std::vector<const LapackeArgument*> reals() const;
-    /// Calls the member; the result is info, or the value as a number.
-    double run() const;
+
+    // The routine's side. It answers a query; in the call itself it looks at all that it got, and writes to
+    // every element of copies and workspaces.
+    static constexpr float result = 3.25;
+    /// What it leaves in info, and what a query answers for the i-th argument.
+    long info = 0;
+    std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
+    int queries = 0, runs = 0;
+    /// The copies and workspaces that it got filled.
+    std::string filled;
+
+    /// Calls the member with fresh notes of the core; the result is info, or the value as a number.
+    double run();
+    /// Expects in the caller's memory what came back, and what the high level hands out of its workspaces,
+    /// and nothing else.
+    void expect_results() const;
 
     /// Whether this argument goes through a copy here, and how many elements that has.
     bool is_copied(const LapackeArgument& a) const;
@@ -87,13 +101,8 @@ public:
     std::vector<std::pair<long, long>> moves(const LapackeArgument& matrix, const FormUse& use) const;
     /// The elements that a NaN check of an array reads, by offset.
     std::vector<long> checked(const LapackeArgument& array, const FormUse& use) const;
-    /// Elements of a workspace that the high level provides, given what a query answers.
-    long room(const LapackeArgument& workspace, long answer) const;
-    /// Whether a query answers two sizes for it.
-    static bool is_table(const LapackeArgument& workspace)
-    {
-        return workspace.argument->extents.empty() && workspace.facts.asked;
-    }
+    /// Elements of a workspace that the high level provides.
+    long room(const LapackeArgument& workspace) const;
 
 private:
     void choose_sizes(std::mt19937& chance, bool empty);
@@ -101,44 +110,18 @@ private:
     /// Whether a matrix is stored by rows.
     bool lines_are_rows() const;
     std::int64_t named(const std::string& name, int group) const override;
-
-    const Member* member_;
-    int layout_;
-    Memory memory_;
-};
-
-/// The routine's side of one call. Answers a query; in the call itself looks at all it got, and writes to
-/// every element of copies and workspaces.
-class Routine {
-public:
-    explicit Routine(CCall& call);
-    ~Routine();
-    Routine(Routine&&) = delete;
-
-    /// What it leaves in info, what a function gives back, and what a query answers for the i-th argument.
-    long info = 0;
-    static constexpr float result = 3.25;
-    std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
-
-    int queries = 0, runs = 0;
-    /// The copies and workspaces that it got filled.
-    std::string filled;
-    /// Expects that what came back, and nothing else, is in the caller's matrices.
-    void expect_matrices() const;
-    /// Expects the values that the high level hands out of its workspaces.
-    void expect_additions() const;
-
-private:
+    support::Returned invoke() const;
     void act(Call& noted, recording::Answer& reply);
     void look_at(const Call& noted, const LapackeArgument& a) const;
     void look_at_copy(const unsigned char* got, const LapackeArgument& a) const;
     void write(const Call& noted, const LapackeArgument& a) const;
     char expected_letter(const std::string& name) const;
     long expected_integer(const LapackeArgument& a) const;
-    double written(const LapackeArgument& a, long k) const { return call_.original(a, k) + 4'194'304; }
+    double written(const LapackeArgument& a, long k) const { return original(a, k) + 4'194'304; }
 
-    CCall& call_;
-    CCall::Memory before_;
+    const Member* member_;
+    int layout_;
+    Memory memory_, before_;
     bool asked_ = false;
 };
 

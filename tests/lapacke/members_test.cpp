@@ -20,7 +20,7 @@ struct Block {
 
 /// What a call takes: workspaces of the high level, what is known in front of what is asked for, each in the
 /// order of names; then copies.
-std::vector<Block> expected_blocks(const CCall& call, const Routine& routine)
+std::vector<Block> expected_blocks(const CCall& call)
 {
     std::map<std::pair<bool, std::string>, Block> workspaces;
     std::vector<Block> blocks;
@@ -30,8 +30,7 @@ std::vector<Block> expected_blocks(const CCall& call, const Routine& routine)
         const bool sums = a.role == Role::workspace && call.by_rows(LapackeShape::turned) &&
                           std::string("1Oo").find(call.letter("norm")) != std::string::npos;
         if (a.role == Role::workspace && call.member().high && call.holds_if(a.facts.room_when))
-            workspaces[{!a.room, a.argument->name}] = {call.room(a, routine.answer(call.index(a))) * size,
-                                                       true, true};
+            workspaces[{!a.room, a.argument->name}] = {call.room(a) * size, true, true};
         if (call.is_copied(a))
             blocks.push_back({call.copy_elements(a) * size, false, false});
         if (sums)
@@ -46,7 +45,7 @@ std::vector<Block> expected_blocks(const CCall& call, const Routine& routine)
 double given_back(const Member& m, long info)
 {
     if (m.has_value())
-        return Routine::result;
+        return CCall::result;
     const bool shifted = m.plan->has_layout() && info < 0;
     return static_cast<double>(!m.plan->has_info ? 0 : shifted ? info - 1 : info);
 }
@@ -56,12 +55,11 @@ TEST_F(Passing, CallsHandOnArgumentsOrTheirTransposedCopies)
     for_all(both, 6, [&](const Member& m, int layout) {
         const bool empty = chance() % 3 == 0;
         CCall call(m, layout, chance, empty);
-        Routine routine(call);
-        routine.info = m.high == call.by_rows() ? -5 : 7;
+        call.info = m.high == call.by_rows() ? -5 : 7;
         if (empty) // which some routines then refuse
-            routine.answer = [](std::size_t) { return 0; };
+            call.answer = [](std::size_t) { return 0; };
         std::vector<long> bytes;
-        for (const Block& block : expected_blocks(call, routine))
+        for (const Block& block : expected_blocks(call))
             bytes.push_back(block.bytes);
         const double result = call.run();
         EXPECT_EQ(allocated(), bytes);
@@ -69,12 +67,10 @@ TEST_F(Passing, CallsHandOnArgumentsOrTheirTransposedCopies)
             EXPECT_THAT(report.text, ::testing::Not(::testing::HasSubstr("matcopy")));
         if (empty)
             return;
-        EXPECT_EQ(result, given_back(m, routine.info));
-        EXPECT_EQ(routine.runs, 1);
+        EXPECT_EQ(result, given_back(m, call.info));
+        EXPECT_EQ(call.runs, 1);
         EXPECT_TRUE(printed().empty());
-        routine.expect_matrices();
-        if (m.high)
-            routine.expect_additions();
+        call.expect_results();
     });
 }
 
@@ -86,13 +82,11 @@ TEST_F(Passing, OfAQueryMakesNoCopies)
                 continue;
             CCall call(m, layout, chance);
             call.set(a.argument->name, -1);
-            Routine routine(call);
-            core().clear();
             EXPECT_EQ(call.run(), 0);
-            EXPECT_EQ(routine.queries, 1) << a.argument->name;
-            EXPECT_EQ(routine.runs, 0);
+            EXPECT_EQ(call.queries, 1) << a.argument->name;
+            EXPECT_EQ(call.runs, 0);
             EXPECT_TRUE(allocated().empty());
-            routine.expect_matrices();
+            call.expect_results();
         }
     });
 }
@@ -101,12 +95,10 @@ TEST_F(Passing, OfAQueryMakesNoCopies)
 /// allocated, written or computed.
 void expect_refused(CCall& call, int position, const std::string& name)
 {
-    Routine routine(call);
-    core().clear();
     EXPECT_EQ(call.run(), -position);
     EXPECT_EQ(printed(), std::vector{"Wrong parameter " + std::to_string(position) + " in " + name + "\n"});
-    EXPECT_EQ(routine.runs + routine.queries, 0);
-    routine.expect_matrices();
+    EXPECT_EQ(call.runs + call.queries, 0);
+    call.expect_results();
 }
 
 TEST_F(Refusals, OfALayoutComeFirst)
@@ -175,7 +167,6 @@ TEST_F(Refusals, OfANanTellTheArraySilently)
                     continue;
                 CCall call = valid;
                 call.memory().at(a.argument->name).spoil(held[chance() % held.size()], chance());
-                core().clear();
                 EXPECT_EQ(call.run(), -a.position) << a.argument->name;
                 EXPECT_EQ(story(), std::vector<std::string>{});
             }
@@ -196,9 +187,8 @@ TEST_F(Refusals, OfANanAreMadeOfWhatIsReadAloneAndCanBeSwitchedOff)
                 for (long k = first; k < first + (is_read ? 3 : 20); ++k)
                     call.memory().at(a->argument->name).spoil(k, static_cast<unsigned long>(k));
             }
-            Routine routine(call);
             call.run();
-            EXPECT_EQ(routine.runs, 1);
+            EXPECT_EQ(call.runs, 1);
         });
     }
 }
@@ -207,12 +197,9 @@ TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
 {
     for_all(both, 1, [&](const Member& m, int layout) {
         const CCall valid(m, layout, chance);
-        CCall counted = valid;
         std::size_t n = 0;
-        for (const Block& block : expected_blocks(valid, Routine(counted))) {
+        for (const Block& block : expected_blocks(valid)) {
             CCall call = valid;
-            Routine routine(call);
-            core().clear();
             core().fail_allocation(++n);
             EXPECT_EQ(call.run(), m.has_value() ? 0 : block.is_workspace ? -1010 : -1011);
             core().fail_allocation(0);
@@ -220,8 +207,8 @@ TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
                       std::vector{std::string("Not enough memory to ") +
                                   (block.is_workspace ? "allocate work array" : "transpose matrix") + " in " +
                                   m.name(block.of_high_level) + "\n"});
-            EXPECT_EQ(routine.runs, 0);
-            routine.expect_matrices();
+            EXPECT_EQ(call.runs, 0);
+            call.expect_results();
         }
     });
 }
