@@ -32,12 +32,6 @@ std::string telling_letters(const LapackePlan& plan, const Argument& option)
     return (found != usual.end() ? found->second : "N") + letters_of(option, expressions);
 }
 
-/// Whether a query answers two sizes for a workspace.
-bool is_table(const LapackeArgument& workspace)
-{
-    return workspace.argument->extents.empty() && workspace.facts.asked;
-}
-
 /// The options of a form in their order, by the names that the helpers have for them.
 std::string options_of(const std::string& form)
 {
@@ -65,17 +59,10 @@ const std::map<std::string, Member>& members()
     return all;
 }
 
-CCall::CCall(const Member& m, int layout, std::mt19937& chance, bool empty)
-    : SampleCall(m.entry), member_(&m), layout_(layout)
+CCall::CCall(const Member& of, int layout, std::mt19937& chance, bool empty)
+    : SampleCall(of.entry), member_(&of), layout_(layout)
 {
     choose_letters(chance, [&](const Argument& option) { return telling_letters(plan(), option); });
-    choose_sizes(chance, empty);
-    make_valid();
-    lay_out();
-}
-
-void CCall::choose_sizes(std::mt19937& chance, bool empty)
-{
     const auto some = [&] { return static_cast<long>(3 + chance() % 4); };
     const long m = some(), n = 3 + (m + static_cast<long>(chance() % 3) - 2) % 4; // never equal
     const std::map<std::string, long> related{
@@ -97,6 +84,8 @@ void CCall::choose_sizes(std::mt19937& chance, bool empty)
         else
             set(name, found != related.end() ? found->second : a.position);
     }
+    make_valid();
+    lay_out();
 }
 
 CCall& CCall::lay_out()
@@ -167,7 +156,7 @@ std::vector<const LapackeArgument*> CCall::reals() const
     return found;
 }
 
-support::Returned CCall::invoke() const
+double CCall::run()
 {
     std::vector<support::Word> words;
     std::vector<support::Real> reals;
@@ -195,17 +184,12 @@ support::Returned CCall::invoke() const
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)
             words.emplace_back(memory_.at(add.name).data());
-    return support::call_words(layer()[member_->name()], words, reals);
-}
-
-double CCall::run()
-{
     const std::string routine = lapack_core(entry());
     core().clear();
     before_ = memory_;
     queries = runs = 0;
     core().answers(routine).calling([this](Call& noted, recording::Answer& reply) { act(noted, reply); });
-    const support::Returned back = invoke();
+    const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
     core().answers(routine).calling([](Call&, recording::Answer&) {});
     const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", entry());
     if (e.integer)
@@ -301,7 +285,8 @@ std::vector<long> CCall::checked(const LapackeArgument& a, const FormUse& use) c
 
 long CCall::room(const LapackeArgument& a) const
 {
-    const long asked = answer(index(a)), columns = is_table(a) ? asked + 1 : 1;
+    const bool table = a.argument->extents.empty() && a.facts.asked; // whose columns a query answers too
+    const long asked = answer(index(a)), columns = table ? asked + 1 : 1;
     return a.room ? std::max<long>(value(*a.room), 1) : std::max(asked, 1L) * std::max(columns, 1L);
 }
 

@@ -105,12 +105,10 @@ public:
     long room(const LapackeArgument& workspace) const;
 
 private:
-    void choose_sizes(std::mt19937& chance, bool empty);
     char letter_of(const catalogue::Expression& e) const;
     /// Whether a matrix is stored by rows.
     bool lines_are_rows() const;
     std::int64_t named(const std::string& name, int group) const override;
-    support::Returned invoke() const;
     void act(Call& noted, recording::Answer& reply);
     void look_at(const Call& noted, const LapackeArgument& a) const;
     void look_at_copy(const unsigned char* got, const LapackeArgument& a) const;
