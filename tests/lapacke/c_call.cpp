@@ -96,28 +96,6 @@ CCall& CCall::lay_out()
             const long least = value(by_rows() ? *a.bound : *form.rows());
             set(a.argument->name, std::max(least, 1L) + a.position); // no two alike
         }
-    fill();
-    return *this;
-}
-
-std::int64_t CCall::named(const std::string& name, int group) const
-{
-    if (name == "row_major")
-        return by_rows() ? 1 : 0;
-    const LapackeArgument* a = plan().find(name);
-    if (a != nullptr && a->role == Role::given && member_->high)
-        return value(*a->facts.given);
-    for (const catalogue::Definition& d : plan().c->definitions)
-        if (d.name == name)
-            return value(*d.value);
-    // Of a real: that it is not zero. Of exchanges: none reaches below the rows that are told.
-    if (a != nullptr && !is_scalar(*a->argument))
-        return element(*a).integer ? 0 : 1;
-    return SampleCall::named(name, group);
-}
-
-void CCall::fill()
-{
     memory_.clear();
     for (const LapackeArgument& a : plan().arguments) {
         const Argument& argument = *a.argument;
@@ -136,9 +114,25 @@ void CCall::fill()
             else if (k < lines * step && k % step < length)
                 array.set(k, original(a, k));
     }
-    if (member_->high)
-        for (const catalogue::Addition& add : plan().c->additions)
-            memory_.emplace(add.name, Array(Element::of(add.type, entry()), least_room, 60));
+    for (const catalogue::Addition& add : plan().c->additions)
+        memory_.emplace(add.name, Array(Element::of(add.type, entry()), least_room, 60));
+    return *this;
+}
+
+std::int64_t CCall::named(const std::string& name, int group) const
+{
+    if (name == "row_major")
+        return by_rows() ? 1 : 0;
+    const LapackeArgument* a = plan().find(name);
+    if (a != nullptr && a->role == Role::given && member_->high)
+        return value(*a->facts.given);
+    for (const catalogue::Definition& d : plan().c->definitions)
+        if (d.name == name)
+            return value(*d.value);
+    // Of a real: that it is not zero. Of exchanges: none reaches below the rows that are told.
+    if (a != nullptr && !is_scalar(*a->argument))
+        return element(*a).integer ? 0 : 1;
+    return SampleCall::named(name, group);
 }
 
 const void* CCall::place(const LapackeArgument& a) const

@@ -53,7 +53,8 @@ public:
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
     Element element(const LapackeArgument& a) const { return Element::of(a.argument->type, entry()); }
 
-    /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
+    /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand, and
+    /// numbers to all elements.
     CCall& lay_out();
 
     // The caller's memory: numbers behind all addresses, and reals by value. What is not there is at an
@@ -61,9 +62,7 @@ public:
     using Memory = std::map<std::string, Array>;
     Memory& memory() { return memory_; }
     const Memory& memory() const { return memory_; }
-    /// Numbers in all of it, for the leading dimensions as they are; and the number that element k of an
-    /// array then holds.
-    void fill();
+    /// The number that element k of an array holds at first.
     double original(const LapackeArgument& a, long k) const
     {
         return static_cast<double>(8192 * static_cast<long>(index(a)) + k + 1);

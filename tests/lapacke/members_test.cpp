@@ -121,6 +121,7 @@ TEST_F(Refusals, OfALayoutComeFirst)
 
 TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
 {
+    check_for_nan(false); // which would look between shorter lines first
     for_all({row_major}, 2, [&](const Member& m, int layout) {
         const CCall valid(m, layout, chance);
         CCall all_short = valid;
@@ -135,7 +136,6 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             }
             for (CCall* call : {&one_short, &all_short}) {
                 call->set(a->argument->name, valid.value(*a->bound) - 1);
-                call->fill();
                 expect_refused(*call, a->position, m.name(false));
             }
         }
