@@ -48,12 +48,14 @@ const std::map<std::string, Member>& members()
     static const std::map<std::string, Member> all = [] {
         std::map<std::string, Member> found;
         for (const LapackePlan& plan : catalogue::lapacke_plans(tables()))
-            for (const catalogue::Precision& precision : plan.precisions)
-                for (const Width width : {Width::narrow, Width::wide})
-                    for (const bool high : {true, false})
-                        if (const Member m{&plan, Entry(*plan.row, precision, width), high};
-                            plan.c->shape != LapackeShape::one_level)
-                            found.emplace(m.name(), m);
+            for (const catalogue::Precision& letter : plan.precisions)
+                for (const catalogue::EntryForm* form : lapacke_forms(plan))
+                    if (const auto* work = lapacke_form(plan, "work", form->width); work != nullptr) {
+                        const std::string name = lapacke_name(plan, letter, *form);
+                        found.emplace(name,
+                                      Member{&plan, Entry(*plan.row, letter, form->width),
+                                             form->level == "high", name, lapacke_name(plan, letter, *work)});
+                    }
         return found;
     }();
     return all;
@@ -183,7 +185,7 @@ double CCall::run()
     before_ = memory_;
     queries = runs = 0;
     core().answers(routine).calling([this](Call& noted, recording::Answer& reply) { act(noted, reply); });
-    const support::Returned back = support::call_words(layer()[member_->name()], words, reals);
+    const support::Returned back = support::call_words(layer()[member_->name], words, reals);
     core().answers(routine).calling([](Call&, recording::Answer&) {});
     const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", entry());
     if (e.integer)

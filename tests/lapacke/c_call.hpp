@@ -23,14 +23,8 @@ struct Member {
     const LapackePlan* plan;
     Entry entry;
     bool high;
+    std::string name, work_name; // its own, and that of the work level
 
-    /// Of this level, or of a level told.
-    std::string name() const { return name(high); }
-    std::string name(bool of_high) const
-    {
-        return lapacke_name(*plan, entry.precision,
-                            *lapacke_form(*plan, of_high ? "high" : "work", entry.width));
-    }
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
 

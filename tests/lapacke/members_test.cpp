@@ -114,7 +114,7 @@ TEST_F(Refusals, OfALayoutComeFirst)
         for (const LapackeArgument& a : m.plan->arguments)
             if (a.address)
                 call.memory().erase(a.argument->name);
-        expect_refused(call, 1, m.name());
+        expect_refused(call, 1, m.name);
         EXPECT_EQ(core().calls().size(), 1U) << "the report alone";
     });
 }
@@ -136,7 +136,7 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             }
             for (CCall* call : {&one_short, &all_short}) {
                 call->set(a->argument->name, valid.value(*a->bound) - 1);
-                expect_refused(*call, a->position, m.name(false));
+                expect_refused(*call, a->position, m.work_name);
             }
         }
     });
@@ -145,13 +145,10 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
 TEST_F(Refusals, OfTheirOwnTellTheArgument)
 {
     const std::string columns = "side=L storev=C m=3 n=9 k=4", rows = "side=R storev=R m=9 n=3 k=4";
-    const std::tuple<const char*, std::string, int> facts[] = {
-        {"LAPACKE_dlarfb", columns, 8},
-        {"LAPACKE_dlarfb", rows, 8},
-        {"LAPACKE_zlarfb_work", columns, 8},
-        {"LAPACKE_dtpmqrt_work", "side=X m=3 n=4 k=2", 2},
-    };
-    for (const auto& [name, given, position] : facts) {
+    for (const auto& [name, given, position] : {std::tuple{"LAPACKE_dlarfb", columns, 8},
+                                                {"LAPACKE_dlarfb", rows, 8},
+                                                {"LAPACKE_zlarfb_work", columns, 8},
+                                                {"LAPACKE_dtpmqrt_work", "side=X m=3 n=4 k=2", 2}}) {
         CCall call(members().at(name), row_major, chance);
         call.give(given);
         expect_refused(call.lay_out(), position, name);
@@ -190,7 +187,7 @@ TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
             EXPECT_EQ(printed(),
                       std::vector{std::string("Not enough memory to ") +
                                   (block.is_workspace ? "allocate work array" : "transpose matrix") + " in " +
-                                  m.name(block.of_high_level) + "\n"});
+                                  (block.of_high_level ? m.name : m.work_name) + "\n"});
             EXPECT_EQ(call.runs, 0);
             call.expect_results();
         }

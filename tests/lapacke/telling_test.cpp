@@ -66,43 +66,36 @@ protected:
         }
     }
     /// Positions that a call reports one by one, each mended before the next.
-    template <class Mend>
-    static std::string refused(CCall& call, Mend&& mend)
+    static std::string refused(CCall call, const CCall& good)
     {
         call.answer = [](std::size_t) { return 300; };
         std::string positions;
         for (double code = call.run(); code < 0 && positions.size() < 40; code = call.run()) {
             positions += std::to_string(static_cast<int>(-code)) + " ";
             for (const LapackeArgument& a : call.plan().arguments)
-                if (a.position == static_cast<int>(-code))
-                    mend(a.argument->name);
+                if (const std::string& name = a.argument->name; a.position == static_cast<int>(-code)) {
+                    if (is_scalar(*a.argument))
+                        call.set(name, good.integer(name));
+                    else
+                        call.memory().at(name) = good.memory().at(name);
+                }
         }
         return positions;
     }
 };
 
-TEST_F(Telling, ChecksForNanInThePublishedOrder)
+TEST_F(Telling, ChecksForNanAndTestsLeadingDimensionsInThePublishedOrder)
 {
-    for_all_facts([](const Fact& fact, CCall& call) {
-        const CCall clean = call;
-        for (const LapackeArgument* a : call.reals())
+    for_all_facts([](const Fact& fact, const CCall& good) {
+        CCall spoiled = good, short_lines = good;
+        for (const LapackeArgument* a : good.reals())
             for (long k = 0; k < 300; ++k)
-                call.memory().at(a->argument->name).spoil(k, 0);
-        EXPECT_EQ(
-            refused(call, [&](const std::string& name) { call.memory().at(name) = clean.memory().at(name); }),
-            fact.checked);
-    });
-}
-
-TEST_F(Telling, TestsLeadingDimensionsInTheOrderOfArguments)
-{
-    for_all_facts([](const Fact& fact, CCall& call) {
-        const CCall good = call;
-        for (const LapackeArgument& a : call.plan().arguments)
+                spoiled.memory().at(a->argument->name).spoil(k, 0);
+        for (const LapackeArgument& a : good.plan().arguments)
             if (a.argument->name.starts_with("ld") && !a.hidden)
-                call.set(a.argument->name, 0);
-        EXPECT_EQ(refused(call, [&](const std::string& name) { call.set(name, good.integer(name)); }),
-                  fact.leading);
+                short_lines.set(a.argument->name, 0);
+        EXPECT_EQ(refused(spoiled, good), fact.checked);
+        EXPECT_EQ(refused(short_lines, good), fact.leading);
     });
 }
 
