@@ -1,12 +1,11 @@
 // A call of any member of the C interface, made from its plan: sizes and letters by chance or as told, arrays
 // whose every element is another number, leading dimensions longer than need be. And the routine's side of
-// it.
+// it: what the call makes of all that.
 #pragma once
 
+#include "helpers/storage.hpp"
 #include "lapacke/room/plan.hpp"
 #include "support/sample_call.hpp"
-
-#include <map>
 
 namespace qnm::tests {
 
@@ -17,41 +16,20 @@ using catalogue::LapackePlan;
 using catalogue::LapackeShape;
 using Role = LapackeArgument::Role;
 
-inline constexpr int row_major = 101;
-inline constexpr int column_major = 102;
+inline constexpr int row_major = 101, column_major = 102;
 
 /// One exported function of the C interface, and the entry that it ends in.
 struct Member {
     const LapackePlan* plan;
     Entry entry;
     bool high;
+    std::string name, work_name; // its own, and that of the work level
 
-    /// Of this level, or of a level told.
-    std::string name() const { return name(high); }
-    std::string name(bool of_high) const
-    {
-        return lapacke_name(*plan, entry.precision,
-                            *lapacke_form(*plan, of_high ? "high" : "work", entry.width));
-    }
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
 
-/// All members with a high and a work level.
-const std::vector<Member>& members();
-/// By its exported name.
-const Member& member(std::string_view name);
-
-/// One number of an array.
-struct Element {
-    std::size_t size;
-    bool integer;
-    bool complex;
-    bool single;
-
-    /// Writes number k of a row of them; the imaginary part is the opposite number.
-    void store(unsigned char* memory, std::int64_t k, double number) const;
-    bool is_nan(const unsigned char* memory, std::int64_t k) const;
-};
+/// All members with a high and a work level, by their exported names.
+const std::map<std::string, Member>& members();
 
 class CCall : public SampleCall {
 public:
@@ -59,128 +37,103 @@ public:
 
     const Member& member() const { return *member_; }
     const LapackePlan& plan() const { return *member_->plan; }
+    std::size_t index(const LapackeArgument& a) const
+    {
+        return static_cast<std::size_t>(&a - plan().arguments.data());
+    }
     bool by_rows() const { return layout_ == row_major; }
     /// A call whose row-major form is told to the routine in this way.
     bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
-
-    /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand.
-    CCall& lay_out();
-    /// Numbers in all arrays, for the leading dimensions as they are.
-    void fill();
-
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
-    Element element(const std::string& type) const;
-    Element element(const LapackeArgument& a) const { return element(a.argument->type); }
+    Element element(const LapackeArgument& a) const { return Element::of(a.argument->type, entry()); }
 
-    /// Whether this argument goes through a copy here, and what the copy looks like.
-    bool is_copied(const LapackeArgument& a) const;
-    std::int64_t copy_ld(const LapackeArgument& matrix) const;
-    std::int64_t copy_elements(const LapackeArgument& matrix) const;
-    /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
-    /// reads it refuses the call, or brings it into a copy.
-    std::pair<std::int64_t, std::int64_t> published(const LapackeArgument& array) const;
-    /// The elements of a form that a matrix holds, by their offsets in the caller's row-major matrix and in
-    /// the copy.
-    using Visit = std::function<void(std::int64_t row_major, std::int64_t column_major)>;
-    void for_each(const LapackeArgument& matrix, const Form& form, const Visit& visit) const;
-    /// Those that come back from a copy; none if none does.
-    void for_each_returned(const LapackeArgument& matrix, const Visit& visit) const;
-    /// The elements that a NaN check of an array reads, by offset.
-    std::vector<std::int64_t> checked(const LapackeArgument& array, const FormUse& use) const;
-    /// Elements of a workspace that the high level provides, given what a query answers.
-    std::int64_t room(const LapackeArgument& workspace, std::int64_t answer) const;
-    /// Workspaces that the high level takes here, in order.
-    std::vector<const LapackeArgument*> workspaces() const;
+    /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand, and
+    /// numbers to all elements.
+    CCall& lay_out();
 
-    using Memory = std::map<std::string, std::vector<unsigned char>>;
+    // The caller's memory: numbers behind all addresses, and reals by value. What is not there is at an
+    // address that nobody may touch.
+    using Memory = std::map<std::string, Array>;
     Memory& memory() { return memory_; }
     const Memory& memory() const { return memory_; }
-    const std::vector<unsigned char>& memory(const std::string& name) const { return memory_.at(name); }
-    /// Real and complex arguments that stand in memory.
+    /// The number that element k of an array holds at first.
+    double original(const LapackeArgument& a, long k) const
+    {
+        return static_cast<double>(8192 * static_cast<long>(index(a)) + k + 1);
+    }
+    const void* place(const LapackeArgument& a) const;
+    /// Real and complex arguments that stand in it.
     std::vector<const LapackeArgument*> reals() const;
-    /// Puts NaNs into so many elements, of complex ones into either part.
-    void put_nans(const LapackeArgument& array, std::int64_t first, std::int64_t count, bool second_part);
-    /// All arrays at addresses that nobody may touch.
-    CCall& untouchable();
 
-    /// Calls the member; the result is info, or the value as a number.
-    double run() const;
+    // The routine's side. It answers a query; in the call itself it looks at all that it got, and writes to
+    // every element of copies and workspaces.
+    static constexpr float result = 3.25;
+    /// What it leaves in info, and what a query answers for the i-th argument.
+    long info = 0;
+    std::function<long(std::size_t)> answer = [](std::size_t i) { return static_cast<long>(200 + i); };
+    int queries = 0, runs = 0;
+    /// The copies and workspaces that it got filled.
+    std::string filled;
+
+    /// Calls the member with fresh notes of the core; the result is info, or the value as a number.
+    double run();
+    /// Expects in the caller's memory what came back, and what the high level hands out of its workspaces,
+    /// and nothing else.
+    void expect_results() const;
+
+    /// Whether this argument goes through a copy here, and how many elements that has.
+    bool is_copied(const LapackeArgument& a) const;
+    long copy_elements(const LapackeArgument& matrix) const;
+    long ld(const LapackeArgument& matrix, bool copy = false) const;
+    /// How many lines an array has and how long they are, as published. What stands beside is a NaN: who
+    /// reads it refuses the call, or brings it into a copy.
+    std::pair<long, long> published(const LapackeArgument& array) const;
+    /// A form of a matrix, of the caller's or of the copy.
+    Storage storage(const LapackeArgument& matrix, const Form& form, bool copy = false) const;
+    /// Where the elements that are moved stand in the caller's matrix and in the copy; none if none are.
+    std::vector<std::pair<long, long>> moves(const LapackeArgument& matrix, const FormUse& use) const;
+    /// The elements that a NaN check of an array reads, by offset.
+    std::vector<long> checked(const LapackeArgument& array, const FormUse& use) const;
+    /// Elements of a workspace that the high level provides.
+    long room(const LapackeArgument& workspace) const;
 
 private:
-    void choose_sizes(std::mt19937& chance, bool empty);
-    std::int64_t ld(const LapackeArgument& matrix) const;
+    char letter_of(const catalogue::Expression& e) const;
     /// Whether a matrix is stored by rows.
     bool lines_are_rows() const;
-    const void* place(const LapackeArgument& a) const;
     std::int64_t named(const std::string& name, int group) const override;
+    void act(Call& noted, recording::Answer& reply);
+    void look_at(const Call& noted, const LapackeArgument& a) const;
+    void look_at_copy(const unsigned char* got, const LapackeArgument& a) const;
+    void write(const Call& noted, const LapackeArgument& a) const;
+    char expected_letter(const std::string& name) const;
+    long expected_integer(const LapackeArgument& a) const;
+    double written(const LapackeArgument& a, long k) const { return original(a, k) + 4'194'304; }
 
     const Member* member_;
     int layout_;
-    Memory memory_;
-    bool untouchable_ = false;
-};
-
-/// The number that element k of an array holds at first, and what a routine writes there.
-double original(std::size_t argument, std::int64_t k);
-double written(std::size_t argument, std::int64_t k);
-std::size_t index_of(const LapackePlan& plan, const LapackeArgument& a);
-
-/// The routine's side of one call. Answers a query; in the call itself looks at all it got, and writes to
-/// every element of copies and workspaces.
-class Routine {
-public:
-    explicit Routine(CCall& call);
-    ~Routine();
-    Routine(const Routine&) = delete;
-    Routine& operator=(const Routine&) = delete;
-
-    /// What it leaves in info, what a function gives back, and what a query answers for the i-th argument.
-    std::int64_t info = 0;
-    static constexpr double result = 3.25;
-    std::function<std::int64_t(std::size_t)> answer = [](std::size_t i) {
-        return static_cast<std::int64_t>(200 + i);
-    };
-
-    int queries = 0;
-    int runs = 0;
-    /// Expects that what came back, and nothing else, is in the caller's matrices.
-    void expect_matrices() const;
-    /// Expects the values that the high level hands out of its workspaces.
-    void expect_additions() const;
-
-private:
-    void act(Call& noted, recording::Answer& reply);
-    void tell_sizes(const Call& noted) const;
-    void look_at(const Call& noted, const LapackeArgument& a, std::size_t word) const;
-    void look_at_memory(const Call& noted, const LapackeArgument& a, std::size_t word) const;
-    void write(const Call& noted, const LapackeArgument& a, std::size_t word) const;
-    char expected_letter(const std::string& name) const;
-    std::int64_t expected_integer(const LapackeArgument& a) const;
-
-    CCall& call_;
-    CCall::Memory before_;
+    Memory memory_, before_;
     bool asked_ = false;
 };
 
 /// What LAPACKE_xerbla has printed, line by line, and the blocks that the layer asked for.
 std::vector<std::string> printed();
-std::vector<std::int64_t> allocated();
+std::vector<long> allocated();
 
 /// Begins with a fresh core, NaN checks on.
 class LapackeTest : public BlasTest {
 protected:
     LapackeTest();
     std::mt19937 chance{20'240'517};
-    static void check_for_nan(bool on);
+    static void check_for_nan(bool on) { support::call(layer()["LAPACKE_set_nancheck"], on ? 1 : 0); }
     /// Runs `body` for calls of all members in these layouts.
     template <class Body>
     void for_all(const std::vector<int>& layouts, int rounds, Body&& body)
     {
-        for (const Member& m : members())
+        for (const auto& [name, m] : members())
             for (const int layout : layouts)
                 for (int round = 0; round < rounds && !HasFatalFailure(); ++round) {
-                    SCOPED_TRACE(m.plan->c->where() + " " + m.name() + " layout " + std::to_string(layout) +
-                                 " round " + std::to_string(round));
+                    SCOPED_TRACE(m.plan->c->where() + " " + name + " layout " + std::to_string(layout));
                     core().clear();
                     body(m, layout);
                     if (HasFailure() && ++failed_ > 40)
