@@ -1,5 +1,7 @@
 #include "c_call.hpp"
 
+#include "support/tables.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <sstream>
@@ -19,7 +21,11 @@ std::string telling_letters(const LapackePlan& plan, const Argument& option)
     static const std::map<std::string, std::string> usual{
         {"uplo", "UL"},    {"diag", "NU"},   {"side", "LR"},   {"trans", "NTC"},
         {"transr", "NTC"}, {"norm", "1OIM"}, {"direct", "FB"}, {"storev", "CR"}};
-    std::vector<ExpressionPtr> expressions = expressions_of(*plan.row);
+    std::vector<ExpressionPtr> expressions;
+    for (const catalogue::Definition& d : plan.row->definitions)
+        expressions.push_back(d.value);
+    for (const Argument& a : plan.row->arguments)
+        expressions.insert(expressions.end(), a.extents.begin(), a.extents.end());
     for (const LapackeArgument& a : plan.arguments) {
         expressions.push_back(a.facts.room_when);
         for (const auto* uses : {&a.out, &a.checks})
@@ -47,7 +53,7 @@ const std::map<std::string, Member>& members()
 {
     static const std::map<std::string, Member> all = [] {
         std::map<std::string, Member> found;
-        for (const LapackePlan& plan : catalogue::lapacke_plans(tables()))
+        for (const LapackePlan& plan : catalogue::lapacke_plans(support::tables()))
             for (const catalogue::Precision& letter : plan.precisions)
                 for (const catalogue::EntryForm* form : lapacke_forms(plan))
                     if (const auto* work = lapacke_form(plan, "work", form->width); work != nullptr) {
@@ -62,7 +68,7 @@ const std::map<std::string, Member>& members()
 }
 
 CCall::CCall(const Member& of, int layout, std::mt19937& chance, bool empty)
-    : SampleCall(of.entry), member_(&of), layout_(layout)
+    : FunctionCall(tests::signature(of.entry.name()), layout), member_(&of), layout_(layout)
 {
     choose_letters(chance, [&](const Argument& option) { return telling_letters(plan(), option); });
     const auto some = [&] { return static_cast<long>(3 + chance() % 4); };
@@ -73,7 +79,7 @@ CCall::CCall(const Member& of, int layout, std::mt19937& chance, bool empty)
     for (const LapackeArgument& a : plan().arguments) {
         const std::string& name = a.argument->name;
         const auto found = related.find(name);
-        if (!is_scalar(*a.argument))
+        if (!is_single(*a.argument))
             continue;
         if (name.starts_with("ld"))
             set(name, 12 + a.position);
@@ -109,8 +115,8 @@ CCall& CCall::lay_out()
         Array& array = memory_.emplace(argument.name, Array(e, count, nan)).first->second;
         for (long k = 0; k < count; ++k)
             if (e.integer)
-                array.set(k, static_cast<double>(argument.type == "char"      ? letter(argument)
-                                                 : is_scalar(argument)        ? integer(argument)
+                array.set(k, static_cast<double>(argument.type == "char"      ? letter(argument.name)
+                                                 : is_single(argument)        ? integer(argument.name)
                                                  : argument.type == "logical" ? 1
                                                                               : k + 1));
             else if (k < lines * step && k % step < length)
@@ -132,9 +138,9 @@ std::int64_t CCall::named(const std::string& name, int group) const
         if (d.name == name)
             return value(*d.value);
     // Of a real: that it is not zero. Of exchanges: none reaches below the rows that are told.
-    if (a != nullptr && !is_scalar(*a->argument))
+    if (a != nullptr && !is_single(*a->argument))
         return element(*a).integer ? 0 : 1;
-    return SampleCall::named(name, group);
+    return FunctionCall::named(name, group);
 }
 
 const void* CCall::place(const LapackeArgument& a) const
@@ -166,10 +172,10 @@ double CCall::run()
         if (a.address)
             words.emplace_back(place(a));
         else if (e.integer && argument.type != "char" && !narrow())
-            words.emplace_back(integer(argument));
+            words.emplace_back(integer(argument.name));
         else if (e.integer)
-            words.emplace_back(argument.type == "char" ? letter(argument)
-                                                       : static_cast<int>(integer(argument)));
+            words.emplace_back(argument.type == "char" ? letter(argument.name)
+                                                       : static_cast<int>(integer(argument.name)));
         else // a complex of 16 bytes takes two registers, one of 8 bytes one; behind a float stands a NaN
             for (std::size_t at = 0; at < e.size(); at += sizeof(double)) {
                 double part = 0;
@@ -180,7 +186,7 @@ double CCall::run()
     if (member_->high)
         for (const catalogue::Addition& add : plan().c->additions)
             words.emplace_back(memory_.at(add.name).data());
-    const std::string routine = lapack_core(entry());
+    const std::string routine = callee().name;
     core().clear();
     before_ = memory_;
     queries = runs = 0;
@@ -216,8 +222,8 @@ long CCall::ld(const LapackeArgument& a, bool copy) const
 {
     const std::size_t next = index(a) + 1;
     if (!copy && next < plan().arguments.size())
-        if (const Argument& b = *plan().arguments[next].argument; b.name.starts_with("ld") && is_scalar(b))
-            return integer(b);
+        if (const Argument& b = *plan().arguments[next].argument; b.name.starts_with("ld") && is_single(b))
+            return integer(b.name);
     if (a.form.is_vector() || a.form.is_packed())
         return 0;
     return std::max<long>(value(!copy && lines_are_rows() ? *a.form.columns() : *a.form.rows()), 1);

@@ -5,18 +5,18 @@
 
 #include "helpers/storage.hpp"
 #include "lapacke/room/plan.hpp"
-#include "support/sample_call.hpp"
+#include "support/function_call.hpp"
+#include "support/published.hpp"
 
 namespace qnm::tests {
 
+using catalogue::Entry;
 using catalogue::Form;
 using catalogue::FormUse;
 using catalogue::LapackeArgument;
 using catalogue::LapackePlan;
 using catalogue::LapackeShape;
 using Role = LapackeArgument::Role;
-
-inline constexpr int row_major = 101, column_major = 102;
 
 /// One exported function of the C interface, and the entry that it ends in.
 struct Member {
@@ -28,10 +28,16 @@ struct Member {
     bool has_value() const { return plan->row->result.kind == catalogue::ResultKind::value; }
 };
 
+/// Whether an argument of the routine is one integer.
+inline bool is_single(const Argument& a)
+{
+    return a.kind == catalogue::Kind::integer;
+}
+
 /// All members with a high and a work level, by their exported names.
 const std::map<std::string, Member>& members();
 
-class CCall : public SampleCall {
+class CCall : public FunctionCall {
 public:
     CCall(const Member& member, int layout, std::mt19937& chance, bool empty = false);
 
@@ -41,7 +47,9 @@ public:
     {
         return static_cast<std::size_t>(&a - plan().arguments.data());
     }
-    bool by_rows() const { return layout_ == row_major; }
+    const Entry& entry() const { return member_->entry; }
+    using FunctionCall::by_rows;
+    using FunctionCall::index;
     /// A call whose row-major form is told to the routine in this way.
     bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
@@ -121,7 +129,7 @@ std::vector<std::string> printed();
 std::vector<long> allocated();
 
 /// Begins with a fresh core, NaN checks on.
-class LapackeTest : public BlasTest {
+class LapackeTest : public CoreTest {
 protected:
     LapackeTest();
     std::mt19937 chance{20'240'517};

@@ -74,7 +74,7 @@ protected:
             positions += std::to_string(static_cast<int>(-code)) + " ";
             for (const LapackeArgument& a : call.plan().arguments)
                 if (const std::string& name = a.argument->name; a.position == static_cast<int>(-code)) {
-                    if (is_scalar(*a.argument))
+                    if (is_single(*a.argument))
                         call.set(name, good.integer(name));
                     else
                         call.memory().at(name) = good.memory().at(name);
