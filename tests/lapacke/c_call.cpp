@@ -29,7 +29,7 @@ std::string telling_letters(const LapackePlan& plan, const Argument& option)
     for (const LapackeArgument& a : plan.arguments) {
         expressions.push_back(a.facts.room_when);
         for (const auto* uses : {&a.out, &a.checks})
-            for (const FormUse& use : *uses)
+            for (const StorageUse& use : *uses)
                 expressions.push_back(use.when);
     }
     if (!option.letters.empty())
@@ -55,7 +55,7 @@ const std::map<std::string, Member>& members()
         std::map<std::string, Member> found;
         for (const LapackePlan& plan : catalogue::lapacke_plans(support::tables()))
             for (const catalogue::Precision& letter : plan.precisions)
-                for (const catalogue::EntryForm* form : lapacke_forms(plan))
+                for (const catalogue::Form* form : lapacke_forms(plan))
                     if (const auto* work = lapacke_form(plan, "work", form->width); work != nullptr) {
                         const std::string name = lapacke_name(plan, letter, *form);
                         found.emplace(name,
@@ -100,7 +100,7 @@ CCall& CCall::lay_out()
 {
     for (const LapackeArgument& a : plan().arguments)
         if (a.role == Role::leading) {
-            const Form& form = plan().arguments[static_cast<std::size_t>(a.matrix)].form;
+            const StorageForm& form = plan().arguments[static_cast<std::size_t>(a.matrix)].form;
             const long least = value(by_rows() ? *a.bound : *form.rows());
             set(a.argument->name, std::max(least, 1L) + a.position); // no two alike
         }
@@ -250,7 +250,7 @@ char CCall::letter_of(const Expression& e) const
     return fixed ? e.text[0] : letter(e.text);
 }
 
-Storage CCall::storage(const LapackeArgument& a, const Form& form, bool copy) const
+Storage CCall::storage(const LapackeArgument& a, const StorageForm& form, bool copy) const
 {
     Storage s{form.name, {}, !copy && lines_are_rows(), ld(a, copy)};
     std::istringstream names(options_of(form.name));
@@ -261,7 +261,7 @@ Storage CCall::storage(const LapackeArgument& a, const Form& form, bool copy) co
     return s;
 }
 
-std::vector<std::pair<long, long>> CCall::moves(const LapackeArgument& a, const FormUse& use) const
+std::vector<std::pair<long, long>> CCall::moves(const LapackeArgument& a, const StorageUse& use) const
 {
     std::vector<std::pair<long, long>> all;
     if (!is_copied(a) || !holds_if(use.when))
@@ -272,7 +272,7 @@ std::vector<std::pair<long, long>> CCall::moves(const LapackeArgument& a, const 
     return all;
 }
 
-std::vector<long> CCall::checked(const LapackeArgument& a, const FormUse& use) const
+std::vector<long> CCall::checked(const LapackeArgument& a, const StorageUse& use) const
 {
     const bool vector = use.form.is_vector(); // as a matrix of one row
     const long step = use.increment ? std::abs(value(*use.increment)) : 1;

@@ -11,11 +11,11 @@
 namespace qnm::tests {
 
 using catalogue::Entry;
-using catalogue::Form;
-using catalogue::FormUse;
 using catalogue::LapackeArgument;
 using catalogue::LapackePlan;
 using catalogue::LapackeShape;
+using catalogue::StorageForm;
+using catalogue::StorageUse;
 using Role = LapackeArgument::Role;
 
 /// One exported function of the C interface, and the entry that it ends in.
@@ -97,11 +97,11 @@ public:
     /// reads it refuses the call, or brings it into a copy.
     std::pair<long, long> published(const LapackeArgument& array) const;
     /// A form of a matrix, of the caller's or of the copy.
-    Storage storage(const LapackeArgument& matrix, const Form& form, bool copy = false) const;
+    Storage storage(const LapackeArgument& matrix, const StorageForm& form, bool copy = false) const;
     /// Where the elements that are moved stand in the caller's matrix and in the copy; none if none are.
-    std::vector<std::pair<long, long>> moves(const LapackeArgument& matrix, const FormUse& use) const;
+    std::vector<std::pair<long, long>> moves(const LapackeArgument& matrix, const StorageUse& use) const;
     /// The elements that a NaN check of an array reads, by offset.
-    std::vector<long> checked(const LapackeArgument& array, const FormUse& use) const;
+    std::vector<long> checked(const LapackeArgument& array, const StorageUse& use) const;
     /// Elements of a workspace that the high level provides.
     long room(const LapackeArgument& workspace) const;
 

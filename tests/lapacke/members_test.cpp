@@ -162,7 +162,7 @@ TEST_F(Refusals, OfANanTellTheArraySilently)
             return;
         const CCall valid(m, layout, chance);
         for (const LapackeArgument& a : m.plan->arguments)
-            for (const FormUse& use : a.checks) {
+            for (const StorageUse& use : a.checks) {
                 const std::vector<long> held = valid.checked(a, use);
                 if (!valid.holds_if(use.when) || held.empty())
                     continue;

@@ -121,7 +121,7 @@ void CCall::look_at_copy(const unsigned char* got, const LapackeArgument& a) con
         << "there is less room in the copy";
     Array expected(given.element, copy_elements(a), 0);
     std::ranges::fill(expected.bytes, recording::Core::poison);
-    for (const FormUse& use : a.in)
+    for (const StorageUse& use : a.in)
         for (const auto& [from, to] : moves(a, use))
             expected.copy(to, given, from);
     EXPECT_EQ(expected.difference(got), -1) << "element of the copy";
@@ -164,7 +164,7 @@ void CCall::expect_results() const
         if (a->role == Role::workspace)
             continue;
         Array expected = before_.at(a->argument->name);
-        const auto use = std::ranges::find_if(a->out, [&](const FormUse& u) { return holds_if(u.when); });
+        const auto use = std::ranges::find_if(a->out, [&](const StorageUse& u) { return holds_if(u.when); });
         if (runs > 0 && use != a->out.end())
             for (const auto& [to, from] : moves(*a, *use))
                 expected.set(to, written(*a, from));

@@ -115,7 +115,7 @@ std::vector<Entry> Catalogue::entries(const Row& row)
 {
     std::vector<Entry> all;
     if (row.entry_class != Class::check && row.entry_class != Class::called)
-        for (const EntryForm* form : row.forms())
+        for (const Form* form : row.forms())
             for (const Precision& precision : row.precisions)
                 all.emplace_back(row, precision, *form);
     return all;
@@ -124,7 +124,7 @@ std::vector<Entry> Catalogue::entries(const Row& row)
 std::vector<Entry> Catalogue::checks(const Row& row)
 {
     std::vector<Entry> all;
-    for (const EntryForm& form : row.family->forms)
+    for (const Form& form : row.family->forms)
         if (row.has_check() && !form.check.empty())
             for (const Precision& precision : row.precisions)
                 all.emplace_back(row, precision, form);

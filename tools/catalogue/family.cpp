@@ -32,13 +32,13 @@ T read_word(Lexer& lexer, const std::map<std::string, T>& words, const std::stri
     return found->second;
 }
 
-EntryForm read_form(Lexer& lexer)
+Form read_form(Lexer& lexer)
 {
     static const std::map<std::string, Convention> conventions{
         {"reference", Convention::reference}, {"value", Convention::value}, {"codes", Convention::codes}};
     static const std::map<std::string, Width> widths{
         {"int32", Width::narrow}, {"int64", Width::wide}, {"size", Width::size}};
-    EntryForm form;
+    Form form;
     form.name = lexer.identifier("the form's name");
     form.convention = read_word(lexer, conventions, "a convention (reference, value, codes)");
     form.width = read_word(lexer, widths, "a width of integers (int32, int64, size)");
@@ -59,7 +59,7 @@ EntryForm read_form(Lexer& lexer)
 
 } // namespace
 
-const EntryForm* Family::find(const std::string& form) const
+const Form* Family::find(const std::string& form) const
 {
     const auto found =
         std::find_if(forms.begin(), forms.end(), [&](const auto& f) { return f.name == form; });

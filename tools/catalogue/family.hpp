@@ -21,7 +21,7 @@ enum class Convention {
 
 /// A form in which the entries of a family exist. Patterns spell names: NAME and name stand for the routine
 /// in upper and lower case, Name for it as its row has it.
-struct EntryForm {
+struct Form {
     std::string name;
     Convention convention = Convention::reference;
     Width width = Width::narrow;
@@ -36,10 +36,10 @@ struct Family {
     std::string room;  // the folder of its templates, and the namespace
     std::string core;  // pattern of the core's functions; empty: there are none
     std::string calls; // of an interface upon another one: the family whose entries it calls
-    std::vector<EntryForm> forms;
+    std::vector<Form> forms;
 
     /// The form of that name; null if the family has none.
-    const EntryForm* find(const std::string& form) const;
+    const Form* find(const std::string& form) const;
 };
 
 using Families = std::map<std::string, Family>;

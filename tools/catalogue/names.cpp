@@ -45,10 +45,10 @@ std::vector<const Argument*> Row::tests() const
     return order;
 }
 
-std::vector<const EntryForm*> Row::forms() const
+std::vector<const Form*> Row::forms() const
 {
-    std::vector<const EntryForm*> all;
-    for (const EntryForm& form : family->forms)
+    std::vector<const Form*> all;
+    for (const Form& form : family->forms)
         if (all.empty() || !(is_one_body() || !small_root.empty()))
             all.push_back(&form);
     return all;
@@ -59,15 +59,15 @@ std::string routine_name(const Row& row, const Precision& precision)
     return to_lower(with_letter(row.root, precision));
 }
 
-Entry::Entry(const Row& of, const Precision& letter, const EntryForm& as)
+Entry::Entry(const Row& of, const Precision& letter, const Form& as)
     : row(&of), precision(letter), form(&as), width(as.width)
 {
 }
 
 Entry::Entry(const Row& of, const Precision& letter, Width integers)
-    : Entry(of, letter,
-            *std::find_if(of.family->forms.begin(), of.family->forms.end(),
-                          [&](const EntryForm& as) { return as.width == integers; }))
+    : Entry(of, letter, *std::find_if(of.family->forms.begin(), of.family->forms.end(), [&](const Form& as) {
+                return as.width == integers;
+            }))
 {
 }
 
@@ -87,7 +87,7 @@ std::string Entry::check() const
 {
     // Forms without one of their own share that of another.
     std::string pattern = form->check;
-    for (const EntryForm& other : row->family->forms)
+    for (const Form& other : row->family->forms)
         pattern = pattern.empty() ? other.check : pattern;
     return spell(pattern, routine_name(*row, precision));
 }
@@ -98,7 +98,7 @@ std::vector<std::string> Entry::spellings() const
     const std::string routine = with_letter(row->root, precision);
     for (const Family* family : {row->family, row->also})
         if (family != nullptr)
-            for (const EntryForm& spelled : family->forms)
+            for (const Form& spelled : family->forms)
                 if (spelled.name == form->name || row->is_one_body())
                     for (const std::string& pattern : spelled.spellings)
                         if (const std::string spelling = spell(pattern, routine);

@@ -129,7 +129,7 @@ struct Row {
     /// The tested arguments in order of testing.
     std::vector<const Argument*> tests() const;
     /// The forms in which the row has entries.
-    std::vector<const EntryForm*> forms() const;
+    std::vector<const Form*> forms() const;
     /// Whether one function has the names of all forms.
     bool is_one_body() const
     {
@@ -148,10 +148,10 @@ struct Row {
 struct Entry {
     const Row* row = nullptr;
     Precision precision;
-    const EntryForm* form = nullptr;
+    const Form* form = nullptr;
     Width width = Width::narrow;
 
-    Entry(const Row& of, const Precision& letter, const EntryForm& as);
+    Entry(const Row& of, const Precision& letter, const Form& as);
     /// In the first form of that width.
     Entry(const Row& of, const Precision& letter, Width integers);
 

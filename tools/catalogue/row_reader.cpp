@@ -156,7 +156,7 @@ void check_row(const Lexer& lexer, const Row& row)
         refuse(any_test ? "a test" : "no test",
                "tests in rows of class checked or check, where they must be, and handed, where they may");
     if (any_test && std::all_of(row.family->forms.begin(), row.family->forms.end(),
-                                [](const EntryForm& form) { return form.check.empty(); }))
+                                [](const Form& form) { return form.check.empty(); }))
         refuse("a test", "a family with names of checks");
     for (const std::string& place : row.places)
         if (!is_number(place.substr(place.front() == '-' ? 1 : 0)) &&

@@ -211,7 +211,7 @@ std::string test_text(const Argument& a)
 Signature check_signature(const Entry& entry)
 {
     // Where the entry turns references into values, the check gets what the core does.
-    static const EntryForm of_values{"check", Convention::value, Width::wide, "", {}, "", ""};
+    static const Form of_values{"check", Convention::value, Width::wide, "", {}, "", ""};
     const bool handed = entry.row->entry_class == Class::handed;
     Signature s = common(handed ? Entry(*entry.row, entry.precision, of_values) : entry);
     for (Parameter& p : s.parameters)

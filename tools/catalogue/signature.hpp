@@ -73,7 +73,7 @@ struct Signature {
     std::string family;
     std::string root; // what the row is called
     Precision letter;
-    const EntryForm* form = nullptr;
+    const Form* form = nullptr;
     std::string source;    // where its steps stand: "checked, src/blas/checked.hpp"
     bool exported = true;  // else it is the core's own, which the layer calls
     bool published = true; // has a place in a public header
@@ -105,7 +105,7 @@ struct Signature {
 
 /// Where a function stands: its row, of whatever language, its letter and its form.
 template <class R>
-Signature signature_of(const R& row, const Precision& letter, const EntryForm* form)
+Signature signature_of(const R& row, const Precision& letter, const Form* form)
 {
     Signature s;
     s.table = row.file;

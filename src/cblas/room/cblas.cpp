@@ -57,7 +57,7 @@ bool CRow::has(const std::vector<std::string>& list, const std::string& name) co
 std::vector<CEntry> c_entries(const CRow& row)
 {
     std::vector<CEntry> all;
-    for (const EntryForm& form : row.family->forms)
+    for (const Form& form : row.family->forms)
         for (const Precision& precision : row.precisions)
             if (form.width == Width::narrow || !row.narrow_only)
                 all.push_back({&row, precision, &form, form.width});

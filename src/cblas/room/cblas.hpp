@@ -87,7 +87,7 @@ struct CRow {
 struct CEntry {
     const CRow* row = nullptr;
     Precision precision;
-    const EntryForm* form = nullptr;
+    const Form* form = nullptr;
     Width width = Width::narrow;
 
     std::string name() const;

@@ -32,7 +32,7 @@ ExpressionPtr sum(const ExpressionPtr& a, const ExpressionPtr& b)
 }
 
 /// The form of a packed triangle of order n.
-Form packed_form(const Row& row, const Argument& a, const ExpressionPtr& n)
+StorageForm packed_form(const Row& row, const Argument& a, const ExpressionPtr& n)
 {
     const std::string kind = kind_of(row);
     const Shape* own = find_shape(kind);
@@ -51,10 +51,10 @@ Form packed_form(const Row& row, const Argument& a, const ExpressionPtr& n)
     options.push_back(n);
     if (kind == "tp" && !has_diag)
         return {"pp", options};
-    return packed && own->options == options.size() ? Form{kind, options} : Form{};
+    return packed && own->options == options.size() ? StorageForm{kind, options} : StorageForm{};
 }
 
-Form matrix_form(const Row& row, const Argument& a)
+StorageForm matrix_form(const Row& row, const Argument& a)
 {
     const std::string kind = kind_of(row);
     const std::string& name = a.name;
@@ -91,17 +91,17 @@ const Shape* find_shape(const std::string& name)
     return found == shapes.end() ? nullptr : &found->second;
 }
 
-bool Form::is_packed() const
+bool StorageForm::is_packed() const
 {
     return !is_vector() && shapes.at(name).packed;
 }
 
-std::size_t Form::letters() const
+std::size_t StorageForm::letters() const
 {
     return shapes.at(name).letters;
 }
 
-ExpressionPtr Form::rows() const
+ExpressionPtr StorageForm::rows() const
 {
     const Shape& shape = shapes.at(name);
     if (shape.rows == -1) // a triangle's band: the diagonal and its neighbours
@@ -111,7 +111,7 @@ ExpressionPtr Form::rows() const
     return options[static_cast<std::size_t>(shape.rows)];
 }
 
-ExpressionPtr Form::columns() const
+ExpressionPtr StorageForm::columns() const
 {
     return options[static_cast<std::size_t>(shapes.at(name).columns)];
 }
@@ -127,7 +127,7 @@ ExpressionPtr packed_order(const Argument& a)
     return e.operands[0]->operands[0];
 }
 
-Form derived_form(const Row& row, const Argument& a)
+StorageForm derived_form(const Row& row, const Argument& a)
 {
     const ExpressionPtr n = packed_order(a);
     return n ? packed_form(row, a, n) : matrix_form(row, a);

@@ -21,6 +21,6 @@ ExpressionPtr packed_order(const Argument& a);
 
 /// The storage of an array by the naming scheme of LAPACK: the letters of the routine's name say the kind of
 /// its first matrices, which are called a, af; ab, afb, bb; ap, afp, bp.
-Form derived_form(const Row& row, const Argument& a);
+StorageForm derived_form(const Row& row, const Argument& a);
 
 } // namespace qnm::catalogue

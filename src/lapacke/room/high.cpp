@@ -43,7 +43,7 @@ private:
                     std::to_string(plan_.find(c.refused_as)->position) + ")\n        : ";
         for (const int i : plan_.checked) {
             const LapackeArgument& a = plan_.arguments[static_cast<std::size_t>(i)];
-            for (const FormUse& use : a.checks)
+            for (const StorageUse& use : a.checks)
                 text += (use.when ? text_.text(*use.when) + " && " : "") + nancheck(a, use) + " != 0 ? " +
                         std::to_string(a.position) + "\n        : ";
         }
@@ -51,9 +51,9 @@ private:
     }
 
     /// The call of an array's helper.
-    std::string nancheck(const LapackeArgument& a, const FormUse& use) const
+    std::string nancheck(const LapackeArgument& a, const StorageUse& use) const
     {
-        const Form& form = use.form;
+        const StorageForm& form = use.form;
         const std::string place =
             (a.address ? "" : "&") + a.argument->name + (use.offset ? " + " + text_.text(*use.offset) : "");
         Words list;
@@ -81,7 +81,7 @@ private:
     }
 
     /// The leading dimension behind a matrix, or its columns where it has none.
-    std::string leading_of(const LapackeArgument& matrix, const Form& form) const
+    std::string leading_of(const LapackeArgument& matrix, const StorageForm& form) const
     {
         const LapackeArgument* next = &matrix + 1;
         const bool leading = next < plan_.arguments.data() + plan_.arguments.size() &&

@@ -21,7 +21,7 @@ std::vector<ExpressionPtr> expressions(const LapackeRow& c)
         add({f.when, f.bound, f.in_when, f.checked_when, f.room, f.room_when, f.turned, f.given});
         add(f.form.options);
         for (const auto* uses : {&f.outs, &f.checks})
-            for (const FormUse& use : *uses) {
+            for (const StorageUse& use : *uses) {
                 add(use.form.options);
                 add({use.when, use.offset, use.increment});
             }

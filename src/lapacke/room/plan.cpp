@@ -134,7 +134,7 @@ private:
         if ((reads(a) || f.also_in) && !f.no_in)
             c.in.push_back({c.form, f.in_when ? f.in_when : f.when, nullptr, nullptr});
         if ((writes(a) || f.also_out) && !f.no_out) {
-            for (const FormUse& out : f.outs)
+            for (const StorageUse& out : f.outs)
                 c.out.push_back({out.form.is_vector() ? c.form : out.form, out.when, nullptr, nullptr});
             if (f.outs.empty())
                 c.out.push_back({c.form, f.when, nullptr, nullptr});
@@ -154,7 +154,7 @@ private:
         if (!reads(a) && !f.checked_when)
             return;
         const ExpressionPtr when = f.checked_when ? f.checked_when : f.when ? f.when : f.in_when;
-        FormUse use;
+        StorageUse use;
         use.form = c.form;
         if (c.form.is_vector())
             use.form.options.push_back(a.extents.size() == 1 ? a.extents[0] : make_number(1));

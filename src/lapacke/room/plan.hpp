@@ -18,7 +18,7 @@ class Catalogue;
 /// A storage form with what its helpers take: ge(m,n), sy(uplo,n), gb(m,n,kl,ku), tp(uplo,diag,n) ... Options
 /// are arguments of the routine, sizes, or a fixed letter. A form without a name is a vector of so many
 /// elements.
-struct Form {
+struct StorageForm {
     std::string name;
     std::vector<ExpressionPtr> options;
     bool is_vector() const { return name.empty(); }
@@ -31,8 +31,8 @@ struct Form {
 };
 
 /// A form under a condition; without one it always holds.
-struct FormUse {
-    Form form;
+struct StorageUse {
+    StorageForm form;
     ExpressionPtr when;
     ExpressionPtr offset;    // of a NaN check that begins behind the first element
     ExpressionPtr increment; // of a vector with a stride
@@ -41,16 +41,16 @@ struct FormUse {
 /// What a C table says of one argument.
 struct LapackeFacts {
     bool has_form = false;
-    Form form;
+    StorageForm form;
     ExpressionPtr when;  // a copy is made where this holds
     ExpressionPtr bound; // the least leading dimension in row-major
     ExpressionPtr in_when;
-    std::vector<FormUse> outs;
+    std::vector<StorageUse> outs;
     bool no_in = false;
     bool no_out = false;
     bool also_in = false;
     bool also_out = false;
-    std::vector<FormUse> checks;
+    std::vector<StorageUse> checks;
     ExpressionPtr checked_when;
     bool unchecked = false;
     ExpressionPtr room;
@@ -120,11 +120,11 @@ struct LapackeArgument {
     bool address = false; // the C interface takes an address
     bool hidden = false;  // the high level does not have it
     int matrix = -1;      // of a leading dimension: the index of its matrix
-    Form form;            // of a matrix
+    StorageForm form;     // of a matrix
     ExpressionPtr bound;
-    std::vector<FormUse> in;
-    std::vector<FormUse> out;
-    std::vector<FormUse> checks;
+    std::vector<StorageUse> in;
+    std::vector<StorageUse> out;
+    std::vector<StorageUse> checks;
     ExpressionPtr room; // of a workspace: its elements; none if it is asked for
 };
 
@@ -145,9 +145,9 @@ struct LapackePlan {
 LapackePlan derive_plan(const Row& row, const LapackeRow& c);
 
 /// The forms in which a member exists, and its name in one of them.
-std::vector<const EntryForm*> lapacke_forms(const LapackePlan& plan);
-const EntryForm* lapacke_form(const LapackePlan& plan, const std::string& level, Width width);
-std::string lapacke_name(const LapackePlan& plan, const Precision& letter, const EntryForm& form);
+std::vector<const Form*> lapacke_forms(const LapackePlan& plan);
+const Form* lapacke_form(const LapackePlan& plan, const std::string& level, Width width);
+std::string lapacke_name(const LapackePlan& plan, const Precision& letter, const Form& form);
 
 /// The functions of one table.
 std::vector<Signature> lapacke_signatures(const std::vector<LapackePlan>& plans, const std::string& table);

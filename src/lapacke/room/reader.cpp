@@ -13,9 +13,9 @@ const std::map<std::string, LapackeShape> words{{"flat", LapackeShape::flat},
                                                 {"turned", LapackeShape::turned},
                                                 {"one_level", LapackeShape::one_level}};
 
-Form read_form(Lexer& lexer)
+StorageForm read_form(Lexer& lexer)
 {
-    Form form;
+    StorageForm form;
     form.name =
         lexer.identifier("a storage form (ge, gb, sy, he, po, tr, tz, pb, sb, hb, tb, hs, pp, sp, ...)");
     const Shape* shape = find_shape(form.name);
@@ -44,7 +44,7 @@ void read_checked(Lexer& lexer, LapackeFacts& f)
         f.checked_when = parse_expression(lexer);
         return;
     }
-    FormUse use;
+    StorageUse use;
     if (lexer.accept("as"))
         use.form = read_form(lexer);
     else
@@ -61,7 +61,7 @@ void read_out(Lexer& lexer, LapackeFacts& f)
 {
     f.also_out = true;
     const bool other = lexer.accept("as");
-    Form form = other ? read_form(lexer) : Form{};
+    StorageForm form = other ? read_form(lexer) : StorageForm{};
     if (ExpressionPtr when = read_when(lexer); when || other)
         f.outs.push_back({std::move(form), when, nullptr, nullptr});
 }

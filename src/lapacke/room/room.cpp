@@ -50,7 +50,7 @@ private:
             plans_.back().family = &family;
         }
         plans_.back().precisions.push_back(letter);
-        for (const EntryForm* form : lapacke_forms(plans_.back()))
+        for (const Form* form : lapacke_forms(plans_.back()))
             house.claim(lapacke_name(plans_.back(), letter, *form), c.where());
     }
 

@@ -44,7 +44,7 @@ Travel travel(const LapackeArgument& a)
     return argument.is_integer() ? argument.array ? Travel::integers : Travel::integer : Travel::address;
 }
 
-std::string form_text(const Form& form)
+std::string form_text(const StorageForm& form)
 {
     std::string text = (form.is_vector() ? "vector" : form.name) + "(";
     for (const ExpressionPtr& option : form.options)
@@ -52,10 +52,10 @@ std::string form_text(const Form& form)
     return text + ")";
 }
 
-std::string uses_text(const char* what, const std::vector<FormUse>& uses)
+std::string uses_text(const char* what, const std::vector<StorageUse>& uses)
 {
     std::string text;
-    for (const FormUse& use : uses)
+    for (const StorageUse& use : uses)
         text += std::string(", ") + what + " as " + form_text(use.form) +
                 (use.when ? " when " + to_text(*use.when) : "");
     return text;
@@ -78,7 +78,7 @@ std::string own_text(const LapackeArgument& a)
     return a.role == Role::workspace && a.room ? to_text(*a.room) + " elements" : "asked for";
 }
 
-Signature signature(const LapackePlan& plan, const Precision& letter, const EntryForm& form)
+Signature signature(const LapackePlan& plan, const Precision& letter, const Form& form)
 {
     const bool high = form.level == "high";
     Signature s;
@@ -134,24 +134,24 @@ Signature signature(const LapackePlan& plan, const Precision& letter, const Entr
 
 } // namespace
 
-std::vector<const EntryForm*> lapacke_forms(const LapackePlan& plan)
+std::vector<const Form*> lapacke_forms(const LapackePlan& plan)
 {
-    std::vector<const EntryForm*> all;
-    for (const EntryForm& form : plan.family->forms)
+    std::vector<const Form*> all;
+    for (const Form& form : plan.family->forms)
         if (form.level == "high" || plan.c->shape != LapackeShape::one_level)
             all.push_back(&form);
     return all;
 }
 
-const EntryForm* lapacke_form(const LapackePlan& plan, const std::string& level, Width width)
+const Form* lapacke_form(const LapackePlan& plan, const std::string& level, Width width)
 {
-    for (const EntryForm* form : lapacke_forms(plan))
+    for (const Form* form : lapacke_forms(plan))
         if (form->level == level && form->width == width)
             return form;
     return nullptr;
 }
 
-std::string lapacke_name(const LapackePlan& plan, const Precision& letter, const EntryForm& form)
+std::string lapacke_name(const LapackePlan& plan, const Precision& letter, const Form& form)
 {
     return spell(form.spellings.front(), routine_name(*plan.row, letter));
 }
@@ -164,7 +164,7 @@ std::vector<Signature> lapacke_signatures(const std::vector<LapackePlan>& plans,
     for (const Width width : {Width::narrow, Width::wide})
         for (const char* level : {"high", "work"})
             for (const LapackePlan& plan : plans)
-                for (const EntryForm* form : lapacke_forms(plan))
+                for (const Form* form : lapacke_forms(plan))
                     if (plan.c->file == table && form->width == width && form->level == level)
                         for (const Precision& letter : plan.precisions)
                             all.push_back(signature(plan, letter, *form));

@@ -57,8 +57,8 @@ std::string plan_text(const LapackePlan& plan)
 
 std::string member_text(const LapackePlan& plan, const Precision& precision, Width width)
 {
-    const EntryForm& high = *lapacke_form(plan, "high", width);
-    const auto line = [&](const char* macro, const EntryForm& form, const std::string& called) {
+    const Form& high = *lapacke_form(plan, "high", width);
+    const auto line = [&](const char* macro, const Form& form, const std::string& called) {
         return std::string(macro) + "(" +
                joined({lapacke_name(plan, precision, form), plan_name(plan), c_type("T", precision, width),
                        integer_type(width), called}) +
@@ -67,7 +67,7 @@ std::string member_text(const LapackePlan& plan, const Precision& precision, Wid
     const std::string routine = spell(high.calls, routine_name(*plan.row, precision));
     if (!has_two_levels(plan))
         return line("QNM_WORK", high, routine);
-    const EntryForm& work = *lapacke_form(plan, "work", width);
+    const Form& work = *lapacke_form(plan, "work", width);
     return line("QNM_WORK", work, routine) + line("QNM_HIGH", high, lapacke_name(plan, precision, work));
 }
 

@@ -117,13 +117,13 @@ const LapackeArgument* LapackeText::plain(const Expression& e) const
     return a != nullptr && !(high_ && a->facts.given) ? a : nullptr;
 }
 
-std::string LapackeText::option(const Form& form, std::size_t i) const
+std::string LapackeText::option(const StorageForm& form, std::size_t i) const
 {
     const Expression& e = *form.options[i];
     return i < form.letters() && plain(e) == nullptr ? letter_value(e) : size(e);
 }
 
-Words LapackeText::options(const Form& form) const
+Words LapackeText::options(const StorageForm& form) const
 {
     Words all;
     for (std::size_t i = 0; i < form.options.size(); ++i)

@@ -36,9 +36,9 @@ public:
     LapackeText(const catalogue::LapackePlan& plan, bool high) : plan_(plan), high_(high) {}
 
     /// An option of a form as its helpers take it.
-    std::string option(const catalogue::Form& form, std::size_t i) const;
+    std::string option(const catalogue::StorageForm& form, std::size_t i) const;
     /// All of them.
-    Words options(const catalogue::Form& form) const;
+    Words options(const catalogue::StorageForm& form) const;
     /// A condition; none always holds.
     std::string when(const catalogue::ExpressionPtr& e) const;
     /// A size as the helpers take it, in the caller's integers.

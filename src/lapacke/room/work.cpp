@@ -108,21 +108,21 @@ private:
     {
         if (a.out.empty())
             return {form_type(a.form), form_value(a.form)};
-        const Form& first = a.out[0].form;
+        const StorageForm& first = a.out[0].form;
         if (a.out.size() == 1)
             return {form_type(first, is_late(first)), form_value(first, is_late(first))};
-        const Form& second = a.out[1].form;
+        const StorageForm& second = a.out[1].form;
         return {"Either<" + form_type(first) + ", " + form_type(second) + ">",
                 "{" + joined({text_.when(a.out[0].when), form_value(first), form_value(second)}) + "}"};
     }
 
-    static std::string form_type(const Form& form, bool late = false)
+    static std::string form_type(const StorageForm& form, bool late = false)
     {
         return to_upper(form.name.substr(0, 1)) + form.name.substr(1) + (late ? "Behind" : "") + "<I>";
     }
 
     /// Whether a form's columns are known after the call only.
-    bool is_late(const Form& form) const
+    bool is_late(const StorageForm& form) const
     {
         const LapackeArgument* a = form.name == "ge" && form.options[1]->kind == EKind::name
                                        ? plan_.find(form.options[1]->text)
@@ -130,7 +130,7 @@ private:
         return a != nullptr && a->address;
     }
 
-    std::string form_value(const Form& form, bool late = false) const
+    std::string form_value(const StorageForm& form, bool late = false) const
     {
         Words list = text_.options(form);
         if (late)
@@ -139,7 +139,7 @@ private:
     }
 
     /// A condition of a move, where the copy exists.
-    std::string moves_when(const std::vector<FormUse>& uses, const LapackeArgument& a) const
+    std::string moves_when(const std::vector<StorageUse>& uses, const LapackeArgument& a) const
     {
         const auto told = [](const ExpressionPtr& e) { return e ? to_text(*e) : std::string{}; };
         if (uses.empty())
