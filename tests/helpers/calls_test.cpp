@@ -73,8 +73,9 @@ TEST_F(Calls, TheSwitchIsOnUnlessTheEnvironmentSaysOtherwise)
             EXPECT_STREQ(noted.pointer<const char>(0), "LAPACKE_NANCHECK");
             EXPECT_EQ(noted.int32(2), 256);
             std::memset(noted.pointer<char>(1), '7', 255);
-            std::strcpy(noted.pointer<char>(1), value != nullptr ? value : "7");
-            answer.returns(value == nullptr ? -1 : static_cast<int>(std::strlen(value)));
+            const std::string text = value != nullptr ? value : "7";
+            std::memcpy(noted.pointer<char>(1), text.c_str(), text.size() + 1);
+            answer.returns(value == nullptr ? -1 : static_cast<int>(text.size()));
         });
         for (int again = 0; again < 2; ++again)
             EXPECT_EQ(call("LAPACKE_get_nancheck"), on) << (value != nullptr ? value : "none");

@@ -2,8 +2,6 @@
 // it takes from the core's memory, in which order, and what happens when there is none.
 #include "c_call.hpp"
 
-#include <ranges>
-
 namespace qnm::tests {
 
 namespace {
@@ -36,8 +34,8 @@ std::vector<Block> expected_blocks(const CCall& call)
         if (sums)
             blocks.push_back({std::max<long>(call.value(*a.facts.turned), 1) * size, true, false});
     }
-    const auto taken = std::views::values(workspaces);
-    blocks.insert(blocks.begin(), taken.begin(), taken.end());
+    for (auto taken = workspaces.rbegin(); taken != workspaces.rend(); ++taken)
+        blocks.insert(blocks.begin(), taken->second);
     return blocks;
 }
 
