@@ -38,9 +38,8 @@ TEST_F(Failing, EachAllocationOnce)
                 EXPECT_THAT(core().calls("qnm_serv_xerbla"), ::testing::ElementsAre(recording::Reported(
                                                                  catalogue::to_upper(bare_name(*s)), 1102)));
                 EXPECT_EQ(core().calls().back().code64(), 1102);
-                std::vector<std::string> told = story();
-                std::erase(told, "qnm_serv_strnlen_s");
-                EXPECT_EQ(told[told.size() - 2], "qnm_serv_set_xerbla_interface"); // for this report
+                // The way is registered for this report, and a long name measured.
+                EXPECT_EQ(story().end()[bare_name(*s).size() > 6 ? -3 : -2], "qnm_serv_set_xerbla_interface");
                 EXPECT_EQ(core().live_blocks(), 0U);
                 for (std::size_t i = 0; i < s->parameters.size(); ++i)
                     if (call.is_scalar(i)) {
