@@ -68,6 +68,7 @@ TEST(Derived, FactsAreThosePublished)
             cblas_dgemv => calls qnm_blas__dgemv(letter of trans, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy)
                 calls qnm_blas__dgemv(letter of trans, &n, &m, &alpha, a, &lda, x, &incx, &beta, y, &incy) when
                 row-major arguments 1: layout;
+            cblas_dgemv_64 => calls dgemv_64(;  cblas_dgemm_batch_strided => calls dgemm_batch_strided(;
             cblas_zgerc => row cblas/level2.tab:
                 ... calls qnm_blas__zgeru(&n, &m, alpha, y, &incy, x, &incx, a, &lda) when row-major ... 10: lda;
             LAPACKE_dgesv => calls LAPACKE_dgesv_work(matrix_layout, n, nrhs, a, lda, ipiv, b, ldb)

@@ -96,8 +96,8 @@ TEST(Refusals, OfHeadsAndFamilies)
 TEST(Refusals, OfArgumentsAndClauses)
 {
     expect_refusals("blas\naxpy s unchecked ", R"(
-        integer n => 'integer': expected a type of argument (char, int, T, R, C, void, float, ...;
-        int 3 => '3': expected the argument's name;  int n, T x(n) => ')': expected ',';
+        int n,| integer m => 3: 'integer': expected a type of argument (char, int, T, R, C, void, float, ...;
+        int 3 => '3': expected the argument's name;  T x[3 => end of the row: expected ']';  int n, T x(n) => ')': expected ',';
         int n, T n => 'n': expected each argument's name once;
         int n,| T x value => 3: 'value': expected it behind an int or a void that is no array;
         T n, T x[n] => 'n': expected an integer argument or an earlier name of 'where';

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "entries.h"
+#include <qnm/qnm.h>
 
 namespace {
 
@@ -22,7 +22,7 @@ void multiply(int m)
 
 } // namespace
 
-extern "C" int xerbla_(const char* srname, const int* info, int len)
+extern "C" void xerbla_(const char* srname, const int* info, int len)
 {
     std::printf("xerbla_ \"%.*s\" %d\n", len, srname, *info);
     if (mode == "exit")
@@ -35,7 +35,6 @@ extern "C" int xerbla_(const char* srname, const int* info, int len)
         multiply(1);
         multiply(-1);
     }
-    return 0;
 }
 
 extern "C" void cblas_xerbla(const char* name, int info)
