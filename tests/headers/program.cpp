@@ -1,7 +1,6 @@
 // A program of C++11: complex numbers are those of the standard library, handlers have the published types.
 #include <qnm/qnm.h>
 
-#include <cstdio>
 #include <type_traits>
 #include <vector>
 
@@ -22,18 +21,5 @@ int main()
     const int format = QNM_GET_FORMAT_COMPACT();
     qnm_zgepack_compact(QNM_COL_MAJOR, 2, 2, from, 2, compact.data(), 2, format, 1);
     qnm_zgeunpack_compact(QNM_COL_MAJOR, 2, 2, to, 2, compact.data(), 2, format, 1);
-
-    // A group of two products, each with addresses of its own.
-    const int one = 1, two = 2;
-    const double alpha = 1, beta = 0, x[] = {2, 3}, y[] = {5, 7};
-    double c[] = {0, 0};
-    const double* as[] = {x, x + 1};
-    const double* bs[] = {y, y + 1};
-    double* cs[] = {c, c + 1};
-    dgemm_batch_("N", "N", &one, &one, &one, &alpha, as, &one, bs, &one, &beta, cs, &one, &one, &two);
-
-    const bool good = back == a && c[0] == 10 && c[1] == 21;
-    if (!good)
-        std::printf("wrong: compact %d, batch %g %g\n", back == a, c[0], c[1]);
-    return good ? 0 : 1;
+    return back == a ? 0 : 1;
 }
