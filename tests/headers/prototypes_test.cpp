@@ -43,38 +43,32 @@ Type read_type(const std::string& text)
     return type;
 }
 
-// The library's own matching goes as deep as a text is long, which a sanitized stack does not bear: comments
-// and directives are taken out by hand.
-std::string without_comments(const std::string& source)
+/// The text without comments and directives. The library's own matching goes as deep as a text is long, which
+/// a sanitized stack does not bear: they are taken out by hand.
+std::string code_of(const std::string& source)
 {
-    std::string text;
+    std::string text, code;
     std::size_t at = 0;
     for (std::size_t open = 0; (open = source.find("/*", at)) != std::string::npos;) {
         text.append(source, at, open - at).push_back(' ');
         at = source.find("*/", open) + 2;
     }
-    return text.append(source, at);
-}
-
-std::string without_directives(const std::string& source)
-{
-    std::string text;
-    std::istringstream lines(source);
+    std::istringstream lines(text.append(source, at));
     bool goes_on = false;
     for (std::string line; std::getline(lines, line);) {
         const bool directive = goes_on || line.find_first_not_of(" \t") == line.find('#');
         goes_on = directive && line.ends_with('\\');
         if (!directive && line.find("extern \"C\" {") == std::string::npos)
-            text += line.substr(0, line.find("//")) + '\n';
+            code += line.substr(0, line.find("//")) + '\n';
     }
-    return text;
+    return code;
 }
 
 /// All declarations of functions in the text, in every branch of its conditions.
 std::vector<Prototype> read_prototypes(const std::string& source)
 {
     std::vector<Prototype> all;
-    std::istringstream statements(without_directives(without_comments(source)));
+    std::istringstream statements(code_of(source));
     for (std::string statement; std::getline(statements, statement, ';');) {
         statement.erase(0, statement.rfind('}') + 1); // the end of a struct or an enum lies ahead of it
         const auto open = statement.find('('), close = statement.find(')');
