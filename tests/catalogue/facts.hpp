@@ -15,19 +15,13 @@ inline Facts facts(const std::string& text)
     Facts all;
     std::istringstream in(text);
     std::string side;
-    for (std::string word; in >> word;) {
-        const bool last = word.back() == ';';
-        if (last)
-            word.pop_back();
+    for (std::string word; in >> word;)
         if (word == "=>") {
-            all.emplace_back(side, "");
-            side.clear();
-        } else if (!word.empty()) {
-            side += (side.empty() ? "" : " ") + word;
-        }
-        if (last)
+            all.emplace_back(std::exchange(side, ""), "");
+        } else if (side += (side.empty() ? "" : " ") + word; side.back() == ';') {
+            side.pop_back();
             all.back().second = std::exchange(side, "");
-    }
+        }
     return all;
 }
 

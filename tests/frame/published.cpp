@@ -62,13 +62,6 @@ bool with_lapack(const std::string& name)
     return name == "crot" || name == "zrot" || name == "xerbla_array";
 }
 
-std::vector<tests::Member> c_members()
-{
-    std::vector<tests::Member> all = tests::members();
-    all.insert(all.end(), tests::group_members().begin(), tests::group_members().end());
-    return all;
-}
-
 } // namespace
 
 Names traced()
@@ -81,20 +74,7 @@ Names traced()
     return all;
 }
 
-Names cblas_callees()
-{
-    Names all;
-    for (const tests::Member& member : c_members()) {
-        if (member.wide || member.family->narrow_only || member.is("_sub"))
-            continue;
-        const bool plain = (member.is("batch_strided") && !member.is("syrk")) || member.is("gemv_batch") ||
-                           member.is("dgmm_batch") || member.is("qnm_") || with_lapack(member.routine);
-        all.push_back((plain ? "" : "qnm_blas__") + member.routine);
-    }
-    return all;
-}
-
-Names of_lapacke(const std::string& routine, bool has_work_level)
+std::set<std::string> of_lapacke(const std::string& routine, bool has_work_level)
 {
     const Names both =
         spelled("LAPACKE_name LAPACKE_name_64 LAPACKE_name_work LAPACKE_name_work_64", routine);
@@ -188,8 +168,9 @@ std::vector<Names> bodies()
             if (entry_class == "checked")
                 alone({name}, "qnm_blas_errchk_name qnm_blas_errchk_name_ilp64");
         }
-    for (const tests::Member& member : c_members())
-        alone({member.name()}, "Name");
+    for (const auto* members : {&tests::members(), &tests::group_members()})
+        for (const tests::Member& member : *members)
+            alone({member.name()}, "Name");
     for (const Names& sparse : {lettered("sdcz", "axpyi gthr gthrz sctr"), lettered("sd", "roti doti"),
                                 lettered("cz", "dotui_sub dotci_sub")})
         alone(sparse, "cblas_name cblas_name_64");

@@ -2,6 +2,7 @@
 // have by hand, and the spellings of each family told here, independently of the tables.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,6 @@ using Names = std::vector<std::string>;
 
 /// Every entry of the BLAS that has a verbose cell: lower case, with `_64` for a wide one.
 Names traced();
-/// The spellings that the C interface calls, but for those of names that are one jump.
-Names cblas_callees();
 
 /// A service with a Fortran form (three spellings), which reads its arguments through pointers, and a C form
 /// that takes values.
@@ -40,7 +39,7 @@ struct Chain {
 const std::vector<Chain>& chains();
 
 /// The names that a function of the C interface to LAPACK has, by the routine's.
-Names of_lapacke(const std::string& routine, bool has_work_level);
+std::set<std::string> of_lapacke(const std::string& routine, bool has_work_level);
 
 /// Every other function of the library: the names that one address has.
 std::vector<Names> bodies();

@@ -1,9 +1,10 @@
 // What is not a function of a checked list of arguments: links of chains, forwards, services in both forms,
-// and leaving the process. Spellings of one function share an address: one of them is called.
+// leaving the process; and reports. Spellings of one function share an address: one of them is called.
 #include "layer.hpp"
 #include "published.hpp"
 
 #include <cstdlib>
+#include <stdexcept>
 
 namespace qnm {
 namespace {
@@ -112,6 +113,59 @@ TEST_F(Services, TheProcessEndsByTheHandlerOrInGoodOrder)
             call_entry("qnm_serv_iface_exit", {17});
         },
         ::testing::ExitedWithCode(17), "left in good order");
+}
+
+class Reports : public Services {};
+
+TEST_F(Reports, OfTheCInterfaceRegisterMeasureAndReport)
+{
+    const std::string endless(5000, 'x');
+    for (const auto& [reporter, name, measured, code] :
+         {std::tuple{"cblas_xerbla", "cblas_dgemm", 11U, 7},
+          {"cblas_xerbla", "cblas_dgemm", 3U, -5}, // the length is what the core measures
+          {"cblas_xerbla", endless.c_str(), 4096U, 1},
+          {"cblas_xerbla_malloc_error", "cblas_dgemm", 11U, 1000}}) { // takes no code
+        core().answers("qnm_serv_strnlen_s").with(wide_int{measured});
+        core().clear();
+        call_entry(reporter, {name, code});
+        EXPECT_THAT(core().calls(),
+                    ElementsAre(Called("qnm_serv_set_xerbla_interface", layer()["cdecl_xerbla"]),
+                                Called("qnm_serv_strnlen_s", name, 4096),
+                                Reported(std::string(name, measured), code)));
+        EXPECT_EQ(core().calls().back().code64(), code);
+    }
+}
+
+// From the end of a chain through the links, the core's router, the report and the entry; or from the core's
+// function itself, where a wide entry may have nothing of its own on the stack, and a traced one has a result
+// kept.
+TEST_F(Reports, ExceptionsReachTheCaller)
+{
+    const int one = 1, minus = -1;
+    const wide_int w1 = 1;
+    const std::tuple<std::string, std::vector<Word>, std::string> all[]{
+        {"dgemm_", {"N", "N", &minus, &one, &one}, "DGEMM "},
+        {"dgemm_64_", {"X", "N", &w1, &w1, &w1}, "DGEMM "},
+        {"qnm_blas_errchk_dgemm", {"N", "N", &minus, &one, &one}, "DGEMM "},
+        {"cblas_xerbla", {"cblas_dgemm", 3}, "cblas_dgemm"},
+        {"daxpyi_", {&one, nullptr, nullptr, &one, nullptr}, "DAXPYI"},
+        {"ddot", {&one, nullptr, &one, nullptr, &one}, ""},
+        {"ddot_64", {&w1, nullptr, &w1, nullptr, &w1}, ""}};
+    for (const char* thrower : {"qnm_serv_default_xerbla", "qnm_blas_ddot"})
+        core().answers(thrower).calling([](Call& call, Answer&) { throw std::runtime_error(call.text); });
+    core().forward_reports(true);
+    for (const int mode : {0, 1})
+        for (const auto& [entry, words, thrown] : all) {
+            core().mode(mode);
+            core().fail_allocation(1);
+            std::string caught = "nothing";
+            try {
+                call_entry(entry, words);
+            } catch (const std::runtime_error& error) {
+                caught = error.what();
+            }
+            EXPECT_EQ(caught, thrown) << entry;
+        }
 }
 
 } // namespace

@@ -9,18 +9,19 @@ rm -rf "$scratch"
 mkdir -p "$scratch/consumer"
 cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
 
-languages="C"
+languages=C
 ! command -v gfortran >/dev/null || languages="C Fortran"
+ways() { echo "$1: $languages built and ran"; }
+run() { "$@" -o "$scratch/program" && "$scratch/program"; }
 
 readme() { # COMPILER SOURCE FLAGS
   local line=$(sed -n "s/^    $1 program[^ ]* //p" "$source/../../README.md")
   test -n "$line"
-  $1 $3 "$2" -o "$scratch/program" ${line//build\/release/$build}
-  LD_LIBRARY_PATH=$build/lib "$scratch/program"
+  LD_LIBRARY_PATH=$build/lib run $1 $3 "$2" ${line//build\/release/$build}
 }
 readme cc "$source/program.c" "$flags"
 [ "$languages" = C ] || readme gfortran "$source/complex_function.f90"
-echo "README: $languages built and ran"
+ways README
 
 cat >"$scratch/consumer/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
@@ -37,20 +38,13 @@ cmake -S "$scratch/consumer" -B "$scratch/consumer/build" -DCMAKE_PREFIX_PATH="$
   -DCMAKE_C_FLAGS="$flags" >"$scratch/configure.log"
 cmake --build "$scratch/consumer/build" >"$scratch/build.log"
 for language in $languages; do "$scratch/consumer/build/consumer_$language"; done
-echo "find_package: $languages built and ran"
+ways find_package
 
-if ! command -v pkg-config >/dev/null; then
-  echo "pkg-config: not here, left out"
-  exit 0
-fi
+command -v pkg-config >/dev/null || { echo "pkg-config: not here, left out"; exit 0; }
 description=$(find "$scratch/usr" -name qnm.pc)
 export PKG_CONFIG_PATH=${description%/*}
 test "$(pkg-config --modversion qnm)" = "$version"
 export LD_LIBRARY_PATH=$(pkg-config --variable=libdir qnm)
-${CC:-cc} $flags $(pkg-config --cflags qnm) "$source/program.c" -o "$scratch/program" $(pkg-config --libs qnm) -lqnm_core
-"$scratch/program"
-if [ "$languages" != C ]; then
-  gfortran "$source/complex_function.f90" -o "$scratch/program" $(pkg-config --libs qnm-gnu) -lqnm_core
-  "$scratch/program"
-fi
-echo "pkg-config: $languages built and ran"
+run ${CC:-cc} $flags $(pkg-config --cflags qnm) "$source/program.c" $(pkg-config --libs qnm) -lqnm_core
+[ "$languages" = C ] || run gfortran "$source/complex_function.f90" $(pkg-config --libs qnm-gnu) -lqnm_core
+ways pkg-config

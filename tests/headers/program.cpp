@@ -1,9 +1,7 @@
 // A program of C++11: complex numbers are those of the standard library, handlers have the published types.
 #include <qnm/qnm.h>
 
-#include <cstdio>
 #include <type_traits>
-#include <vector>
 
 static_assert(std::is_same<qnm_xerbla_t, decltype(&xerbla_)>::value, "links are handlers");
 static_assert(std::is_same<qnm_progress_t, decltype(&qnm_progress)>::value, "links are callbacks");
@@ -11,29 +9,16 @@ static_assert(std::is_same<qnm_pardiso_pivot_t, decltype(&QNM_PARDISO_PIVOT)>::v
 static_assert(std::is_same<decltype(dgemm), decltype(DGEMM)>::value, "spellings have one type");
 static_assert(!std::is_same<decltype(dgemm), decltype(dgemm_64)>::value, "widths have two");
 
+static_assert(std::is_same<qnm_complex8, std::complex<float>>::value,
+              "complex numbers are those of the language");
+static_assert(std::is_same<qnm_complex16, std::complex<double>>::value,
+              "complex numbers are those of the language");
+
 int main()
 {
-    // A stored batch of one: the compact form gives back what it took.
-    const std::complex<double> i(0, 1);
-    std::vector<std::complex<double>> a{1.0, i, -i, 2.0}, back(4);
-    const std::complex<double>* from[] = {a.data()};
-    std::complex<double>* to[] = {back.data()};
-    std::vector<double> compact(4 * 2 * 8);
-    const int format = QNM_GET_FORMAT_COMPACT();
-    qnm_zgepack_compact(QNM_COL_MAJOR, 2, 2, from, 2, compact.data(), 2, format, 1);
-    qnm_zgeunpack_compact(QNM_COL_MAJOR, 2, 2, to, 2, compact.data(), 2, format, 1);
-
-    // A group of two products, each with addresses of its own.
-    const int one = 1, two = 2;
-    const double alpha = 1, beta = 0, x[] = {2, 3}, y[] = {5, 7};
-    double c[] = {0, 0};
-    const double* as[] = {x, x + 1};
-    const double* bs[] = {y, y + 1};
-    double* cs[] = {c, c + 1};
-    dgemm_batch_("N", "N", &one, &one, &one, &alpha, as, &one, bs, &one, &beta, cs, &one, &one, &two);
-
-    const bool good = back == a && c[0] == 10 && c[1] == 21;
-    if (!good)
-        std::printf("wrong: compact %d, batch %g %g\n", back == a, c[0], c[1]);
-    return good ? 0 : 1;
+    const int n = 2, one = 1;
+    const std::complex<double> z[] = {{1, 2}, 3.0};
+    std::complex<double> product;
+    zdotc(&product, &n, z, &one, z, &one);
+    return product == 14.0 ? 0 : 1; // |1+2i|^2 + |3|^2
 }

@@ -43,38 +43,32 @@ Type read_type(const std::string& text)
     return type;
 }
 
-// The library's own matching goes as deep as a text is long, which a sanitized stack does not bear: comments
-// and directives are taken out by hand.
-std::string without_comments(const std::string& source)
+/// The text without comments and directives. The library's own matching goes as deep as a text is long, which
+/// a sanitized stack does not bear: they are taken out by hand.
+std::string code_of(const std::string& source)
 {
-    std::string text;
+    std::string text, code;
     std::size_t at = 0;
     for (std::size_t open = 0; (open = source.find("/*", at)) != std::string::npos;) {
         text.append(source, at, open - at).push_back(' ');
         at = source.find("*/", open) + 2;
     }
-    return text.append(source, at);
-}
-
-std::string without_directives(const std::string& source)
-{
-    std::string text;
-    std::istringstream lines(source);
+    std::istringstream lines(text.append(source, at));
     bool goes_on = false;
     for (std::string line; std::getline(lines, line);) {
         const bool directive = goes_on || line.find_first_not_of(" \t") == line.find('#');
         goes_on = directive && line.ends_with('\\');
         if (!directive && line.find("extern \"C\" {") == std::string::npos)
-            text += line.substr(0, line.find("//")) + '\n';
+            code += line.substr(0, line.find("//")) + '\n';
     }
-    return text;
+    return code;
 }
 
 /// All declarations of functions in the text, in every branch of its conditions.
 std::vector<Prototype> read_prototypes(const std::string& source)
 {
     std::vector<Prototype> all;
-    std::istringstream statements(without_directives(without_comments(source)));
+    std::istringstream statements(code_of(source));
     for (std::string statement; std::getline(statements, statement, ';');) {
         statement.erase(0, statement.rfind('}') + 1); // the end of a struct or an enum lies ahead of it
         const auto open = statement.find('('), close = statement.find(')');
@@ -116,34 +110,21 @@ const std::map<std::string, Prototype>& ours()
     return all;
 }
 
-Names without(const Names& from, const Names& taken)
-{
-    Names rest;
-    std::set_difference(from.begin(), from.end(), taken.begin(), taken.end(),
-                        std::inserter(rest, rest.end()));
-    return rest;
-}
-
 TEST(HeaderNames, AreThoseThatTheLibraryExports)
 {
     // Exported for other interfaces of the library, for the project's tests and for the core, not for
     // programs.
-    const auto is_private = [](const std::string& name) {
-        for (const char* prefix :
-             {"qnm_blas__", "qnm_lapack__", "qnm_serv_iface_", "qnm_blas_errchk_", "qnm_lapack_errchk_",
-              "qnm_lapack_ps_errchk_", "qnm_trans_errchk_", "cdecl_", "qnm_set_xerbla_interface"})
-            if (name.starts_with(prefix))
-                return true;
-        return false;
-    };
-    Names exported, declared;
+    const std::regex not_for_programs(
+        "(qnm_(blas__|lapack__|serv_iface_|(blas|lapack|lapack_ps|trans)_errchk_)|"
+        "cdecl_|qnm_set_xerbla_interface).*");
+    Names exported, declared, in_one;
     for (const support::Symbol& symbol : support::ElfFile(QNM_LAYER_FILE).exported())
-        if (!is_private(symbol.name))
+        if (!std::regex_match(symbol.name, not_for_programs))
             exported.insert(symbol.name);
     for (const auto& [name, prototype] : ours())
         declared.insert(name);
-    EXPECT_THAT(without(declared, exported), IsEmpty()) << "declared and not exported";
-    EXPECT_THAT(without(exported, declared), IsEmpty()) << "exported and not declared";
+    std::ranges::set_symmetric_difference(declared, exported, std::inserter(in_one, in_one.end()));
+    EXPECT_THAT(in_one, IsEmpty()) << "exported or declared, and not both";
 }
 
 /// How a published header spells what ours has.
@@ -156,8 +137,7 @@ struct Habits {
 bool agree(const Type& our, const Type& their, const Habits& habits)
 {
     const auto meaning = [&](const std::string& word) {
-        const auto found = habits.words.find(word);
-        return found == habits.words.end() ? word : found->second;
+        return habits.words.contains(word) ? habits.words.at(word) : word;
     };
     if (habits.subroutines_return_int && our.element == "void" && our.stars == 0)
         return their.stars == 0 && (their.element == "int" || their.element == "void");

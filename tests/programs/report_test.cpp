@@ -5,41 +5,27 @@
 namespace qnm::run {
 namespace {
 
-TEST(Report, ReadsNameArgumentsAndTimeOfALine)
+TEST(Report, ReadsCallsAndPassesOverOtherLines)
 {
-    struct Case {
-        const char* line;
-        const char* name;
-        std::size_t arguments;
-        double seconds;
-        std::vector<std::int64_t> sizes;
-    };
-    const Case cases[] = {
-        {"QNM_VERBOSE DGEMM(N,T,4,5,6,0x1,0x2,40,0x3,50,0x4,0x5,60) 1.250us",
-         "DGEMM",
-         13,
-         1.25e-6,
-         {4, 5, 6}},
-        {"QNM_VERBOSE ZDOTU_64(0x7f,9000000000,0x8f,1,0x9f,-1) 12ms", "ZDOTU_64", 6, 0.012, {9000000000}},
-        {"QNM_VERBOSE DGBMV(N,-1,7,2,3,0x1,0x2,40,0x3,1,0x4,0x5,1) 2.5s", "DGBMV", 13, 2.5, {-1, 7, 2, 3}},
-        {"QNM_VERBOSE DCABS1(0x1) 35ns threads:2", "DCABS1", 1, 35e-9, {}},
-        {"QNM_VERBOSE DTRSV(U,N,(,3,(nil),4,0x2,1) 1us", "DTRSV", 8, 1e-6, {3}},
-        {"QNM_VERBOSE DSCAL(2,0x1,0x2,1) -", "DSCAL", 4, 0, {2}},
-        {"QNM_VERBOSE QNM_GET_FORMAT_COMPACT() 0ns", "QNM_GET_FORMAT_COMPACT", 0, 0, {}},
-    };
-    for (const Case& expected : cases) {
-        SCOPED_TRACE(expected.line);
-        const auto call = parse_call(expected.line);
+    using Sizes = std::vector<std::int64_t>;
+    for (const auto& [line, name, count, seconds, sizes] :
+         {std::tuple{"DGEMM(N,T,4,5,6,0x1,0x2,40,0x3,50,0x4,0x5,60) 1.250us", "DGEMM", 13U, 1.25e-6,
+                     Sizes{4, 5, 6}},
+          {"ZDOTU_64(0x7f,9000000000,0x8f,1,0x9f,-1) 12ms", "ZDOTU_64", 6U, 0.012, Sizes{9000000000}},
+          {"DGBMV(N,-1,7,2,3,0x1,0x2,40,0x3,1,0x4,0x5,1) 2.5s", "DGBMV", 13U, 2.5, Sizes{-1, 7, 2, 3}},
+          {"DCABS1(0x1) 35ns threads:2", "DCABS1", 1U, 35e-9, Sizes{}},
+          {"DTRSV(U,N,(,3,(nil),4,0x2,1) 1us", "DTRSV", 8U, 1e-6, Sizes{3}},
+          {"DSCAL(2,0x1,0x2,1) -", "DSCAL", 4U, 0.0, Sizes{2}},
+          {"QNM_GET_FORMAT_COMPACT() 0ns", "QNM_GET_FORMAT_COMPACT", 0U, 0.0, Sizes{}}}) {
+        SCOPED_TRACE(line);
+        const std::string traced = std::string("QNM_VERBOSE ") + line;
+        const auto call = parse_call(traced);
         ASSERT_TRUE(call);
-        EXPECT_EQ(call->name, expected.name);
-        EXPECT_EQ(call->arguments.size(), expected.arguments);
-        EXPECT_NEAR(call->seconds, expected.seconds, 1e-12 * expected.seconds);
-        EXPECT_EQ(sizes_of(call->name, call->arguments), expected.sizes);
+        EXPECT_EQ(call->name, name);
+        EXPECT_EQ(call->arguments.size(), count);
+        EXPECT_NEAR(call->seconds, seconds, 1e-12 * seconds);
+        EXPECT_EQ(sizes_of(call->name, call->arguments), sizes);
     }
-}
-
-TEST(Report, PassesOverLinesThatTellNoCall)
-{
     for (const char* line : {"", "DGEMM(N) 1us", "QNM_VERBOSE library 2.0 (64-bit integers) 2 threads",
                              "QNM_VERBOSE DGEMM(N,T,4", "QNM_VERBOSE DGEMM(N) 1", "QNM_VERBOSE DGEMM(N) fast",
                              "QNM_VERBOSE DGEMM(N) 1hour", "QNM_VERBOSE (N) 1us"})
@@ -48,13 +34,14 @@ TEST(Report, PassesOverLinesThatTellNoCall)
 
 TEST(Report, WritesDurationsWithThreeDigits)
 {
-    EXPECT_EQ(duration_text(0), "0.00ns");
-    EXPECT_EQ(duration_text(1.234e-9), "1.23ns");
-    EXPECT_EQ(duration_text(9.996e-6), "10.0us");
-    EXPECT_EQ(duration_text(0.0999), "99.9ms");
-    EXPECT_EQ(duration_text(0.99949), "999ms");
-    EXPECT_EQ(duration_text(0.99951), "1.00s");
-    EXPECT_EQ(duration_text(4321), "4321s");
+    for (const auto& [seconds, text] : {std::pair{0.0, "0.00ns"},
+                                        {1.234e-9, "1.23ns"},
+                                        {9.996e-6, "10.0us"},
+                                        {0.0999, "99.9ms"},
+                                        {0.99949, "999ms"},
+                                        {0.99951, "1.00s"},
+                                        {4321.0, "4321s"}})
+        EXPECT_EQ(duration_text(seconds), text);
 }
 
 TEST(Report, TotalsByRoutineWithTheLargestOfEachSize)

@@ -20,26 +20,19 @@
         ret
 
         CALLEE  changes_mxcsr
-        sub     $8, %rsp
-        stmxcsr (%rsp)
-        orl     $0x2000, (%rsp)
-        ldmxcsr (%rsp)
-        add     $8, %rsp
+        ldmxcsr 1f(%rip)
         ret
+1:      .long   0x3F80
 
         CALLEE  changes_x87
-        sub     $8, %rsp
-        fnstcw  (%rsp)
-        xorw    $0x0400, (%rsp)
-        fldcw   (%rsp)
-        add     $8, %rsp
+        fldcw   1f(%rip)
         ret
+1:      .word   0x077F
 
         /* A caller that comes into the core with the stack off by eight. */
         CALLEE  calls_misaligned
         call    qnm_blas_any@PLT
-        sub     $8, %rsp
-        add     $8, %rsp
+        nop
         ret
 
         .section .note.GNU-stack, "", @progbits
