@@ -242,17 +242,30 @@ int last_code(const FunctionCall& call, const std::string& option)
     throw std::out_of_range(option);
 }
 
-TEST(Numbers, GroupBatchesComeToWhatSingleCallsMake)
+TEST(Numbers, BatchesComeToWhatSingleCallsMake)
 {
-    each_layout(group_members(), [](const Member& member, int layout) {
-        if (!member.has_layout() || member.is("dgmm"))
-            return;                                     // these have no single call in either layout
-        FunctionCall batch = filled(member, layout, 2); // of one problem and of two
+    std::vector<Member> batches = group_members();
+    std::ranges::copy_if(members(), std::back_inserter(batches),
+                         [](const Member& m) { return m.is("_batch"); });
+    int compared = 0;
+    each_layout(batches, [&](const Member& member, int layout) {
+        if (member.is("dgmm"))
+            return; // has no single call
+        ++compared;
+        constexpr std::size_t problems = 3;
+        const bool strided = !member.has_groups();
+        FunctionCall batch = filled(member, layout, strided ? 0 : 2); // groups have one problem and two
+        if (!member.has_layout()) // its length has no test, and is 1 otherwise
+            batch.set("n", 9);
         for (const std::string& name : names(batch)) {
-            if (option_of(name) != nullptr && name != "diag")
+            if (name == "diag") // so that solutions divide by nothing
+                batch.set(name, 132);
+            else if (name == "batch_size")
+                batch.set(name, problems);
+            else if (strided)
+                continue;
+            else if (option_of(name) != nullptr)
                 batch.set(name, last_code(batch, name), 1);
-            else if (name == "diag") // so that solutions divide by nothing
-                batch.set(name, 132, 0).set(name, 132, 1);
             else if (name == "m" || name == "n" || name == "k")
                 batch.set(name, batch.integer(name) - 1, 1);
             else if (name.starts_with("inc"))
@@ -261,27 +274,44 @@ TEST(Numbers, GroupBatchesComeToWhatSingleCallsMake)
                 batch.put(name, integer(1, 3), i);
         }
         std::vector<FunctionCall> together;
-        for (const std::size_t group : {0U, 1U, 1U})
-            together.push_back(single_call(member, batch, group));
+        for (std::size_t p = 0; p < problems; ++p)
+            together.push_back(single_call(member, batch, strided || p == 0 ? 0 : 1));
         std::vector<FunctionCall> alone = together;
-        for (const std::string& name : names(batch))
-            for (std::size_t p = 0; is_matrix(name) && p < 3; ++p)
-                batch.put(
-                    name,
-                    static_cast<long double>(reinterpret_cast<std::intptr_t>(together[p].address(name))), p);
+        const auto step = [&](const std::string& name) { // of a strided batch, in real numbers
+            return static_cast<std::size_t>(batch.integer("stride" + name)) * (member.complex() ? 2 : 1);
+        };
+        const auto kept = [&](const std::string& name) {
+            return std::min(together[0].size(name), step(name));
+        };
+        for (const std::string& name : names(batch)) {
+            if (strided && is_matrix(name))
+                batch.fill(name, problems * step(name));
+            for (std::size_t p = 0; is_matrix(name) && p < problems; ++p)
+                if (!strided)
+                    batch.put(
+                        name,
+                        static_cast<long double>(reinterpret_cast<std::intptr_t>(together[p].address(name))),
+                        p);
+                else
+                    for (std::size_t i = 0; i < kept(name); ++i)
+                        batch.put(name, together[p].number(together[p].index(name), i), p * step(name) + i);
+        }
         batch.run();
-        for (std::size_t p = 0; p < 3; ++p) {
+        for (std::size_t p = 0; p < problems; ++p) {
             const FunctionCall before = alone[p];
             alone[p].run();
             bool changed = false;
             for (const std::string& name : names(alone[p]))
                 if (is_matrix(name)) {
+                    for (std::size_t i = 0; strided && i < kept(name); ++i)
+                        together[p].put(name, batch.number(batch.index(name), p * step(name) + i), i);
                     EXPECT_EQ(together[p].values(name), alone[p].values(name)) << name;
                     changed = changed || alone[p].values(name) != before.values(name);
                 }
             EXPECT_TRUE(changed);
         }
     });
+    EXPECT_EQ(compared, 2 * 2 * (2 * 18 + 8));
 }
 
 /// By rows the signed operand is the second, since operands change places on the way to the column-major

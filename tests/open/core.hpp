@@ -42,24 +42,26 @@ const std::string letter{is_complex<T> ? (sizeof(T) == 8 ? "c" : "z") : (sizeof(
     void suite##_##name()
 #define QNM_TYPED(suite, name) QNM_TYPED_OF(suite, name, float, double, cfloat, cdouble)
 
-// Calls `test` with a letter out of each text, in all combinations.
-void each_choice(const std::vector<std::string>& texts, auto test, const std::string& chosen = "")
-{
-    if (chosen.size() < texts.size()) {
-        for (const char choice : texts[chosen.size()])
-            each_choice(texts, test, chosen + choice);
-        return;
-    }
-    SCOPED_TRACE(chosen);
-    test(chosen.data());
-}
-
 // ---- matrices
 
 inline int random_integer(int low, int high)
 {
     static std::mt19937 generator(20240229);
     return std::uniform_int_distribution(low, high)(generator);
+}
+
+// A letter in either case.
+inline char pick(const std::string& letters)
+{
+    const auto at = static_cast<std::size_t>(random_integer(0, static_cast<int>(letters.size()) - 1));
+    return static_cast<char>(letters[at] + random_integer(0, 1) * ('a' - 'A'));
+}
+
+// None, few, and more than kernels and blocks take.
+inline core_int any_size()
+{
+    const int kind = random_integer(0, 3);
+    return kind == 0 ? random_integer(60, 150) : random_integer(0, kind == 1 ? 3 : 40);
 }
 
 // Small whole numbers: sums of their products are exact in every type, whatever the order.
@@ -76,9 +78,17 @@ std::vector<T> random_vector(core_int n)
     return v;
 }
 
+// 0, 1 or any.
+template <class T>
+T any_factor()
+{
+    const int kind = random_integer(0, 2);
+    return kind == 2 ? random_vector<T>(1)[0] : T(static_cast<real_t<T>>(kind));
+}
+
 inline bool turns(char trans)
 {
-    return trans == 'T' || trans == 'C';
+    return core::same_letter(trans, 'T') || core::same_letter(trans, 'C');
 }
 
 // Column-major, with room to spare below the rows. The elements of a column stand `inc` apart; below zero,
@@ -106,7 +116,7 @@ struct Matrix {
     T op(char trans, core_int i, core_int j) const
     {
         const T x = turns(trans) ? (*this)(j, i) : (*this)(i, j);
-        return trans == 'C' || trans == 'R' ? conjugate(x) : x;
+        return core::same_letter(trans, 'C') || core::same_letter(trans, 'R') ? conjugate(x) : x;
     }
     // Becomes alpha * op(X) + beta * itself, which is not read if beta is zero.
     Matrix& take(char trans, const Matrix& x, T alpha = T(1), T beta = T(0))
@@ -121,6 +131,20 @@ struct Matrix {
         for (core_int i = 0; i < std::min(rows, columns); ++i)
             (*this)(i, i) = value;
         return *this;
+    }
+    static bool holds(char uplo, core_int i, core_int j)
+    {
+        return core::same_letter(uplo, 'U') ? i <= j : i >= j;
+    }
+    // A triangle's elements one behind the other, column by column.
+    std::vector<T> packed(char uplo) const
+    {
+        std::vector<T> all;
+        for (core_int j = 0; j < columns; ++j)
+            for (core_int i = 0; i < rows; ++i)
+                if (holds(uplo, i, j))
+                    all.push_back((*this)(i, j));
+        return all;
     }
     // What no result may depend on.
     Matrix& spoil() { return take('N', *this, T(std::numeric_limits<real_t<T>>::quiet_NaN())); }
@@ -221,12 +245,25 @@ core_int lapack(const std::string& name, const A&... arguments)
 // Fortran convention with arguments collected at run time: all of them pointers. Too many do no harm.
 inline void by_pointers(const std::string& name, std::vector<const void*> p)
 {
-    p.resize(18);
+    p.resize(26);
     const auto call = [&]<std::size_t... i>(std::index_sequence<i...>)
     {
         by_value(name, p[i]...);
     };
-    call(std::make_index_sequence<18>{});
+    call(std::make_index_sequence<26>{});
+}
+
+template <class R = int, class... A>
+R service(const std::string& name, const A&... arguments)
+{
+    return by_value<R>("qnm_serv_" + name, arguments...);
+}
+
+// The core's own formatting, which takes any arguments.
+inline auto snprintf_s()
+{
+    return reinterpret_cast<int (*)(char*, std::size_t, std::size_t, const char*, ...)>(
+        core_symbol("qnm_serv_snprintf_s"));
 }
 
 // ---- reports and memory
@@ -238,12 +275,20 @@ struct Reports {
     Reports()
     {
         told.clear();
-        by_value("qnm_serv_set_xerbla", &note);
+        service("set_xerbla", &note);
     }
-    ~Reports() { by_value("qnm_serv_set_xerbla", nullptr); }
+    ~Reports() { service("set_xerbla", nullptr); }
     static void note(const char* name, const int* code, int length)
     {
         told.push_back(std::string(name, static_cast<std::size_t>(length)) + " " + std::to_string(*code));
+    }
+    // With the letter of T in place of question marks.
+    template <class T>
+    static void expect(std::vector<std::string> expected)
+    {
+        for (std::string& line : expected)
+            std::ranges::replace(line, '?', core::upper_case(letter<T>[0]));
+        EXPECT_EQ(told, expected);
     }
 };
 
@@ -252,7 +297,7 @@ using Use = std::pair<std::int64_t, int>;
 inline Use in_use()
 {
     int blocks = 0;
-    const auto bytes = by_value<std::int64_t>("qnm_serv_mem_stat", &blocks);
+    const auto bytes = service<std::int64_t>("mem_stat", &blocks);
     return {bytes, blocks};
 }
 

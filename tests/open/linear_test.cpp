@@ -6,34 +6,34 @@ namespace {
 
 QNM_TYPED(Linear, GemmtIsOneTriangleOfGemm)
 {
-    each_choice({"Ul", "NTC", "NTC", "02"}, [](const char* option) {
-        const core_int k = 7;
-        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[3] - '0'));
-        for (const core_int n : {0, 1, 31, 70}) {
-            const auto a = stored<T>(option[1], n, k), b = stored<T>(option[2], k, n);
-            Matrix<T> c(n, n), whole = c, expected = c;
-            blas<T>("?gemm", option[1], option[2], n, n, k, alpha, a, b, beta, whole);
-            for (core_int j = 0; j < n; ++j)
-                for (core_int i = 0; i < n; ++i)
-                    if (*option == 'U' ? i <= j : i >= j)
-                        expected(i, j) = whole(i, j);
-            blas<T>("?gemmt", option[0], option[1], option[2], n, k, alpha, a, b, beta, c);
-            ASSERT_EQ(c.data, expected.data) << n;
-        }
-    });
+    for (int round = 0; round < 100; ++round) {
+        const char uplo = pick("UL"), transa = pick("NTC"), transb = pick("NTC");
+        const core_int n = any_size(), k = any_size();
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
+        const auto a = stored<T>(transa, n, k), b = stored<T>(transb, k, n);
+        Matrix<T> c(n, n), expected = c;
+        blas<T>("?gemm", transa, transb, n, n, k, alpha, a, b, beta, expected);
+        for (core_int j = 0; j < n; ++j)
+            for (core_int i = 0; i < n; ++i)
+                if (!c.holds(uplo, i, j))
+                    expected(i, j) = c(i, j);
+        blas<T>("?gemmt", uplo, transa, transb, n, k, alpha, a, b, beta, c);
+        ASSERT_EQ(c.data, expected.data) << uplo << transa << transb << n;
+    }
 }
 
 QNM_TYPED(Linear, TriangularOutOfPlaceAndPacked)
 {
-    each_choice({"LR", "UL", "NTC", "NU", "03", "sb"}, [](const char* option) {
-        const auto [side, uplo, trans, diag] = std::tie(option[0], option[1], option[2], option[3]);
-        const core_int m = option[5] == 's' ? 3 : 67, n = option[5] == 's' ? 4 : 130; // several panels
-        const T alpha = T(2), beta = T(static_cast<real_t<T>>(option[4] - '0'));
+    for (int round = 0; round < 60; ++round) {
+        const char side = core::upper_case(pick("LR")), uplo = pick("UL"), trans = pick("NTC"),
+                   diag = pick("NU");
+        const core_int m = any_size(), n = any_size();
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
         Matrix<T> a(side == 'L' ? m : n, side == 'L' ? m : n);
         a.take('N', a, T(static_cast<real_t<T>>(0.002))).fill_diagonal(T(2)); // solutions do not grow
         const Matrix<T> b(m, n), before(m, n, 5);
         for (const std::string routine : {"?trmm", "?trsm"}) {
-            Matrix<T> plain = b, c = before, expected = before;
+            Matrix<T> plain = b, x = b, c = before, expected = before;
             blas<T>(routine, side, uplo, trans, diag, m, n, alpha, a, plain);
             expected.take('N', plain, T(1), beta);
             if (beta == T(0)) // then C may hold anything
@@ -42,54 +42,48 @@ QNM_TYPED(Linear, TriangularOutOfPlaceAndPacked)
             expect_near(c.data, expected.data);
             if (is_complex<T> || routine != "?trmm")
                 continue;
-            std::vector<T> packed;
-            for (core_int j = 0; j < a.columns; ++j)
-                for (core_int i = uplo == 'U' ? 0 : j; i <= (uplo == 'U' ? j : a.rows - 1); ++i)
-                    packed.push_back(a(i, j));
-            Matrix<T> x = b;
-            blas<T>("?ptrmm", side, uplo, trans, diag, m, n, alpha, packed, x);
+            blas<T>("?ptrmm", side, uplo, trans, diag, m, n, alpha, a.packed(uplo), x);
             expect_near(x.data, plain.data);
         }
-    });
+    }
 }
 
 QNM_TYPED_OF(Linear, ARealMatrixIsAComplexOne, cfloat, cdouble)
 {
     const std::string mixed = letter<real_t<T>> + "?";
-    each_choice({"NTC", "NTC", "01"}, [&](const char* option) {
-        const core_int m = 6, n = 5, k = 8;
-        const T alpha(2, -1), beta = option[2] == '0' ? T(0) : T(1, 3);
-        const auto a = stored<real_t<T>>(option[0], m, k);
-        const auto b = stored<T>(option[1], k, n);
+    for (int round = 0; round < 60; ++round) {
+        const char transa = pick("NTC"), transb = pick("NTC");
+        const core_int m = any_size(), n = any_size(), k = any_size(), inc = random_integer(1, 3);
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
+        const auto a = stored<real_t<T>>(transa, m, k);
+        const auto b = stored<T>(transb, k, n);
         Matrix<T> wide(a.rows, a.columns), c(m, n), expected = c;
         wide.data.assign(a.data.begin(), a.data.end());
-        blas<T>(mixed + "gemm", option[0], option[1], m, n, k, alpha, a, b, beta, c);
-        blas<T>("?gemm", option[0], option[1], m, n, k, alpha, wide, b, beta, expected);
+        blas<T>(mixed + "gemm", transa, transb, m, n, k, alpha, a, b, beta, c);
+        blas<T>("?gemm", transa, transb, m, n, k, alpha, wide, b, beta, expected);
         ASSERT_EQ(c.data, expected.data);
-        for (const core_int inc : {1, 3, -2}) {
-            Matrix<T> x(k, 1, 0, inc), y(m, 1, 0, -inc), expected_y = y;
-            if (beta == T(0)) // then y may hold anything
-                y.spoil();
-            blas<T>(mixed + "gemv", option[0], a.rows, a.columns, alpha, a, x.data, x.inc, beta, y.data,
-                    y.inc);
-            blas<T>("?gemv", option[0], a.rows, a.columns, alpha, wide, x.data, x.inc, beta, expected_y.data,
-                    y.inc);
-            ASSERT_EQ(y.data, expected_y.data) << inc;
-        }
-    });
+        if (m == 0 || k == 0)
+            continue;
+        Matrix<T> x(k, 1, 0, inc - 4), y(m, 1, 0, round % 2 == 0 ? inc : -inc), expected_y = y;
+        if (beta == T(0)) // then y may hold anything
+            y.spoil();
+        blas<T>(mixed + "gemv", transa, a.rows, a.columns, alpha, a, x.data, x.inc, beta, y.data, y.inc);
+        blas<T>("?gemv", transa, a.rows, a.columns, alpha, wide, x.data, x.inc, beta, expected_y.data, y.inc);
+        ASSERT_EQ(y.data, expected_y.data) << transa << y.inc;
+    }
 }
 
 QNM_TYPED(Linear, TwoProductsWithOneMatrix)
 {
-    const core_int m = 6, n = 4;
-    const Matrix<T> a(m, n);
+    const Matrix<T> a(6, 4);
     const T alpha = T(2), beta = T(3);
     const auto x1 = random_vector<T>(20), x2 = x1, y = x1;
     auto y1 = y, y2 = y, expected1 = y, expected2 = y;
     const core_int two = 2, back = -1, one = 1, far = -3;
-    blas<T>(is_complex<T> ? "?gem2vc" : "?gem2vu", m, n, alpha, a, x1, two, x2, back, beta, y1, one, y2, far);
-    blas<T>("?gemv", 'N', m, n, alpha, a, x1, two, beta, expected1, one);
-    blas<T>("?gemv", 'C', m, n, alpha, a, x2, back, beta, expected2, far);
+    blas<T>(is_complex<T> ? "?gem2vc" : "?gem2vu", a.rows, a.columns, alpha, a, x1, two, x2, back, beta, y1,
+            one, y2, far);
+    blas<T>("?gemv", 'N', a.rows, a.columns, alpha, a, x1, two, beta, expected1, one);
+    blas<T>("?gemv", 'C', a.rows, a.columns, alpha, a, x2, back, beta, expected2, far);
     EXPECT_EQ(y1, expected1);
     EXPECT_EQ(y2, expected2);
 }
@@ -127,11 +121,7 @@ QNM_TYPED(Linear, SparseVectorsAreDenseOnes)
     } else {
         found = blas<T, T>("?doti", nz, x0, indx, y0);
         blas<T>("?roti", nz, x, indx, y, c, s);
-        expect([&](T& xi, T& yi) {
-            const T old = xi;
-            xi = c * xi + s * yi;
-            yi = c * yi - s * old;
-        });
+        expect([&](T& xi, T& yi) { std::tie(xi, yi) = std::pair(c * xi + s * yi, c * yi - s * xi); });
     }
     EXPECT_EQ(found, dot);
 }

@@ -59,47 +59,48 @@ TEST(Closedness, TheEngineIsNotTakenOver)
         blas(name, 'N', 'N', n, n, n, alpha, a, n, a, n, beta, c, n);
         EXPECT_EQ(c, (std::vector<double>{7, 10, 15, 22})) << name;
     }
-    EXPECT_GT(by_value<int>("qnm_serv_get_max_threads"), 0);
+    EXPECT_GT(service("get_max_threads"), 0);
     EXPECT_EQ(taken_over, 0);
 }
 
-bool aligned(const void* block, int alignment)
+using Bytes = unsigned char*;
+bool aligned(const void* block, unsigned alignment)
 {
-    return reinterpret_cast<std::uintptr_t>(block) % static_cast<unsigned>(alignment) == 0;
+    return reinterpret_cast<std::uintptr_t>(block) % alignment == 0;
 }
 
 TEST(Memory, IsAlignedCountedAndGivenBack)
 {
     const auto [bytes, blocks] = in_use();
-    std::vector<unsigned char*> taken;
-    for (const auto& [wanted, least] : {std::pair{0, 64}, {1, 64}, {64, 64}, {168, 256}, {4096, 4096}}) {
-        taken.push_back(by_value<unsigned char*>("qnm_serv_malloc", std::size_t{100}, wanted));
+    std::vector<Bytes> taken;
+    for (const auto& [wanted, least] : {std::pair{0, 64U}, {1, 64U}, {168, 256U}, {4096, 4096U}}) {
+        taken.push_back(service<Bytes>("malloc", std::size_t{100}, wanted));
         EXPECT_TRUE(aligned(taken.back(), least)) << wanted;
         std::memset(taken.back(), 0xa5, 100);
     }
-    EXPECT_EQ(in_use(), Use(bytes + 500, blocks + 5));
-    taken.back() = by_value<unsigned char*>("qnm_serv_realloc", taken.back(), std::size_t{5000});
+    EXPECT_EQ(in_use(), Use(bytes + 400, blocks + 4));
+    taken.back() = service<Bytes>("realloc", taken.back(), std::size_t{5000});
     EXPECT_EQ(taken.back()[99], 0xa5);
     EXPECT_TRUE(aligned(taken.back(), 4096));
-    EXPECT_EQ(in_use(), Use(bytes + 5400, blocks + 5));
-    for (void* block : taken)
-        by_value("qnm_serv_free", block);
-    auto* zeroed = by_value<char*>("qnm_serv_calloc", std::size_t{50}, std::size_t{2}, 64);
-    EXPECT_EQ(std::string(zeroed, 100), std::string(100, '\0'));
-    EXPECT_EQ(by_value<void*>("qnm_serv_realloc", zeroed, std::size_t{0}), nullptr);
-    EXPECT_EQ(by_value<void*>("qnm_serv_calloc", SIZE_MAX / 2, std::size_t{3}, 64), nullptr);
-    EXPECT_EQ(by_value<void*>("qnm_serv_allocate", SIZE_MAX - 8, 64), nullptr);
+    EXPECT_EQ(in_use(), Use(bytes + 5300, blocks + 4));
+    for (const Bytes block : taken)
+        service("free", block);
+    const auto zeroed = service<Bytes>("calloc", std::size_t{50}, std::size_t{2}, 64);
+    EXPECT_EQ(std::count(zeroed, zeroed + 100, 0), 100);
+    EXPECT_EQ(service<Bytes>("realloc", zeroed, std::size_t{0}), nullptr);
+    EXPECT_EQ(service<Bytes>("calloc", SIZE_MAX / 2, std::size_t{3}, 64), nullptr);
+    EXPECT_EQ(service<Bytes>("allocate", SIZE_MAX - 8, 64), nullptr);
     EXPECT_EQ(in_use(), Use(bytes, blocks));
 }
 
 TEST(Memory, BlocksChangeThreads)
 {
     const auto [bytes, blocks] = in_use();
-    std::vector<std::pair<unsigned char*, std::size_t>> held;
+    std::vector<std::pair<Bytes, std::size_t>> held;
     const auto take = [&] { // ten of each size; nobody else may write into them
         for (const std::size_t size : {0, 1, 128, 255, 4096, 4097})
             for (int i = 0; i < 10; ++i) {
-                held.emplace_back(by_value<unsigned char*>("qnm_serv_allocate", size, 128), size);
+                held.emplace_back(service<Bytes>("allocate", size, 128), size);
                 EXPECT_TRUE(aligned(held.back().first, 128)) << size;
                 std::memset(held.back().first, static_cast<int>(held.size()), size);
             }
@@ -107,7 +108,7 @@ TEST(Memory, BlocksChangeThreads)
     const auto give_back = [&] {
         for (unsigned char value = 1; const auto& [block, size] : held) {
             EXPECT_EQ(std::count(block, block + size, value++), static_cast<std::ptrdiff_t>(size));
-            by_value("qnm_serv_deallocate", block);
+            service("deallocate", block);
         }
         held.clear();
     };
@@ -115,66 +116,63 @@ TEST(Memory, BlocksChangeThreads)
     EXPECT_EQ(in_use(), Use(bytes + 10 * (1 + 128 + 255 + 4096 + 4097), blocks + 60));
     give_back();
     take();
-    by_value("qnm_serv_free_buffers");
+    service("free_buffers");
     std::thread(give_back).join();
     EXPECT_EQ(in_use(), Use(bytes, blocks));
 }
 
 TEST(Memory, PeakIsWatchedOnDemand)
 {
-    const auto peak = [](int mode) { return by_value<std::int64_t>("qnm_serv_peak_mem_usage", mode); };
+    const auto peak = [](int mode) { return service<std::int64_t>("peak_mem_usage", mode); };
     EXPECT_EQ(peak(2), -1);
     const std::int64_t start = peak(1);
-    by_value("qnm_serv_free", by_value<void*>("qnm_serv_malloc", std::size_t{1000}, 64));
+    service("free", service<void*>("malloc", std::size_t{1000}, 64));
     for (const auto& [mode, answer] : {std::pair{2, start + 1000}, {0, start + 1000}, {2, -1L}, {7, -1L}})
         EXPECT_EQ(peak(mode), answer);
 }
 
+// ...and where a routine has no memory, this is told, and nothing is changed or lost.
 TEST(Memory, LimitHoldsAndRoutinesReportIt)
 {
     const Use before = in_use();
     const auto used = static_cast<std::size_t>(before.first);
-    const auto set_limit = [](int kind, std::size_t bytes) {
-        return by_value<int>("qnm_serv_set_memory_limit", kind, bytes);
-    };
-    EXPECT_EQ(set_limit(2, 1), 0);
-    EXPECT_EQ(set_limit(1, used + 100), 1);
-    EXPECT_EQ(by_value<void*>("qnm_serv_malloc", std::size_t{101}, 64), nullptr);
-    void* const fits = by_value<void*>("qnm_serv_malloc", std::size_t{100}, 64);
+    EXPECT_EQ(service("set_memory_limit", 2, std::size_t{1}), 0);
+    EXPECT_EQ(service("set_memory_limit", 1, used + 100), 1);
+    EXPECT_EQ(service<void*>("malloc", std::size_t{101}, 64), nullptr);
+    void* const fits = service<void*>("malloc", std::size_t{100}, 64);
     EXPECT_NE(fits, nullptr);
-    by_value("qnm_serv_free", fits);
+    service("free", fits);
 
     const Reports reports;
-    const core_int n = 20, one_apart = 1;
+    const core_int n = 20, m = 2, k = 3, one_apart = 1, rows = 5, lwork = 60;
     const cdouble alpha = 1, beta = 0;
     const std::vector<double> a(400);
     const std::vector<cdouble> c(400, 7), untouched = c;
     const float one = 1, zero = 0;
     void* jitter = &jitter;
-    set_limit(1, used + 1);
+    service("set_memory_limit", 1, used + 1);
     blas("dzgemm", 'N', 'N', n, n, n, alpha, a, n, c, n, beta, c, n);
     blas("dzgemv", 'N', n, n, alpha, a, n, c, one_apart, beta, c, one_apart);
     blas("ztrsm_oop", 'L', 'U', 'N', 'N', n, n, alpha, a, n, c, n, beta, c, n);
     blas("gemm_bf16bf16f32", 'N', 'N', n, n, n, one, a, n, a, n, zero, c, n);
+    lapack("ztprfb", 'L', 'N', 'F', 'R', m, k, k, m, c, n, c, n, c, n, c, n, c, k);
+    EXPECT_EQ(lapack("zunbdb3", rows, k, k, c, n, c, rows, a, a, c, c, c, c, lwork), -1000);
     EXPECT_EQ((blas<float, int>("qnm_jit_create_sgemm", &jitter, 'N', 'N', n, n, n, one, n, n, zero, n)), 2);
     EXPECT_EQ(jitter, nullptr);
-    set_limit(1, 0);
+    service("set_memory_limit", 1, std::size_t{0});
     EXPECT_EQ(reports.told, (std::vector<std::string>{"DZGEMM 1000", "DZGEMV 1000", "ZTRSM_OOP 1000",
-                                                      "GEMM_BF16BF16F32 1000", "GEMM_BF16BF16F32 1000"}));
+                                                      "GEMM_BF16BF16F32 1000", "GEMM_BF16BF16F32 1000",
+                                                      "ZTPRFB 1000", "ZUNBDB3 1000"}));
     EXPECT_EQ(c, untouched);
     EXPECT_EQ(in_use(), before);
 }
 
-void report(const std::string& name, int info)
-{
-    // Only the low half of the slot is defined.
-    const std::int64_t slot = std::int64_t{0x7777} << 32 | info;
-    by_value("qnm_serv_xerbla", name.c_str(), reinterpret_cast<const int*>(&slot),
-             static_cast<int>(name.size()));
-}
-
 TEST(Errors, RunTimeHandlerThenChainThenDefault)
 {
+    const auto report = [](const std::string& name, int info) { // the low half of the slot alone is defined
+        const std::int64_t slot = std::int64_t{0x7777} << 32 | info;
+        service("xerbla", name.c_str(), &slot, static_cast<int>(name.size()));
+    };
     using Handler = void (*)(const char*, const int*, int);
     const Handler none = nullptr, chain = &Reports::note,
                   registered = [](const char*name, const int*info, int length) {
@@ -182,11 +180,11 @@ TEST(Errors, RunTimeHandlerThenChainThenDefault)
                       Reports::told.back() = "registered " + Reports::told.back();
                   };
     Reports::told.clear();
-    by_value("qnm_serv_set_xerbla_interface", chain);
+    service("set_xerbla_interface", chain);
     report("DGEMM ", 13);
-    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", registered), nullptr);
+    EXPECT_EQ(service<Handler>("set_xerbla", registered), nullptr);
     report("DGEMM ", 8);
-    EXPECT_EQ(by_value<Handler>("qnm_serv_set_xerbla", none), registered);
+    EXPECT_EQ(service<Handler>("set_xerbla", none), registered);
     const core_int length = 6, info = 3, bad = -1, n = 2;
     by_value("qnm_lapack_xerbla_array", "DTRTRIxyz", &length, &info, std::size_t{1});
     // A direct call with an argument that the engine refuses.
@@ -195,7 +193,7 @@ TEST(Errors, RunTimeHandlerThenChainThenDefault)
     blas("dgemm", 'N', 'N', n, bad, n, alpha, a, n, a, n, alpha, a, n);
     EXPECT_EQ(Reports::told,
               (std::vector<std::string>{"DGEMM  13", "registered DGEMM  8", "DTRTRI 3", "DGEMM  4"}));
-    by_value("qnm_serv_set_xerbla_interface", none);
+    service("set_xerbla_interface", none);
 
     testing::internal::CaptureStderr();
     report("DGEMM ", 13);
@@ -210,13 +208,12 @@ TEST(Errors, RunTimeHandlerThenChainThenDefault)
 TEST(Text, LettersLengthsAndBoundedFormatting)
 {
     const std::size_t one = 1, most = 9, two = 2;
-    EXPECT_EQ(by_value<int>("qnm_serv_lsame", "nx", "Ny", one, one), 1);
-    EXPECT_EQ(by_value<int>("qnm_serv_lsame", "[", "{", one, one), 0); // the bit of the case only
-    EXPECT_EQ(by_value<std::size_t>("qnm_serv_strnlen_s", "abc", most), 3U);
-    EXPECT_EQ(by_value<std::size_t>("qnm_serv_strnlen_s", "abc", two), two);
-    EXPECT_EQ(by_value<std::size_t>("qnm_serv_strnlen_s", nullptr, most), 0U);
-    using Format = int (*)(char*, std::size_t, std::size_t, const char*, ...);
-    const auto format = reinterpret_cast<Format>(core_symbol("qnm_serv_snprintf_s"));
+    EXPECT_EQ(service("lsame", "nx", "Ny", one, one), 1);
+    EXPECT_EQ(service("lsame", "[", "{", one, one), 0); // the bit of the case only
+    EXPECT_EQ(service<std::size_t>("strnlen_s", "abc", most), 3U);
+    EXPECT_EQ(service<std::size_t>("strnlen_s", "abc", two), two);
+    EXPECT_EQ(service<std::size_t>("strnlen_s", nullptr, most), 0U);
+    const auto format = snprintf_s();
     char text[] = "#######";
     EXPECT_EQ(format(text, 6, 5, "%d,%c", 12, 'x'), 4);
     EXPECT_STREQ(text, "12,x");
@@ -229,7 +226,7 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
     for (const auto& [name, size, length, expected] : {std::tuple{"QNM_TEST_VARIABLE", 6, 5, "12345"},
                                                        {"QNM_TEST_VARIABLE", 5, 0, ""},
                                                        {"QNM_NO_SUCH", 6, 0, ""}}) {
-        EXPECT_EQ(by_value<int>("qnm_serv_getenv", name, &text[0], std::size_t(size)), length);
+        EXPECT_EQ(service("getenv", name, &text[0], std::size_t(size)), length);
         EXPECT_STREQ(text, expected) << name << " " << size;
         text[0] = '#';
     }
@@ -237,42 +234,33 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
 
 TEST(Controls, AnswerWhatIsThere)
 {
-    const auto ask = [](const std::string& name, auto... arguments) {
-        return by_value<int>("qnm_serv_" + name, arguments...);
-    };
-    const int threads = ask("get_max_threads");
-    by_value("qnm_serv_set_num_threads", 1);
-    EXPECT_EQ(ask("get_max_threads"), 1);
-    by_value("qnm_serv_set_num_threads", 0);
-    EXPECT_EQ(ask("domain_get_max_threads", 1), 1);
-    EXPECT_EQ(ask("domain_set_num_threads", threads, 1), 1);
-    EXPECT_EQ(ask("domain_set_num_threads", threads + 1, 4), 0);
-    EXPECT_EQ(ask("get_max_threads"), threads);
-    EXPECT_EQ(ask("cbwr_set", 5), -1);
-    EXPECT_EQ(ask("enable_instructions", 5), 0);
+    const int threads = service("get_max_threads");
+    service("set_num_threads", 1);
+    EXPECT_EQ(service("get_max_threads"), 1);
+    service("set_num_threads", 0);
+    EXPECT_EQ(service("domain_get_max_threads", 1), 1);
+    EXPECT_EQ(service("domain_set_num_threads", threads, 1), 1);
+    EXPECT_EQ(service("domain_set_num_threads", threads + 1, 4), 0);
+    EXPECT_EQ(service("get_max_threads"), threads);
+    EXPECT_EQ(service("cbwr_set", 5), -1);
+    EXPECT_EQ(service("enable_instructions", 5), 0);
 
     std::string fortran(300, '#'), c(20, '#');
-    by_value("qnm_serv_get_version_string", &fortran[0], std::size_t{299});
-    by_value("qnm_serv_get_version_string_c", &c[0], core_int{20});
+    service("get_version_string", &fortran[0], std::size_t{299});
+    service("get_version_string_c", &c[0], core_int{20});
     EXPECT_EQ(c, fortran.substr(0, 19) + '\0');
     EXPECT_EQ(fortran.substr(298), " #");
-}
 
-TEST(Controls, ClocksRun)
-{
-    const auto seconds = [] { return by_value<double>("qnm_serv_dsecnd"); };
     std::uint64_t c0 = 0, c1 = 0;
-    const double t0 = seconds(), ghz = by_value<double>("qnm_serv_get_clocks_frequency");
-    by_value("qnm_serv_get_cpu_clocks", &c0);
+    const auto t0 = service<double>("dsecnd"), ghz = service<double>("get_clocks_frequency");
+    service("get_cpu_clocks", &c0);
     usleep(20000);
-    by_value("qnm_serv_get_cpu_clocks", &c1);
-    const double t1 = seconds();
-    EXPECT_GT(t0, 0);
+    service("get_cpu_clocks", &c1);
+    const auto t1 = service<double>("dsecnd");
     EXPECT_GE(t1 - t0, 0.02);
-    EXPECT_LT(t1 - t0, 10);
-    EXPECT_NEAR(by_value<float>("qnm_serv_second"), t1, 1);
-    EXPECT_GT(ghz, 0.1);
+    EXPECT_NEAR(service<float>("second"), t1, 1);
     EXPECT_GE(static_cast<double>(c1 - c0), 0.02 * ghz * 1e9 * 0.9);
+    EXPECT_GT(ghz, 0.1);
 }
 
 } // namespace

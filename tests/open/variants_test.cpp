@@ -1,6 +1,7 @@
 // GEMM over other element formats, packed operands, kernels made ahead: one description for the whole family.
 #include "core.hpp"
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -35,14 +36,10 @@ double decoded(Format f, std::uint64_t code)
 // Of a number that the format has.
 std::uint64_t encoded(Format f, double value)
 {
-    if (value == 0)
-        return 0;
-    int exponent = 0;
-    const double fraction = 2 * std::frexp(std::abs(value), &exponent) - 1;
-    const int width = f.bits - 1 - f.mantissa, bias = (1 << (width - 1)) - 1;
+    const auto shifted = std::bit_cast<std::uint64_t>(std::abs(value)) >> (52 - f.mantissa);
+    const std::uint64_t bias = (std::uint64_t{1} << (f.bits - 2 - f.mantissa)) - 1;
     return std::uint64_t{value < 0} << (f.bits - 1) |
-           static_cast<std::uint64_t>(exponent - 1 + bias) << f.mantissa |
-           static_cast<std::uint64_t>(std::ldexp(fraction, f.mantissa));
+           (value == 0 ? 0 : shifted - ((1023 - bias) << f.mantissa));
 }
 
 // Elements of one format in memory.
@@ -50,24 +47,22 @@ struct Numbers {
     Format format;
     std::vector<unsigned char> memory;
 
-    Numbers(Format f, std::size_t n, auto code_of)
-        : format(f), memory(n * static_cast<std::size_t>(f.bits / 8))
+    Numbers(Format f, core_int n, auto code_of) : format(f), memory(static_cast<std::size_t>(n * f.bits / 8))
     {
-        for (std::size_t i = 0; i < n; ++i) {
-            const auto code = static_cast<std::uint64_t>(code_of(i));
-            std::memcpy(&memory[i * static_cast<std::size_t>(f.bits / 8)], &code,
-                        static_cast<std::size_t>(f.bits / 8)); // its lower bytes
+        for (core_int i = 0; i < n; ++i) {
+            const std::uint64_t code = code_of(i); // its lower bytes
+            std::memcpy(&memory[static_cast<std::size_t>(i * f.bits / 8)], &code,
+                        static_cast<std::size_t>(f.bits / 8));
         }
     }
-    Numbers(Format f, double value) : Numbers(f, 1, [&](std::size_t) { return encoded(f, value); }) {}
+    Numbers(Format f, double value) : Numbers(f, 1, [&](core_int) { return encoded(f, value); }) {}
     // Integers over their whole range, 32 bits a part of it; small formats from 0 to 1; others whole numbers.
     Numbers(Format f, core_int n)
-        : Numbers(f, static_cast<std::size_t>(n), [&](std::size_t) -> std::int64_t {
-              if (f.whole())
-                  return f.bits == 32 ? random_integer(-100000, 100000) : random_integer(0, 65535);
-              if (f.bits <= 16)
-                  return random_integer(0, static_cast<int>(encoded(f, 1)));
-              return static_cast<std::int64_t>(encoded(f, random_integer(-3, 3)));
+        : Numbers(f, n, [&](core_int) {
+              const auto one = static_cast<int>(encoded(f, 1) & 0xffff);
+              return f.whole() ? static_cast<std::uint64_t>(random_integer(f.bits == 32 ? -100000 : 0, 65535))
+                     : f.bits < 32 ? static_cast<std::uint64_t>(random_integer(0, one))
+                                   : encoded(f, random_integer(-3, 3));
           })
     {
     }
@@ -109,9 +104,9 @@ struct Problem {
     Member member;
     char transa, transb, offsetc;
     double alpha, beta = -0.25;
-    core_int m = 5, n = 4, k = 6, lda = 8, ldb = 9, ldc = 7;
-    Numbers a{member.a, core_int{64}}, b{member.b, core_int{72}}, before{member.c, ldc*n},
-        ao{member.a, core_int{1}}, bo{member.a, core_int{1}}, co{s32, core_int{5}};
+    core_int m = any_size() % 41, n = any_size() % 41, k = any_size() % 41, lda = 42, ldb = 43, ldc = 44;
+    Numbers a{member.a, core_int{42 * 41}}, b{member.b, core_int{43 * 41}}, before{member.c, ldc*n + 1},
+        ao{member.a, core_int{1}}, bo{member.a, core_int{1}}, co{s32, core_int{41}};
 
     // The arguments that the member has: the others are null.
     void call(const std::string& form, std::vector<const void*> arguments) const
@@ -124,9 +119,11 @@ struct Problem {
         const auto offset = [&](const Numbers& x, core_int at) { return member.offsets ? x[at] : 0; };
         double sum = 0;
         for (core_int h = 0; h < k; ++h)
-            sum += (a[transa == 'N' ? i + h * lda : h + i * lda] + offset(ao, 0)) *
-                   (b[transb == 'N' ? h + j * ldb : j + h * ldb] + offset(bo, 0));
-        const double added = offset(co, offsetc == 'F' ? 0 : offsetc == 'C' ? i : j);
+            sum += (a[!turns(transa) ? i + h * lda : h + i * lda] + offset(ao, 0)) *
+                   (b[!turns(transb) ? h + j * ldb : j + h * ldb] + offset(bo, 0));
+        const double added = offset(co, core::same_letter(offsetc, 'F')   ? 0
+                                        : core::same_letter(offsetc, 'C') ? i
+                                                                          : j);
         // Where C is no integer, nothing comes near its bounds.
         return std::clamp(scale * sum + beta * before[i + j * ldc] + added, -2147483648.0, 2147483647.0);
     }
@@ -163,22 +160,20 @@ struct Problem {
 
 TEST(Variants, PlainAndPackedProducts)
 {
-    for (const Member& member : members) {
+    for (int round = 0; round < 300; ++round) {
+        const Member& member = members[round % std::ssize(members)];
         const std::string transposes = member.offsets ? "NT" : "NTC";
-        each_choice({transposes, transposes, "FCR", "13"}, [&](const char* option) {
-            SCOPED_TRACE(member.name);
-            const auto [ta, tb, offsetc] = std::tie(option[0], option[1], option[2]);
-            const double alpha = (option[3] - '0') / 2.0;
-            const Problem p{member, ta, tb, offsetc, alpha};
-            const double unpacked = member.offsets ? alpha : 1; // what C is scaled by where A is not packed
-            const double scale = member.alpha_at_packing ? alpha : unpacked;
-            const auto pa = p.packed('A', alpha), pb = p.packed('B', 1);
-            p.expect_product("", ta, p.a.data(), tb, p.b.data(), alpha);
-            p.expect_product("_compute", ta, p.a.data(), tb, p.b.data(), unpacked);
-            p.expect_product("_compute", 'P', pa.data(), tb, p.b.data(), scale);
-            p.expect_product("_compute", ta, p.a.data(), 'p', pb.data(), unpacked);
-            p.expect_product("_compute", 'P', pa.data(), 'P', pb.data(), scale);
-        });
+        const double alpha = random_integer(0, 3) / 2.0;
+        const Problem p{member, pick(transposes), pick(transposes), pick("FCR"), alpha};
+        SCOPED_TRACE(member.name + p.transa + p.transb + p.offsetc);
+        const double unpacked = member.offsets ? alpha : 1; // what C is scaled by where A is not packed
+        const double scale = member.alpha_at_packing ? alpha : unpacked;
+        const auto pa = p.packed('A', alpha), pb = p.packed('B', 1);
+        p.expect_product("", p.transa, p.a.data(), p.transb, p.b.data(), alpha);
+        p.expect_product("_compute", p.transa, p.a.data(), p.transb, p.b.data(), unpacked);
+        p.expect_product("_compute", 'P', pa.data(), p.transb, p.b.data(), scale);
+        p.expect_product("_compute", p.transa, p.a.data(), 'p', pb.data(), unpacked);
+        p.expect_product("_compute", 'P', pa.data(), 'P', pb.data(), scale);
     }
 }
 
@@ -190,7 +185,7 @@ TEST(Variants, EveryCodeHasItsValue)
             continue;
         const core_int m = core_int{1} << member.a.bits, single = 1;
         const Numbers one(member.a, 1.0),
-            a(member.a, static_cast<std::size_t>(m), [](std::size_t code) { return code; });
+            a(member.a, m, [](core_int code) { return static_cast<std::uint64_t>(code); });
         std::vector<float> c(static_cast<std::size_t>(m));
         const float alpha = 1, beta = 0;
         blas(member.name, 'N', 'N', m, single, single, alpha, a.data(), m, one.data(), single, beta, c, m);
@@ -221,29 +216,31 @@ TEST(Variants, AForeignBufferIsReportedAndNothingComputed)
 
 QNM_TYPED(Variants, KernelsCarryTheirParameters)
 {
-    const std::string name = "?gemm", get = "qnm_blas_qnm_jit_get_", destroy = "qnm_blas_qnm_jit_destroy";
-    const core_int m = 4, n = 3, k = 5, lda = 6, ldb = 7, ldc = 8;
-    const T alpha = T(2), beta = T(3);
-    const auto a = random_vector<T>(64), b = random_vector<T>(64), before = random_vector<T>(64);
-    const std::string other = letter<T> == "d" ? "s" : "d";
-    void* jitter = nullptr;
-    each_choice({"NTCOUV", "NT"}, [&](const char* trans) {
-        EXPECT_EQ((blas<T, int>("qnm_jit_create_?gemm", &jitter, trans[0], trans[1], m, n, k, alpha, lda, ldb,
-                                beta, ldc)),
+    const std::string get = "qnm_blas_qnm_jit_get_", destroy = "qnm_blas_qnm_jit_destroy",
+                      own = get + letter<T> + "gemm_ptr",
+                      other = get + (letter<T> == "d" ? "s" : "d") + "gemm_ptr", extended = "OUV";
+    for (int round = 0; round < 40; ++round) {
+        const char letter = pick("NTCOUV"), transb = pick("NT");
+        const std::size_t at = extended.find(core::upper_case(letter));
+        const bool exchanged = at < 3; // the product's first matrix comes second
+        const char transa = exchanged ? "NTC"[at] : letter;
+        const core_int m = any_size(), n = any_size(), k = any_size();
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
+        const auto a = stored<T>(transa, m, k), b = stored<T>(transb, k, n, 5);
+        Matrix<T> c(m, n), expected = c;
+        void* jitter = nullptr;
+        EXPECT_EQ((blas<T, int>("qnm_jit_create_?gemm", &jitter, letter, transb, m, n, k, alpha, a.ld, b.ld,
+                                beta, c.ld)),
                   1);
-        const std::size_t extended = std::string("OUV").find(trans[0]);
-        const bool exchanged = extended < 3; // the product's first matrix comes second
-        const char transa = exchanged ? "NTC"[extended] : trans[0];
-        auto c = before, expected = before;
-        blas<T>("?gemm", transa, trans[1], m, n, k, alpha, a, lda, b, ldb, beta, expected, ldc);
+        blas<T>("?gemm", transa, transb, m, n, k, alpha, a, b, beta, expected);
         using Function = void (*)(void*, const T*, const T*, const T*);
-        by_value<Function>(get + letter<T> + "gemm_ptr", jitter)(jitter, (exchanged ? b : a).data(),
-                                                                 (exchanged ? a : b).data(), c.data());
-        EXPECT_EQ(c, expected);
-        EXPECT_EQ(by_value<void*>(get + other + "gemm_ptr", jitter), nullptr);
+        by_value<Function>(own, jitter)(jitter, (exchanged ? b : a).data.data(),
+                                        (exchanged ? a : b).data.data(), c.data.data());
+        EXPECT_EQ(c.data, expected.data);
+        EXPECT_EQ(by_value<void*>(other, jitter), nullptr);
         EXPECT_EQ(by_value<int>(destroy, jitter), 0);
-    });
-    EXPECT_EQ(by_value<void*>(get + letter<T> + "gemm_ptr", nullptr), nullptr);
+    }
+    EXPECT_EQ(by_value<void*>(own, nullptr), nullptr);
     EXPECT_EQ(by_value<int>(destroy, nullptr), 2);
 }
 
