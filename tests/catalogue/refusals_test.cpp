@@ -97,7 +97,8 @@ TEST(Refusals, OfArgumentsAndClauses)
 {
     expect_refusals("blas\naxpy s unchecked ", R"(
         int n,| integer m => 3: 'integer': expected a type of argument (char, int, T, R, C, void, float, ...;
-        int 3 => '3': expected the argument's name;  T x[3 => end of the row: expected ']';  int n, T x(n) => ')': expected ',';
+        int 3 => '3': expected the argument's name;  T x[3 => end of the row: expected ']';
+        int n, T x(n) => ')': expected ',';
         int n, T n => 'n': expected each argument's name once;
         int n,| T x value => 3: 'value': expected it behind an int or a void that is no array;
         T n, T x[n] => 'n': expected an integer argument or an earlier name of 'where';
@@ -180,7 +181,8 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         : a kept, a kept => 'a': expected each argument once;
         |geqrf s => 3: 'LAPACKE_sgeqrf': expected a name that x.tab:2 does not export;
         : a as ge(m,n) twice => 'twice': expected ...;  square => 'square': expected letters, ...;
-        : refuses m => end of the row: expected 'when';  : adds q x => 'q': ...;
+        : refuses m => end of the row: expected 'when';  : adds R x q => 'q': expected 'from';
+        turned m n => 'm': expected '(';
         turned(m n) => 'work': expected 'turned' and the size that the turned routine needs;
         : work turned n => 'work': expected 'turned' for workspaces of turned routines alone;
         : a not => end of the row: expected 'out';)");

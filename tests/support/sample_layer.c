@@ -3,7 +3,8 @@
 
 __asm__(".data\n"
         ".quad qnm_serv_allocate, qnm_serv_deallocate, qnm_serv_malloc, qnm_serv_realloc, qnm_serv_free\n"
-        ".quad qnm_serv_snprintf_s, qnm_serv_getenv, qnm_serv_xerbla, qnm_serv_print_verbose_info, qnm_blas_any\n"
+        ".quad qnm_serv_snprintf_s, qnm_serv_getenv, qnm_serv_xerbla, qnm_serv_print_verbose_info\n"
+        ".quad qnm_blas_any\n"
         ".text");
 
 extern void* qnm_serv_load_vml(void);
