@@ -66,7 +66,8 @@ TEST_F(Failing, NothingIsCalledNorWrittenNorKept)
     for (const Signature* s : others())
         for (const int layout : {column_major, row_major}) {
             QNM_TRACE_SIGNATURE(*s);
-            FunctionCall call(*s, layout, 17);
+            const bool vectors = FunctionCall(*s, layout).may_conjugate(); // which are not as long
+            FunctionCall call(*s, layout, vectors ? 3 : 17);
             if ((layout == row_major && !call.has_layout()) || (call.may_conjugate() && call.has_groups()))
                 continue;
             if (call.may_conjugate() && call.has("trans"))

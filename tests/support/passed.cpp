@@ -1,6 +1,8 @@
 // What the recording core got of a call, against its signature.
 #include "support/function_call.hpp"
 
+#include <utility>
+
 namespace qnm::tests {
 
 using catalogue::Callee;
@@ -11,9 +13,13 @@ void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const 
     EXPECT_TRUE(noted.aligned());
     std::size_t word = 0, real = 0;
     std::set<std::uint64_t> copies;
+    bool told_width = false;
     for (const Place& place : callee.places) {
         if (place.parameter < 0) {
-            EXPECT_EQ(noted.int32(word++), std::stoi(place.constant)) << "constant";
+            const bool width = has_groups() && !std::exchange(told_width, true); // an int; lengths are words
+            EXPECT_EQ(width ? noted.int32(word) : noted.int64(word), std::stoll(place.constant))
+                << "constant";
+            ++word;
             continue;
         }
         const auto i = static_cast<std::size_t>(place.parameter);
