@@ -117,8 +117,8 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
           {"@prototypes blas/level9.tab @\n",
            "blas/level9.tab:0: no rows: expected the name of a table that was read\n"},
           {"@poems blas/level2.tab @\n", "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
-                                         "TABLE, helpers FAMILY, renames "
-                                         "FAMILY or routines FAMILY FORM PREFIX\n"},
+                                         "TABLE, helpers FAMILY, renames FAMILY, routines "
+                                         "FAMILY FORM PREFIX or complex_functions MACRO\n"},
           {"@prototypes blas/sparse1.tab axpyi gather @\n",
            "blas/sparse1.tab:0: 'gather': expected a row of this table\n"},
           {"@prototypes lapack/errors.tab @\n@prototypes lapack/errors.tab xerbla_array @\n",
