@@ -1,5 +1,6 @@
 // What reaches the core from any entry, and what comes back.
 #include "suite/routine.hpp"
+#include "support/published.hpp"
 
 #include <set>
 
@@ -15,14 +16,20 @@ bool turned(const FunctionCall& call, std::size_t i)
 
 class Passing : public CoreTest {
 protected:
-    static void expect_passed(FortranCall& call)
+    static void expect_passed(FortranCall& call, bool traced = false)
     {
+        core().mode(traced ? 1 : 0);
         core().clear();
         const Routine routine(call);
         const std::vector<std::string> expected = call.story(); // a query may change the length that asks
         const std::string name = call.callee().name;
         call.run();
-        ASSERT_EQ(story(), expected);
+        std::vector<std::string> told = story();
+        if (traced) // lines are looked at elsewhere
+            std::erase_if(told, [](const std::string& each) {
+                return lists("qnm_serv_dsecnd qnm_serv_snprintf_s qnm_serv_print_verbose_info", each);
+            });
+        ASSERT_EQ(told, expected);
         for (const Call& registered : core().calls("qnm_serv_set_xerbla_interface"))
             EXPECT_EQ(registered.pointer<void>(0), layer()["cdecl_xerbla"]);
         routine.expect_arguments(core().calls(name).at(0));
@@ -51,7 +58,7 @@ TEST_F(Passing, SizesAndLettersByChanceTracedOrNot)
         for (int round = 0; round < 6; ++round) {
             QNM_TRACE_SIGNATURE(*s);
             FortranCall call(*s, chance);
-            expect_passed(call);
+            expect_passed(call, round % 2 == 1);
         }
 }
 

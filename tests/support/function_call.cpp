@@ -12,7 +12,6 @@
 namespace qnm::tests {
 
 using catalogue::Callee;
-using catalogue::Kind;
 using catalogue::Place;
 using support::Real;
 using support::Returned;
