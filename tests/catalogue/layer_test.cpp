@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 
 const support::Library& layer()
 {
-    static const support::Library library(SAMPLE_LAYER);
+    static const support::Library library(QNM_LAYER);
     return library;
 }
 

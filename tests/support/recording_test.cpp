@@ -91,7 +91,7 @@ TEST_F(Recording, TellsCallsApartAndHandsBackBothPartsOfAnAnswer)
 
 TEST_F(Recording, KernelsAreTheNamesThatTheLayerHasAsTexts)
 {
-    const support::Library layer(SAMPLE_LAYER);
+    const support::Library layer(QNM_LAYER);
     const auto find = [&](const char* name) {
         return reinterpret_cast<const void*>(support::call_words(layer["sample_find"], {name}).rax);
     };
