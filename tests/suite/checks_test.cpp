@@ -11,23 +11,14 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// The entries and layouts with tests of arguments by the tables' own facts.
+/// Those with tests of arguments by the tables' own facts.
 template <class Visit>
 void each_checked(Visit visit)
 {
-    for (const Signature* s : all())
-        for (const int layout : {column_major, row_major}) {
-            if (s->tests.empty())
-                continue;
-            const FunctionCall call(*s, layout);
-            if ((layout == row_major && !call.has_layout()) || (call.may_conjugate() && call.has_groups()))
-                continue;
-            QNM_TRACE_SIGNATURE(*s);
-            SCOPED_TRACE(layout);
+    each_call(all(), [&](const FunctionCall& call) {
+        if (!call.signature().tests.empty())
             visit(call);
-            if (::testing::Test::HasFatalFailure())
-                return;
-        }
+    });
 }
 
 /// Whether the letters d or z have the same tests.

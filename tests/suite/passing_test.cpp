@@ -64,26 +64,19 @@ TEST_F(Passing, SizesAndLettersByChanceTracedOrNot)
 
 TEST_F(Passing, ValidCallsWithAValueOfItsOwnInEachArgument)
 {
-    for (const Signature* s : others())
-        for (const int layout : {column_major, row_major}) {
-            QNM_TRACE_SIGNATURE(*s);
-            if (layout == row_major && !FunctionCall(*s).has_layout())
-                continue;
-            SCOPED_TRACE(layout);
-            FunctionCall(*s, layout).each_choice([&](FunctionCall call) {
-                if (call.may_conjugate() && call.has_groups())
-                    return; // of vectors, which have no addresses here
-                core().clear();
-                const FunctionCall before = call;
-                call.run();
-                EXPECT_THAT(reports(), ::testing::IsEmpty());
-                const auto noted = core().calls(called(call));
-                ASSERT_EQ(noted.size(), 1U) << ::testing::PrintToString(story());
-                EXPECT_TRUE(call == before);
-                call.expect_passed(noted[0], call.callee(),
-                                   [&](std::size_t i, std::size_t) { return turned(call, i); });
-            });
-        }
+    each_call(others(), [](const FunctionCall& any) {
+        any.each_choice([](FunctionCall call) {
+            core().clear();
+            const FunctionCall before = call;
+            call.run();
+            EXPECT_THAT(reports(), ::testing::IsEmpty());
+            const auto noted = core().calls(called(call));
+            ASSERT_EQ(noted.size(), 1U) << ::testing::PrintToString(story());
+            EXPECT_TRUE(call == before);
+            call.expect_passed(noted[0], call.callee(),
+                               [&](std::size_t i, std::size_t) { return turned(call, i); });
+        });
+    });
 }
 
 TEST_F(Passing, AQueryMakesNoScratchAndBringsBackTheFirstElement)

@@ -58,6 +58,22 @@ std::vector<const Signature*> all()
     return both;
 }
 
+void each_call(const std::vector<const Signature*>& functions,
+               const std::function<void(const FunctionCall&)>& visit, int groups)
+{
+    for (const Signature* s : functions)
+        for (const int layout : {column_major, row_major}) {
+            QNM_TRACE_SIGNATURE(*s);
+            SCOPED_TRACE(layout);
+            const FunctionCall call(*s, layout);
+            if ((layout == row_major && !call.has_layout()) || (call.may_conjugate() && call.has_groups()))
+                continue;
+            visit(call.may_conjugate() ? call : FunctionCall(*s, layout, groups));
+            if (::testing::Test::HasFatalFailure())
+                return;
+        }
+}
+
 std::string called(const FunctionCall& call)
 {
     const std::string& name = call.callee().name;

@@ -92,6 +92,11 @@ const std::vector<const Signature*>& entries();
 const std::vector<const Signature*>& others();
 std::vector<const Signature*> all();
 
+/// Visits a call of each function in each of its layouts, of so many groups or problems. Of vectors that are
+/// conjugated there are those of three problems, and none of groups.
+void each_call(const std::vector<const Signature*>& functions,
+               const std::function<void(const FunctionCall&)>& visit, int groups = 3);
+
 /// The core's function that a call ends in, through the entry of another family where there is one.
 std::string called(const FunctionCall& call);
 
