@@ -6,26 +6,6 @@ namespace {
 
 class Literally : public CoreTest {};
 
-TEST_F(Literally, DgemmPasses)
-{
-    const int m = 2, n = 0, k = 4, lda = 4, ldb = 5, ldc = 6;
-    const double alpha = 1, beta = 2, a[1] = {}, b[1] = {};
-    double c[1] = {};
-    support::call_words(layer()["dgemm_"], {"t", "N", &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc});
-    using recording::Called;
-    using ::testing::_;
-    ASSERT_THAT(core().calls(),
-                ::testing::ElementsAre(Called("qnm_serv_set_xerbla_interface", layer()["cdecl_xerbla"]),
-                                       Called("qnm_blas_dgemm", _, _, _, _, _, &alpha, a, _, b, _, &beta, c,
-                                              _, std::int64_t{1}, std::int64_t{1})));
-    const Call& call = core().calls()[1];
-    EXPECT_EQ(call.letter(0), 't');
-    EXPECT_EQ(call.letter(1), 'N');
-    const std::pair<std::size_t, int> integers[] = {{2, 2}, {3, 0}, {4, 4}, {7, 4}, {9, 5}, {12, 6}};
-    for (const auto& [word, value] : integers)
-        EXPECT_EQ(call.behind(word), value) << word;
-}
-
 TEST_F(Literally, RefusedCallsGiveBackZeroButJitCreations)
 {
     EXPECT_EQ(FunctionCall("QNM_JIT_CREATE_DGEMM").spoil("m").run().int32(), 2);

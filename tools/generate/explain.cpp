@@ -71,9 +71,9 @@ std::string text(const Signature& s)
 
 } // namespace
 
-std::string explanation(const Catalogue& tables, const std::string& name)
+std::string explanation(const std::vector<Signature>& functions, const std::string& name)
 {
-    for (const Signature& s : tables.signatures())
+    for (const Signature& s : functions)
         if (std::find(s.names.begin(), s.names.end(), name) != s.names.end())
             return text(s);
     return {};

@@ -36,7 +36,7 @@ std::string jumps_text(const catalogue::Row& row);
 /// A public header: the template's text, with its marks replaced by the prototypes that they ask for. Refuses
 /// a name that is asked for twice or, of a table that is asked for, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
-/// What a name is and what follows from its row, for people.
-std::string explanation(const catalogue::Catalogue& tables, const std::string& name);
+/// What a name of these functions is and what follows from its row, for people.
+std::string explanation(const std::vector<catalogue::Signature>& functions, const std::string& name);
 
 } // namespace qnm::generate
