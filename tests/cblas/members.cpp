@@ -1,7 +1,5 @@
 #include "members.hpp"
 
-#include "support/published.hpp"
-
 namespace qnm::tests {
 
 namespace {

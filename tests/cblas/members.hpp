@@ -1,8 +1,7 @@
 // What the C interface adds to the Fortran routines, written by hand: orders of tests and row-major calls.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "support/published.hpp"
 
 namespace qnm::tests {
 

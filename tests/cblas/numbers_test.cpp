@@ -4,9 +4,9 @@
 #include "calls.hpp"
 
 #include <array>
-#include <complex>
 #include <qnm/cblas.h>
 #include <random>
+#include <utility>
 
 /// The head of the library's error chain, as an application may have it.
 extern "C" [[gnu::visibility("default")]] void XERBLA(const char* srname, const int* info, int len)
@@ -40,7 +40,7 @@ void fill(FunctionCall& call, const std::string& name, std::size_t elements)
 /// Gives a call, or a group of it, one of many choices of options, and sizes that go with it.
 void vary(FunctionCall& call, int choice, int group = FunctionCall::all_groups)
 {
-    const auto odd = static_cast<int>(choice % 2);
+    const int odd = choice % 2;
     for (std::size_t i = 0; i < call.parameters().size(); ++i) {
         const std::string name = names(call)[i];
         for (const catalogue::Place& place : call.callee().places)
@@ -155,34 +155,32 @@ TEST(Numbers, ExtensionsComeToWhatTheyExtend)
 {
     const std::map<std::string, const char*> all{
         {"gemm3m", "gemm"}, {"gemmt", "gemm"}, {"trmm_oop", "trmm"}, {"trsm_oop", "trsm"}};
-    each_layout([&](const Signature& s) { return all.contains(s.root); },
-                [&](const FunctionCall& any) {
-                    const std::string root = any.signature().root;
-                    for (int choice = 0; choice < 36; ++choice) {
-                        FunctionCall call = varied(any, choice);
-                        for (std::size_t k = 0; k < call.size("a"); ++k) // solutions divide by units
-                            call.put("a", call.number(call.index("a"), k) > 0 ? 1 : -1, k);
-                        if (root.ends_with("_oop"))
-                            call.scalar("beta", 0);
-                        std::string name = any.signature().names.front();
-                        FunctionCall extended =
-                            same(call, name.replace(name.find(root), root.size(), all.at(root)));
-                        extended.run();
-                        const auto result = extended.values(extended.has("c") ? "c" : "b");
-                        auto expected = call.values("c");
-                        for (int i = 0; i < extended.integer("m"); ++i)
-                            for (int j = 0; j < extended.integer("n"); ++j)
-                                if (root != "gemmt" || i == j || (i < j) == (call.integer("uplo") == 121))
-                                    for (std::size_t k = 0; k < parts(call); ++k) {
-                                        const int at = call.by_rows() ? 6 * i + j : i + 6 * j;
-                                        const std::size_t place =
-                                            parts(call) * static_cast<std::size_t>(at) + k;
-                                        expected.at(place) = result.at(place);
-                                    }
-                        call.run();
-                        EXPECT_EQ(call.values("c"), expected);
-                    }
-                });
+    const auto is_extension = [&](const Signature& s) { return all.contains(s.root); };
+    each_layout(is_extension, [&](const FunctionCall& any) {
+        const std::string root = any.signature().root;
+        for (int choice = 0; choice < 36; ++choice) {
+            FunctionCall call = varied(any, choice);
+            for (std::size_t k = 0; k < call.size("a"); ++k) // solutions divide by units
+                call.put("a", call.number(call.index("a"), k) > 0 ? 1 : -1, k);
+            if (root.ends_with("_oop"))
+                call.scalar("beta", 0);
+            std::string name = any.signature().names.front();
+            FunctionCall extended = same(call, name.replace(name.find(root), root.size(), all.at(root)));
+            extended.run();
+            const auto result = extended.values(extended.has("c") ? "c" : "b");
+            auto expected = call.values("c");
+            for (int i = 0; i < extended.integer("m"); ++i)
+                for (int j = 0; j < extended.integer("n"); ++j)
+                    if (root != "gemmt" || i == j || (i < j) == (call.integer("uplo") == 121))
+                        for (std::size_t k = 0; k < parts(call); ++k) {
+                            const int at = call.by_rows() ? 6 * i + j : i + 6 * j;
+                            const std::size_t place = parts(call) * static_cast<std::size_t>(at) + k;
+                            expected.at(place) = result.at(place);
+                        }
+            call.run();
+            EXPECT_EQ(call.values("c"), expected);
+        }
+    });
 }
 
 // Of complex calls by rows: the narrow ones are those of the programs.
@@ -211,51 +209,51 @@ TEST(Numbers, WideCallsComeToWhatNarrowOnesMake)
 TEST(Numbers, SparseVectorsAreThoseOfFortranCountedFromZero)
 {
     int compared = 0;
-    each_layout([](const Signature& s) { return s.table.ends_with("/sparse1.tab"); },
-                [&](FunctionCall call) {
-                    std::string name = call.signature().names.front().substr(6);
-                    if (const std::size_t sub = name.find("_sub"); sub != std::string::npos)
-                        name.erase(sub, 4);
-                    FunctionCall fortran(catalogue::to_upper(name));
-                    std::array<double, 2> results[2]{};
-                    for (FunctionCall* each : {&call, &fortran})
-                        if (each->has("result"))
-                            each->point("result", &results[each == &call ? 0 : 1]);
-                    const auto run = [](const FunctionCall& c) {
-                        const support::Returned back = c.run();
-                        return c.signature().result == "float"    ? static_cast<double>(back.float32())
-                               : c.signature().result == "double" ? back.float64()
-                                                                  : 0;
-                    };
-                    // Nothing is read, and nothing is there to be read.
-                    for (const int n : {0, -1}) {
-                        EXPECT_EQ(run(call.set("nz", n)), 0);
-                        EXPECT_EQ(results[0], results[1]);
-                    }
-                    call.set("nz", 3);
-                    if (call.has("alpha"))
-                        run(call.scalar("alpha", 0));
-                    if (call.has("c"))
-                        run(call.scalar("c", 1).scalar("s", 0));
-                    const std::array<std::int32_t, 4> narrow[] = {{3, 0, 3, 2}, {4, 1, 4, 3}};
-                    const std::array<std::int64_t, 4> wide[] = {{3, 0, 3, 2}, {4, 1, 4, 3}};
-                    for (const int base : {0, 1}) {
-                        FunctionCall& each = base == 0 ? call : fortran;
-                        each.point("indx",
-                                   call.narrow() ? static_cast<const void*>(&narrow[base]) : &wide[base]);
-                        each.set("nz", 3);
-                        for (const char* vector : {"x", "y"})
-                            each.fill(vector, 8).assign(vector, {1, -2, 3, 4, 5, -6, 7, 8});
-                        for (const char* scalar : {"alpha", "c", "s"})
-                            if (each.has(scalar))
-                                each.scalar(scalar, *scalar == 's' ? 2 : 3, -1);
-                    }
-                    EXPECT_EQ(run(call), run(fortran));
-                    EXPECT_EQ(results[0], results[1]);
-                    for (const char* vector : {"x", "y"})
-                        EXPECT_EQ(call.values(vector), fortran.values(vector)) << vector;
-                    ++compared;
-                });
+    const auto is_sparse = [](const Signature& s) { return s.table.ends_with("/sparse1.tab"); };
+    each_layout(is_sparse, [&](FunctionCall call) {
+        std::string name = call.signature().names.front().substr(6);
+        if (const std::size_t sub = name.find("_sub"); sub != std::string::npos)
+            name.erase(sub, 4);
+        FunctionCall fortran(catalogue::to_upper(name));
+        std::array<double, 2> result{9, 9}, expected{9, 9};
+        if (call.has("result")) {
+            call.point("result", &result);
+            fortran.point("result", &expected);
+        }
+        const auto run = [](const FunctionCall& c) {
+            const support::Returned back = c.run();
+            return c.signature().result == "float"    ? static_cast<double>(back.float32())
+                   : c.signature().result == "double" ? back.float64()
+                                                      : 0;
+        };
+        // Nothing is read, and nothing is there to be read.
+        for (const int n : {0, -1}) {
+            EXPECT_EQ(run(call.set("nz", n)), 0);
+            EXPECT_EQ(std::exchange(result[0], 9), call.has("result") ? 0 : 9);
+        }
+        call.set("nz", 3);
+        if (call.has("alpha"))
+            run(call.scalar("alpha", 0));
+        if (call.has("c"))
+            run(call.scalar("c", 1).scalar("s", 0));
+        const std::array<std::int32_t, 4> narrow[] = {{3, 0, 3}, {4, 1, 4}};
+        const std::array<std::int64_t, 4> wide[] = {{3, 0, 3}, {4, 1, 4}};
+        for (const int base : {0, 1}) {
+            FunctionCall& each = base == 0 ? call : fortran;
+            each.point("indx", call.narrow() ? static_cast<const void*>(&narrow[base]) : &wide[base]);
+            each.set("nz", 3);
+            for (const char* vector : {"x", "y"})
+                each.fill(vector, 8).assign(vector, {1, -2, 3, 4, 5, -6, 7, 8});
+            for (const char* scalar : {"alpha", "c", "s"})
+                if (each.has(scalar))
+                    each.fill(scalar, parts(call)).scalar(scalar, *scalar == 's' ? 2 : 3, -1);
+        }
+        EXPECT_EQ(run(call), run(fortran));
+        EXPECT_EQ(result, expected);
+        for (const char* vector : {"x", "y"})
+            EXPECT_EQ(call.values(vector), fortran.values(vector)) << vector;
+        ++compared;
+    });
     EXPECT_EQ(compared, 2 * (4 * 4 + 2 * 2 + 2 * 2));
 }
 
