@@ -86,7 +86,8 @@ TEST_F(Odd, ARefusedCallLeavesItsVectorsButTrsvStoppedByDiag)
 TEST_F(Odd, AnIncrementOfZeroTurnsOneElementOnce)
 {
     each_conjugated("hemv hbmv hpmv", [](FunctionCall call) {
-        const std::vector<double> before = call.set("incy", 0).values("y"), once = turned(call, "y", 1);
+        const std::vector<double> before = call.set("n", 4).set("incy", 0).values("y"),
+                                  once = turned(call, "y", 1);
         std::vector<double> seen; // while the report is under way
         core().answers("qnm_serv_xerbla").calling([&](Call&, Answer&) { seen = call.values("y"); });
         run(call);
