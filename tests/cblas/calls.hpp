@@ -1,37 +1,48 @@
 // Calls of the members of the C interface.
 #pragma once
 
-#include "members.hpp"
 #include "support/function_call.hpp"
+#include "support/published.hpp"
 
 namespace qnm::tests {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
-
-/// Numbers by value, arrays (or addresses of arrays) of one letter.
-bool is_number(const std::string& argument);
-bool is_matrix(const std::string& argument);
 /// The names of a call's arguments, plain in group batches too.
-std::vector<std::string> names(const FunctionCall& call);
-/// Position in the list.
-int position(const FunctionCall& call, const std::string& argument);
-
-/// A call with memory behind its arrays; in a group batch, where groups have one problem or two in turn, with
-/// addresses in them.
-FunctionCall filled(const Member& member, int layout, int groups = 0);
-
-/// Visits members in their layouts.
-template <class Visit>
-void each_layout(const std::vector<Member>& members, Visit visit)
+inline std::vector<std::string> names(const FunctionCall& call)
 {
-    for (const Member& member : members)
+    std::vector<std::string> all;
+    for (const Parameter& p : call.parameters())
+        all.push_back(p.name.substr(0, p.name.find("_array")));
+    return all;
+}
+
+/// Scalars, and arrays (or addresses of arrays) of one letter.
+inline bool is_number(const std::string& name)
+{
+    return name.ends_with("alpha") || name.ends_with("beta");
+}
+inline bool is_matrix(const std::string& name)
+{
+    return name == "ap" || (name.size() == 1 && std::string("abcxy").find(name) != std::string::npos);
+}
+
+/// Puts an address into an array of them.
+inline void put_address(FunctionCall& call, const std::string& array, std::size_t k, const void* address)
+{
+    call.put(array, static_cast<long double>(reinterpret_cast<std::intptr_t>(address)), k);
+}
+
+/// Visits functions of the C interface in their layouts.
+template <class Wanted, class Visit>
+void each_layout(Wanted wanted, Visit visit)
+{
+    const auto is_wanted = [&](const Signature& s) { return s.family.starts_with("cblas") && wanted(s); };
+    for (const Signature* s : signatures(is_wanted))
         for (const int layout : {column_major, row_major}) {
-            if (layout == row_major && !member.has_layout())
+            const FunctionCall call(*s, layout);
+            if (layout == row_major && !call.has_layout())
                 continue;
-            SCOPED_TRACE(member.name() + " " + std::to_string(layout));
-            visit(member, layout);
+            SCOPED_TRACE(s->names.front() + " " + std::to_string(layout));
+            visit(call);
             if (::testing::Test::HasFatalFailure())
                 return;
         }

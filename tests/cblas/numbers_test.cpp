@@ -1,12 +1,12 @@
-// What comes out over the open core: row-major calls and their column-major twins, group batches and single
-// calls. All numbers are small integers, so that sums and products are exact whatever their order, and
-// results have to be equal to the last bit.
+// What comes out over the open core where no program for the reference interface looks: batches beside single
+// calls, extensions beside what they extend, wide calls beside narrow ones, sparse vectors. Numbers are small
+// and whole, so that sums and products are exact whatever their order.
 #include "calls.hpp"
 
-#include <algorithm>
-#include <complex>
+#include <array>
 #include <qnm/cblas.h>
 #include <random>
+#include <utility>
 
 /// The head of the library's error chain, as an application may have it.
 extern "C" [[gnu::visibility("default")]] void XERBLA(const char* srname, const int* info, int len)
@@ -17,301 +17,244 @@ extern "C" [[gnu::visibility("default")]] void XERBLA(const char* srname, const 
 namespace qnm::tests {
 namespace {
 
-using Number = std::complex<double>;
-using Values = std::map<std::string, std::vector<Number>>;
-
-std::mt19937 random_bits(20);
-
-int integer(int least, int most)
+/// A whole number that is not zero.
+int number()
 {
-    return std::uniform_int_distribution<int>(least, most)(random_bits);
+    static std::mt19937 chance(20);
+    const int size = static_cast<int>(chance() % 3) + 1;
+    return chance() % 2 == 0 ? size : -size;
 }
 
-/// How a matrix lies in memory.
-struct Shape {
-    enum { full, band, packed } form = full;
-    bool triangle = false; // symmetric, Hermitian, triangular: one triangle is stored
-    std::int64_t rows = 1, columns = 1, below = 0, above = 0;
-};
-
-bool plain(const FunctionCall& call, const char* option)
+std::size_t parts(const FunctionCall& call)
 {
-    return !call.has(option) || call.integer(option) == option_of(option)->first;
+    return call.signature().letter.is_complex() ? 2 : 1;
 }
 
-Shape shape_of(const FunctionCall& call, const std::string& name)
+void fill(FunctionCall& call, const std::string& name, std::size_t elements)
 {
-    const std::string root = call.signature().root;
-    const auto size = [&](const char* n) { return call.has(n) ? call.integer(n) : std::int64_t{0}; };
-    const std::int64_t m = size("m"), n = size("n"), k = size("k");
-    Shape s;
-    if (name == "x" || name == "y") {
-        // Lengths are those of op(A); dgmm's diagonal has that of its side.
-        s.rows = n;
-        if (root.starts_with("gemv") || root == "gbmv")
-            s.rows = (name == "x") == plain(call, "trans") ? n : m;
-        else if (root.starts_with("ger"))
-            s.rows = name == "x" ? m : n;
-        else if (root.starts_with("dgmm"))
-            s.rows = plain(call, "side") ? m : n;
-        return s;
+    call.fill(name, elements * parts(call));
+    for (std::size_t k = 0; k < call.size(name); ++k)
+        call.put(name, number(), k);
+}
+
+/// Gives a call, or a group of it, one of many choices of options, and sizes that go with it.
+void vary(FunctionCall& call, int choice, int group = FunctionCall::all_groups)
+{
+    const int odd = choice % 2;
+    for (std::size_t i = 0; i < call.parameters().size(); ++i) {
+        const std::string name = names(call)[i];
+        for (const catalogue::Place& place : call.callee().places)
+            if (place.parameter == static_cast<int>(i) && !place.letters.empty()) {
+                const int letters = static_cast<int>(place.letters.size());
+                call.set(name, std::next(place.letters.begin(), choice % letters)->first, group);
+                choice /= letters;
+            }
+        if (lists("m n k kl ku", name))
+            call.set(name, name == "kl" || name == "ku" ? odd + 1 : static_cast<int>(i % 3) + 3 - odd, group);
+        else if (name.starts_with("ld"))
+            call.set(name, 6, group);
+        else if (name.starts_with("inc"))
+            call.set(name, odd == 0 ? 2 : -1, group);
     }
-    const bool rank_k = root.find("rk") != std::string::npos || root.find("r2k") != std::string::npos;
-    const bool product = root.starts_with("gemm"), first = name[0] == 'a';
-    s.rows = m;
-    s.columns = n;
-    if (name == "c") {
-        s.triangle = rank_k || root == "gemmt";
-        s.rows = s.triangle ? n : m;
-    } else if (product || rank_k) {
-        const std::int64_t outer = rank_k || (root == "gemmt" && first) ? n : m;
-        const bool as_is = plain(call, rank_k ? "trans" : first ? "transa" : "transb");
-        s.rows = first || rank_k ? (as_is ? outer : k) : (as_is ? k : n);
-        s.columns = first || rank_k ? (as_is ? k : outer) : (as_is ? n : k);
-    } else if (name != "b" && call.has("uplo")) {
-        s.rows = s.columns = call.has("side") && plain(call, "side") ? m : n;
-        s.triangle = true;
-    }
-    if (first && root.substr(1).starts_with("b") && root.size() == 4) {
-        s.form = Shape::band;
-        s.below = call.has("kl") ? call.integer("kl") : k;
-        s.above = call.has("ku") ? call.integer("ku") : k;
-    } else if (first && !call.has("lda")) {
-        s.form = Shape::packed;
-    }
-    return s;
 }
 
-/// Place of element (i, j) of matrix p of a batch, or -1 if it is not stored.
-std::int64_t place(const FunctionCall& call, const std::string& name, std::int64_t p, std::int64_t i,
-                   std::int64_t j)
+/// A single call with numbers behind all its addresses.
+FunctionCall varied(FunctionCall call, int choice)
 {
-    Shape s = shape_of(call, name);
-    const std::int64_t offset = call.has("stride" + name) ? p * call.integer("stride" + name) : 0;
-    if (name == "x" || name == "y") {
-        const std::int64_t increment = call.integer("inc" + name);
-        return offset + (increment < 0 ? (s.rows - 1 - i) * -increment : i * increment);
+    vary(call, choice);
+    for (const std::string& name : names(call))
+        if (is_matrix(name))
+            fill(call, name, 60);
+        else if (is_number(name))
+            call.scalar(name, number(), number());
+    return call;
+}
+
+/// Another function's call with the same arguments; what it has beyond is a number of columns.
+FunctionCall same(const FunctionCall& call, const std::string& name)
+{
+    FunctionCall other(name, call.by_rows() ? row_major : column_major);
+    for (const std::string& each : names(other)) {
+        if (is_matrix(each))
+            other.fill(each, call.size(each));
+        other.assign(each, call.values(call.has(each) ? each : "n"));
     }
-    bool upper = plain(call, "uplo");
-    if (call.by_rows()) { // the transpose, by columns
-        std::swap(i, j);
-        std::swap(s.below, s.above);
-        upper = !upper;
-    }
-    if (s.form == Shape::full) // both triangles have their places
-        return offset + i + j * call.integer("ld" + name);
-    if (s.triangle)
-        (upper ? s.below : s.above) = 0;
-    if (s.form == Shape::band)
-        return i - j > s.below || j - i > s.above ? -1 : j * call.integer("ld" + name) + s.above + i - j;
-    if (upper)
-        return i <= j ? j * (j + 1) / 2 + i : -1;
-    return i >= j ? j * s.rows - j * (j - 1) / 2 + i - j : -1;
-}
-
-/// Numbers that keep all results exact: solutions divide by units alone.
-Number draw(const Signature& s, const std::string& name, std::int64_t i, std::int64_t j)
-{
-    const bool solves = s.root.find("sv") != std::string::npos || s.root.starts_with("trsm");
-    const std::string kind = s.root.substr(0, 2);
-    const bool hermitian = kind == "he" || kind == "hb" || kind == "hp";
-    if (solves && name[0] == 'a' && i == j)
-        return integer(0, 1) == 0 ? -1 : 1;
-    const int most = solves && name[0] == 'a' ? 1 : 3;
-    const bool real = !s.letter.is_complex() || (hermitian && i == j && (name[0] == 'a' || name == "c"));
-    return {static_cast<double>(integer(-most, most)), real ? 0.0 : integer(-most, most)};
-}
-
-/// Runs one call on some numbers, drawn where they are missing, and gives back all that is stored then.
-Values run(FunctionCall& call, Values& numbers)
-{
-    constexpr double untouched = 77;
-    const std::size_t parts = call.signature().letter.is_complex() ? 2 : 1;
-    const auto each = [&](const std::string& name, auto visit) {
-        const Shape s = shape_of(call, name);
-        for (std::int64_t p = 0; p < (call.has("batch_size") ? call.integer("batch_size") : 1); ++p)
-            for (std::int64_t i = 0; i < s.rows; ++i)
-                for (std::int64_t j = 0; j < s.columns; ++j)
-                    visit(place(call, name, p, i, j), i, j);
-    };
-    std::vector<std::string> arrays = names(call);
-    std::erase_if(arrays, [](const std::string& name) { return !is_matrix(name); });
-    for (const std::string& name : arrays) {
-        std::vector<double> values(call.size(name), untouched);
-        const bool fresh = !numbers.contains(name);
-        std::size_t index = 0;
-        each(name, [&](std::int64_t at, std::int64_t i, std::int64_t j) {
-            if (fresh)
-                numbers[name].push_back(draw(call.signature(), name, i, j));
-            const Number number = numbers[name].at(index++);
-            for (std::size_t part = 0; at >= 0 && part < parts; ++part)
-                values.at(parts * static_cast<std::size_t>(at) + part) =
-                    part == 0 ? number.real() : number.imag();
-        });
-        call.assign(name, values);
-    }
-    call.run();
-    Values got;
-    for (const std::string& name : arrays) {
-        const std::vector<double> values = call.values(name);
-        std::size_t stored = 0;
-        each(name, [&](std::int64_t at, std::int64_t, std::int64_t) {
-            const std::size_t first = parts * static_cast<std::size_t>(at);
-            got[name].push_back(at < 0 ? 0 : Number(values[first], parts == 2 ? values[first + 1] : 0));
-            stored += at < 0 ? 0 : parts;
-        });
-        const auto left = static_cast<std::size_t>(std::count(values.begin(), values.end(), untouched));
-        EXPECT_GE(left, values.size() - stored) << "padding between elements stays as it was";
-    }
-    return got;
-}
-
-bool has_twins(const Member& member)
-{
-    // Packed forms and other formats have no elements to compare.
-    return member.has_layout() && member.letter != '-' && !member.is("pack") && !member.is("compute") &&
-           !member.is("jit");
-}
-
-TEST(Numbers, RowMajorCallsEqualTheirColumnMajorTwins)
-{
-    int compared = 0;
-    for (const Member& member : members()) {
-        if (!has_twins(member))
-            continue;
-        SCOPED_TRACE(member.name());
-        ++compared;
-        for (int round = 0; round < 3; ++round) {
-            filled(member, column_major).each_choice([&](FunctionCall columns) {
-                for (const std::string& name : names(columns)) {
-                    const bool in_band = columns.has("k") && !columns.has("ldc");
-                    if (name == "m" || name == "n" || name == "k")
-                        columns.set(name, name == "k" && in_band ? integer(0, 2) : integer(1, 5));
-                    else if (name == "kl" || name == "ku")
-                        columns.set(name, integer(0, 2));
-                    else if (name.starts_with("inc"))
-                        columns.set(name, integer(1, 3) * (integer(0, 1) == 0 ? -1 : 1));
-                    else if (is_number(name))
-                        columns.scalar(name, integer(-2, 2), integer(-2, 2));
-                }
-                FunctionCall rows = filled(member, row_major);
-                rows.assign(columns).set("layout", row_major);
-                for (FunctionCall* call : {&columns, &rows})
-                    for (const std::string& name : names(*call))
-                        if (name.starts_with("ld"))
-                            call->set(name, call->bound(name) + integer(0, 3));
-                        else if (name.starts_with("stride"))
-                            call->set(name, 200 + integer(0, 3));
-                Values numbers;
-                const Values by_columns = run(columns, numbers);
-                EXPECT_EQ(run(rows, numbers), by_columns);
-            });
-        }
-    }
-    EXPECT_EQ(compared, 2 * (44 + 66 + 22));
-}
-
-/// A single call with the parameters of one group.
-FunctionCall single_call(const Member& member, const FunctionCall& batch, std::size_t group)
-{
-    const std::string root = member.routine.substr(1);
-    for (const Member& single : members_of(root.substr(0, root.find("_batch"))))
-        if (single.letter == member.letter && single.wide == member.wide) {
-            FunctionCall call = filled(single, batch.by_rows() ? row_major : column_major);
-            for (const std::string& name : names(call))
-                if (is_matrix(name)) {
-                    std::vector<double> values(call.size(name));
-                    std::generate(values.begin(), values.end(), [] { return integer(-3, 3); });
-                    call.assign(name, values);
-                } else {
-                    const std::size_t parts = call.size(name);
-                    for (std::size_t part = 0; part < parts; ++part)
-                        call.put(name, batch.number(batch.index(name), parts * group + part), part);
-                }
-            return call;
-        }
-    throw std::out_of_range(root);
-}
-
-/// The last code that is taken for an option.
-int last_code(const FunctionCall& call, const std::string& option)
-{
-    for (const catalogue::Place& place : call.callee().places)
-        if (place.parameter == static_cast<int>(call.index(option)))
-            return place.letters.rbegin()->first;
-    throw std::out_of_range(option);
+    return other;
 }
 
 TEST(Numbers, BatchesComeToWhatSingleCallsMake)
 {
-    std::vector<Member> batches = group_members();
-    std::ranges::copy_if(members(), std::back_inserter(batches),
-                         [](const Member& m) { return m.is("_batch"); });
+    constexpr std::size_t step = 40; // between matrices
     int compared = 0;
-    each_layout(batches, [&](const Member& member, int layout) {
-        if (member.is("dgmm"))
-            return; // has no single call
+    const auto is_batch = [](const Signature& s) {
+        return s.root.find("_batch") != std::string::npos &&
+               !s.root.starts_with("dgmm"); // has no single call
+    };
+    each_layout(is_batch, [&](const FunctionCall& any) {
         ++compared;
-        constexpr std::size_t problems = 3;
-        const bool strided = !member.has_groups();
-        FunctionCall batch = filled(member, layout, strided ? 0 : 2); // groups have one problem and two
-        if (!member.has_layout()) // its length has no test, and is 1 otherwise
-            batch.set("n", 9);
-        for (const std::string& name : names(batch)) {
-            if (name == "diag") // so that solutions divide by nothing
-                batch.set(name, 132);
-            else if (name == "batch_size")
-                batch.set(name, problems);
-            else if (strided)
-                continue;
-            else if (option_of(name) != nullptr)
-                batch.set(name, last_code(batch, name), 1);
-            else if (name == "m" || name == "n" || name == "k")
-                batch.set(name, batch.integer(name) - 1, 1);
-            else if (name.starts_with("inc"))
-                batch.set(name, -2, 1);
-            for (std::size_t i = 0; is_number(name) && i < batch.size(name); ++i)
-                batch.put(name, integer(1, 3), i);
-        }
-        std::vector<FunctionCall> together;
-        for (std::size_t p = 0; p < problems; ++p)
-            together.push_back(single_call(member, batch, strided || p == 0 ? 0 : 1));
-        std::vector<FunctionCall> alone = together;
-        const auto step = [&](const std::string& name) { // of a strided batch, in real numbers
-            return static_cast<std::size_t>(batch.integer("stride" + name)) * (member.complex() ? 2 : 1);
-        };
-        const auto kept = [&](const std::string& name) {
-            return std::min(together[0].size(name), step(name));
-        };
-        for (const std::string& name : names(batch)) {
-            if (strided && is_matrix(name))
-                batch.fill(name, problems * step(name));
-            for (std::size_t p = 0; is_matrix(name) && p < problems; ++p)
+        const bool strided = !any.has_groups();
+        const int groups = strided ? 1 : 1026; // letters are told in blocks of 1024
+        std::string name = any.signature().names.front();
+        for (const std::string word : {"_batch", "_strided"})
+            name.erase(std::min(name.find(word), name.size()), word.size());
+        for (int round = 0; round < (strided ? 9 : 1); ++round) {
+            const int layout = any.by_rows() ? row_major : column_major;
+            FunctionCall batch(any.signature(), layout, strided ? 3 : groups), single(name, layout);
+            std::vector<std::size_t> group_of;
+            for (int group = 0; group < groups; ++group) {
+                vary(batch, round + group, strided ? FunctionCall::all_groups : group);
+                const int size = strided ? 3 : group % 2 + 1;
+                group_of.insert(group_of.end(), static_cast<std::size_t>(size),
+                                static_cast<std::size_t>(group));
                 if (!strided)
-                    batch.put(
-                        name,
-                        static_cast<long double>(reinterpret_cast<std::intptr_t>(together[p].address(name))),
-                        p);
-                else
-                    for (std::size_t i = 0; i < kept(name); ++i)
-                        batch.put(name, together[p].number(together[p].index(name), i), p * step(name) + i);
-        }
-        batch.run();
-        for (std::size_t p = 0; p < problems; ++p) {
-            const FunctionCall before = alone[p];
-            alone[p].run();
-            bool changed = false;
-            for (const std::string& name : names(alone[p]))
-                if (is_matrix(name)) {
-                    for (std::size_t i = 0; strided && i < kept(name); ++i)
-                        together[p].put(name, batch.number(batch.index(name), p * step(name) + i), i);
-                    EXPECT_EQ(together[p].values(name), alone[p].values(name)) << name;
-                    changed = changed || alone[p].values(name) != before.values(name);
+                    batch.set("group_size", size, group);
+            }
+            FunctionCall memory = single;
+            for (const std::string& each : names(single))
+                if (is_matrix(each))
+                    fill(memory, each, group_of.size() * step);
+            const FunctionCall before = memory, expected = memory;
+            const auto address = [&](const FunctionCall& of, const std::string& matrix, std::size_t problem) {
+                const std::size_t bytes = single.signature().letter.real == 's' ? 4 : 8;
+                return of.address(matrix) + problem * step * parts(single) * bytes;
+            };
+            for (const std::string& each : names(batch))
+                if (each.starts_with("stride")) {
+                    batch.set(each, step);
+                } else if (is_number(each) && strided) {
+                    batch.scalar(each, number(), number());
+                } else if (is_number(each)) {
+                    fill(batch, each, static_cast<std::size_t>(groups));
+                } else if (is_matrix(each) && strided) {
+                    batch.point(each, address(memory, each, 0));
+                } else if (is_matrix(each)) {
+                    batch.fill(each, group_of.size());
+                    for (std::size_t p = 0; p < group_of.size(); ++p)
+                        put_address(batch, each, p, address(memory, each, p));
                 }
-            EXPECT_TRUE(changed);
+            batch.run();
+            for (std::size_t p = 0; p < group_of.size(); ++p) {
+                for (const std::string& each : names(single))
+                    if (is_matrix(each))
+                        single.point(each, address(expected, each, p));
+                    else
+                        for (std::size_t k = 0; k < single.size(each); ++k)
+                            single.put(each,
+                                       batch.number(batch.index(each), single.size(each) * group_of[p] + k),
+                                       k);
+                single.run();
+            }
+            EXPECT_TRUE(memory == expected);
+            EXPECT_FALSE(memory == before);
         }
     });
     EXPECT_EQ(compared, 2 * 2 * (2 * 18 + 8));
+}
+
+TEST(Numbers, ExtensionsComeToWhatTheyExtend)
+{
+    const std::map<std::string, const char*> all{
+        {"gemm3m", "gemm"}, {"gemmt", "gemm"}, {"trmm_oop", "trmm"}, {"trsm_oop", "trsm"}};
+    const auto is_extension = [&](const Signature& s) { return all.contains(s.root); };
+    each_layout(is_extension, [&](const FunctionCall& any) {
+        const std::string root = any.signature().root;
+        for (int choice = 0; choice < 36; ++choice) {
+            FunctionCall call = varied(any, choice);
+            for (std::size_t k = 0; k < call.size("a"); ++k) // solutions divide by units
+                call.put("a", call.number(call.index("a"), k) > 0 ? 1 : -1, k);
+            if (root.ends_with("_oop"))
+                call.scalar("beta", 0);
+            std::string name = any.signature().names.front();
+            FunctionCall extended = same(call, name.replace(name.find(root), root.size(), all.at(root)));
+            extended.run();
+            const auto result = extended.values(extended.has("c") ? "c" : "b");
+            auto expected = call.values("c");
+            for (int i = 0; i < extended.integer("m"); ++i)
+                for (int j = 0; j < extended.integer("n"); ++j)
+                    if (root != "gemmt" || i == j || (i < j) == (call.integer("uplo") == 121))
+                        for (std::size_t k = 0; k < parts(call); ++k) {
+                            const int at = call.by_rows() ? 6 * i + j : i + 6 * j;
+                            const std::size_t place = parts(call) * static_cast<std::size_t>(at) + k;
+                            expected.at(place) = result.at(place);
+                        }
+            call.run();
+            EXPECT_EQ(call.values("c"), expected);
+        }
+    });
+}
+
+// Of complex calls by rows: the narrow ones are those of the programs.
+TEST(Numbers, WideCallsComeToWhatNarrowOnesMake)
+{
+    int compared = 0;
+    const auto is_complex = [](const Signature& s) {
+        return is_narrow(s) && s.letter.is_complex() && s.root.find("_batch") == std::string::npos &&
+               s.family == "cblas";
+    };
+    each_layout(is_complex, [&](const FunctionCall& any) {
+        for (int choice = 0; any.by_rows() && choice < 36; ++choice, ++compared) {
+            const FunctionCall call = varied(any, choice);
+            const FunctionCall wide = same(call, any.signature().names.front() + "_64");
+            call.run();
+            wide.run();
+            for (const std::string& name : names(call))
+                if (is_matrix(name)) {
+                    EXPECT_EQ(wide.values(name), call.values(name)) << name;
+                }
+        }
+    });
+    EXPECT_EQ(compared, 36 * 2 * (13 + 17));
+}
+
+TEST(Numbers, SparseVectorsAreThoseOfFortranCountedFromZero)
+{
+    int compared = 0;
+    const auto is_sparse = [](const Signature& s) { return s.table.ends_with("/sparse1.tab"); };
+    each_layout(is_sparse, [&](FunctionCall call) {
+        std::string name = call.signature().names.front().substr(6);
+        if (const std::size_t sub = name.find("_sub"); sub != std::string::npos)
+            name.erase(sub, 4);
+        FunctionCall fortran(catalogue::to_upper(name));
+        std::array<double, 2> result{9, 9}, expected{9, 9};
+        if (call.has("result")) {
+            call.point("result", &result);
+            fortran.point("result", &expected);
+        }
+        const auto run = [](const FunctionCall& c) {
+            const support::Returned back = c.run();
+            return c.signature().result == "float"    ? static_cast<double>(back.float32())
+                   : c.signature().result == "double" ? back.float64()
+                                                      : 0;
+        };
+        // Nothing is read, and nothing is there to be read.
+        for (const int n : {0, -1}) {
+            EXPECT_EQ(run(call.set("nz", n)), 0);
+            EXPECT_EQ(std::exchange(result[0], 9), call.has("result") ? 0 : 9);
+        }
+        call.set("nz", 3);
+        if (call.has("alpha"))
+            run(call.scalar("alpha", 0));
+        if (call.has("c"))
+            run(call.scalar("c", 1).scalar("s", 0));
+        const std::array<std::int32_t, 4> narrow[] = {{3, 0, 3}, {4, 1, 4}};
+        const std::array<std::int64_t, 4> wide[] = {{3, 0, 3}, {4, 1, 4}};
+        for (const int base : {0, 1}) {
+            FunctionCall& each = base == 0 ? call : fortran;
+            each.point("indx", call.narrow() ? static_cast<const void*>(&narrow[base]) : &wide[base]);
+            each.set("nz", 3);
+            for (const char* vector : {"x", "y"})
+                each.fill(vector, 8).assign(vector, {1, -2, 3, 4, 5, -6, 7, 8});
+            for (const char* scalar : {"alpha", "c", "s"})
+                if (each.has(scalar))
+                    each.fill(scalar, parts(call)).scalar(scalar, *scalar == 's' ? 2 : 3, -1);
+        }
+        EXPECT_EQ(run(call), run(fortran));
+        EXPECT_EQ(result, expected);
+        for (const char* vector : {"x", "y"})
+            EXPECT_EQ(call.values(vector), fortran.values(vector)) << vector;
+        ++compared;
+    });
+    EXPECT_EQ(compared, 2 * (4 * 4 + 2 * 2 + 2 * 2));
 }
 
 /// By rows the signed operand is the second, since operands change places on the way to the column-major

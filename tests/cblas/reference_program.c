@@ -1,6 +1,5 @@
 /* A program as it is written for the reference CBLAS: one include, its enumerations, types and words. The
- * build makes it with our header in place of the reference's, in C and in C++, and with the reference's own
- * where there is one. */
+ * build makes it with our header in place of the reference's, in C and in C++. */
 #include "cblas.h"
 
 #include <stdio.h>

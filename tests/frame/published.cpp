@@ -168,9 +168,8 @@ std::vector<Names> bodies()
             if (entry_class == "checked")
                 alone({name}, "qnm_blas_errchk_name qnm_blas_errchk_name_ilp64");
         }
-    for (const auto* members : {&tests::members(), &tests::group_members()})
-        for (const tests::Member& member : *members)
-            alone({member.name()}, "Name");
+    for (const tests::Member& member : tests::members())
+        alone({member.name}, "Name");
     for (const Names& sparse : {lettered("sdcz", "axpyi gthr gthrz sctr"), lettered("sd", "roti doti"),
                                 lettered("cz", "dotui_sub dotci_sub")})
         alone(sparse, "cblas_name cblas_name_64");
