@@ -1,10 +1,12 @@
 #include "support/function_call.hpp"
 
+#include "support/published.hpp"
 #include "support/tables.hpp"
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -546,6 +548,22 @@ std::string letters_of(const Argument& option, const std::vector<ExpressionPtr>&
                     letters += node.letters;
             });
     return letters;
+}
+
+std::int64_t least(const FunctionCall& call, const std::string& bounds, const std::string& argument)
+{
+    for (const std::string& word : words(bounds)) {
+        const std::size_t mark = word.find_first_of("=>!");
+        if (word.substr(0, mark) != argument)
+            continue;
+        std::string text = std::regex_replace(word.substr(mark + 1), std::regex("\\?"), " in NOLA ? ");
+        text = std::regex_replace(text, std::regex("\\|(\\w+)\\|"), "abs($1)");
+        catalogue::Lexer lexer(word, 1);
+        lexer.add_line(text, 1);
+        const std::int64_t bound = call.value(*catalogue::parse_expression(lexer));
+        return word[mark] == '>' ? bound + 1 : word[mark] == '!' ? bound : std::max<std::int64_t>(bound, 1);
+    }
+    return 0;
 }
 
 std::string bare_name(const Signature& s)

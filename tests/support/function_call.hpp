@@ -222,6 +222,9 @@ void expect_local(const Call& noted, std::size_t word, const std::string& name);
 /// The letters that expressions ask an option for, behind those of its test.
 std::string letters_of(const Argument& option, const std::vector<ExpressionPtr>& expressions);
 
+/// The least value of an argument by published bounds, in the words of `Published`; 0 without one.
+std::int64_t least(const FunctionCall& call, const std::string& bounds, const std::string& argument);
+
 /// A routine's name in lower case and without its width.
 std::string bare_name(const Signature& signature);
 /// The core function of an entry of the Fortran interfaces, by the naming rule told in words rather than in

@@ -263,44 +263,4 @@ std::vector<std::string> words(const std::string& text)
     return all;
 }
 
-namespace {
-
-/// Sums of products, from the left; `option?a:b` asks for the option's letter.
-std::int64_t evaluate(const std::string& text, const std::function<std::int64_t(const std::string&)>& value,
-                      const std::function<bool(const std::string&)>& first)
-{
-    const auto part = [&](std::size_t from, std::size_t to) {
-        return evaluate(text.substr(from, to - from), value, first);
-    };
-    if (const std::size_t mark = text.find('?'); mark != std::string::npos) {
-        std::size_t colon = mark + 1;
-        for (int open = 1; (open += text[colon] == '?' ? 1 : text[colon] == ':' ? -1 : 0) > 0;)
-            ++colon;
-        return first(text.substr(0, mark)) ? part(mark + 1, colon) : part(colon + 1, text.size());
-    }
-    if (const std::size_t sign = text.find_last_of("+-"); sign != std::string::npos)
-        return part(0, sign) + (text[sign] == '+' ? 1 : -1) * part(sign + 1, text.size());
-    if (const std::size_t times = text.find('*'); times != std::string::npos)
-        return part(0, times) * part(times + 1, text.size());
-    if (text[0] == '|')
-        return std::abs(part(1, text.size() - 1));
-    return std::isdigit(static_cast<unsigned char>(text[0])) != 0 ? std::stoll(text) : value(text);
-}
-
-} // namespace
-
-std::int64_t least(const std::string& bounds, const std::string& argument,
-                   const std::function<std::int64_t(const std::string&)>& value,
-                   const std::function<bool(const std::string&)>& first)
-{
-    for (const std::string& word : words(bounds)) {
-        const std::size_t mark = word.find_first_of("=>!");
-        if (word.substr(0, mark) != argument)
-            continue;
-        const std::int64_t bound = evaluate(word.substr(mark + 1), value, first);
-        return word[mark] == '>' ? bound + 1 : word[mark] == '!' ? bound : std::max<std::int64_t>(1, bound);
-    }
-    return 0;
-}
-
 } // namespace qnm::tests

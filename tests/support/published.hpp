@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -55,11 +54,5 @@ inline bool lists(const std::string& list, const std::string& word)
 {
     return (" " + list + " ").find(" " + word + " ") != std::string::npos;
 }
-
-/// The least value of an argument by a list of bounds; 0 for sizes without one. `value` tells integers and
-/// `first` whether an option has the first letter of its kind.
-std::int64_t least(const std::string& bounds, const std::string& argument,
-                   const std::function<std::int64_t(const std::string&)>& value,
-                   const std::function<bool(const std::string&)>& first);
 
 } // namespace qnm::tests
