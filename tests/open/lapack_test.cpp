@@ -1,7 +1,7 @@
 // LAPACK of the core: who carries each name, what the core tells of its machine, and what it mends.
 #include "core.hpp"
 
-#include "catalogue/catalogue.hpp"
+#include "support/tables.hpp"
 
 #include <cmath>
 #include <fstream>
@@ -17,7 +17,7 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
     std::ifstream list(QNM_CARRIED_LIST);
     for (std::string name, carrier; list >> name >> carrier;)
         who[name] = carrier;
-    const catalogue::Catalogue tables = catalogue::read_tables({QNM_TABLE_FILES});
+    const catalogue::Catalogue& tables = support::tables();
     int stubs = 0;
     for (const catalogue::Entry& entry : tables.entries()) {
         if (entry.width != catalogue::Width::narrow || entry.row->entry_class == catalogue::Class::own)
