@@ -184,7 +184,9 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
     char text[] = "#######";
     for (const auto& [most, number, result, expected] :
          {std::tuple{5, 1234, 5, "1234x"}, {99, 123456, -1, "12345"}, {2, 1234567, -1, "12"}}) {
-        EXPECT_EQ(snprintf_s()(text, 6, std::size_t(most), "%d%c", number, 'x'), result);
+        const auto found =
+            support::call(core_symbol("qnm_serv_snprintf_s"), text, 6L, long{most}, "%d%c", number, 'x');
+        EXPECT_EQ(found.int32(), result);
         EXPECT_STREQ(text, expected);
         EXPECT_EQ(text[6], '#');
     }
