@@ -241,9 +241,9 @@ core_int lapack(const std::string& name, const A&... arguments)
 }
 
 // Fortran convention with arguments collected at run time: all of them pointers.
-inline void by_pointers(const std::string& name, const std::vector<const void*>& p)
+inline support::Returned by_pointers(const std::string& name, const std::vector<const void*>& p)
 {
-    support::call_words(core_symbol(name), {p.begin(), p.end()});
+    return support::call_words(core_symbol(name), {p.begin(), p.end()});
 }
 
 template <class R = int, class... A>
