@@ -58,13 +58,15 @@ struct Problems : FunctionCall {
     }
 };
 
-void expect_single_calls(const Signature& s, const Signature& single, int layout)
+// Of the groups the first has a problem, and the last but one the others; what they share takes turns.
+void expect_single_calls(const Signature& s, const Signature& single, int layout, int some)
 {
     QNM_TRACE_SIGNATURE(s);
-    FunctionCall batch(s, layout);
+    FunctionCall batch(s, layout, some);
     Problems before(single, layout), source = before;
     const bool inverts = batch.has("ainv");
-    std::vector<Problems> shared(batch.has_groups() ? 3 : 1, before); // by the problems of a group
+    const std::size_t groups = batch.has_groups() ? static_cast<std::size_t>(some) : 1, last = groups - 2;
+    std::vector<Problems> shared(groups == 1 ? 1 : 3, before);
     std::vector<std::size_t> arrays;
     const auto in_batch = [&](std::size_t i) {
         const std::string& name = before.name(i);
@@ -85,23 +87,22 @@ void expect_single_calls(const Signature& s, const Signature& single, int layout
             continue;
         }
         if (number)
-            batch.fill(of, shared.size() * before.parts(i));
-        for (std::size_t g = 0; g < shared.size(); ++g) {
+            batch.fill(of, groups * before.parts(i));
+        for (std::size_t g = 0; g < shared.size(); ++g)
             if (number)
                 shared[g].draw(i, 1), shared[g].put(name, static_cast<long double>(g + 2));
             else
                 shared[g].choose_any(i, g);
-            for (std::size_t k = 0; k < shared[g].size(i) && batch.has(of); ++k)
-                if (const std::size_t at = g * shared[g].size(i) + k; at < batch.size(of))
-                    batch.put(of, shared[g].number(i, k), at);
-        }
+        const std::size_t each = shared[0].size(i);
+        for (std::size_t k = 0; batch.has(of) && k < std::min(batch.size(of), groups * each); ++k)
+            batch.put(of, shared[k / each % 3].number(i, k % each), k);
     }
     Problems together = before, alone = before;
     std::map<std::string, std::vector<const char*>> addresses;
     const auto hand_over = [&](const std::string& of, const Problems& memory, std::size_t i) {
         for (std::size_t p = 0; p < problems; ++p)
             addresses[of].push_back(memory.of(i, p));
-        const bool one = shared.size() == 1 || of == "info" || of == "work";
+        const bool one = groups == 1 || of == "info" || of == "work";
         batch.point(of, one ? addresses[of][0] : static_cast<const void*>(addresses[of].data()));
         for (const std::string& stride : {"stride" + of, std::string("stride")})
             if (batch.has(stride))
@@ -115,14 +116,15 @@ void expect_single_calls(const Signature& s, const Signature& single, int layout
         hand_over("a", source, source.index("a"));
         batch.set("lda", 9);
     }
-    if (shared.size() == 1)
+    if (groups == 1)
         batch.set("batch_size", problems);
-    else
-        for (const int g : {0, 1, 2}) // less than none, where that is not refused
-            batch.set("group_size", g == 1 ? -!batch.is_bounded("group_size") : 1 + g / 2, g);
+    else // less than none, where that is not refused
+        batch.set("group_size", groups > 4 || batch.is_bounded("group_size") ? 0 : -1)
+            .put("group_size", 1)
+            .put("group_size", 2, last);
     batch.run();
     for (std::size_t p = 0; p < problems; ++p) {
-        Problems call = shared[shared.size() == 1 || p == 0 ? 0 : 2];
+        Problems call = shared[groups == 1 || p == 0 ? 0 : last % 3];
         for (const std::size_t i : arrays)
             call.point(call.name(i), alone.of(i, p));
         const std::size_t a = call.index(inverts ? "a" : call.name(arrays[0])), parts = call.parts(a);
@@ -148,7 +150,8 @@ TEST(Batches, ComeToWhatSingleCallsMake)
         if (const Signature* single = s->callees.empty() ? nullptr : single_of(s->names.front()))
             for (const int layout : {tests::column_major, tests::row_major})
                 if (layout == tests::column_major || FunctionCall(*s).has("layout")) {
-                    expect_single_calls(*s, *single, layout);
+                    for (const int groups : {3, 4, 1026}) // letters of codes come in blocks of 1024
+                        expect_single_calls(*s, *single, layout, groups);
                     ++compared;
                 }
     EXPECT_EQ(compared, 2 * (2 * 26 + 36 + 2 * 20) + 2 * 2 * (2 * 18 + 8));

@@ -104,7 +104,8 @@ TEST(Routines, WhoseMatricesHaveShapesOfTheirOwn)
               M(3), M(4));
     QNM_TWINS(dorgtsqr_row, blocks, m, few, 5, 2, M(0), M(1));
     QNM_TWINS(dorgtsqr, block, n, n, n + 1, 2, M(0), M(1));
-    QNM_TWINS_OF(band, (r.w[0] = LAPACKE_dlangb(layout, 'I', n, 2, 1, M(0))) < 0);
+    for (const char norm : {'I', 'F'})
+        QNM_TWINS_OF(band, (r.w[0] = LAPACKE_dlangb(layout, norm, n, 2, 1, M(0))) < 0);
     // That begin with the caller's vectors, of which two of three are written.
     Matrices hessenberg{right, right, square};
     for (int i = 0; i < n; ++i)
