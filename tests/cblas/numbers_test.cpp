@@ -1,6 +1,6 @@
-// What comes out over the open core where no program for the reference interface looks: batches beside single
-// calls, extensions beside what they extend, wide calls beside narrow ones, sparse vectors. Numbers are small
-// and whole, so that sums and products are exact whatever their order.
+// What comes out over the open core where no program for the reference interface looks: extensions beside
+// what they extend, wide calls beside narrow ones, sparse vectors; batches are with those of all families.
+// Numbers are small and whole, so that sums and products are exact whatever their order.
 #include "calls.hpp"
 
 #include <array>
@@ -37,8 +37,9 @@ void fill(FunctionCall& call, const std::string& name, std::size_t elements)
         call.put(name, number(), k);
 }
 
-/// Gives a call, or a group of it, one of many choices of options, and sizes that go with it.
-void vary(FunctionCall& call, int choice, int group = FunctionCall::all_groups)
+/// A call of one of many choices of options, with sizes that go with it, and numbers behind all its
+/// addresses.
+FunctionCall varied(FunctionCall call, int choice)
 {
     const int odd = choice % 2;
     for (std::size_t i = 0; i < call.parameters().size(); ++i) {
@@ -46,27 +47,20 @@ void vary(FunctionCall& call, int choice, int group = FunctionCall::all_groups)
         for (const catalogue::Place& place : call.callee().places)
             if (place.parameter == static_cast<int>(i) && !place.letters.empty()) {
                 const int letters = static_cast<int>(place.letters.size());
-                call.set(name, std::next(place.letters.begin(), choice % letters)->first, group);
+                call.set(name, std::next(place.letters.begin(), choice % letters)->first);
                 choice /= letters;
             }
         if (lists("m n k kl ku", name))
-            call.set(name, name == "kl" || name == "ku" ? odd + 1 : static_cast<int>(i % 3) + 3 - odd, group);
+            call.set(name, name == "kl" || name == "ku" ? odd + 1 : static_cast<int>(i % 3) + 3 - odd);
         else if (name.starts_with("ld"))
-            call.set(name, 6, group);
+            call.set(name, 6);
         else if (name.starts_with("inc"))
-            call.set(name, odd == 0 ? 2 : -1, group);
-    }
-}
-
-/// A single call with numbers behind all its addresses.
-FunctionCall varied(FunctionCall call, int choice)
-{
-    vary(call, choice);
-    for (const std::string& name : names(call))
-        if (is_matrix(name))
+            call.set(name, odd == 0 ? 2 : -1);
+        else if (is_matrix(name))
             fill(call, name, 60);
         else if (is_number(name))
             call.scalar(name, number(), number());
+    }
     return call;
 }
 
@@ -80,75 +74,6 @@ FunctionCall same(const FunctionCall& call, const std::string& name)
         other.assign(each, call.values(call.has(each) ? each : "n"));
     }
     return other;
-}
-
-TEST(Numbers, BatchesComeToWhatSingleCallsMake)
-{
-    constexpr std::size_t step = 40; // between matrices
-    int compared = 0;
-    const auto is_batch = [](const Signature& s) {
-        return s.root.find("_batch") != std::string::npos &&
-               !s.root.starts_with("dgmm"); // has no single call
-    };
-    each_layout(is_batch, [&](const FunctionCall& any) {
-        ++compared;
-        const bool strided = !any.has_groups();
-        const int groups = strided ? 1 : 1026; // letters are told in blocks of 1024
-        std::string name = any.signature().names.front();
-        for (const std::string word : {"_batch", "_strided"})
-            name.erase(std::min(name.find(word), name.size()), word.size());
-        for (int round = 0; round < (strided ? 9 : 1); ++round) {
-            const int layout = any.by_rows() ? row_major : column_major;
-            FunctionCall batch(any.signature(), layout, strided ? 3 : groups), single(name, layout);
-            std::vector<std::size_t> group_of;
-            for (int group = 0; group < groups; ++group) {
-                vary(batch, round + group, strided ? FunctionCall::all_groups : group);
-                const int size = strided ? 3 : group % 2 + 1;
-                group_of.insert(group_of.end(), static_cast<std::size_t>(size),
-                                static_cast<std::size_t>(group));
-                if (!strided)
-                    batch.set("group_size", size, group);
-            }
-            FunctionCall memory = single;
-            for (const std::string& each : names(single))
-                if (is_matrix(each))
-                    fill(memory, each, group_of.size() * step);
-            const FunctionCall before = memory, expected = memory;
-            const auto address = [&](const FunctionCall& of, const std::string& matrix, std::size_t problem) {
-                const std::size_t bytes = single.signature().letter.real == 's' ? 4 : 8;
-                return of.address(matrix) + problem * step * parts(single) * bytes;
-            };
-            for (const std::string& each : names(batch))
-                if (each.starts_with("stride")) {
-                    batch.set(each, step);
-                } else if (is_number(each) && strided) {
-                    batch.scalar(each, number(), number());
-                } else if (is_number(each)) {
-                    fill(batch, each, static_cast<std::size_t>(groups));
-                } else if (is_matrix(each) && strided) {
-                    batch.point(each, address(memory, each, 0));
-                } else if (is_matrix(each)) {
-                    batch.fill(each, group_of.size());
-                    for (std::size_t p = 0; p < group_of.size(); ++p)
-                        put_address(batch, each, p, address(memory, each, p));
-                }
-            batch.run();
-            for (std::size_t p = 0; p < group_of.size(); ++p) {
-                for (const std::string& each : names(single))
-                    if (is_matrix(each))
-                        single.point(each, address(expected, each, p));
-                    else
-                        for (std::size_t k = 0; k < single.size(each); ++k)
-                            single.put(each,
-                                       batch.number(batch.index(each), single.size(each) * group_of[p] + k),
-                                       k);
-                single.run();
-            }
-            EXPECT_TRUE(memory == expected);
-            EXPECT_FALSE(memory == before);
-        }
-    });
-    EXPECT_EQ(compared, 2 * 2 * (2 * 18 + 8));
 }
 
 TEST(Numbers, ExtensionsComeToWhatTheyExtend)

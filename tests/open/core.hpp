@@ -2,6 +2,7 @@
 #pragma once
 
 #include "open/core.hpp" // element types
+#include "support/invoke.hpp"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -172,10 +173,7 @@ void expect_near(const std::vector<T>& found, const std::vector<T>& expected)
 
 inline void* core_symbol(const std::string& name)
 {
-    static void* const core = dlopen(QNM_CORE_FILE, RTLD_NOW | RTLD_LOCAL);
-    if (core == nullptr)
-        throw std::runtime_error(dlerror());
-    void* symbol = dlsym(core, name.c_str());
+    void* const symbol = dlsym(RTLD_DEFAULT, name.c_str());
     if (symbol == nullptr)
         throw std::runtime_error("not exported: " + name);
     return symbol;
@@ -242,28 +240,16 @@ core_int lapack(const std::string& name, const A&... arguments)
     return info;
 }
 
-// Fortran convention with arguments collected at run time: all of them pointers. Too many do no harm.
-inline void by_pointers(const std::string& name, std::vector<const void*> p)
+// Fortran convention with arguments collected at run time: all of them pointers.
+inline support::Returned by_pointers(const std::string& name, const std::vector<const void*>& p)
 {
-    p.resize(26);
-    const auto call = [&]<std::size_t... i>(std::index_sequence<i...>)
-    {
-        by_value(name, p[i]...);
-    };
-    call(std::make_index_sequence<26>{});
+    return support::call_words(core_symbol(name), {p.begin(), p.end()});
 }
 
 template <class R = int, class... A>
 R service(const std::string& name, const A&... arguments)
 {
     return by_value<R>("qnm_serv_" + name, arguments...);
-}
-
-// The core's own formatting, which takes any arguments.
-inline auto snprintf_s()
-{
-    return reinterpret_cast<int (*)(char*, std::size_t, std::size_t, const char*, ...)>(
-        core_symbol("qnm_serv_snprintf_s"));
 }
 
 // ---- reports and memory

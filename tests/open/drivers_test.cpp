@@ -1,51 +1,27 @@
 // The C interface to LAPACK over the open core, as a program gets it: drivers by rows have to come to what
 // they come to by columns, to the last bit, since both give the engine the same matrices.
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-#include <utility>
-#include <vector>
+#include "core.hpp"
 
+#include <cmath>
 #include <qnm/lapacke.h>
 
 namespace {
 
+using qnm::test::Matrix;
+
 constexpr int n = 6, m = 9, few = 3;
 using Numbers = std::vector<double>;
-
-/// What stands in it is the same for the same seed.
-struct Matrix {
-    int rows, columns;
-    unsigned seed;
-    double on_diagonal = 0;
-    enum { full, symmetric, upper } form = full;
-
-    double operator()(int i, int j) const
-    {
-        if (form == symmetric && j < i)
-            std::swap(i, j);
-        const double number =
-            static_cast<double>(std::mt19937(seed + static_cast<unsigned>(100 * i + 2000 * j))()) / 0x1p31 -
-            1;
-        return form == upper && j < i ? 0 : number + (i == j ? on_diagonal : 0);
-    }
-};
-using Matrices = std::vector<Matrix>;
+using Matrices = std::vector<Matrix<double>>;
 
 /// In memory. What is no element, between its lines and behind the last, is a NaN: who reads one refuses it
 /// or comes to one, and who writes one is seen.
-struct Stored {
-    int ld, down, across;
-    Numbers all = Numbers(200, NAN);
-
-    Stored(const Matrix& a, bool by_rows, int spare)
-        : ld((by_rows ? a.columns : a.rows) + spare), down(by_rows ? ld : 1), across(by_rows ? 1 : ld)
+struct Stored : Matrix<double> {
+    Stored(const Matrix<double>& a, bool by_rows, int spare)
+        : Matrix(by_rows ? a.columns : a.rows, by_rows ? a.rows : a.columns, spare)
     {
-        for (int i = 0; i < a.rows; ++i)
-            for (int j = 0; j < a.columns; ++j)
-                (*this)(i, j) = a(i, j);
+        data.assign(200, NAN);
+        take(by_rows ? 'T' : 'N', a);
     }
-    double& operator()(int i, int j) { return all.at(static_cast<std::size_t>(i * down + j * across)); }
 };
 
 /// What else a driver gives back.
@@ -62,7 +38,7 @@ void twins(const char* name, const Matrices& matrices, auto driver)
     Results results[2];
     std::vector<Stored> memory[2];
     for (const std::size_t k : {0U, 1U}) {
-        for (const Matrix& a : matrices) // leading dimensions differ, and are longer than they must be
+        for (const auto& a : matrices) // leading dimensions differ, and are longer than they must be
             memory[k].emplace_back(a, k == 0, static_cast<int>(memory[k].size()) + 1);
         EXPECT_EQ(driver(k == 0 ? LAPACK_ROW_MAJOR : LAPACK_COL_MAJOR, results[k], memory[k]), 0);
     }
@@ -71,13 +47,13 @@ void twins(const char* name, const Matrices& matrices, auto driver)
     for (std::size_t k = 0; k < matrices.size(); ++k) {
         for (int i = 0; i < matrices[k].rows; ++i)
             for (int j = 0; j < matrices[k].columns; ++j) {
-                const double by_rows = std::exchange(memory[0][k](i, j), NAN);
+                const double by_rows = std::exchange(memory[0][k](j, i), NAN);
                 EXPECT_EQ(by_rows, std::exchange(memory[1][k](i, j), NAN)) << "matrix " << k;
                 changed = changed || by_rows != matrices[k](i, j);
             }
         for (const auto& stored : memory)
-            for (const double number : stored[k].all)
-                ASSERT_TRUE(std::isnan(number)) << "written beside " << k;
+            EXPECT_TRUE(std::ranges::all_of(stored[k].data, [](double x) { return std::isnan(x); }))
+                << "written beside " << k;
     }
     EXPECT_TRUE(changed);
 }
@@ -89,16 +65,23 @@ void twins(const char* name, const Matrices& matrices, auto driver)
     })
 // A driver and its arguments behind the layout.
 #define QNM_TWINS(routine, matrices, ...) QNM_TWINS_OF(matrices, LAPACKE_##routine(layout, __VA_ARGS__))
-#define M(k) x[k].all.data(), x[k].ld
+#define M(k) x[k].data.data(), static_cast<lapack_int>(x[k].ld)
 
-const Matrix square{n, n, 1, 4}, definite{n, n, 2, 6, Matrix::symmetric},
-    symmetric{n, n, 21, 0, Matrix::symmetric}, tall{m, n, 11}, right{n, few, 3}, tall_right{m, few, 12},
-    wide{few, n, 13}, small{few, few, 35}, large{m, m, 32};
+Matrix<double> symmetric_matrix(double on_diagonal)
+{
+    Matrix<double> a(n, n), whole = a;
+    for (int i = 0; i < n; ++i)
+        a(i, i) += on_diagonal;
+    return whole.take('T', a).take('N', a, 1, 1);
+}
+const Matrix<double> square(n, n), definite = symmetric_matrix(20), symmetric = symmetric_matrix(0),
+                                   tall(m, n), right(n, few), tall_right(m, few), wide(few, n),
+                                   small(few, few), large(m, m);
 
 // One of each kind: matrices that only go in or only come out, bands, several shapes, eigenvectors.
 TEST(Drivers, ByRowsComeToWhatTheyComeToByColumns)
 {
-    const Matrices expert{square, square, right, right}, band{{2 * 2 + 1 + 1, n, 6}, right},
+    const Matrices expert{square, square, right, right}, band{{2 * 2 + 1 + 1, n}, right},
         constrained{tall, wide}, vectors{symmetric, square}, pair{square, definite, square, square},
         factors{tall, large, square}, two{tall, wide, large, small, square};
     char equed = 'N';
@@ -115,15 +98,19 @@ TEST(Drivers, ByRowsComeToWhatTheyComeToByColumns)
 
 TEST(Routines, WhoseMatricesHaveShapesOfTheirOwn)
 {
-    const Matrices two{wide, tall, small, large, square}, band{{2 + 1 + 1, n, 6}},
-        blocks{tall_right, {2, 3 * few, 41}}, block{square, {2, n, 42}}; // three blocks of rows, and one
+    const Matrices two{wide, tall, small, large, square}, band{{2 + 1 + 1, n}},
+        blocks{tall_right, {2, 3 * few}}, block{square, {2, n}}; // three blocks of rows, and one
     QNM_TWINS(dggsvp, two, 'U', 'V', 'Q', few, m, n, M(0), M(1), 1e-12, 1e-12, &r.count, r.i.data(), M(2),
               M(3), M(4));
     QNM_TWINS(dorgtsqr_row, blocks, m, few, 5, 2, M(0), M(1));
     QNM_TWINS(dorgtsqr, block, n, n, n + 1, 2, M(0), M(1));
-    QNM_TWINS_OF(band, (r.w[0] = LAPACKE_dlangb(layout, 'I', n, 2, 1, M(0))) < 0);
+    for (const char norm : {'I', 'F'})
+        QNM_TWINS_OF(band, (r.w[0] = LAPACKE_dlangb(layout, norm, n, 2, 1, M(0))) < 0);
     // That begin with the caller's vectors, of which two of three are written.
-    const Matrices hessenberg{{n, few, 52}, {n, few, 53}, {n, n, 51, 4, Matrix::upper}};
+    Matrices hessenberg{right, right, square};
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j <= i; ++j)
+            hessenberg[2](i, j) = i == j ? i : 0;
     const auto begin = [&](Results& r) {
         for (int i = 0; i < n; ++i)
             r.w[static_cast<std::size_t>(i)] = hessenberg[2](i, i);
@@ -145,8 +132,8 @@ TEST(Routines, ThatWriteAPartOfAMatrixAlone)
     QNM_TWINS_OF(triangles, LAPACKE_dtrttf(layout, 'N', 'U', n, M(1), ap.data()) ||
                                 LAPACKE_dtfttr(layout, 'N', 'U', n, ap.data(), M(0)));
     // Two rows and three columns beside the diagonal, and back: the block itself is three by two.
-    const Matrices blocks{square, symmetric, {3, 2, 61}, {3, 2, 61}}, by_columns{small, tall_right},
-        by_rows{small, wide}, of_blocks{tall, {4, n, 62}}, triangle{square, tall, symmetric};
+    const Matrices blocks{square, symmetric, {3, 2}, {3, 2}}, by_columns{small, tall_right},
+        by_rows{small, wide}, of_blocks{tall, {4, n}}, triangle{square, tall, symmetric};
     QNM_TWINS_OF(blocks, LAPACKE_dtrttp(layout, 'U', n, M(1), ap.data()) ||
                              LAPACKE_qnm_dtppack(layout, 'U', 'T', n, ap.data(), 1, 3, 2, 3, M(2)) ||
                              LAPACKE_qnm_dtpunpack(layout, 'U', 'T', n, ap.data(), 1, 4, 2, 3, M(3)) ||

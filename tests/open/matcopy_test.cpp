@@ -88,46 +88,6 @@ QNM_TYPED(MatrixCopy, InPlaceIsTheModel)
     }
 }
 
-QNM_TYPED(MatrixCopy, BatchesAreTheSingleCalls)
-{
-    const std::vector<core_int> rows{3, 4, 2}, cols{5, 4, 7}, lda{7, 6, 8}, ldb{8, 6, 9}, size{2, 0, 3};
-    const std::vector<T> alpha{T(2), T(1), T(-3)};
-    constexpr core_int distance = 80, near = 60, groups = 3, problems = 5;
-    const auto a = random_vector<T>(problems * distance);
-    const auto two = scalar(alpha[0]), three = scalar(alpha[2]);
-    for (const bool strided : {false, true}) { // with problems of the first group
-        std::vector<std::vector<T>> found(3, a), expected = found;
-        std::vector<const T*> from;
-        std::vector<T*> to, both;
-        for (core_int p = 0; p < problems; ++p) {
-            const std::size_t g = strided || p < 2 ? 0 : 2;
-            const auto at = static_cast<std::size_t>(p * distance);
-            from.push_back(&a[static_cast<std::size_t>(p * near)]);
-            to.push_back(&found[0][at]);
-            both.push_back(&found[1][at]);
-            copy<T>("omatcopy", 'R', "TNC"[g], rows[g], cols[g], scalar(alpha[g]), from.back(), lda[g],
-                    &expected[0][at], ldb[g]);
-            copy<T>("imatcopy", 'R', "TNC"[g], rows[g], cols[g], scalar(alpha[g]), &expected[1][at], lda[g],
-                    ldb[g]);
-            if (strided)
-                copy<T>("omatadd", 'C', 'T', 'N', rows[0], cols[0], two, from.back(), lda[0], three, &a[at],
-                        ldb[0], &expected[2][at], ldb[1]);
-        }
-        if (!strided) {
-            copy<T>("omatcopy_batch", 'R', "TNC", rows, cols, alpha, from, lda, to, ldb, groups, size);
-            copy<T>("imatcopy_batch", 'R', "TNC", rows, cols, alpha, both, lda, ldb, groups, size);
-        } else {
-            copy<T>("omatcopy_batch_strided", 'R', 'T', rows[0], cols[0], two, a, lda[0], near, found[0],
-                    ldb[0], distance, problems);
-            copy<T>("imatcopy_batch_strided", 'R', 'T', rows[0], cols[0], two, found[1], lda[0], ldb[0],
-                    distance, problems);
-            copy<T>("omatadd_batch_strided", 'C', 'T', 'N', rows[0], cols[0], two, a, lda[0], near, three, a,
-                    ldb[0], distance, found[2], ldb[1], distance, problems);
-        }
-        EXPECT_EQ(found, expected);
-    }
-}
-
 /// Every way of every instruction set that this processor has, on arrays that begin a line of cache and
 /// others, with leading dimensions that are whole lines of it, share few sets of it (512), or neither.
 QNM_TYPED_OF(TransposeKernels, OfEveryInstructionSetMoveAll, float, double, cdouble)

@@ -11,7 +11,8 @@ shift 4
 export OPENBLAS_CORETYPE=Nehalem OPENBLAS_NUM_THREADS=1
 
 verdicts() { grep -E 'passed|failed|XERBLA|detected|is not 0|total number|rror code|\*\*\*' "$1" || true; }
-expected() { sed -n "/^\[$program.* $1\b.*\]\$/,/^\$/{/^[<>]/p}" "$differences"; }
+letter=${program: -1}
+expected() { sed -n "/^\[.*\b$program\b.* $1\b.*\]\$/,/^\$/{/^[<>]/{s/?/${letter^}/;p}}" "$differences"; }
 
 failures=0
 compared=0
