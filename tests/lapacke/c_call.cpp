@@ -3,7 +3,6 @@
 #include "support/tables.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <sstream>
 #include <stdexcept>
 
@@ -58,9 +57,8 @@ const std::map<std::string, Member>& members()
                 for (const catalogue::Form* form : lapacke_forms(plan))
                     if (const auto* work = lapacke_form(plan, "work", form->width); work != nullptr) {
                         const std::string name = lapacke_name(plan, letter, *form);
-                        found.emplace(name,
-                                      Member{&plan, Entry(*plan.row, letter, form->width),
-                                             form->level == "high", name, lapacke_name(plan, letter, *work)});
+                        found.emplace(name, Member{&plan, form->level == "high", name,
+                                                   lapacke_name(plan, letter, *work)});
                     }
         return found;
     }();
@@ -68,7 +66,7 @@ const std::map<std::string, Member>& members()
 }
 
 CCall::CCall(const Member& of, int layout, std::mt19937& chance, bool empty)
-    : FunctionCall(tests::signature(of.entry.name()), layout), member_(&of), layout_(layout)
+    : FunctionCall(tests::signature(of.work_name).callees.front().name, layout), member_(&of), layout_(layout)
 {
     choose_letters(chance, [&](const Argument& option) { return telling_letters(plan(), option); });
     const auto some = [&] { return static_cast<long>(3 + chance() % 4); };
@@ -123,7 +121,7 @@ CCall& CCall::lay_out()
                 array.set(k, original(a, k));
     }
     for (const catalogue::Addition& add : plan().c->additions)
-        memory_.emplace(add.name, Array(Element::of(add.type, entry()), least_room, 60));
+        memory_.emplace(add.name, Array(Element::of(add.type, signature()), least_room, 60));
     return *this;
 }
 
@@ -160,40 +158,28 @@ std::vector<const LapackeArgument*> CCall::reals() const
 
 double CCall::run()
 {
-    std::vector<support::Word> words;
-    std::vector<support::Real> reals;
-    if (plan().has_layout())
-        words.emplace_back(layout_);
-    for (const LapackeArgument& a : plan().arguments) {
-        const Argument& argument = *a.argument;
-        const Element e = element(a);
-        if (member_->high && a.hidden)
-            continue;
-        if (a.address)
-            words.emplace_back(place(a));
-        else if (e.integer && argument.type != "char" && !narrow())
-            words.emplace_back(integer(argument.name));
-        else if (e.integer)
-            words.emplace_back(argument.type == "char" ? letter(argument.name)
-                                                       : static_cast<int>(integer(argument.name)));
-        else // a complex of 16 bytes takes two registers, one of 8 bytes one; behind a float stands a NaN
-            for (std::size_t at = 0; at < e.size(); at += sizeof(double)) {
-                double part = 0;
-                std::memcpy(&part, memory_.at(argument.name).data() + at, sizeof part);
-                reals.emplace_back(part);
-            }
+    FunctionCall call(member_->name, layout_);
+    for (const Parameter& p : call.parameters()) {
+        const auto found = memory_.find(p.name);
+        if (p.travel == Travel::code)
+            call.set(p.name, layout_);
+        else if (p.travel != Travel::value)
+            call.point(p.name,
+                       plan().find(p.name) != nullptr ? place(*plan().find(p.name)) : found->second.data());
+        else if (found == memory_.end())
+            call.set(p.name, p.argument->type == "char" ? letter(p.name) : integer(p.name));
+        else
+            for (std::size_t part = 0; part < found->second.element.parts; ++part)
+                call.put(p.name, found->second.part(0, part), part);
     }
-    if (member_->high)
-        for (const catalogue::Addition& add : plan().c->additions)
-            words.emplace_back(memory_.at(add.name).data());
     const std::string routine = callee().name;
     core().clear();
     before_ = memory_;
     queries = runs = 0;
     core().answers(routine).calling([this](Call& noted, recording::Answer& reply) { act(noted, reply); });
-    const support::Returned back = support::call_words(layer()[member_->name], words, reals);
+    const support::Returned back = call.run();
     core().answers(routine).calling([](Call&, recording::Answer&) {});
-    const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", entry());
+    const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", signature());
     if (e.integer)
         return static_cast<double>(narrow() ? back.int32() : back.int64());
     return e.bytes == sizeof(float) ? static_cast<double>(back.float32()) : back.float64();

@@ -50,7 +50,7 @@ void CCall::act(Call& noted, recording::Answer& reply)
     }
     if (plan().has_info)
         *noted.pointer<long>(plan().arguments.size()) = asked_ ? 0 : info;
-    if (member_->has_value() && entry().precision.real == 's')
+    if (member_->has_value() && signature().letter.real == 's')
         reply.returns(result);
     else if (member_->has_value())
         reply.returns(double{result});
