@@ -25,12 +25,6 @@ inline bool is_matrix(const std::string& name)
     return name == "ap" || (name.size() == 1 && std::string("abcxy").find(name) != std::string::npos);
 }
 
-/// Puts an address into an array of them.
-inline void put_address(FunctionCall& call, const std::string& array, std::size_t k, const void* address)
-{
-    call.put(array, static_cast<long double>(reinterpret_cast<std::intptr_t>(address)), k);
-}
-
 /// Visits functions of the C interface in their layouts.
 template <class Wanted, class Visit>
 void each_layout(Wanted wanted, Visit visit)

@@ -175,7 +175,8 @@ TEST_F(Odd, ConjugatedGroupsWorkOnCopies)
         std::array<std::array<double, 40>, 8> memory;
         for (std::size_t p = 0; p < 8; ++p) {
             memory[p].fill(1.25);
-            put_address(call, p < 4 ? "x" : "y", p % 4, memory[p].data());
+            const auto address = reinterpret_cast<std::intptr_t>(memory[p].data());
+            call.put(p < 4 ? "x" : "y", static_cast<long double>(address), p % 4);
         }
         const auto before = memory;
         run(call);

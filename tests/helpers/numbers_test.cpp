@@ -1,13 +1,9 @@
 // Helpers beside the model. A NaN in each place of the form is found, and none outside it; infinities are no
 // NaN. Of changes of layout whole arrays are compared, so that nothing outside the form may be touched.
 #include "storage.hpp"
-#include "support/invoke.hpp"
-#include "support/library.hpp"
-#include "support/tables.hpp"
+#include "support/function_call.hpp"
 
-#include <algorithm>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <random>
 #include <sys/mman.h>
 
@@ -15,12 +11,6 @@ namespace qnm::tests {
 namespace {
 
 using support::Word;
-
-const void* function(const std::string& name)
-{
-    static const support::Library library(QNM_LAYER);
-    return library[name];
-}
 
 /// A whole number between the two, which may be returned too.
 long any(long low, long high)
@@ -35,32 +25,26 @@ std::vector<long> row(long n, long step = 1)
     return Storage{"ge", {{"m", 1}, {"n", n}}, false, step}.places();
 }
 
-/// A helper: its row, and calls of it.
-struct Helper {
-    catalogue::Entry entry;
+/// Calls of a helper.
+struct Helper : FunctionCall {
+    using FunctionCall::FunctionCall;
 
-    std::string name() const { return entry.spellings()[0]; }
-    bool has(const char* argument) const { return entry.row->find(argument) != nullptr; }
     /// "ge" of LAPACKE_dge_trans; empty for vectors.
-    std::string form() const { return entry.row->root.substr(1, entry.row->root.find('_') - 1); }
-    bool is_trans() const { return entry.row->root.ends_with("_trans"); }
+    std::string form() const { return signature().root.substr(1, signature().root.find('_') - 1); }
+    bool is_trans() const { return signature().root.ends_with("_trans"); }
     bool is_matrix() const { return has("matrix_layout") || form().ends_with('p') || form() == "pf"; }
     /// Arrays stand in the order of the row; what the storage has no option for is its leading dimension.
-    bool run(const Storage& s, const std::vector<void*>& arrays) const
+    bool run(const Storage& s, const std::vector<void*>& arrays)
     {
-        const bool wide = entry.width == catalogue::Width::wide;
-        std::vector<Word> words;
-        for (std::size_t next = 0; const catalogue::Argument& a : entry.row->arguments) {
-            const auto told = s.options.find(a.name);
-            const long value = told != s.options.end()     ? told->second
-                               : a.name == "matrix_layout" ? (s.by_rows ? 101 : 102)
-                                                           : s.ld;
-            words.push_back(a.array                   ? Word(arrays.at(next++))
-                            : wide && a.type == "int" ? Word(value)
-                                                      : Word(static_cast<int>(value)));
-        }
-        const auto returned = support::call_words(function(name()), words);
-        return wide ? returned.int64() != 0 : returned.int32() != 0;
+        for (std::size_t next = 0; const Parameter& p : parameters())
+            if (p.travel == Travel::address)
+                point(p.name, arrays.at(next++));
+            else if (const auto told = s.options.find(p.name); told != s.options.end())
+                set(p.name, told->second);
+            else
+                set(p.name, p.name == "matrix_layout" ? (s.by_rows ? row_major : column_major) : s.ld);
+        const support::Returned returned = FunctionCall::run();
+        return narrow() ? returned.int32() != 0 : returned.int64() != 0;
     }
 };
 
@@ -69,8 +53,8 @@ template <class Kind>
 std::vector<Helper> helpers(Kind&& kind)
 {
     std::vector<Helper> all;
-    for (const catalogue::Entry& entry : support::tables().entries())
-        if (const Helper helper{entry}; entry.row->source.empty() && std::invoke(kind, helper))
+    for (const Signature& s : signatures())
+        if (const Helper helper(s); s.root.starts_with('?') && std::invoke(kind, helper))
             all.push_back(helper);
     return all;
 }
@@ -103,26 +87,26 @@ Array array(const Helper& helper, const std::vector<long>& places, double number
             const std::string& type = "T")
 {
     const long last = places.empty() ? 0 : std::ranges::max(places);
-    return {Element::of(type, helper.entry), last + 20, number};
+    return {Element::of(type, helper.signature()), last + 20, number};
 }
 
 std::string told(const Helper& helper, const Storage& s)
 {
-    return helper.name() + (s.by_rows ? " by rows, ld " : " by columns, ld ") + std::to_string(s.ld) + ", " +
-           testing::PrintToString(s.options);
+    return helper.signature().names.front() + (s.by_rows ? " by rows, ld " : " by columns, ld ") +
+           std::to_string(s.ld) + ", " + testing::PrintToString(s.options);
 }
 
 /// Expects that a NaN is found in each of these places of the arrays, and none in any other.
-void expect_found(const Helper& helper, const Storage& s, const std::vector<std::vector<long>>& places)
+void expect_found(Helper& helper, const Storage& s, const std::vector<std::vector<long>>& places)
 {
     SCOPED_TRACE(told(helper, s));
     const bool infinite = any(0, 2) == 0; // now and then of both signs, which sum up to a NaN
     std::vector<Array> arrays;
     std::vector<void*> addresses;
-    for (const catalogue::Argument& a : helper.entry.row->arguments)
-        if (a.array) {
+    for (const Parameter& p : helper.parameters())
+        if (p.travel == Travel::address) {
             const std::vector<long>& held = places.at(arrays.size());
-            arrays.push_back(array(helper, held, nan, a.type));
+            arrays.push_back(array(helper, held, nan, p.argument->type));
             for (const long place : held)
                 arrays.back().set(place, std::array{1.0, -2.0, inf, -inf}[any(0, infinite ? 3 : 1)]);
             addresses.push_back(arrays.back().data());
@@ -138,7 +122,7 @@ void expect_found(const Helper& helper, const Storage& s, const std::vector<std:
 
 TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
 {
-    for (const Helper& helper : helpers([](const Helper& h) { return h.is_matrix() && !h.is_trans(); }))
+    for (Helper& helper : helpers([](const Helper& h) { return h.is_matrix() && !h.is_trans(); }))
         for (int round = 0; round < 40; ++round) {
             const Storage s = random(helper.form(), round % 4 == 0 ? 70 : 24);
             expect_found(helper, s, {s.places()});
@@ -147,22 +131,23 @@ TEST(NanCheck, FindsANanInEachPlaceOfTheFormAndNowhereElse)
 
 TEST(NanCheck, OfVectorsAndDiagonalsKnowsTheirLengths)
 {
-    for (const Helper& helper : helpers([](const Helper& h) { return !h.is_matrix(); }))
+    for (Helper& helper : helpers([](const Helper& h) { return !h.is_matrix(); }))
         for (const long n : {-1, 0, 1, 2, 5, 31, 32, 33, 100, 131})
             for (const long incx : {1, -1, 0, 2, -3, 7}) {
                 std::vector<std::vector<long>> places;
-                for (const catalogue::Argument& a : helper.entry.row->arguments)
-                    if (a.array && helper.has("incx")) // 0: the first element counts, whatever n is
+                for (const Parameter& p : helper.parameters())
+                    if (p.travel == Travel::address &&
+                        helper.has("incx")) // 0: the first counts, whatever n is
                         places.push_back(row(incx == 0 ? 1 : n, std::abs(incx)));
-                    else if (a.array)
-                        places.push_back(row(a.name == "d" ? n : n - 1));
+                    else if (p.travel == Travel::address)
+                        places.push_back(row(p.name == "d" ? n : n - 1));
                 expect_found(helper, {"", {{"n", n}, {"incx", incx}}}, places);
             }
 }
 
 TEST(NanCheck, ALeadingDimensionThatIsTooSmallCutsLines)
 {
-    for (const Helper& helper : helpers([](const Helper& h) { return h.form()[0] == 'g' && h.has("lda"); }))
+    for (Helper& helper : helpers([](const Helper& h) { return h.form()[0] == 'g' && h.has("lda"); }))
         for (const long ld : {1, 20}) // each way of looking
             for (const bool by_rows : {true, false})
                 expect_found(helper,
@@ -172,7 +157,7 @@ TEST(NanCheck, ALeadingDimensionThatIsTooSmallCutsLines)
 
 TEST(Trans, MovesTheElementsOfItsFormAndNoOther)
 {
-    for (const Helper& helper : helpers(&Helper::is_trans))
+    for (Helper& helper : helpers(&Helper::is_trans))
         for (int round = 0; round < 60; ++round) {
             Storage from = random(helper.form(), round % 10 == 0 ? 150 : 20);
             const Storage to = laid_out(from, !from.by_rows);
@@ -192,7 +177,7 @@ TEST(Trans, MovesTheElementsOfItsFormAndNoOther)
 
 TEST(Helpers, BadOptionsAndMissingArraysHoldNothing)
 {
-    for (const Helper& helper : helpers(&Helper::is_matrix)) {
+    for (Helper& helper : helpers(&Helper::is_matrix)) {
         Storage good = random(helper.form(), 9);
         good.ld = 20;
         for (const char* const size : {"m", "n", "ldout"})
@@ -209,10 +194,11 @@ TEST(Helpers, BadOptionsAndMissingArraysHoldNothing)
             expect_nothing(good, in.data(), nullptr);
         // A change of layout of a rectangle takes any that is not by columns as by rows.
         const bool rectangle = std::string("ge gg pf tf").find(helper.form()) != std::string::npos;
-        for (const catalogue::Argument& a : helper.entry.row->arguments) {
+        for (const Parameter& p : helper.parameters()) {
             Storage bad = good;
-            bad.options[a.name] = ' ';
-            if (a.type == "char" || (a.name == "matrix_layout" && !(rectangle && helper.is_trans())))
+            bad.options[p.name] = ' ';
+            const bool layout = p.name == "matrix_layout";
+            if (layout ? !rectangle || !helper.is_trans() : p.argument->type == "char")
                 expect_nothing(bad, in.data(), out.data());
         }
     }
@@ -235,7 +221,7 @@ TEST(Helpers, CountPlacesBeyondThirtyTwoBits)
              {"LAPACKE_sge_nancheck", {101, n, 1, block, n}},
              {"LAPACKE_sgb_nancheck", {102, n, n, 0, 0, block, n}}}) {
         out.assign(n, -1);
-        const bool found = support::call_words(function(name), words).int32() != 0;
+        const bool found = support::call_words(layer()[name], words).int32() != 0;
         EXPECT_TRUE(name.ends_with("_trans") ? std::isnan(out.back()) : found) << name;
     }
     munmap(block, bytes);

@@ -60,9 +60,9 @@ Storage Storage::moved() const
     return all;
 }
 
-Element Element::of(const std::string& type, const catalogue::Entry& entry)
+Element Element::of(const std::string& type, const catalogue::Signature& function)
 {
-    const std::string c = catalogue::c_type(type, entry.precision, entry.width);
+    const std::string c = catalogue::c_type(type, function.letter, function.form->width);
     const bool four = c == "int" || c == "float" || c == "qnm_complex8";
     const bool integer = type == "char" || type == "int" || type == "logical";
     return {type == "char" ? 1U : four ? 4U : 8U, c.starts_with("qnm_complex") ? 2U : 1U, integer};
@@ -90,6 +90,13 @@ Array::Array(const Element& of, long count, double number)
 {
     for (long k = 0; k < count; ++k)
         set(k, number);
+}
+
+double Array::part(long k, std::size_t part) const
+{
+    const unsigned char* const at = data() + k * size() + part * element.bytes;
+    return element.bytes == sizeof(float) ? *reinterpret_cast<const float*>(at)
+                                          : *reinterpret_cast<const double*>(at);
 }
 
 long Array::difference(const unsigned char* other) const

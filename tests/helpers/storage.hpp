@@ -38,8 +38,8 @@ struct Element {
     std::size_t bytes = 0, parts = 1;
     bool integer = false;
 
-    /// Of an entry's array, which its row gives this type.
-    static Element of(const std::string& type, const catalogue::Entry& entry);
+    /// Of a function's array, which its row gives this type.
+    static Element of(const std::string& type, const catalogue::Signature& function);
     std::size_t size() const { return bytes * parts; }
     void store_part(void* array, long k, std::size_t part, double number) const;
     /// The imaginary part is the opposite number.
@@ -56,6 +56,7 @@ struct Array {
     const unsigned char* data() const { return bytes.data(); }
     long size() const { return static_cast<long>(element.size()); }
     void set(long k, double number) { element.store(data(), k, number); }
+    double part(long k, std::size_t part) const;
     void copy(long k, const Array& from, long i)
     {
         std::memcpy(data() + k * size(), from.data() + i * size(), element.size());

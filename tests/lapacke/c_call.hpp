@@ -10,7 +10,6 @@
 
 namespace qnm::tests {
 
-using catalogue::Entry;
 using catalogue::LapackeArgument;
 using catalogue::LapackePlan;
 using catalogue::LapackeShape;
@@ -18,10 +17,9 @@ using catalogue::StorageForm;
 using catalogue::StorageUse;
 using Role = LapackeArgument::Role;
 
-/// One exported function of the C interface, and the entry that it ends in.
+/// One exported function of the C interface.
 struct Member {
     const LapackePlan* plan;
-    Entry entry;
     bool high;
     std::string name, work_name; // its own, and that of the work level
 
@@ -37,6 +35,7 @@ inline bool is_single(const Argument& a)
 /// All members with a high and a work level, by their exported names.
 const std::map<std::string, Member>& members();
 
+/// A call of the routine, and of the member that ends in it.
 class CCall : public FunctionCall {
 public:
     CCall(const Member& member, int layout, std::mt19937& chance, bool empty = false);
@@ -47,13 +46,12 @@ public:
     {
         return static_cast<std::size_t>(&a - plan().arguments.data());
     }
-    const Entry& entry() const { return member_->entry; }
     using FunctionCall::by_rows;
     using FunctionCall::index;
     /// A call whose row-major form is told to the routine in this way.
     bool by_rows(LapackeShape shape) const { return by_rows() && plan().c->shape == shape; }
     bool holds_if(const ExpressionPtr& condition) const { return !condition || holds(*condition); }
-    Element element(const LapackeArgument& a) const { return Element::of(a.argument->type, entry()); }
+    Element element(const LapackeArgument& a) const { return Element::of(a.argument->type, signature()); }
 
     /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand, and
     /// numbers to all elements.

@@ -42,6 +42,7 @@ const char* const facts = R"(
     sgejsv|joba=E jobu=N jobv=V m=5 n=4|10|11 14 16|a|v|68 68 80 64;
     cgejsv|joba=C jobu=U jobv=J m=5 n=4|10|11 14 16|a|u v|256 52 56 160 160 128;
     zgejsv|joba=C jobu=U jobv=N m=9 n=2|10|11 14 16|a|u|176 52 160 288 288;
+    dhseqr|job=S compz=V n=4 ilo=1 ihi=4|7 11|8 12|h z|h z|800 128 128;
     dlantr|norm=1 uplo=U diag=N m=5 n=4|7|8|||32;
     dlacpy|uplo=U m=5 n=4|5|6 8|||;
     dlaswp|n=4 k1=1 k2=3 incx=1||4|a|a|96;)";

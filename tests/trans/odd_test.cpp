@@ -1,5 +1,5 @@
-// What reaches the core, and the lines: the mode is asked for at each call and read on both sides of the
-// core.
+// What is odd in matrix copy: the mode is asked for at each call and read on both sides of the core; sizes
+// are unsigned, and those of many groups stand in one block.
 #include "suite/line.hpp"
 
 namespace qnm::tests {
@@ -7,9 +7,21 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class Passing : public recording::RecordedTest {};
+class Odd : public recording::RecordedTest {
+protected:
+    /// The lines of a call, with the core setting the mode while it runs.
+    static std::vector<Call> lines(const FunctionCall& call, int before, int after, std::vector<double> now)
+    {
+        core().clear();
+        core().mode(before);
+        core().clock(std::move(now));
+        core().answers(call.callee().name).calling([=](Call&, Answer&) { core().mode(after); });
+        call.run();
+        return core().calls("qnm_serv_print_verbose_info");
+    }
+};
 
-TEST_F(Passing, TheCoreIsCalledBehindTheQuestionForTheMode)
+TEST_F(Odd, TheCoreIsCalledBehindTheQuestionForTheMode)
 {
     core().listen("qnm_serv_lsame"); // letters are not asked of the core
     for (const Signature* s : signatures([](const Signature& s) { return !s.callees.empty(); })) {
@@ -25,7 +37,7 @@ TEST_F(Passing, TheCoreIsCalledBehindTheQuestionForTheMode)
     }
 }
 
-TEST_F(Passing, SizesKeepAllTheirBits)
+TEST_F(Odd, SizesKeepAllTheirBits)
 {
     FunctionCall call("QNM_Zomatcopy");
     call.give("rows=4294967296 cols=4294967296 lda=4294967297 ldb=4294967298").run();
@@ -34,7 +46,7 @@ TEST_F(Passing, SizesKeepAllTheirBits)
     EXPECT_EQ(core().calls().back().int64(6), -1);
 }
 
-TEST_F(Passing, ManyGroupsAreWidenedInOneBlock)
+TEST_F(Odd, ManyGroupsAreWidenedInOneBlock)
 {
     for (const int groups : {16, 17}) {
         core().clear();
@@ -54,34 +66,7 @@ TEST_F(Passing, ManyGroupsAreWidenedInOneBlock)
     }
 }
 
-class Trace : public recording::RecordedTest {
-protected:
-    /// The lines of a call, with the core setting the mode while it runs.
-    static std::vector<Call> lines(const FunctionCall& call, int before, int after, std::vector<double> now)
-    {
-        core().clear();
-        core().mode(before);
-        core().clock(std::move(now));
-        core().answers(call.callee().name).calling([=](Call&, Answer&) { core().mode(after); });
-        call.run();
-        return core().calls("qnm_serv_print_verbose_info");
-    }
-};
-
-TEST_F(Trace, FormatsAreThePublishedOnes)
-{
-    const std::pair<std::string, const char*> formats[] = {
-        {"QNM_DOMATCOPY", "(%c, %c, %d, %d, %f, %p, %d, %p, %d)"},
-        {"QNM_Domatcopy2", "(%c, %c, %zu, %zu, %f, %p, %zu, %zu, %p, %zu, %zu)"},
-        {"QNM_DOMATCOPY_BATCH", "(%c, %p, %p, %p, %p, %p, %p, %p, %p, %d, %p)"},
-        {"QNM_ZOMATCOPY", "(%c, %c, %d, %d, %p, %p, %d, %p, %d)"},
-        {"QNM_Comatcopy_batch_strided", "(%c, %c, %zu, %zu, %p, %p, %zu, %zu, %p, %zu, %zu, %zu)"},
-    };
-    for (const auto& [name, format] : formats)
-        EXPECT_EQ(signature(name).trace, catalogue::to_upper(name) + format);
-}
-
-TEST_F(Trace, TheModeDecidesBeforeAndAfter)
+TEST_F(Odd, TheModeDecidesBeforeAndAfter)
 {
     const std::tuple<int, int, std::vector<double>, double> cases[] = {
         {0, 0, {2, 5}, 0},  // off
@@ -104,7 +89,7 @@ TEST_F(Trace, TheModeDecidesBeforeAndAfter)
         }
 }
 
-TEST_F(Trace, CallsRefusedOrWithoutMemoryAreShownBehindTheirReports)
+TEST_F(Odd, CallsRefusedOrWithoutMemoryAreShownBehindTheirReports)
 {
     FunctionCall call("QNM_DOMATCOPY");
     call.spoil("lda"); // so the core, which would turn the mode off, is not called

@@ -1,4 +1,5 @@
-// The checks: codes and their order by literals, bounds for every layout and transposition.
+// Matrix copy as it is published, by hand: codes and their order, bounds for every layout and transposition,
+// formats of lines.
 #include "support/function_call.hpp"
 
 namespace qnm::tests {
@@ -12,7 +13,7 @@ int refusal(const FunctionCall& call)
     return reports().empty() ? 0 : reports()[0].second;
 }
 
-class Checks : public CoreTest {};
+class Published : public CoreTest {};
 
 /// Roots of the members, and their tests in order, each behind its code.
 const std::map<std::string, const char*> orders{
@@ -27,7 +28,7 @@ const std::map<std::string, const char*> orders{
     {"omatadd_batch_strided", "1 layout 8 lda 2 transa 12 ldb 3 transb 15 ldc 16 stridec 17 batch_size "},
 };
 
-TEST_F(Checks, CodesStandInTheOrderOfTesting)
+TEST_F(Published, CodesStandInTheOrderOfTesting)
 {
     const auto members = signatures([](const Signature& s) { return !s.callees.empty(); });
     EXPECT_EQ(members.size(), 9U * 4 * 2);
@@ -40,7 +41,7 @@ TEST_F(Checks, CodesStandInTheOrderOfTesting)
     }
 }
 
-TEST_F(Checks, LinesFitIntoLeadingDimensionsAndMatricesIntoStrides)
+TEST_F(Published, LinesFitIntoLeadingDimensionsAndMatricesIntoStrides)
 {
     for (const auto& order : orders)
         for (const char ordering : {'R', 'c'})
@@ -67,12 +68,11 @@ TEST_F(Checks, LinesFitIntoLeadingDimensionsAndMatricesIntoStrides)
             }
 }
 
-TEST_F(Checks, Literally)
+TEST_F(Published, BoundsOfOddCalls)
 {
     const std::tuple<const char*, const char*, int> facts[] = {
         {"QNM_DOMATCOPY", "rows=-1 lda=-1 ldb=-1", 0}, // unsigned: as large as can be
         {"QNM_DOMATCOPY", "cols=-1 lda=1000 ldb=-1", 7},
-        {"QNM_Domatcopy", "rows=0 cols=0 lda=1 ldb=1", 0},
         {"QNM_Domatcopy", "rows=0 cols=0 lda=1 ldb=0", 9},
         {"QNM_COMATCOPY_BATCH", "lda=0 group_count=0", 0},    // of no groups none is looked at
         {"QNM_Domatadd", "transa=x rows=5 cols=30 lda=5", 2}, // whatever the matrix would need
@@ -80,6 +80,19 @@ TEST_F(Checks, Literally)
     };
     for (const auto& [name, given, code] : facts)
         EXPECT_EQ(refusal(FunctionCall(name).give(given)), code) << name << ' ' << given;
+}
+
+TEST_F(Published, FormatsAreThePublishedOnes)
+{
+    const std::pair<std::string, const char*> formats[] = {
+        {"QNM_DOMATCOPY", "(%c, %c, %d, %d, %f, %p, %d, %p, %d)"},
+        {"QNM_Domatcopy2", "(%c, %c, %zu, %zu, %f, %p, %zu, %zu, %p, %zu, %zu)"},
+        {"QNM_DOMATCOPY_BATCH", "(%c, %p, %p, %p, %p, %p, %p, %p, %p, %d, %p)"},
+        {"QNM_ZOMATCOPY", "(%c, %c, %d, %d, %p, %p, %d, %p, %d)"},
+        {"QNM_Comatcopy_batch_strided", "(%c, %c, %zu, %zu, %p, %p, %zu, %zu, %p, %zu, %zu, %zu)"},
+    };
+    for (const auto& [name, format] : formats)
+        EXPECT_EQ(signature(name).trace, catalogue::to_upper(name) + format);
 }
 
 } // namespace

@@ -1,30 +1,15 @@
-// How long the scratch is: sizes that do not fit in 32 bits, and routines that tell most, by hand.
+// What is odd in LAPACK: lengths beyond 32 bits, checks of private routines, sizes of leaves that are asked
+// for.
 #include "suite/routine.hpp"
 
 namespace qnm::tests {
 namespace {
 
-using Bytes = std::vector<std::int64_t>;
-
-class Extents : public CoreTest {
-protected:
-    /// Bytes of the blocks that a call asks for, in order.
-    static Bytes requests(const FortranCall& call)
-    {
-        Bytes bytes;
-        core().clear();
-        call.run();
-        for (const Call& request : core().calls("qnm_serv_allocate")) {
-            bytes.push_back(request.int64(0));
-            EXPECT_EQ(request.int32(1), 128);
-        }
-        return bytes;
-    }
-};
+class Odd : public CoreTest {};
 
 // Blocks are granted without memory behind them while nothing is copied into them, so that many are asked
 // for; the first that would be filled, or the last, is refused.
-TEST_F(Extents, BlocksAreCountedIn64Bits)
+TEST_F(Odd, BlocksAreCountedIn64Bits)
 {
     std::size_t beyond = 0;
     for (const std::int64_t size : {50'000, 600'000'000, 2'147'483'647})
@@ -36,7 +21,7 @@ TEST_F(Extents, BlocksAreCountedIn64Bits)
             for (const Parameter& p : s->parameters)
                 if (p.travel == Travel::integer && !call.has_groups())
                     call.set(p.name, p.name.starts_with("inc") ? 1 : size);
-            Bytes expected;
+            std::vector<std::int64_t> expected, requests;
             for (const std::size_t i : call.copied())
                 if (const std::int64_t bytes = call.block(i); bytes != 0) {
                     expected.push_back(bytes);
@@ -53,57 +38,26 @@ TEST_F(Extents, BlocksAreCountedIn64Bits)
                 answer.returns(++granted < expected.size() ? &granted : nullptr);
             });
             core().answers("qnm_serv_deallocate").calling([](Call&, Answer&) {});
-            EXPECT_EQ(requests(call), expected);
+            core().clear();
+            call.run();
+            for (const Call& request : core().calls("qnm_serv_allocate"))
+                requests.push_back(request.int64(0));
+            EXPECT_EQ(requests, expected);
             EXPECT_TRUE(core().calls(call.callee().name).empty());
         }
     EXPECT_GT(beyond, 1000U);
 }
 
-TEST_F(Extents, TwoProductsOfSizes)
+TEST_F(Odd, TwoProductsOfSizes)
 {
     // Half of 50,000 squared does not fit in 32 bits.
     core().answers("qnm_serv_allocate").with(nullptr);
-    FortranCall call("DGETRF_BATCH_STRIDED", 1);
-    call.give("strideipiv=50000 batch_size=50000");
-    EXPECT_EQ(requests(call), Bytes{20'000'000'000});
+    FortranCall("DGETRF_BATCH_STRIDED", 1).give("strideipiv=50000 batch_size=50000").run();
+    EXPECT_THAT(core().calls("qnm_serv_allocate"),
+                ::testing::ElementsAre(recording::Allocated(20'000'000'000, 128)));
 }
 
-TEST_F(Extents, Literally)
-{
-    // The published lengths in elements of 8 bytes, 16 and less of which are on the stack; integers that are
-    // not given are 1.
-    const std::tuple<const char*, const char*, Bytes> facts[] = {
-        {"DGETRF", "m=16 n=300 lda=16", {}},
-        {"DGETRF", "m=17 n=300 lda=17", {136}},
-        {"DGETRF", "m=300 n=17 lda=300", {136}},
-        {"DGETRS", "n=16", {}},
-        {"DGETRS", "n=17", {136}},
-        {"DGEQP3", "m=3 n=17", {136}},
-        {"DSYTRF", "n=17", {136}},
-        {"DSYTRF", "n=17 lwork=-1", {}},
-        {"DSTEDC", "liwork=16", {}},
-        {"DSTEDC", "liwork=17", {136}},
-        {"DGESDD", "m=2 n=2", {}},
-        {"DGESDD", "m=3 n=5", {192}},
-        {"CHESV_AA", "n=17", {136}},
-        // QPTR of n+2, four and GIVCOL of n*lg(n), IWORK of 4*n; INDXQ is on the stack
-        {"DLAED7", "n=1", {}},
-        {"DLAED7", "n=15", {136, 480, 480, 480, 960, 480}},
-        // real numbers: 7 ln 7 = 13.62, 8 ln 8 = 16.64, 100 ln 100 = 460.5, 1000 ln 1000 = 6907.8
-        {"DLAEDA", "n=0", {}},
-        {"DLAEDA", "n=7", {}},
-        {"DLAEDA", "n=8", Bytes(5, 133)},
-        {"SLAEDA", "n=100", Bytes(5, 3684)},
-        {"DLAEDA", "n=1000", Bytes(5, 55'262)},
-        // leaves of 5: 100/6 of them make four levels below the root, 100*(3*5+11)
-        {"DGELSD", "m=100 n=100", {100 * 26 * 8}},
-        {"DGELSD", "m=100 n=300 lwork=-1", {}},
-    };
-    for (const auto& [name, given, bytes] : facts)
-        EXPECT_EQ(requests(FortranCall(name, 1, given)), bytes) << name << ' ' << given;
-}
-
-TEST_F(Extents, DgesddHasNoScratchAtAQuery)
+TEST_F(Odd, DgesddHasNoScratchAtAQuery)
 {
     for (const bool query : {false, true}) {
         FortranCall("DGESDD", 2, query ? "lwork=-1" : "").run();
@@ -112,7 +66,7 @@ TEST_F(Extents, DgesddHasNoScratchAtAQuery)
 }
 
 // The leaf size is asked for by the routine's own name, through this layer's own entry.
-TEST_F(Extents, LeafSizesAreAskedFor)
+TEST_F(Odd, LeafSizesAreAskedFor)
 {
     std::string asked;
     core().answers("qnm_lapack_ilaenv").calling([&](Call& noted, Answer& answer) {
@@ -133,6 +87,30 @@ TEST_F(Extents, LeafSizesAreAskedFor)
         EXPECT_EQ(questions[0].word(7), 1U);
         EXPECT_EQ(questions[0].word(8), 1U);
     }
+}
+
+TEST_F(Odd, ChecksOfPrivateRoutinesReadIn64Bits)
+{
+    // 4294967296 is zero to one who reads 32 bits.
+    const std::tuple<const char*, std::string, int> facts[] = {
+        {"dtsvb", "n=3 nrhs=-1 ldb=3", 2},
+        {"dtsvb", "n=3 nrhs=1 ldb=2", 7},
+        {"dtsvb", "n=0 nrhs=0 ldb=0", 0},
+        {"dtsvb", "n=4294967296 nrhs=1 ldb=0", 7},
+        {"dtsvb", "n=-4294967296 nrhs=1 ldb=1", 1},
+        {"dtsvb", "n=4294967296 nrhs=4294967296 ldb=4294967296", 0},
+        {"dttrfb", "n=0", 0},
+        {"dttrfb", "n=-4294967296", 1},
+    };
+    for (const std::string letter : {"s", "d", "c", "z"})
+        for (const auto& [root, given, code] : facts) {
+            SCOPED_TRACE(letter + root + ' ' + given);
+            FunctionCall check("qnm_lapack_ps_errchk_" + letter + root);
+            core().clear();
+            EXPECT_EQ(check.set("info", 4711).give(given).run().int32(), code == 0 ? 0 : 1);
+            EXPECT_EQ(check.integer("info"), -code);
+            EXPECT_EQ(reports(), Reports(code == 0 ? 0 : 1, {catalogue::to_upper(letter + root), code}));
+        }
 }
 
 } // namespace
