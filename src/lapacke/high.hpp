@@ -92,7 +92,7 @@ template <class W>
 void release(const W& workspace)
 {
     if (workspace.place != nullptr)
-        qnm_serv_iface_free(workspace.place);
+        Memory::release(workspace.place);
 }
 
 /// Asks the routine for sizes. The answers stand apart from what is known of the workspaces, whose addresses

@@ -3,14 +3,13 @@
 
 #include <type_traits>
 
+#include "frame/scratch.hpp"
 #include "lapacke/forms.hpp"
 
 namespace qnm {
 
 inline constexpr int work_failed = -1010;
 inline constexpr int transposition_failed = -1011;
-/// Copies and workspace begin at such addresses.
-inline constexpr int lapacke_alignment = 128;
 
 inline bool option(char letter, char expected)
 {
@@ -25,11 +24,12 @@ QNM_COLD R misused(const char* name, int position)
     return static_cast<R>(-position);
 }
 
+/// Copies and workspaces: a query's answer tells how many elements.
+using Memory = Malloced<128>;
 template <class E>
 E* obtained(core_int elements)
 {
-    return static_cast<E*>(
-        qnm_serv_iface_malloc(elements * static_cast<core_int>(sizeof(E)), lapacke_alignment));
+    return Memory::take<E>(elements * static_cast<core_int>(sizeof(E)));
 }
 
 /// The layout stands in front of the routine's arguments, so their positions are one higher.
@@ -81,7 +81,7 @@ struct Matrix {
     void release() const
     {
         if (place != nullptr)
-            qnm_serv_iface_free(place);
+            Memory::release(place);
     }
 
 private:
@@ -189,7 +189,7 @@ R turned(const char* name, int bad, char norm, char uplo, core_int length, Call&
     }
     const R result = call(&other_norm, &other_uplo, work);
     if (work != nullptr)
-        qnm_serv_iface_free(work);
+        Memory::release(work);
     return result;
 }
 

@@ -108,7 +108,6 @@ struct Row {
     std::vector<Definition> definitions;
     std::vector<std::string> tested_last; // arguments whose tests stand behind all others
     std::string leaf;                     // name of the leaf size that the routine asks ilaenv for
-    bool settled = false;                 // nobody publishes the routine: its argument list was settled here
     std::string core_root;                // where the core's name has another root
     std::string value_core_root;          // the same, of the form that takes values
     std::vector<std::string> places; // what the core gets, where that is not the arguments in their order

@@ -261,8 +261,6 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
             row.tested_last = lexer.identifiers("an argument's name");
         } else if (lexer.accept("leaf")) {
             row.leaf = lexer.identifier("a name for the leaf size");
-        } else if (lexer.accept("settled")) {
-            row.settled = true;
         } else if (lexer.accept("core")) {
             read_core(lexer, row);
         } else if (lexer.accept("small")) {
@@ -275,7 +273,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
                 lexer.fail_at(row.line, "'" + name + "'", "a family that was told before");
             row.also = &families.at(name);
         } else {
-            lexer.fail("',', '->', 'where', 'tested last', 'leaf', 'settled', 'core', 'small', 'also' or the "
+            lexer.fail("',', '->', 'where', 'tested last', 'leaf', 'core', 'small', 'also' or the "
                        "end of the row");
         }
     }
