@@ -1,4 +1,5 @@
-// What generated entries of the BLAS, and of families in its room, are made of: the templates of their classes.
+// What generated entries of the BLAS, and of families in its room, are made of: the templates of their
+// classes.
 #pragma once
 
 #include "blas/bare.hpp"

@@ -90,9 +90,9 @@ const std::vector<TwoForms>& two_forms()
                               "QNM_Set_Num_Threads 32\n QNM_Set_Num_Threads_Local 32\n"
                               "QNM_Domain_Set_Num_Threads 32 32\n QNM_Domain_Get_Max_Threads 32\n"
                               "QNM_Set_Dynamic 32\n QNM_Set_Num_Stripes 32\n QNM_Set_Env_Mode 32\n"
-                              "QNM_Set_mpi 32\n QNM_Enable_Instructions 32\n QNM_CBWR_Get 32\n"
-                              "QNM_CBWR_Set 32\n QNM_Verbose 32\n QNM_Verbose_Output_File\n"
-                              "QNM_Get_Version_String\n");
+                              "QNM_Set_mpi 32 0\n QNM_Enable_Instructions 32\n QNM_CBWR_Get 32\n"
+                              "QNM_CBWR_Set 32\n QNM_Verbose 32\n QNM_Verbose_Output_File 0\n"
+                              "QNM_Get_Version_String 0 0\n");
         for (std::string line; std::getline(in, line);) {
             const Names row = words(line);
             const std::string core = of_core(row[0]);

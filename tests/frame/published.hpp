@@ -18,7 +18,8 @@ Names traced();
 struct TwoForms {
     Names fortran;
     std::string c;
-    std::vector<int> widths; // bits of each argument that the Fortran form reads
+    std::vector<int>
+        widths; // bits that the Fortran form reads behind each argument; 0: it goes on as it came
     std::string core;
     std::string c_core;
 };
