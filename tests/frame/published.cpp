@@ -84,25 +84,30 @@ std::set<std::string> of_lapacke(const std::string& routine, bool has_work_level
 const std::vector<TwoForms>& two_forms()
 {
     static const std::vector<TwoForms> all = [] {
-        std::vector<TwoForms> rows;
-        std::istringstream in("QNM_malloc 64 32\n QNM_calloc 64 64 32\n QNM_realloc 64 64\n QNM_free 64\n"
-                              "QNM_Peak_Mem_Usage 32\n QNM_Set_Memory_Limit 32 64\n"
-                              "QNM_Set_Num_Threads 32\n QNM_Set_Num_Threads_Local 32\n"
-                              "QNM_Domain_Set_Num_Threads 32 32\n QNM_Domain_Get_Max_Threads 32\n"
-                              "QNM_Set_Dynamic 32\n QNM_Set_Num_Stripes 32\n QNM_Set_Env_Mode 32\n"
-                              "QNM_Set_mpi 32 0\n QNM_Enable_Instructions 32\n QNM_CBWR_Get 32\n"
-                              "QNM_CBWR_Set 32\n QNM_Verbose 32\n QNM_Verbose_Output_File 0\n"
-                              "QNM_Get_Version_String 0 0\n");
-        for (std::string line; std::getline(in, line);) {
-            const Names row = words(line);
-            const std::string core = of_core(row[0]);
-            rows.push_back({spelled(fortran, row[0]),
-                            row[0],
-                            {},
-                            core,
-                            row[0] == "QNM_Get_Version_String" ? core + "_c" : core});
-            for (auto width = row.begin() + 1; width != row.end(); ++width)
-                rows.back().widths.push_back(std::stoi(*width));
+        std::vector<TwoForms> rows{{"QNM_malloc", 64, {64, 32}},
+                                   {"QNM_calloc", 64, {64, 64, 32}},
+                                   {"QNM_realloc", 64, {64, 64}},
+                                   {"QNM_free", 0, {64}},
+                                   {"QNM_Peak_Mem_Usage", 64, {32}},
+                                   {"QNM_Set_Memory_Limit", 32, {32, 64}},
+                                   {"QNM_Set_Num_Threads", 0, {32}},
+                                   {"QNM_Set_Num_Threads_Local", 32, {32}},
+                                   {"QNM_Domain_Set_Num_Threads", 32, {32, 32}},
+                                   {"QNM_Domain_Get_Max_Threads", 32, {32}},
+                                   {"QNM_Set_Dynamic", 0, {32}},
+                                   {"QNM_Set_Num_Stripes", 0, {32}},
+                                   {"QNM_Set_Env_Mode", 32, {32}},
+                                   {"QNM_Set_mpi", 32, {32, 0}},
+                                   {"QNM_Enable_Instructions", 32, {32}},
+                                   {"QNM_CBWR_Get", 32, {32}},
+                                   {"QNM_CBWR_Set", 32, {32}},
+                                   {"QNM_Verbose", 32, {32}},
+                                   {"QNM_Verbose_Output_File", 32, {0}},
+                                   {"QNM_Get_Version_String", 0, {0, 0}}};
+        for (TwoForms& row : rows) {
+            row.fortran = spelled(fortran, row.c);
+            row.core = of_core(row.c);
+            row.c_core = row.core + (row.c == "QNM_Get_Version_String" ? "_c" : "");
         }
         return rows;
     }();

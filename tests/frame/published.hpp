@@ -16,12 +16,11 @@ Names traced();
 /// A service with a Fortran form (three spellings), which reads its arguments through pointers, and a C form
 /// that takes values.
 struct TwoForms {
-    Names fortran;
     std::string c;
-    std::vector<int>
-        widths; // bits that the Fortran form reads behind each argument; 0: it goes on as it came
-    std::string core;
-    std::string c_core;
+    int result;              // its bits, in a register; 0: none
+    std::vector<int> widths; // bits that the Fortran form reads behind arguments; 0: it goes on as it came
+    Names fortran = {};
+    std::string core = {}, c_core = {};
 };
 const std::vector<TwoForms>& two_forms();
 

@@ -83,9 +83,10 @@ TEST_F(Services, FortranFormsReadThroughPointersAndHandBackTheResult)
                 EXPECT_EQ(got.word(i) & lower, values[i] & lower) << "word " << i;
                 EXPECT_NE(got.word(i) & ~lower, beside) << "word " << i << " read too far";
             }
-        EXPECT_EQ(call_entry(spelling, words).int64(), 0x00007FFF12345678);
-        core().answers(service.core).with(-2.25);
-        EXPECT_EQ(call_entry(spelling, words).float64(), -2.25);
+        const std::uint64_t defined = service.result == 64   ? ~std::uint64_t{0}
+                                      : service.result == 32 ? lower
+                                                             : 0;
+        EXPECT_EQ(call_entry(spelling, words).rax & defined, 0x00007FFF12345678 & defined);
     }
 }
 
