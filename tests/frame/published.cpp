@@ -56,6 +56,45 @@ Names lettered(const std::string& letters, const std::string& roots)
     return all;
 }
 
+/// Fourier transforms: twins, entries by address, and five Fortran spellings of each of the latter. A tag of
+/// types is one body with others of as many arrays.
+void add_transforms(std::vector<Names>& all)
+{
+    for (const std::string& name :
+         words("CreateDescriptor CreateDescriptor_d_1d CreateDescriptor_d_md CreateDescriptor_s_1d "
+               "CreateDescriptor_s_md CommitDescriptor CopyDescriptor FreeDescriptor SetValue GetValue "
+               "ComputeForward ComputeBackward ComputeInPlaceForward ComputeInPlaceBackward "
+               "ComputeOutOfPlaceForward ComputeOutOfPlaceBackward ErrorClass ErrorMessage"))
+        all.push_back(spelled("DftiName qnm_dft_dftiname", name));
+    constexpr const char* fortran_spellings = "NAME NAME_ name name_ name__";
+    for (const std::string& name :
+         words("commit_descriptor_external copy_descriptor_external free_descriptor_external "
+               "create_descriptor_1d create_descriptor_highd create_descriptor_d_1d create_descriptor_d_md "
+               "create_descriptor_s_1d create_descriptor_s_md set_value_intval set_value_intvec "
+               "set_value_dblval set_value_sglval set_value_chars get_value_intval get_value_intvec "
+               "get_value_dblval get_value_sglval get_value_chars error_class_external "
+               "error_message_external")) {
+        all.push_back(spelled("qnm_dft_name", "dfti_" + name));
+        all.push_back(spelled(fortran_spellings, "dfti_" + name));
+    }
+    for (const auto& [ways, tags] : {std::pair{"forward backward", "c z s d"},
+                                     {"forward backward", "cc zz ss dd"},
+                                     {"forward", "sc dz"},
+                                     {"backward", "cs zd"},
+                                     {"forward backward", "ssss dddd"}})
+        for (const std::string& way : words(ways)) {
+            Names direct, places;
+            for (const std::string& tag : words(tags)) {
+                const std::string name = "dfti_compute_" + way + "_" + tag;
+                direct.push_back("qnm_dft_" + name);
+                places.push_back(name + "_cpu");
+                all.push_back(spelled(fortran_spellings, name));
+            }
+            all.insert(all.end(), {direct, places});
+        }
+    all.push_back({"qnm_dfti_is_ilp64"});
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -206,6 +245,7 @@ std::vector<Names> bodies()
         body("QNM_NAME qnm_name qnm_name_", name);
     alone(copies, "QNM_Name qnm_trans_errchk_qnm_name");
 
+    add_transforms(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");
