@@ -40,6 +40,15 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
             expected[static_cast<std::size_t>(entry.row->position(*info) - 1)] = -1001;
         EXPECT_EQ(place, expected) << entry.core();
     }
+    for (const catalogue::Signature& s : tables.signatures()) {
+        if (s.exported || who.at(s.names.front()) != "stub")
+            continue;
+        ++stubs; // what the layer alone calls
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(by_pointers(s.names.front(), {}).int64(), 0);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "QNM ERROR: " + catalogue::to_upper(s.names.front()) + " is not carried by this core.\n");
+    }
     EXPECT_EQ(stubs,
               std::count_if(who.begin(), who.end(), [](const auto& line) { return line.second == "stub"; }));
 }
