@@ -10,6 +10,10 @@
 /// A further name of an entry of this file.
 #define QNM_TWIN(NAME, OF) [[gnu::alias(#OF), gnu::visibility("default")]] decltype(OF) NAME;
 
+/// The further Fortran spellings of an entry.
+#define QNM_FORTRAN(NAME, name)                                                                              \
+    QNM_TWIN(NAME##_, NAME) QNM_TWIN(name, NAME) QNM_TWIN(name##_, NAME) QNM_TWIN(name##__, NAME)
+
 namespace qnm::dft {
 
 /// What an operation gives back is handed on, so a status may be any number.

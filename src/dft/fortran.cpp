@@ -5,10 +5,6 @@
 
 #include <optional>
 
-/// The spellings of compilers.
-#define QNM_FORTRAN(NAME, name)                                                                              \
-    QNM_TWIN(NAME##_, NAME) QNM_TWIN(name, NAME) QNM_TWIN(name##_, NAME) QNM_TWIN(name##__, NAME)
-
 namespace qnm::dft {
 
 namespace {

@@ -50,7 +50,7 @@ void show_side(const Layout& l, const Side& side, std::int64_t line, Shown& show
         }
     }
     const std::int64_t total = expected * (l.rank == 1 ? line : l.lengths[l.rank - 1]);
-    if (l.is_batch() && side.distance != total)
+    if (side.distance != total)
         shown.distances = true;
 }
 
@@ -64,7 +64,7 @@ Shown shown_of_complex(const Layout& l)
         return {.strides = true, .distances = true};
     const bool dense =
         l.in.distance == elements(l, l.rank) && (l.in_place || l.out.distance == l.in.distance);
-    return {.distances = l.is_batch() && !dense};
+    return {.distances = !dense};
 }
 
 Shown shown_of_real(const Layout& l, const Side& real, const Side& conjugate_even)

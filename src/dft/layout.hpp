@@ -22,8 +22,8 @@ struct Layout {
     bool is_batch() const { return transforms >= 2; }
 };
 
-/// What of the layout a line shows: strides with the lengths, distances with the batch, or transforms one
-/// within the other.
+/// What of the layout a line shows: strides with the lengths; of a batch distances, or that its transforms
+/// lie one within the other.
 struct Shown {
     bool strides = false;
     bool distances = false;

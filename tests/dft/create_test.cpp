@@ -101,7 +101,8 @@ TEST_F(Create, RefusesRanksAndLengthsThatCannotBe)
 {
     const Word none = nullptr;
     const std::int64_t zero[]{7, 0, 9}, seven[]{1, 2, 3, 4, 5, 6, 7, 8};
-    const int zero32[]{7, 0, 9}, nine32[]{1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const int zero32[]{7, 0, 9};
+    const std::vector<int> many32(100'000, 1);
     const double tag = 36;
     const struct {
         std::string name;
@@ -120,13 +121,13 @@ TEST_F(Create, RefusesRanksAndLengthsThatCannotBe)
         {"DftiCreateDescriptor_s_md", {33, 8L, seven}, "2 "},
         {"DftiCreateDescriptor_s_md", {33, 2L, none}, "3 "},
         {"qnm_dft_dfti_create_descriptor_1d", {at(36), at(32), at(2), at(64)}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_1d", {at(36), at(32), at(1), at(0)}, "2 "},
+        {"qnm_dft_dfti_create_descriptor_1d", {at(36), at(32), at(1), at(-4)}, "2 "},
         {"qnm_dft_dfti_create_descriptor_d_1d", {&tag, at(32), at(2), at(64)}, "2 "},
         {"qnm_dft_dfti_create_descriptor_highd", {at(36), at(32), at(8), seven}, "2 "},
         {"qnm_dft_dfti_create_descriptor_highd", {at(36), at(32), at(3), zero}, "2 "},
         {"qnm_dft_dfti_create_descriptor_highd", {at(36 | 1L << 32), at(32), at(2), seven}, "2 "}, // whole
         {"qnm_dft_dfti_create_descriptor_d_md", {&tag, at(32), at(8), seven}, "2 "},
-        {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(9), nine32}, "2 "},
+        {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(100'000), many32.data()}, "2 "},
         {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(-9), none}, "2 "},
         {"dfti_create_descriptor_d_md_", {&tag, at32(32), at32(3), zero32}, "2 "},
     };

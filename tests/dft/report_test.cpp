@@ -129,7 +129,7 @@ TEST_F(Report, IsWrittenByItsGrammar)
 {
     std::mt19937 chance(1);
     const auto below = [&](int bound) { return static_cast<int>(chance() % static_cast<unsigned>(bound)); };
-    alignas(64) static char data[128];
+    alignas(64) static char data[256];
     std::map<std::string, int> seen;
     for (int i = 0; i < 4000; ++i) {
         const bool forward = below(2) == 0, ip = below(2) == 0;
@@ -182,10 +182,11 @@ TEST_F(Report, IsWrittenByItsGrammar)
         d.workspace = choose({51, 51, 52, 53});
         d.options = choose({0, 16, ~16U});
         d.limit = {below(3)};
-        d.forward_scale = below(3) == 0 ? 1 / 3.0 : 1;
-        d.backward_scale = below(3) == 0 ? std::nan("") : 1;
-        char *const first = data + 8 * below(2), *const second =
-                                                     below(3) == 0 ? nullptr : data + 8 * below(2);
+        const double scales[]{1, 1, 1 / 3.0, std::nan("")};
+        d.forward_scale = scales[below(4)];
+        d.backward_scale = scales[below(4)];
+        char* const first = data + 32 * below(3);
+        char* const second = below(3) == 0 ? nullptr : data + 32 * below(3);
         const dft_handle handle = &d;
         d.array_count = 2;
         const std::string way = forward ? "forward" : "backward";
@@ -206,7 +207,7 @@ TEST_F(Report, IsWrittenByItsGrammar)
 
 TEST_F(Report, OfKnownTransforms)
 {
-    alignas(64) static char data[128];
+    alignas(64) static char data[256];
     Descriptor d;
     const auto line = [&](const char* name, const std::vector<Word>& words) {
         const std::string whole = printed(name, words);

@@ -93,6 +93,16 @@ void add_transforms(std::vector<Names>& all)
             all.insert(all.end(), {direct, places});
         }
     all.push_back({"qnm_dfti_is_ilp64"});
+    for (const std::string& name :
+         words("DftiCreateDescriptorDM DftiCommitDescriptorDM DftiFreeDescriptorDM DftiGetValueDM"))
+        all.push_back(spelled("Name " + std::string(fortran_spellings), name));
+    for (const std::string& name : words(
+             "createdescriptordm1 createdescriptordmn commitdescriptordm freedescriptordm computeforwarddmi "
+             "computeforwarddmo computebackwarddmi computebackwarddmo getvaluedm setvaluedmd setvaluedmf "
+             "setvaluedmi setvaluedmp"))
+        all.push_back(spelled(fortran_spellings, "dfti" + name + "_internal"));
+    all.push_back({"qnm_cdft_error_message"});
+    all.back().insert(all.back().end(), replaceable().begin(), replaceable().end());
 }
 
 /// Those that are published with LAPACK too.
@@ -102,6 +112,15 @@ bool with_lapack(const std::string& name)
 }
 
 } // namespace
+
+const Names& replaceable()
+{
+    static const Names all =
+        words("qnm_cdft_DftiCreateDescriptorDM qnm_cdft_DftiCommitDescriptorDM qnm_cdft_DftiFreeDescriptorDM "
+              "qnm_cdft_DftiGetValueDM qnm_cdft_DftiSetValueDM qnm_cdft_DftiComputeForwardDM "
+              "qnm_cdft_DftiComputeBackwardDM DftiSetValueDM DftiComputeForwardDM DftiComputeBackwardDM");
+    return all;
+}
 
 Names traced()
 {
