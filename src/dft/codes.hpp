@@ -9,18 +9,23 @@
 
 namespace qnm::dft {
 
+/// From `operation` on, an integer that may be set.
 enum class Is : unsigned char {
     nothing,
-    field,
-    conjugate_even, // a field with a walk of its own along the chain
-    option,         // a bit: allowed or avoided
-    operation,      // an integer of the core's
+    version, // of no descriptor
+    rank,
+    lengths,
     scale,
     strides,
-    lengths,
     text,
-    version // of no descriptor
+    operation, // of the core's
+    field,
+    conjugate_even, // a field with a walk of its own along the chain
+    option          // a bit: allowed or avoided
 };
+
+/// What a descriptor has to be for some values.
+enum class Where : unsigned char { complex_data, one_dimension };
 
 /// Some of the values that a field may have, all below 64.
 class Values {
@@ -43,14 +48,13 @@ private:
 struct Code {
     Is is = Is::nothing;
     unsigned char at = 0;      // where a field stands in its descriptor
-    bool wide = false;         // the C forms have it in 64 bits
-    bool told_only = false;    // the C form that sets knows it not
+    bool wide = false;         // the C forms have it in 64 bits, with a sign
     bool alone = false;        // not written along the chain
     bool any = false;          // any value of 32 bits will do
     Values accepted = {};      // none: all are refused
     Values unimplemented = {}; // known, and not done
-    Values complex_only = {};  // of those accepted, not done for real data
-    Values one_dimension = {}; // of those accepted, refused above rank 1
+    Where where = {};          // some of those accepted will do alone
+    Values there = {};
     std::int64_t (*dft_ops::*get)(dft_descriptor*, std::int64_t*) = nullptr;
     std::int64_t (*dft_ops::*set)(dft_descriptor*, std::int64_t) = nullptr;
     std::int64_t (*dft_ops::*set_all)(dft_descriptor*, const std::int64_t*) = nullptr;
@@ -63,8 +67,8 @@ constexpr std::size_t code_count = 29;
 constexpr std::array<Code, code_count> codes = [] {
     std::array<Code, code_count> all{};
     all[0] = {.is = Is::field, QNM_AT(domain)};
-    all[1] = {.is = Is::field, QNM_AT(rank), .wide = true, .told_only = true};
-    all[2] = {.is = Is::lengths, .told_only = true, .get = &dft_ops::get_lengths};
+    all[1] = {.is = Is::rank, QNM_AT(rank), .wide = true};
+    all[2] = {.is = Is::lengths, .get = &dft_ops::get_lengths};
     all[3] = {.is = Is::field, QNM_AT(precision)};
     all[4] = {.is = Is::scale};
     all[5] = {.is = Is::scale};
@@ -84,13 +88,13 @@ constexpr std::array<Code, code_count> codes = [] {
                .set = &dft_ops::set_output_distance};
     all[17] = {.is = Is::field, QNM_AT(workspace), .alone = true, .accepted = {allow, avoid}};
     all[18] = {.is = Is::field, QNM_AT(ordering), .accepted = {ordered, backward_scrambled},
-               .unimplemented = {forward_scrambled}, .complex_only = {backward_scrambled}};
+               .unimplemented = {forward_scrambled}, .where = Where::complex_data, .there = {backward_scrambled}};
     all[19] = {.is = Is::field, QNM_AT(transpose)};
     all[20] = {.is = Is::text};
     all[21] = {.is = Is::field, QNM_AT(packed_format), .accepted = {ccs_format, pack_format, perm_format, cce_format},
-               .one_dimension = {ccs_format, pack_format, perm_format}};
+               .where = Where::one_dimension, .there = {ccs_format, pack_format, perm_format}};
     all[22] = {.is = Is::field, QNM_AT(commit_status)};
-    all[23] = {.is = Is::version, .told_only = true};
+    all[23] = {.is = Is::version};
     all[26] = {.is = Is::field, QNM_AT(user_threads), .wide = true, .any = true};
     all[27] = {.is = Is::operation, .wide = true, .get = &dft_ops::get_thread_limit,
                .set = &dft_ops::set_thread_limit};

@@ -12,6 +12,7 @@ namespace {
 Status get_integer(dft_descriptor* d, const Code& code, std::int64_t& value)
 {
     switch (code.is) {
+    case Is::rank:
     case Is::field:
     case Is::conjugate_even:
         value = code.wide ? static_cast<std::int32_t>(field(d, code)) : std::int64_t{field(d, code)};
@@ -28,8 +29,7 @@ Status get_integer(dft_descriptor* d, const Code& code, std::int64_t& value)
 
 bool is_integer(const Code& code)
 {
-    return code.is == Is::field || code.is == Is::conjugate_even || code.is == Is::option ||
-           code.is == Is::operation;
+    return code.is == Is::rank || code.is >= Is::operation;
 }
 
 enum class To { slowest, fastest };

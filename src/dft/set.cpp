@@ -46,25 +46,30 @@ bool fits(std::int64_t value)
     return value == static_cast<std::int32_t>(value);
 }
 
-/// A field's value: 0 if the descriptor may have it.
-int judge(const dft_descriptor& d, const Code& code, std::int64_t value)
+/// Of a value that not every descriptor may have.
+int judge_there(const dft_descriptor& d, Where where)
 {
-    if (!(code.any ? fits(value) : code.accepted.have(value)))
-        return code.unimplemented.have(value) ? unimplemented : inconsistent_configuration;
-    if (code.complex_only.have(value) && d.domain == real_domain)
-        return unimplemented;
-    return code.one_dimension.have(value) && d.rank > 1 ? inconsistent_configuration : no_error;
+    if (where == Where::complex_data)
+        return d.domain == real_domain ? unimplemented : no_error;
+    return d.rank > 1 ? inconsistent_configuration : no_error;
+}
+
+int refusal_of(const Code& code, std::int64_t value)
+{
+    return code.unimplemented.have(value) ? unimplemented : inconsistent_configuration;
 }
 
 /// The one place where an integer is set. A descriptor is no longer committed behind it, refused or not.
-Status set_integer(dft_descriptor* d, std::uint64_t number, std::int64_t value)
+Status set_integer(dft_descriptor* d, const Code& code, std::int64_t value)
 {
     uncommit(d);
-    const Code& code = code_of(number);
     if (code.is == Is::operation)
         return (d->ops->*code.set)(d, value);
-    if (const int status = judge(*d, code, value); status != no_error)
-        return status;
+    if (!code.accepted.have(value) && !(code.any && fits(value)))
+        return refusal_of(code, value);
+    if (code.there.have(value))
+        if (const int status = judge_there(*d, code.where); status != no_error)
+            return status;
     if (code.is == Is::conjugate_even)
         return write_conjugate_even(d, value);
     if (code.is == Is::option)
@@ -73,8 +78,10 @@ Status set_integer(dft_descriptor* d, std::uint64_t number, std::int64_t value)
     return no_error;
 }
 
+// The rarer ones stand out of line, so that an integer is set without a stack frame.
+
 /// C callers give strides with the slowest dimension first, behind the offset.
-Status set_reversed(dft_descriptor* d, const Code& code, const std::int64_t* strides)
+[[gnu::noinline]] Status set_reversed(dft_descriptor* d, const Code& code, const std::int64_t* strides)
 {
     if (strides == nullptr)
         return inconsistent_configuration;
@@ -84,7 +91,7 @@ Status set_reversed(dft_descriptor* d, const Code& code, const std::int64_t* str
     return (d->ops->*code.set_all)(d, fastest_first);
 }
 
-Status set_text(dft_descriptor* d, const char* text)
+[[gnu::noinline]] Status set_text(dft_descriptor* d, const char* text)
 {
     constexpr std::size_t longest = 4096;
     if (text == nullptr)
@@ -115,11 +122,9 @@ QNM_EXPORT Status DftiSetValue(dft_handle d, unsigned number, std::int64_t word,
     if (!is_valid(d))
         return bad_descriptor;
     const Code& code = code_of(number);
-    if (code.told_only)
-        return inconsistent_configuration;
+    if (code.is >= Is::operation)
+        return set_integer(d, code, code.wide ? word : static_cast<std::uint32_t>(word));
     switch (code.is) {
-    case Is::nothing:
-        return inconsistent_configuration;
     case Is::scale:
         return d->ops->set_scale(d, static_cast<int>(number), real);
     case Is::strides:
@@ -127,7 +132,7 @@ QNM_EXPORT Status DftiSetValue(dft_handle d, unsigned number, std::int64_t word,
     case Is::text:
         return set_text(d, reinterpret_cast<const char*>(word));
     default:
-        return set_integer(d, number, code.wide ? word : static_cast<std::uint32_t>(word));
+        return inconsistent_configuration;
     }
 }
 
@@ -137,7 +142,7 @@ QNM_EXPORT int qnm_dft_dfti_set_value_intval(const dft_handle* handle, const std
     const int status = refused(handle, code, value);
     return status != no_error
                ? status
-               : static_cast<int>(set_integer(*handle, static_cast<std::uint64_t>(*code), *value));
+               : static_cast<int>(set_integer(*handle, code_of(static_cast<std::uint64_t>(*code)), *value));
 }
 
 QNM_EXPORT int qnm_dft_dfti_set_value_intvec(const dft_handle* handle, const std::int64_t* code,
