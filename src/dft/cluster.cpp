@@ -67,22 +67,14 @@ int create(const int* comm, void* made, const int* precision, const int* domain,
                                                             *domain, *rank, slowest_first));
 }
 
-/// An integer of 64 bits, narrowed, with what Fortran counts more.
-int get_integer(void* handle, int code, void* value, int more)
+/// An integer of 64 bits as Fortran has it: narrowed, counted from 1, or a communicator.
+template <class Narrow>
+int get_integer(void* handle, int code, void* value, Narrow narrow)
 {
     std::int64_t wide = 0;
     const Status status = qnm_cdft_DftiGetValueDM(handle, code, &wide);
     if (status == no_error)
-        *static_cast<int*>(value) = static_cast<int>(wide + more);
-    return static_cast<int>(status);
-}
-
-int get_communicator(void* handle, void* value)
-{
-    std::int64_t comm = 0;
-    const Status status = qnm_cdft_DftiGetValueDM(handle, communicator, &comm);
-    if (status == no_error)
-        *static_cast<int*>(value) = communicator_to_fortran(comm);
+        *static_cast<int*>(value) = narrow(wide);
     return static_cast<int>(status);
 }
 
@@ -199,14 +191,14 @@ QNM_EXPORT int DFTIGETVALUEDM_INTERNAL(void* const* handle, const int* code, voi
     case local_size:
     case rows:
     case rows_out:
-        return get_integer(*handle, *code, value, 0);
+        return get_integer(*handle, *code, value, [](std::int64_t wide) { return static_cast<int>(wide); });
     case first_row:
     case first_row_out:
-        return get_integer(*handle, *code, value, 1);
+        return get_integer(*handle, *code, value, [](std::int64_t row) { return static_cast<int>(row + 1); });
     case all_lengths:
         return get_lengths(*handle, value);
     case communicator:
-        return get_communicator(*handle, value);
+        return get_integer(*handle, *code, value, communicator_to_fortran);
     default:
         return static_cast<int>(qnm_cdft_DftiGetValueDM(*handle, *code, value));
     }

@@ -82,13 +82,18 @@ private:
         Body direct{new_signature(lexer, family, count, "void*"), statement(way, count)};
         Body indirect{new_signature(lexer, family, count, "void* const*"), statement(way, count)};
         std::vector<Body> jumps;
-        const Family& fortran = house.families().at("dfti_fortran");
+        const auto fortran =
+            std::find_if(house.families().begin(), house.families().end(),
+                         [&](const auto& other) { return other.second.calls == family.name; });
+        if (fortran == house.families().end())
+            lexer.fail_at(lexer.first_line(), "'" + family.name + "'",
+                          "a family whose entries another one calls");
         for (const std::string& tag : tags) {
             const std::string name = spell(family.forms.front().spellings.front(), spelled(tag));
             direct.signature.names.push_back(name);
             indirect.signature.names.push_back(spelled(tag) + "_cpu");
-            Body jump{new_signature(lexer, fortran, count, "void*"), ""};
-            for (const std::string& pattern : fortran.forms.front().spellings)
+            Body jump{new_signature(lexer, fortran->second, count, "void*"), ""};
+            for (const std::string& pattern : fortran->second.forms.front().spellings)
                 jump.signature.names.push_back(spell(pattern, spelled(tag)));
             jump.signature.callees = {{name, "", {}}};
             for (int i = 0; i <= count; ++i)
