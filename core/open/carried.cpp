@@ -83,8 +83,9 @@ int run(const std::vector<std::string>& words)
     std::string code = "#include \"carried.inc\"\n        .text\n", list;
     std::set<std::string> told;
     for (const Signature& s : tables.signatures()) {
-        const std::string& pattern = tables.families().at(s.family).core;
-        if (s.callees.empty() || pattern.empty() || s.form->width == Width::wide)
+        const Family& family = tables.families().at(s.family);
+        const std::string& pattern = family.core;
+        if (s.callees.empty() || pattern.empty() || !family.calls.empty() || s.form->width == Width::wide)
             continue;
         const std::string core = s.callees.front().name;
         const std::string prefix = pattern.substr(0, pattern.size() - std::string("name").size());

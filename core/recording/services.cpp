@@ -69,24 +69,39 @@ struct VariadicState {
 };
 static_assert(sizeof(VariadicState) == sizeof(va_list));
 
-// (buffer, size, most characters, format, ...): the call's words are laid out as a register save area and its
-// overflow, so that a va_list can walk them.
+// What stands behind a format: the call's words are laid out as a register save area and its overflow, so
+// that a va_list can walk them. Writes less than `room` characters and a zero, and gives back how many were
+// wanted.
+int formatted(const Call& call, std::uint32_t format, std::size_t room)
+{
+    Arguments arguments = call.arguments();
+    const VariadicState state{(format + 1) * std::uint32_t{sizeof(std::uint64_t)},
+                              offsetof(Arguments, vectors), arguments.stack.data(), &arguments};
+    va_list rest;
+    std::memcpy(rest, &state, sizeof state);
+    return std::vsnprintf(call.pointer<char>(0), room, call.pointer<const char>(format), rest);
+}
+
+// (buffer, size, most characters, format, ...)
 void snprintf_s(Core&, Call& call, Answer& answer)
 {
-    constexpr std::uint32_t named = 4;
     const std::size_t size = size_word(call, 1), most = size_word(call, 2);
     if (size == 0) {
         answer.returns(-1);
         return;
     }
-    Arguments arguments = call.arguments();
-    const VariadicState state{named * sizeof(std::uint64_t), offsetof(Arguments, vectors),
-                              arguments.stack.data(), &arguments};
-    va_list rest;
-    std::memcpy(rest, &state, sizeof state);
     const std::size_t room = most < size ? most + 1 : size;
-    const int needed = std::vsnprintf(call.pointer<char>(0), room, call.pointer<const char>(3), rest);
+    const int needed = formatted(call, 3, room);
     answer.returns(needed < 0 ? needed : std::min(needed, static_cast<int>(room) - 1));
+}
+
+// (buffer, characters left, format, ...): gives back the new end.
+void sprintf_char_s(Core&, Call& call, Answer& answer)
+{
+    std::size_t& left = *call.pointer<std::size_t>(1);
+    const auto written = std::min(static_cast<std::size_t>(std::max(formatted(call, 2, left + 1), 0)), left);
+    left -= written;
+    answer.returns(call.pointer<char>(0) + written);
 }
 
 void strnlen_s(Core&, Call& call, Answer& answer)
@@ -152,6 +167,7 @@ Services::Service Services::find(std::string_view name)
         {"qnm_serv_free", release<Pair::malloc>},
         {"qnm_serv_lsame", lsame},
         {"qnm_serv_snprintf_s", snprintf_s},
+        {"qnm_serv_sprintf_char_s", sprintf_char_s},
         {"qnm_serv_strnlen_s", strnlen_s},
         {"qnm_serv_strncat_s", strncat_s},
         {"qnm_serv_getenv", getenv},
@@ -175,7 +191,7 @@ void Services::read_text(Call& call)
         const auto length = static_cast<std::size_t>(std::max(call.int32(2), 0));
         call.text = peek_text(call.word(0), std::min(length, longest_text), false);
     } else if (name == "qnm_serv_print_verbose_info") {
-        call.text = peek_text(call.word(1), line_bytes, true);
+        call.text = peek_text(call.word(1), longest_text, true);
         const std::string last = peek_text(call.word(1) + line_bytes - 1, 1, false);
         if (!last.empty())
             call.last_byte = last.front();

@@ -4,6 +4,7 @@
 
 #include <qnm/blas.h>
 #include <qnm/cblas.h>
+#include <qnm/dfti.h>
 #include <qnm/lapack.h>
 #include <qnm/lapacke_helpers.h>
 #include <qnm/services.h>

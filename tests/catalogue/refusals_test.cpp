@@ -188,6 +188,25 @@ TEST(Refusals, OfTheCInterfaceToLapack)
         : a not => end of the row: expected 'out';)");
 }
 
+TEST(Refusals, OfTagsThatCompute)
+{
+    const std::string families = "by_address room dft form all reference int64 qnm_name\n",
+                      own = "family by_address\n",
+                      fortran =
+                          "family fortran room dft calls by_address form all reference int32 NAME name_\n";
+    expect_refusals(
+        families + own,
+        "compute c arrays 1 forward => 3: 'by_address': expected a family whose entries another one calls;");
+    expect_refusals(families + fortran + own, R"(
+        compute c arrays one => 4: 'one': expected the number of arrays;
+        compute c 1 => 4: '1': expected a tag, or 'arrays';
+        compute c arrays 1 => 4: end of the row: expected 'forward' or 'backward';
+        compute c arrays 1 both => 4: 'both': expected 'forward' or 'backward';
+        compute c arrays 1 forward|compute z c arrays 1 forward => 5: 'qnm_dfti_compute_forward_c': expected a
+            name that x.tab:4 does not export;
+        compute c z arrays 1 forward backward => accepted;)");
+}
+
 TEST(Refusals, AreNotForGoodRows)
 {
     for (const char* row :

@@ -56,6 +56,55 @@ Names lettered(const std::string& letters, const std::string& roots)
     return all;
 }
 
+/// Fourier transforms: twins, entries by address, and five Fortran spellings of each of the latter. A tag of
+/// types is one body with others of as many arrays.
+void add_transforms(std::vector<Names>& all)
+{
+    for (const std::string& name :
+         words("CreateDescriptor CreateDescriptor_d_1d CreateDescriptor_d_md CreateDescriptor_s_1d "
+               "CreateDescriptor_s_md CommitDescriptor CopyDescriptor FreeDescriptor SetValue GetValue "
+               "ComputeForward ComputeBackward ComputeInPlaceForward ComputeInPlaceBackward "
+               "ComputeOutOfPlaceForward ComputeOutOfPlaceBackward ErrorClass ErrorMessage"))
+        all.push_back(spelled("DftiName qnm_dft_dftiname", name));
+    constexpr const char* fortran_spellings = "NAME NAME_ name name_ name__";
+    for (const std::string& name :
+         words("commit_descriptor_external copy_descriptor_external free_descriptor_external "
+               "create_descriptor_1d create_descriptor_highd create_descriptor_d_1d create_descriptor_d_md "
+               "create_descriptor_s_1d create_descriptor_s_md set_value_intval set_value_intvec "
+               "set_value_dblval set_value_sglval set_value_chars get_value_intval get_value_intvec "
+               "get_value_dblval get_value_sglval get_value_chars error_class_external "
+               "error_message_external")) {
+        all.push_back(spelled("qnm_dft_name", "dfti_" + name));
+        all.push_back(spelled(fortran_spellings, "dfti_" + name));
+    }
+    for (const auto& [ways, tags] : {std::pair{"forward backward", "c z s d"},
+                                     {"forward backward", "cc zz ss dd"},
+                                     {"forward", "sc dz"},
+                                     {"backward", "cs zd"},
+                                     {"forward backward", "ssss dddd"}})
+        for (const std::string& way : words(ways)) {
+            Names direct, places;
+            for (const std::string& tag : words(tags)) {
+                const std::string name = "dfti_compute_" + way + "_" + tag;
+                direct.push_back("qnm_dft_" + name);
+                places.push_back(name + "_cpu");
+                all.push_back(spelled(fortran_spellings, name));
+            }
+            all.insert(all.end(), {direct, places});
+        }
+    all.push_back({"qnm_dfti_is_ilp64"});
+    for (const std::string& name :
+         words("DftiCreateDescriptorDM DftiCommitDescriptorDM DftiFreeDescriptorDM DftiGetValueDM"))
+        all.push_back(spelled("Name " + std::string(fortran_spellings), name));
+    for (const std::string& name : words(
+             "createdescriptordm1 createdescriptordmn commitdescriptordm freedescriptordm computeforwarddmi "
+             "computeforwarddmo computebackwarddmi computebackwarddmo getvaluedm setvaluedmd setvaluedmf "
+             "setvaluedmi setvaluedmp"))
+        all.push_back(spelled(fortran_spellings, "dfti" + name + "_internal"));
+    all.push_back({"qnm_cdft_error_message"});
+    all.back().insert(all.back().end(), replaceable().begin(), replaceable().end());
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -63,6 +112,15 @@ bool with_lapack(const std::string& name)
 }
 
 } // namespace
+
+const Names& replaceable()
+{
+    static const Names all =
+        words("qnm_cdft_DftiCreateDescriptorDM qnm_cdft_DftiCommitDescriptorDM qnm_cdft_DftiFreeDescriptorDM "
+              "qnm_cdft_DftiGetValueDM qnm_cdft_DftiSetValueDM qnm_cdft_DftiComputeForwardDM "
+              "qnm_cdft_DftiComputeBackwardDM DftiSetValueDM DftiComputeForwardDM DftiComputeBackwardDM");
+    return all;
+}
 
 Names traced()
 {
@@ -206,6 +264,7 @@ std::vector<Names> bodies()
         body("QNM_NAME qnm_name qnm_name_", name);
     alone(copies, "QNM_Name qnm_trans_errchk_qnm_name");
 
+    add_transforms(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");

@@ -38,6 +38,9 @@ struct Chain {
 };
 const std::vector<Chain>& chains();
 
+/// What a distributed layer takes over: the library's weak symbols.
+const Names& replaceable();
+
 /// The names that a function of the C interface to LAPACK has, by the routine's.
 std::set<std::string> of_lapacke(const std::string& routine, bool has_work_level);
 

@@ -20,7 +20,8 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
     const catalogue::Catalogue& tables = support::tables();
     int stubs = 0;
     for (const catalogue::Entry& entry : tables.entries()) {
-        if (entry.width != catalogue::Width::narrow || entry.row->entry_class == catalogue::Class::own)
+        if (entry.width != catalogue::Width::narrow || entry.row->entry_class == catalogue::Class::own ||
+            !entry.row->family->calls.empty()) // which calls entries
             continue;
         ASSERT_NO_THROW(core_symbol(entry.core()));
         if (who.at(entry.core()) != "stub")
@@ -38,6 +39,15 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
         if (info != nullptr && info->direction != catalogue::Direction::none)
             expected[static_cast<std::size_t>(entry.row->position(*info) - 1)] = -1001;
         EXPECT_EQ(place, expected) << entry.core();
+    }
+    for (const catalogue::Signature& s : tables.signatures()) {
+        if (s.exported || who.at(s.names.front()) != "stub")
+            continue;
+        ++stubs; // what the layer alone calls
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(by_pointers(s.names.front(), {}).int64(), 0);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "QNM ERROR: " + catalogue::to_upper(s.names.front()) + " is not carried by this core.\n");
     }
     EXPECT_EQ(stubs,
               std::count_if(who.begin(), who.end(), [](const auto& line) { return line.second == "stub"; }));

@@ -45,7 +45,7 @@ const std::vector<const Signature*>& others()
     static const auto all = signatures([](const Signature& s) {
         return !s.callees.empty() && s.exported &&
                !lists("blas lapack lapack_extra lapacke helper helper_services services published_services "
-                      "published_letters road registration callbacks",
+                      "published_letters road registration callbacks dfti_fortran",
                       s.family);
     });
     return all;
