@@ -1,0 +1,360 @@
+// Fourier transforms of the core, by its own functions: numbers of any rank and layout against sums, what is
+// left alone, and what is refused.
+#include "core.hpp"
+#include "open/dft/descriptor.hpp"
+
+#include <cmath>
+#include <numbers>
+#include <numeric>
+#include <thread>
+
+namespace qnm::test {
+namespace {
+
+using namespace core::dft;
+using Integers = std::vector<core_int>;
+
+// ---- the naive transform: sums in a larger type, dimension by dimension
+
+using Exact = long double;
+using Spectrum = std::vector<std::complex<Exact>>;
+
+core_int product(const Integers& lengths)
+{
+    return std::accumulate(lengths.begin(), lengths.end(), core_int{1}, std::multiplies<>());
+}
+
+Spectrum transformed(Spectrum x, const Integers& lengths, bool forward)
+{
+    const auto all = static_cast<core_int>(x.size());
+    core_int step = 1;
+    for (const core_int n : lengths) {
+        Spectrum root(static_cast<std::size_t>(n)), line(root);
+        for (core_int k = 0; k < n; ++k)
+            root[static_cast<std::size_t>(k)] =
+                std::polar<Exact>(1, (forward ? -2 : 2) * std::numbers::pi_v<Exact> * static_cast<Exact>(k) /
+                                         static_cast<Exact>(n));
+        for (core_int first = 0; first < all; ++first) {
+            if (first / step % n != 0)
+                continue;
+            const auto at = [&](core_int i) -> auto&
+            {
+                return x[static_cast<std::size_t>(first + i * step)];
+            };
+            for (core_int k = 0; k < n; ++k) {
+                auto& sum = line[static_cast<std::size_t>(k)] = 0;
+                for (core_int i = 0, turn = 0; i < n; ++i, turn = (turn + k) % n)
+                    sum += at(i) * root[static_cast<std::size_t>(turn)];
+            }
+            for (core_int k = 0; k < n; ++k)
+                at(k) = line[static_cast<std::size_t>(k)];
+        }
+        step *= n;
+    }
+    return x;
+}
+
+// ---- layouts
+
+// As a program sets it: in elements of the side, the offset in front of the strides.
+struct Side {
+    Integers strides;
+    core_int distance;
+};
+
+enum class Way { tight, gaps, backwards, interleaved, reversed };
+constexpr Way ways[] = {Way::tight, Way::gaps, Way::backwards, Way::interleaved, Way::reversed};
+
+Side side(Way way, Integers extents, core_int transforms)
+{
+    const std::size_t rank = extents.size();
+    Side made{Integers(rank + 1), 0};
+    core_int step = way == Way::gaps ? 2 : way == Way::interleaved ? transforms : 1;
+    for (std::size_t i = 0; i < rank; ++i) {
+        const std::size_t k = way == Way::reversed ? rank - 1 - i : i;
+        made.strides[k + 1] = way == Way::backwards ? -step : step;
+        step = step * extents[k] + (way == Way::gaps ? 3 : 0);
+    }
+    made.strides[0] = way == Way::gaps ? 5 : 0;
+    made.distance = way == Way::interleaved ? 1 : step;
+    return made;
+}
+
+// Where the parts of the elements of one line stand, counted in strides; -1: nowhere, since it is zero.
+using Parts = std::pair<core_int, core_int>;
+std::vector<Parts> line_of(Kind kind, core_int n)
+{
+    std::vector<Parts> line;
+    if (kind == Kind::complex || kind == Kind::split || kind == Kind::real) {
+        for (core_int i = 0; i < n; ++i)
+            line.emplace_back(i, kind == Kind::real ? -1 : i);
+        return line;
+    }
+    core_int next = 0;
+    const bool even = n % 2 == 0, zeros = kind == Kind::pairs || kind == Kind::ccs;
+    for (core_int k = 0; k <= n / 2; ++k) {
+        const bool alone = !zeros && (k == 0 || 2 * k == n);
+        if (kind == Kind::pairs)
+            next = k;
+        line.emplace_back(next, alone ? -1 : kind == Kind::pairs ? next : next + 1);
+        next += alone ? 1 : 2;
+        if (kind == Kind::perm && even && k == 0)
+            ++next;
+    }
+    if (kind == Kind::perm && even)
+        line.back().first = 1;
+    return line;
+}
+
+// The arrays of a side, as a program has them: one or two in one block, with room on all sides.
+template <class R>
+struct Memory {
+    struct Place {
+        std::size_t element; // of the naive array
+        std::size_t re, im;  // in `data`; none
+    };
+    static constexpr std::size_t none = SIZE_MAX;
+    static constexpr core_int room = 7;
+
+    std::vector<R> data;
+    std::vector<Place> places;
+    std::size_t first, second; // of the arrays
+
+    Memory(Kind kind, const Side& side, const Integers& lengths, core_int transforms, std::size_t size = 0)
+    {
+        const auto line = line_of(kind, lengths[0]);
+        const core_int width = kind == Kind::complex || kind == Kind::pairs ? 2 : 1, all = product(lengths);
+        std::vector<std::array<core_int, 3>> found;
+        core_int low = 0, high = 0;
+        for (core_int t = 0; t < transforms; ++t)
+            for (core_int e = 0; e < all; ++e) {
+                const auto k = static_cast<std::size_t>(e % lengths[0]);
+                if (k >= line.size())
+                    continue;
+                core_int at = side.strides[0] + t * side.distance, rest = e / lengths[0];
+                for (std::size_t i = 1; i < lengths.size(); rest /= lengths[i++])
+                    at += rest % lengths[i] * side.strides[i + 1];
+                const core_int re = width * (at + line[k].first * side.strides[1]);
+                const core_int im = line[k].second < 0
+                                        ? INT64_MIN
+                                        : width * (at + line[k].second * side.strides[1]) + width - 1;
+                found.push_back({t * all + e, re, im});
+                low = std::min({low, re, im == INT64_MIN ? re : im});
+                high = std::max({high, re, im});
+            }
+        const auto extent = static_cast<std::size_t>(high - low + 1 + 2 * room);
+        first = static_cast<std::size_t>(room - low);
+        second = kind == Kind::split ? first + extent : first;
+        data.resize(std::max(size, kind == Kind::split ? 2 * extent : extent));
+        for (std::size_t i = 0; i < data.size(); ++i)
+            data[i] = static_cast<R>(1000 + i % 100); // no result
+        for (const auto& [e, re, im] : found)
+            places.push_back({static_cast<std::size_t>(e), first + static_cast<std::size_t>(re),
+                              im == INT64_MIN ? none : second + static_cast<std::size_t>(im)});
+    }
+    void take(const Spectrum& x)
+    {
+        for (const Place& place : places) {
+            data[place.re] = static_cast<R>(x[place.element].real());
+            if (place.im != none)
+                data[place.im] = static_cast<R>(x[place.element].imag());
+        }
+    }
+    void* array(bool imaginary) { return data.data() + (imaginary ? second : first); }
+};
+
+// ---- descriptors, configured as the layer does it
+
+struct Configuration {
+    bool real = false;
+    Integers lengths;
+    core_int transforms = 1;
+    Kind kind = Kind::complex, half = Kind::pairs;
+    bool in_place = true;
+    Side in, out;
+    double forward_scale = 1, backward_scale = 1;
+};
+
+struct Release {
+    void operator()(dft_descriptor* d) const { d->ops->release(d); }
+};
+using Handle = std::unique_ptr<dft_descriptor, Release>;
+
+template <class R>
+Handle created(const Configuration& c)
+{
+    constexpr bool single = sizeof(R) == 4;
+    dft_handle made = nullptr;
+    const auto create = c.real ? (single ? qnm_dft_dfti_create_srmd : qnm_dft_dfti_create_drmd)
+                               : (single ? qnm_dft_dfti_create_scmd : qnm_dft_dfti_create_dcmd);
+    EXPECT_EQ(create(&made, static_cast<core_int>(c.lengths.size()), c.lengths.data(), 0), done);
+    made->placement = c.in_place ? core::dft::in_place : not_in_place;
+    if (c.kind == Kind::split)
+        made->complex_storage = real_real;
+    made->conjugate_even_storage = c.half == Kind::pairs ? complex_complex : complex_real;
+    made->packed_format = c.half == Kind::pairs  ? cce_format
+                          : c.half == Kind::ccs  ? ccs_format
+                          : c.half == Kind::pack ? pack_format
+                                                 : perm_format;
+    const dft_ops& does = *made->ops;
+    does.set_input_strides(made, c.in.strides.data());
+    does.set_output_strides(made, c.out.strides.data());
+    does.set_input_distance(made, c.in.distance);
+    does.set_output_distance(made, c.out.distance);
+    does.set_number_of_transforms(made, c.transforms);
+    does.set_scale(made, forward_scale_code, c.forward_scale);
+    does.set_scale(made, backward_scale_code, c.backward_scale);
+    return Handle(made);
+}
+
+template <class R>
+std::int64_t compute(dft_descriptor* d, bool forward, Memory<R>& in, Memory<R>& out)
+{
+    const auto run = forward ? d->forward : d->backward;
+    const bool split = in.first != in.second;
+    void* const arrays[] = {in.array(false), in.array(true), out.array(false), out.array(true)};
+    return d->placement == core::dft::in_place
+               ? run(d, arrays[0], split ? arrays[1] : nullptr, nullptr, nullptr, nullptr)
+           : split ? run(d, arrays[0], arrays[1], arrays[2], arrays[3], nullptr)
+                   : run(d, arrays[0], arrays[2], nullptr, nullptr, nullptr);
+}
+
+// Random numbers, and what becomes of them. Real data has them on the side of the domain.
+struct Problem {
+    Spectrum from, to;
+};
+
+Problem problem(const Configuration& c, bool forward)
+{
+    Problem made;
+    for (core_int t = 0; t < c.transforms; ++t) {
+        Spectrum x(static_cast<std::size_t>(product(c.lengths)));
+        for (auto& value : x)
+            value = {random_integer(-999, 999) / Exact(1024),
+                     c.real ? 0 : random_integer(-999, 999) / Exact(1024)};
+        if (c.real && !forward)
+            x = transformed(x, c.lengths, true);
+        Spectrum y = transformed(x, c.lengths, forward);
+        for (auto& value : y)
+            value *= forward ? c.forward_scale : c.backward_scale;
+        made.from.insert(made.from.end(), x.begin(), x.end());
+        made.to.insert(made.to.end(), y.begin(), y.end());
+    }
+    return made;
+}
+
+template <class R>
+void expect_transform(const Configuration& c, dft_descriptor* d, bool forward)
+{
+    const Kind near = forward || !c.real ? (c.real ? Kind::real : c.kind) : c.half;
+    const Kind far = !c.real ? c.kind : forward ? c.half : Kind::real;
+    const Side& out_side = c.in_place && !c.real ? c.in : c.out;
+    const Problem expected = problem(c, forward);
+    Memory<R> in(near, c.in, c.lengths, c.transforms), out(far, out_side, c.lengths, c.transforms);
+    in.take(expected.from);
+    if (c.in_place) { // both sides begin in one place
+        const std::size_t start = std::max(in.first, out.first),
+                          size = start + std::max(in.data.size(), out.data.size());
+        if (near != Kind::split) {
+            for (Memory<R>* side : {&in, &out}) {
+                const std::size_t moved = start - side->first;
+                for (auto& place : side->places) {
+                    place.re += moved;
+                    place.im += place.im == Memory<R>::none ? 0 : moved;
+                }
+                side->first = side->second = start;
+                side->data.assign(size, R(1001));
+            }
+            in.take(expected.from);
+        }
+    }
+    const std::vector<R> before = in.data, out_before = c.in_place ? in.data : out.data;
+    ASSERT_EQ(compute(d, forward, in, c.in_place ? in : out), done);
+    const std::vector<R>& found = c.in_place ? in.data : out.data;
+    EXPECT_TRUE(c.in_place || in.data == before) << "input";
+
+    Exact error = 0, size = 0;
+    std::vector<bool> written(found.size());
+    for (const auto& place : out.places) {
+        const auto& y = expected.to[place.element];
+        const Exact im = place.im == Memory<R>::none ? y.imag() : Exact(found[place.im]);
+        error = std::max(error, std::abs(std::complex<Exact>(found[place.re], im) - y));
+        size += std::norm(y);
+        written[place.re] = true;
+        if (place.im != Memory<R>::none)
+            written[place.im] = true;
+    }
+    const auto count = static_cast<Exact>(out.places.size());
+    const Exact bound = 6 * std::numeric_limits<R>::epsilon() *
+                        std::log2(static_cast<Exact>(2 * product(c.lengths))) * std::sqrt(size / count);
+    EXPECT_LE(error, bound) << "of a bound, " << error / bound;
+    if (c.in_place)
+        for (const auto& place : in.places) { // may be left as anything
+            written[place.re] = true;
+            if (place.im != Memory<R>::none)
+                written[place.im] = true;
+        }
+    for (std::size_t i = 0; i < found.size(); ++i)
+        ASSERT_TRUE(written[i] || found[i] == out_before[i]) << "between the results, at " << i;
+}
+
+template <class R>
+void expect_transforms(const Configuration& c)
+{
+    SCOPED_TRACE("lengths " + testing::PrintToString(c.lengths) + ", transforms " +
+                 std::to_string(c.transforms) + (c.in_place ? ", in place" : "") + ", kinds " +
+                 std::to_string(static_cast<int>(c.kind)) + " " + std::to_string(static_cast<int>(c.half)) +
+                 ", strides " + testing::PrintToString(c.in.strides) + testing::PrintToString(c.out.strides));
+    const Handle d = created<R>(c);
+    ASSERT_EQ(d->ops->commit(d.get()), done);
+    for (const bool forward : {true, false})
+        expect_transform<R>(c, d.get(), forward);
+}
+
+Integers some_lengths()
+{
+    Integers all(64);
+    std::iota(all.begin(), all.end(), 1);
+    for (const core_int n : {67, 128, 101, 243, 256, 343, 625, 1000, 1009, 1024, 2310})
+        all.push_back(n);
+    return all;
+}
+const std::vector<Integers> shapes{{1},
+                                   {12},
+                                   {8, 3},
+                                   {5, 16},
+                                   {4, 3, 5},
+                                   {2, 3, 2, 4},
+                                   {3, 1, 2, 2, 5},
+                                   {2, 3, 2, 3, 2, 2},
+                                   {2, 3, 2, 2, 3, 2, 2}};
+
+QNM_TYPED_OF(Dft, ComplexLinesOfAnyLength, float, double)
+{
+    for (const core_int n : some_lengths())
+        for (const bool in_place : {true, false}) {
+            const Side tight = side(Way::tight, {n}, 1);
+            expect_transforms<T>({.lengths = {n}, .in_place = in_place, .in = tight, .out = tight});
+        }
+}
+
+QNM_TYPED_OF(Dft, ComplexLayouts, float, double)
+{
+    for (const Integers& lengths : shapes)
+        for (const core_int transforms : {1, 3, 19})
+            for (const Way in : ways)
+                for (const Way out : ways)
+                    for (const Kind kind : {Kind::complex, Kind::split})
+                        for (const bool in_place : {true, false})
+                            expect_transforms<T>({.lengths = lengths,
+                                                  .transforms = transforms,
+                                                  .kind = kind,
+                                                  .in_place = in_place,
+                                                  .in = side(in, lengths, transforms),
+                                                  .out = side(out, lengths, transforms),
+                                                  .forward_scale = 0.5,
+                                                  .backward_scale = -1.25});
+}
+
+} // namespace
+} // namespace qnm::test
