@@ -299,7 +299,7 @@ void expect_transform(const Configuration& c, dft_descriptor* d, bool forward)
 }
 
 template <class R>
-void expect_transforms(const Configuration& c)
+void expect_transforms(const Configuration& c, const std::vector<bool>& directions = {true, false})
 {
     SCOPED_TRACE("lengths " + testing::PrintToString(c.lengths) + ", transforms " +
                  std::to_string(c.transforms) + (c.in_place ? ", in place" : "") + ", kinds " +
@@ -307,7 +307,7 @@ void expect_transforms(const Configuration& c)
                  ", strides " + testing::PrintToString(c.in.strides) + testing::PrintToString(c.out.strides));
     const Handle d = created<R>(c);
     ASSERT_EQ(d->ops->commit(d.get()), done);
-    for (const bool forward : {true, false})
+    for (const bool forward : directions)
         expect_transform<R>(c, d.get(), forward);
 }
 
@@ -354,6 +354,64 @@ QNM_TYPED_OF(Dft, ComplexLayouts, float, double)
                                                   .out = side(out, lengths, transforms),
                                                   .forward_scale = 0.5,
                                                   .backward_scale = -1.25});
+}
+
+constexpr Kind halves[] = {Kind::pairs, Kind::ccs, Kind::pack, Kind::perm};
+
+QNM_TYPED_OF(Dft, RealLinesOfAnyLength, float, double)
+{
+    for (const core_int n : some_lengths())
+        for (const Kind half : halves)
+            for (const bool in_place : {true, false}) {
+                const Side tight = side(Way::tight, {n}, 1);
+                expect_transforms<T>({.real = true,
+                                      .lengths = {n},
+                                      .half = half,
+                                      .in_place = in_place,
+                                      .in = tight,
+                                      .out = tight});
+            }
+}
+
+// A side as those lay it out who know its direction. In place, rows of reals have room for their half.
+Side real_side(Way way, Kind kind, Integers lengths, core_int transforms, bool in_place)
+{
+    core_int& n = lengths[0];
+    if (kind == Kind::pairs)
+        n = n / 2 + 1;
+    else if (kind == Kind::ccs || (kind == Kind::real && in_place))
+        n = n / 2 * 2 + 2;
+    return side(way, lengths, transforms);
+}
+
+QNM_TYPED_OF(Dft, RealLayouts, float, double)
+{
+    std::vector<Integers> all = shapes;
+    all.insert(all.end(), {{2}, {3}, {13}, {9, 4}});
+    for (const Integers& lengths : all)
+        for (const core_int transforms : {1, 3, 19})
+            for (const Way in : ways)
+                for (const Way out : ways)
+                    for (const Kind half : halves)
+                        for (const bool in_place : {true, false})
+                            for (const bool forward : {true, false}) {
+                                if (half != Kind::pairs && lengths.size() > 1)
+                                    continue;
+                                const auto of = [&](Way way, bool near) {
+                                    return real_side(way, near == forward ? Kind::real : half, lengths,
+                                                     transforms, in_place);
+                                };
+                                expect_transforms<T>({.real = true,
+                                                      .lengths = lengths,
+                                                      .transforms = transforms,
+                                                      .half = half,
+                                                      .in_place = in_place,
+                                                      .in = of(in, true),
+                                                      .out = of(out, false),
+                                                      .forward_scale = 3,
+                                                      .backward_scale = -0.25},
+                                                     {forward});
+                            }
 }
 
 } // namespace

@@ -37,6 +37,33 @@ namespace {
 
 namespace fft = pocketfft::detail;
 
+/// The border of what throws.
+template <class Work>
+Status guarded(const Work& work) noexcept
+{
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return no_memory;
+    } catch (...) {
+        return failed;
+    }
+}
+
+/// Work that can be divided, of a function of the first item and the one behind the last.
+template <class Work>
+class Items final : public Divisible {
+public:
+    explicit Items(const Work& work) : work_(work) {}
+    Status part(core_int first, core_int last) const noexcept override
+    {
+        return guarded([&] { return work_(first, last); });
+    }
+
+private:
+    const Work& work_;
+};
+
 /// Lines that go through one vector each.
 template <class R>
 constexpr int lanes = static_cast<int>(fft::VLEN<R>::val);
@@ -302,44 +329,24 @@ struct Copy {
 };
 
 template <class R, class Job>
-class LineWork final : public Divisible {
-public:
-    LineWork(const Lines& lines, const Job& job) : lines_(lines), job_(job) {}
-
-    Status part(core_int first, core_int last) const noexcept override
-    {
-        try {
-            all(first, last);
-            return done;
-        } catch (const std::bad_alloc&) {
-            return no_memory;
-        } catch (...) {
-            return failed;
+Status lines_of(const Lines& lines, const Job& job, core_int first, core_int last)
+{
+    constexpr int L = lanes<R>;
+    const bool vectors = last - first >= L;
+    const Room<R> room(vectors ? L * job.room() : job.needs_room() ? job.room() : 0);
+    Walk walk(lines, first);
+    for (; last - first >= L; first += L) {
+        core_int in[L], out[L];
+        for (int j = 0; j < L; ++j, walk.next()) {
+            in[j] = walk.in;
+            out[j] = walk.out;
         }
+        job.template operator()<L>(in, out, room.get());
     }
-
-private:
-    void all(core_int first, core_int last) const
-    {
-        constexpr int L = lanes<R>;
-        const bool vectors = last - first >= L;
-        const Room<R> room(vectors ? L * job_.room() : job_.needs_room() ? job_.room() : 0);
-        Walk walk(lines_, first);
-        for (; last - first >= L; first += L) {
-            core_int in[L], out[L];
-            for (int j = 0; j < L; ++j, walk.next()) {
-                in[j] = walk.in;
-                out[j] = walk.out;
-            }
-            job_.template operator()<L>(in, out, room.get());
-        }
-        for (; first < last; ++first, walk.next())
-            job_.template operator()<1>(&walk.in, &walk.out, room.get());
-    }
-
-    const Lines& lines_;
-    const Job& job_;
-};
+    for (; first < last; ++first, walk.next())
+        job.template operator()<1>(&walk.in, &walk.out, room.get());
+    return done;
+}
 
 // ---- a task
 
@@ -366,13 +373,7 @@ public:
 
     Status run(bool forward, const Arrays& arrays) const noexcept override
     {
-        try {
-            return transform(forward, arrays);
-        } catch (const std::bad_alloc&) {
-            return no_memory;
-        } catch (...) {
-            return failed;
-        }
+        return guarded([&] { return transform(forward, arrays); });
     }
 
 private:
@@ -391,7 +392,8 @@ private:
             if (k != pass.along)
                 lines.add(extent[k], job.in.layout.stride[k], job.out.layout.stride[k]);
         lines.add(pass.transforms, job.in.layout.distance, job.out.layout.distance);
-        return divide(LineWork<R, Job>(lines, job), lines.count, pass.threads);
+        const auto part = [&](core_int from, core_int to) { return lines_of<R>(lines, job, from, to); };
+        return divide(Items(part), lines.count, pass.threads);
     }
 
     Status along(const Pass& pass, const core_int* extent, const View<R>& in, const View<R>& out, R scale,
@@ -403,17 +405,129 @@ private:
                                scale, forward});
     }
 
+    // Elements of each dimension as it stands on a side.
+    struct Extents {
+        core_int of[most_dimensions];
+    };
+    Extents extents(Kind kind) const
+    {
+        Extents all;
+        std::copy_n(task_.length, most_dimensions, all.of);
+        all.of[0] = kind == Kind::pairs || kind == Kind::ccs ? task_.length[0] / 2 + 1 : task_.length[0];
+        return all;
+    }
+
+    // Tight, for arrays of the core's own.
+    Layout tight(Kind kind) const
+    {
+        Layout made{.kind = kind, .offset = 0, .stride = {}, .distance = 0};
+        core_int step = kind == Kind::pairs ? 2 : 1;
+        for (int k = 0; k < task_.rank; ++k) {
+            made.stride[k] = step;
+            step *= extents(kind).of[k] * (kind == Kind::ccs ? 2 : 1);
+        }
+        made.distance = step;
+        return made;
+    }
+
+    // Whether each line is written where it was read and nowhere else, in one array.
+    bool keeps_places(const Layout& in, const Layout& out) const
+    {
+        const bool pairs = in.kind == Kind::pairs || out.kind == Kind::pairs;
+        bool same = in.offset == out.offset && (pairs ? std::min(in.stride[0], out.stride[0]) == 1 &&
+                                                            std::max(in.stride[0], out.stride[0]) == 2
+                                                      : in.stride[0] == out.stride[0]);
+        for (int k = 1; k < task_.rank; ++k)
+            same = same && (in.stride[k] == out.stride[k] || task_.length[k] == 1);
+        return same && (in.distance == out.distance || task_.transforms == 1);
+    }
+
+    Status copy(const View<R>& in, const View<R>& out, int threads) const
+    {
+        Extents all = extents(in.layout.kind);
+        if (in.layout.kind == Kind::ccs)
+            all.of[0] *= 2; // of reals
+        const int parts = in.layout.kind == Kind::pairs ? 2 : 1;
+        return over({0, task_.transforms, threads}, all.of,
+                    Copy<R>{in, out, all.of[0], in.layout.stride[0], out.layout.stride[0], parts});
+    }
+
+    // Along all dimensions but the first of real data.
+    Status complex(const View<R>& in, const View<R>& out, core_int transforms, R scale, bool forward,
+                   int threads) const
+    {
+        const Extents all = extents(in.layout.kind);
+        Status status = done;
+        bool first = true;
+        for (int k = task_.real ? 1 : 0; k < task_.rank && status == done; ++k, first = false)
+            status =
+                along({k, transforms, threads}, all.of, first ? in : out, out, first ? scale : R(1), forward);
+        return status;
+    }
+
+    // Some transforms; the further dimensions of real data backward are done in `middle`.
+    Status some(const View<R>& in, const View<R>& out, const View<R>& middle, core_int transforms,
+                bool forward, int threads) const
+    {
+        const auto scale = static_cast<R>(forward ? task_.forward.scale : task_.backward.scale);
+        if (!task_.real)
+            return complex(in, out, transforms, scale, forward, threads);
+        const Pass first{0, transforms, threads};
+        const core_int n = task_.length[0];
+        if (forward) {
+            const RealForward<R> lines{*real_, in, out, n, in.layout.stride[0], scale, Half(out.layout, n)};
+            const Status status = over(first, task_.length, lines);
+            return status != done ? status : complex(out, out, transforms, R(1), true, threads);
+        }
+        const View<R>& from = task_.rank > 1 ? middle : in;
+        const RealBackward<R> lines{*real_, from, out, n, out.layout.stride[0], scale, Half(from.layout, n)};
+        const Status status = complex(in, middle, transforms, R(1), false, threads);
+        return status != done ? status : over(first, task_.length, lines);
+    }
+
+    // As many at once as a cache holds. What must not spoil its input takes room for those.
+    Status blocks(const View<R>& in, const View<R>& out, core_int first, core_int last, bool forward,
+                  bool spoils_input, int threads) const
+    {
+        constexpr core_int cached = (1 << 18) / sizeof(R);
+        const bool apart = task_.real && !forward && task_.rank > 1 && !spoils_input;
+        const Layout layout = tight(apart ? Kind::pairs : in.layout.kind);
+        const core_int block =
+            task_.rank == 1 ? last - first : std::clamp<core_int>(cached / layout.distance, 1, last - first);
+        const Room<R> room(apart ? layout.distance * block : 0);
+        void* const own[] = {room.get(), nullptr};
+        Status status = done;
+        for (; first < last && status == done; first += block)
+            status = some(in.from(first), out.from(first), apart ? View<R>(own, layout) : in.from(first),
+                          std::min(block, last - first), forward, threads);
+        return status;
+    }
+
+    // Threads have transforms of their own, or share those that are too few for them.
+    Status batch(const View<R>& in, const View<R>& out, bool forward, bool spoils_input, int threads) const
+    {
+        const bool own = task_.rank > 1 && task_.transforms >= threads;
+        const auto part = [&](core_int first, core_int last) {
+            return blocks(in, out, first, last, forward, spoils_input, own ? 1 : threads);
+        };
+        return divide(Items(part), task_.transforms, own ? threads : 1);
+    }
+
     Status transform(bool forward, const Arrays& arrays) const
     {
         const Direction& way = forward ? task_.forward : task_.backward;
         const View<R> in(arrays.in, way.in), out(arrays.out, way.out);
-        const auto scale = static_cast<R>(way.scale);
+        if (task_.transforms == 0)
+            return done;
         const int threads = threads_for(task_.elements(), task_.thread_limit);
-        Status status = done;
-        for (int k = 0; k < task_.rank && status == done; ++k)
-            status = along({k, task_.transforms, threads}, task_.length, k == 0 ? in : out, out,
-                           k == 0 ? scale : R(1), forward);
-        return status;
+        if (!task_.real || !task_.in_place || keeps_places(way.in, way.out))
+            return batch(in, out, forward, task_.in_place || task_.spoils_input, threads);
+        const Layout layout = tight(way.in.kind);
+        const Room<R> room(layout.distance * task_.transforms);
+        void* const copied[] = {room.get(), nullptr};
+        const View<R> twin(copied, layout);
+        const Status status = copy(in, twin, threads);
+        return status != done ? status : batch(twin, out, forward, true, threads);
     }
 
     Task task_;
@@ -426,14 +540,10 @@ private:
 
 Status ENGINE(const Task& task, Plan** made) noexcept
 {
-    try {
+    return guarded([&] {
         *made = task.single ? static_cast<Plan*>(new Transform<float>(task)) : new Transform<double>(task);
         return done;
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    } catch (...) {
-        return failed;
-    }
+    });
 }
 
 } // namespace qnm::core::dft
