@@ -4,6 +4,7 @@
 #include "open/dft/descriptor.hpp"
 
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <numeric>
 #include <thread>
@@ -167,11 +168,11 @@ struct Memory {
 
 struct Configuration {
     bool real = false;
-    Integers lengths;
+    Integers lengths{};
     core_int transforms = 1;
     Kind kind = Kind::complex, half = Kind::pairs;
     bool in_place = true;
-    Side in, out;
+    Side in{}, out{};
     double forward_scale = 1, backward_scale = 1;
 };
 
@@ -412,6 +413,224 @@ QNM_TYPED_OF(Dft, RealLayouts, float, double)
                                                       .backward_scale = -0.25},
                                                      {forward});
                             }
+}
+
+// ---- configuration
+
+// Of a descriptor's operations.
+template <class Operation>
+Integers got(dft_descriptor* d, Operation operation, std::size_t count = 1)
+{
+    Integers values(count + 1, -77);
+    EXPECT_EQ(operation(d, values.data()), done);
+    EXPECT_EQ(values.back(), -77);
+    values.pop_back();
+    return values;
+}
+
+// As created: what a program gets that sets nothing.
+TEST(Dft, Defaults)
+{
+    const core_int lengths[] = {4, 3, 5};
+    for (const auto& [create, create_line, precision, domain] :
+         {std::tuple{&qnm_dft_dfti_create_dcmd, &qnm_dft_dfti_create_dc1d, of_double, of_complex},
+          {&qnm_dft_dfti_create_scmd, &qnm_dft_dfti_create_sc1d, of_single, of_complex},
+          {&qnm_dft_dfti_create_drmd, &qnm_dft_dfti_create_dr1d, of_double, of_real},
+          {&qnm_dft_dfti_create_srmd, &qnm_dft_dfti_create_sr1d, of_single, of_real}})
+        for (const int rank : {0, 1, 2, 3}) { // 0: by the function of one length
+            dft_handle made = nullptr;
+            EXPECT_EQ(rank == 0 ? create_line(&made, 4, 0) : create(&made, rank, lengths, 0), done);
+            const Handle d(made);
+            qnm_dft_bless_node_thr(made);
+            const auto n = static_cast<std::size_t>(std::max(rank, 1));
+            const bool formatted = domain == of_real && n == 1;
+            const Integers strides{0, 1, 4, 12},
+                tight(strides.begin(), strides.begin() + 1 + static_cast<int>(n));
+            const Integers codes{d->magic,         d->rank,
+                                 d->commit_status, d->domain,
+                                 d->precision,     d->complex_storage,
+                                 d->real_storage,  d->conjugate_even_storage,
+                                 d->packed_format, d->placement,
+                                 d->workspace,     d->ordering,
+                                 d->transpose,     d->user_threads,
+                                 d->options};
+            EXPECT_EQ(codes, Integers({0x544644, static_cast<core_int>(n), 31, domain, precision, 39, 42,
+                                       formatted ? 40 : 39, formatted ? 54 : 57, 43, 51, 48, 53, 1, 0}));
+            EXPECT_EQ(d->forward_scale + d->backward_scale, 2);
+            EXPECT_TRUE(d->forward == nullptr && d->backward == nullptr && d->next == nullptr &&
+                        d->free != nullptr);
+            const dft_ops& does = *d->ops;
+            EXPECT_EQ(got(made, does.get_lengths, n), Integers(lengths, lengths + n));
+            for (const auto get : {does.get_input_strides, does.get_output_strides, does.get_forward_strides,
+                                   does.get_backward_strides})
+                EXPECT_EQ(got(made, get, n + 1), tight);
+            for (const auto& [get, value] : {std::pair{does.get_input_distance, 0},
+                                             {does.get_output_distance, 0},
+                                             {does.get_forward_distance, 0},
+                                             {does.get_backward_distance, 0},
+                                             {does.get_number_of_transforms, 1},
+                                             {does.get_thread_limit, 0},
+                                             {does.get_rank, static_cast<int>(n)}})
+                EXPECT_EQ(got(made, get), Integers{value});
+        }
+    for (const core_int rank : {-1, 0, 8}) {
+        dft_handle made = reinterpret_cast<dft_handle>(8);
+        EXPECT_EQ(qnm_dft_dfti_create_dcmd(&made, rank, lengths, 0), invalid);
+        EXPECT_EQ(made, nullptr);
+    }
+    char text[300];
+    std::fill(std::begin(text), std::end(text), '#');
+    qnm_dft_dfti_get_version_string(text, 12);
+    EXPECT_EQ(std::string(text, 14), "QNM open cor##");
+}
+
+TEST(Dft, WhatIsSetIsGotAndUncommits)
+{
+    const Integers lengths{4, 3}, strides{7, 2, 9}, more{1, 4, 20};
+    const Side tight = side(Way::tight, lengths, 1);
+    const Handle d = created<double>({.lengths = lengths, .in = tight, .out = tight});
+    const dft_ops& does = *d->ops;
+    const std::vector<std::pair<const char*, std::function<std::int64_t()>>> sets{
+        {"input strides", [&] { return does.set_input_strides(d.get(), strides.data()); }},
+        {"output strides", [&] { return does.set_output_strides(d.get(), more.data()); }},
+        {"input distance", [&] { return does.set_input_distance(d.get(), 50); }},
+        {"output distance", [&] { return does.set_output_distance(d.get(), 60); }},
+        {"transforms", [&] { return does.set_number_of_transforms(d.get(), 2); }},
+        {"thread limit", [&] { return does.set_thread_limit(d.get(), 3); }},
+        {"forward scale", [&] { return does.set_scale(d.get(), 4, 0.5); }},
+        {"backward scale", [&] { return does.set_scale(d.get(), 5, 0.25); }}};
+    for (const auto& [what, set] : sets) {
+        SCOPED_TRACE(what);
+        ASSERT_EQ(does.commit(d.get()), done);
+        EXPECT_TRUE(d->commit_status == committed && d->forward != nullptr && d->backward != nullptr);
+        d->state = 3;
+        EXPECT_EQ(set(), done);
+        EXPECT_TRUE(d->commit_status == uncommitted && d->forward == nullptr && d->backward == nullptr);
+        EXPECT_EQ(d->state, 2);
+    }
+    for (const auto& [get, expected] : {std::pair{does.get_input_strides, strides},
+                                        {does.get_output_strides, more},
+                                        {does.get_forward_strides, strides},
+                                        {does.get_backward_strides, more}})
+        EXPECT_EQ(got(d.get(), get, 3), expected);
+    for (const auto& [get, expected] : {std::pair{does.get_input_distance, 50},
+                                        {does.get_forward_distance, 50},
+                                        {does.get_output_distance, 60},
+                                        {does.get_backward_distance, 60},
+                                        {does.get_number_of_transforms, 2},
+                                        {does.get_thread_limit, 3}})
+        EXPECT_EQ(got(d.get(), get), Integers{expected});
+    double scale = 0;
+    EXPECT_EQ(does.get_scale(d.get(), &scale, 5), done);
+    EXPECT_TRUE(scale == 0.25 && d->forward_scale == 0.5 && d->backward_scale == 0.25);
+    EXPECT_EQ(does.get_scale(d.get(), &scale, 6), inconsistent);
+    EXPECT_EQ(does.set_scale(d.get(), 6, 1), inconsistent);
+    EXPECT_EQ(does.set_thread_limit(d.get(), -1), inconsistent);
+
+    // C gets the end of its text back, Fortran its blanks; nothing is written beyond the caller's length.
+    for (const auto& [name, length, pad, room, expected] : {std::tuple{"", 0, 0, 4, std::string("\0###", 4)},
+                                                            {"name", 4, 0, 8, std::string("name\0###", 8)},
+                                                            {"name", 4, ' ', 8, "name    "},
+                                                            {"a longer one", 12, 0, 8, "a longer"}}) {
+        std::string text(8, '#');
+        EXPECT_EQ(does.set_name(d.get(), name, length, pad), done);
+        EXPECT_EQ(does.get_name(d.get(), text.data(), room), done);
+        EXPECT_EQ(text.substr(0, expected.size()), expected);
+    }
+}
+
+TEST(Dft, CommitRefuses)
+{
+    constexpr core_int huge = core_int{1} << 40;
+    const Integers lengths{4, 3};
+    const Side tight = side(Way::tight, lengths, 1), line = side(Way::tight, {4}, 1);
+    const Configuration plane{.lengths = lengths, .in = tight, .out = tight};
+    const auto with = [](Configuration c, auto change) {
+        change(c);
+        return c;
+    };
+    const std::tuple<const char*, Status, Configuration> cases[] = {
+        {"plane", done, plane},
+        {"length", invalid, with(plane, [](auto& c) { c.lengths[1] = -3; })},
+        {"count", invalid, with(plane, [](auto& c) { c.transforms = -1; })},
+        {"no transform", done, with(plane, [](auto& c) { c.transforms = 0; })},
+        {"one place", unable,
+         with(plane,
+              [](auto& c) {
+                  c.transforms = 2;
+                  c.in.distance = 0;
+              })},
+        {"one column", unable, with(plane, [](auto& c) { c.in.strides[2] = 0; })},
+        {"unread", done, with(plane, [](auto& c) { c.out.strides[2] = 0; })},
+        {"out of place", unable,
+         with(plane,
+              [](auto& c) {
+                  c.out.strides[2] = 0;
+                  c.in_place = false;
+              })},
+        {"spread", done,
+         with(plane,
+              [](auto& c) {
+                  c.in.strides[2] = 0;
+                  c.in_place = false;
+              })},
+        {"real in place", unable,
+         with(plane,
+              [](auto& c) {
+                  c.out.strides[2] = 0;
+                  c.real = true;
+              })},
+        {"too far", unable, with(plane, [](auto& c) { c.in.strides[2] = INT64_MAX / 2; })},
+        {"behind all", unable, with(plane, [](auto& c) { c.in.strides[0] = INT64_MIN; })},
+        {"memory", no_memory,
+         with(plane,
+              [](auto& c) {
+                  c.lengths = {huge, huge};
+              })},
+        {"transforms", unable,
+         with(plane,
+              [](auto& c) {
+                  c.transforms = INT64_MAX;
+                  c.in.distance = 1;
+              })},
+        {"format", unable, {.real = true, .lengths = lengths, .half = Kind::ccs, .in = tight, .out = tight}},
+        {"line", done, {.real = true, .lengths = {4}, .half = Kind::perm, .in = line, .out = line}}};
+    for (const auto& [what, status, c] : cases) {
+        SCOPED_TRACE(what);
+        const Handle d = created<double>(c);
+        EXPECT_EQ(d->ops->commit(d.get()), status);
+        EXPECT_EQ(d->commit_status, status == done ? committed : uncommitted);
+        EXPECT_EQ(d->forward != nullptr, status == done);
+        cdouble x[16] = {};
+        if (status == done) {
+            EXPECT_EQ(d->forward(d.get(), x, x, nullptr, nullptr, nullptr), done);
+        }
+    }
+    const Handle d =
+        created<double>({.lengths = {4}, .kind = Kind::split, .in_place = false, .in = line, .out = line});
+    EXPECT_EQ(d->ops->commit(d.get()), done);
+    double x[4];
+    for (int missing = 0; missing < 4; ++missing) {
+        const auto array = [&](int i) { return i == missing ? nullptr : static_cast<void*>(x); };
+        EXPECT_EQ(d->forward(d.get(), array(0), array(1), array(2), array(3), nullptr), inconsistent);
+    }
+}
+
+// How many arrays a compute takes is known from the commit on.
+TEST(Dft, CountsArrays)
+{
+    const Side line = side(Way::tight, {4}, 1);
+    for (const auto& [kind, in_place, real, count] : {std::tuple{Kind::complex, true, false, 1},
+                                                      {Kind::complex, false, false, 2},
+                                                      {Kind::split, true, false, 2},
+                                                      {Kind::split, false, false, 4},
+                                                      {Kind::split, true, true, 1},
+                                                      {Kind::split, false, true, 2}}) {
+        const Handle d = created<float>(
+            {.real = real, .lengths = {4}, .kind = kind, .in_place = in_place, .in = line, .out = line});
+        EXPECT_EQ(d->ops->commit(d.get()), done);
+        EXPECT_EQ(d->array_count, count);
+    }
 }
 
 } // namespace

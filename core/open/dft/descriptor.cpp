@@ -1,8 +1,11 @@
 // Descriptors of transforms: creation, the operations of the contract, copies, release.
 #include "descriptor.hpp"
 
+#include "../version.hpp"
+
 #include <cstring>
 #include <new>
+#include <string_view>
 
 namespace qnm::core::dft {
 namespace {
@@ -222,3 +225,16 @@ CREATE(sr, of_single, of_real)
 
 // Descriptors of this core ask for their threads at each transform.
 QNM_CORE void qnm_dft_bless_node_thr(dft_descriptor*) {}
+
+// Neither ended nor filled up: the caller has done so.
+QNM_CORE void qnm_dft_dfti_get_version_string(char* text, std::int64_t length)
+{
+    constexpr std::string_view version = "QNM open core " QNM_CORE_VERSION ", transforms by pocketfft";
+    version.copy(text, static_cast<std::size_t>(std::max<std::int64_t>(length, 0)));
+}
+
+// No communicator of C is other than that of Fortran where there are none.
+QNM_CORE const dft_mpi_wrappers* qnm_serv_get_mpi_wrappers()
+{
+    return nullptr;
+}
