@@ -9,6 +9,15 @@
 #include <numeric>
 #include <thread>
 
+// Plans are linked into the tests, too: those of all instruction sets, with as many threads as a test says.
+namespace qnm::core {
+static int threads_of_test = 1;
+int transform_threads()
+{
+    return threads_of_test;
+}
+} // namespace qnm::core
+
 namespace qnm::test {
 namespace {
 
@@ -245,12 +254,11 @@ Problem problem(const Configuration& c, bool forward)
 }
 
 template <class R>
-void expect_transform(const Configuration& c, dft_descriptor* d, bool forward)
+void expect_transform(const Configuration& c, dft_descriptor* d, bool forward, const Problem& expected)
 {
     const Kind near = forward || !c.real ? (c.real ? Kind::real : c.kind) : c.half;
     const Kind far = !c.real ? c.kind : forward ? c.half : Kind::real;
     const Side& out_side = c.in_place && !c.real ? c.in : c.out;
-    const Problem expected = problem(c, forward);
     Memory<R> in(near, c.in, c.lengths, c.transforms), out(far, out_side, c.lengths, c.transforms);
     in.take(expected.from);
     if (c.in_place) { // both sides begin in one place
@@ -299,6 +307,17 @@ void expect_transform(const Configuration& c, dft_descriptor* d, bool forward)
         ASSERT_TRUE(written[i] || found[i] == out_before[i]) << "between the results, at " << i;
 }
 
+// Those that this processor can run; the last is the core's choice.
+std::vector<Engine*> engines()
+{
+    std::vector<Engine*> all{engine_sse2};
+    if (__builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0)
+        all.push_back(engine_avx2);
+    if (__builtin_cpu_supports("avx512f") != 0)
+        all.push_back(engine_avx512);
+    return all;
+}
+
 template <class R>
 void expect_transforms(const Configuration& c, const std::vector<bool>& directions = {true, false})
 {
@@ -307,9 +326,13 @@ void expect_transforms(const Configuration& c, const std::vector<bool>& directio
                  std::to_string(static_cast<int>(c.kind)) + " " + std::to_string(static_cast<int>(c.half)) +
                  ", strides " + testing::PrintToString(c.in.strides) + testing::PrintToString(c.out.strides));
     const Handle d = created<R>(c);
-    ASSERT_EQ(d->ops->commit(d.get()), done);
-    for (const bool forward : directions)
-        expect_transform<R>(c, d.get(), forward);
+    for (const bool forward : directions) {
+        const Problem expected = problem(c, forward);
+        for (Engine* engine : engines()) {
+            ASSERT_EQ(commit(static_cast<Descriptor&>(*d), *engine), done);
+            expect_transform<R>(c, d.get(), forward, expected);
+        }
+    }
 }
 
 Integers some_lengths()
@@ -614,6 +637,112 @@ TEST(Dft, CommitRefuses)
         const auto array = [&](int i) { return i == missing ? nullptr : static_cast<void*>(x); };
         EXPECT_EQ(d->forward(d.get(), array(0), array(1), array(2), array(3), nullptr), inconsistent);
     }
+}
+
+TEST(Dft, EngineOfTheProcessor)
+{
+    EXPECT_EQ(engine(), engines().back());
+}
+
+// Enough for several threads, which find the same as one, wherever the work is divided.
+TEST(Dft, ThreadsOfACall)
+{
+    for (const auto& [lengths, transforms, real] : {std::tuple{Integers{64, 64, 64}, 1, false},
+                                                    {Integers{1000}, 150, false},
+                                                    {Integers{30, 40}, 101, true},
+                                                    {Integers{300, 400}, 2, true},
+                                                    {Integers{300, 400}, 2, false}})
+        for (const bool in_place : {false, true}) {
+            const Kind half = real ? Kind::pairs : Kind::complex;
+            const auto of = [&](Kind kind) {
+                return real_side(Way::tight, kind, lengths, transforms, false);
+            };
+            Configuration c{.real = real, .lengths = lengths, .transforms = transforms, .in_place = in_place};
+            for (const bool forward : {true, false}) {
+                const Kind near = !real ? Kind::complex : forward ? Kind::real : half;
+                const Kind far = !real ? Kind::complex : forward ? half : Kind::real;
+                c.in = of(near);
+                c.out = of(far);
+                const Handle d = created<double>(c);
+                ASSERT_EQ(commit(static_cast<Descriptor&>(*d), engine()), done);
+                Spectrum x(static_cast<std::size_t>(product(lengths) * transforms));
+                for (auto& value : x)
+                    value = {random_integer(-9, 9) / Exact(8), random_integer(-9, 9) / Exact(8)};
+                std::vector<std::vector<double>> found;
+                for (const int threads : {1, 3, 7}) {
+                    core::threads_of_test = threads;
+                    Memory<double> in(near, c.in, lengths, transforms, 2000000),
+                        out(far, c.out, lengths, transforms);
+                    in.take(x);
+                    ASSERT_EQ(compute(d.get(), forward, in, out), done);
+                    found.push_back(in_place ? in.data : out.data);
+                }
+                core::threads_of_test = 1;
+                EXPECT_TRUE(found[0] == found[1] && found[0] == found[2]) << testing::PrintToString(lengths);
+            }
+        }
+    // Never more than are asked for.
+    core::threads_of_test = 5;
+    for (const auto& [elements, limit, expected] : {std::tuple{core_int{1} << 30, 0, 5},
+                                                    {core_int{1} << 30, 2, 2},
+                                                    {core_int{1} << 30, 9, 5},
+                                                    {core_int{1} << 10, 0, 1}})
+        EXPECT_EQ(threads_for(elements, limit), expected);
+    core::threads_of_test = 1;
+}
+
+// Several threads on one committed descriptor, which the core's own operation committed.
+TEST(Dft, ComputesOnlyRead)
+{
+    const Integers lengths{30, 12};
+    const Side near = real_side(Way::tight, Kind::real, lengths, 3, false),
+               far = real_side(Way::tight, Kind::pairs, lengths, 3, false);
+    const Configuration c{
+        .real = true, .lengths = lengths, .transforms = 3, .in_place = false, .in = near, .out = far};
+    const Handle d = created<double>(c);
+    ASSERT_EQ(d->ops->commit(d.get()), done);
+    const Problem expected = problem(c, true);
+    std::vector<std::thread> threads;
+    for (int k = 0; k < 8; ++k)
+        threads.emplace_back([&] {
+            for (int repeat = 0; repeat < 20; ++repeat)
+                expect_transform<double>(c, d.get(), true, expected);
+        });
+    for (auto& thread : threads)
+        thread.join();
+}
+
+// A copy has all of the configuration and no plan, and lives longer than what it was made of.
+TEST(Dft, Copies)
+{
+    const Integers lengths{5, 4};
+    const Side near = side(Way::gaps, lengths, 2), far = side(Way::backwards, lengths, 2);
+    const Configuration c{.lengths = lengths,
+                          .transforms = 2,
+                          .kind = Kind::split,
+                          .in_place = false,
+                          .in = near,
+                          .out = far,
+                          .forward_scale = 2};
+    Handle d = created<float>(c);
+    d->ops->set_name(d.get(), "twin", 4, 0);
+    d->ops->set_thread_limit(d.get(), 6);
+    ASSERT_EQ(d->ops->commit(d.get()), done);
+    dft_handle made = nullptr;
+    ASSERT_EQ(d->ops->copy(d.get(), &made), done);
+    const Handle copy(made);
+    EXPECT_TRUE(copy->commit_status == uncommitted && copy->forward == nullptr && copy->magic == DFT_MAGIC);
+    EXPECT_EQ(d->commit_status, committed);
+    d.reset();
+    ASSERT_EQ(copy->ops->commit(made), done);
+    expect_transform<float>(c, made, true, problem(c, true));
+    char name[8] = {};
+    copy->ops->get_name(made, name, 8);
+    EXPECT_STREQ(name, "twin");
+    EXPECT_EQ(got(made, copy->ops->get_thread_limit), Integers{6});
+    dft_handle second = nullptr;
+    ASSERT_EQ(copy->ops->copy(made, &second), done);
+    second->free(second); // the way of copies that no commit takes
 }
 
 // How many arrays a compute takes is known from the commit on.

@@ -17,7 +17,7 @@ Descriptor& own(dft_descriptor* d)
 
 std::int64_t commit_it(dft_descriptor* d)
 {
-    return commit(own(d));
+    return commit(own(d), engine());
 }
 
 // ---- fields: one getter and one setter each, by place in the record

@@ -47,7 +47,7 @@ struct Descriptor : dft_descriptor {
     }
 };
 
-/// Makes the descriptor's plan and installs what computes with it.
-Status commit(Descriptor& d);
+/// Makes the descriptor's plan by an engine and installs what computes with it.
+Status commit(Descriptor& d, Engine& engine);
 
 } // namespace qnm::core::dft

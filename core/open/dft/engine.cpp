@@ -73,8 +73,11 @@ using Number = typename std::conditional_t<L == 1, std::type_identity<R>, fft::V
 template <class R>
 class Room {
 public:
-    explicit Room(core_int reals) : at_(static_cast<R*>(qnm_serv_malloc(bytes(reals), 64)))
+    explicit Room(core_int reals)
     {
+        if (reals == 0)
+            return;
+        at_ = static_cast<R*>(qnm_serv_malloc(sizeof(R) * static_cast<std::size_t>(reals), 64));
         if (at_ == nullptr)
             throw std::bad_alloc();
     }
@@ -84,11 +87,7 @@ public:
     R* get() const { return at_; }
 
 private:
-    static std::size_t bytes(core_int reals)
-    {
-        return sizeof(R) * static_cast<std::size_t>(std::max<core_int>(reals, 1));
-    }
-    R* at_;
+    R* at_ = nullptr;
 };
 
 /// One side of a call.
@@ -166,6 +165,16 @@ private:
 
 // ---- what is done to L lines: they are brought into a row of vectors, transformed, and brought out
 
+/// Whether complex lines stand side by side in one array.
+template <class R, int L>
+bool side_by_side(const View<R>& side, const core_int* at)
+{
+    bool are = L > 1 && side.im == side.re + 1;
+    for (int j = 1; j < L; ++j)
+        are = are && at[j] == at[0] + 2 * j;
+    return are;
+}
+
 /// A line of complex numbers to another.
 template <class R>
 struct Complex {
@@ -186,6 +195,15 @@ struct Complex {
         if (L == 1 && from == 2 && in.im == in.re + 1) {
             if (work != in.re + *in_at)
                 std::memmove(work, in.re + *in_at, sizeof(R) * static_cast<std::size_t>(2 * length));
+        } else if (side_by_side<R, L>(in, in_at)) {
+            for (core_int i = 0; i < length; ++i) {
+                const R* __restrict const x = in.re + in_at[0] + i * from;
+                R* __restrict const to_re = work + 2 * L * i;
+                for (int j = 0; j < L; ++j) {
+                    to_re[j] = x[2 * j];
+                    to_re[L + j] = x[2 * j + 1];
+                }
+            }
         } else {
             for (core_int i = 0; i < length; ++i)
                 for (int j = 0; j < L; ++j) {
@@ -196,6 +214,17 @@ struct Complex {
         plan.exec(reinterpret_cast<fft::cmplx<Number<R, L>>*>(work), scale, forward);
         if (L == 1 && !needs_room())
             return;
+        if (side_by_side<R, L>(out, out_at)) {
+            for (core_int i = 0; i < length; ++i) {
+                R* __restrict const x = out.re + out_at[0] + i * to;
+                const R* __restrict const from_re = work + 2 * L * i;
+                for (int j = 0; j < L; ++j) {
+                    x[2 * j] = from_re[j];
+                    x[2 * j + 1] = from_re[L + j];
+                }
+            }
+            return;
+        }
         for (core_int i = 0; i < length; ++i)
             for (int j = 0; j < L; ++j) {
                 out.re[out_at[j] + i * to] = work[2 * L * i + j];
@@ -369,6 +398,7 @@ public:
                 along_[k] = complex_[k].get();
             }
         }
+        one_line_ = task.rank == 1 && task.transforms == 1 && !copies_input();
     }
 
     Status run(bool forward, const Arrays& arrays) const noexcept override
@@ -392,8 +422,12 @@ private:
             if (k != pass.along)
                 lines.add(extent[k], job.in.layout.stride[k], job.out.layout.stride[k]);
         lines.add(pass.transforms, job.in.layout.distance, job.out.layout.distance);
-        const auto part = [&](core_int from, core_int to) { return lines_of<R>(lines, job, from, to); };
-        return divide(Items(part), lines.count, pass.threads);
+        // Whole vectors for each thread: what is found does not depend on their number.
+        constexpr core_int L = lanes<R>;
+        const auto part = [&](core_int from, core_int to) {
+            return lines_of<R>(lines, job, from * L, std::min(to * L, lines.count));
+        };
+        return divide(Items(part), (lines.count + L - 1) / L, pass.threads);
     }
 
     Status along(const Pass& pass, const core_int* extent, const View<R>& in, const View<R>& out, R scale,
@@ -485,42 +519,60 @@ private:
         return status != done ? status : over(first, task_.length, lines);
     }
 
-    // As many at once as a cache holds. What must not spoil its input takes room for those.
-    Status blocks(const View<R>& in, const View<R>& out, core_int first, core_int last, bool forward,
-                  bool spoils_input, int threads) const
+    // As many transforms at once as a cache holds; all, of one dimension. Threads have such blocks of their
+    // own, or share those that are too few for them. What must not spoil its input takes room for a block.
+    Status batch(const View<R>& in, const View<R>& out, bool forward, bool spoils_input, int threads) const
     {
         constexpr core_int cached = (1 << 18) / sizeof(R);
         const bool apart = task_.real && !forward && task_.rank > 1 && !spoils_input;
+        const core_int all = task_.transforms;
         const Layout layout = tight(apart ? Kind::pairs : in.layout.kind);
-        const core_int block =
-            task_.rank == 1 ? last - first : std::clamp<core_int>(cached / layout.distance, 1, last - first);
-        const Room<R> room(apart ? layout.distance * block : 0);
-        void* const own[] = {room.get(), nullptr};
-        Status status = done;
-        for (; first < last && status == done; first += block)
-            status = some(in.from(first), out.from(first), apart ? View<R>(own, layout) : in.from(first),
-                          std::min(block, last - first), forward, threads);
-        return status;
+        const core_int block = task_.rank == 1 ? all : std::clamp<core_int>(cached / layout.distance, 1, all);
+        const core_int blocks = (all + block - 1) / block;
+        const bool own = blocks >= threads;
+        const auto part = [&](core_int first, core_int last) {
+            const Room<R> room(apart ? layout.distance * block : 0);
+            void* const arrays[] = {room.get(), nullptr};
+            Status status = done;
+            for (core_int t = first * block; t < std::min(last * block, all) && status == done; t += block)
+                status = some(in.from(t), out.from(t), apart ? View<R>(arrays, layout) : in.from(t),
+                              std::min(block, all - t), forward, own ? 1 : threads);
+            return status;
+        };
+        return divide(Items(part), blocks, own ? threads : 1);
     }
 
-    // Threads have transforms of their own, or share those that are too few for them.
-    Status batch(const View<R>& in, const View<R>& out, bool forward, bool spoils_input, int threads) const
+    // Before lines of one layout are overwritten by those of another.
+    bool copies_input() const
     {
-        const bool own = task_.rank > 1 && task_.transforms >= threads;
-        const auto part = [&](core_int first, core_int last) {
-            return blocks(in, out, first, last, forward, spoils_input, own ? 1 : threads);
+        return task_.real && task_.in_place && !keeps_places(task_.forward.in, task_.forward.out);
+    }
+
+    // The shortest way of the most frequent task.
+    Status line(const View<R>& in, const View<R>& out, R scale, bool forward) const
+    {
+        const core_int n = task_.length[0], from = in.layout.stride[0], to = out.layout.stride[0];
+        const auto run = [](const auto& job) {
+            const Room<R> room(job.needs_room() ? job.room() : 0);
+            const core_int start = 0;
+            job.template operator()<1>(&start, &start, room.get());
+            return done;
         };
-        return divide(Items(part), task_.transforms, own ? threads : 1);
+        return !task_.real ? run(Complex<R>{*along_[0], in, out, n, from, to, scale, forward})
+               : forward   ? run(RealForward<R>{*real_, in, out, n, from, scale, Half(out.layout, n)})
+                           : run(RealBackward<R>{*real_, in, out, n, to, scale, Half(in.layout, n)});
     }
 
     Status transform(bool forward, const Arrays& arrays) const
     {
         const Direction& way = forward ? task_.forward : task_.backward;
         const View<R> in(arrays.in, way.in), out(arrays.out, way.out);
+        if (one_line_)
+            return line(in, out, static_cast<R>(way.scale), forward);
         if (task_.transforms == 0)
             return done;
         const int threads = threads_for(task_.elements(), task_.thread_limit);
-        if (!task_.real || !task_.in_place || keeps_places(way.in, way.out))
+        if (!copies_input())
             return batch(in, out, forward, task_.in_place || task_.spoils_input, threads);
         const Layout layout = tight(way.in.kind);
         const Room<R> room(layout.distance * task_.transforms);
@@ -531,6 +583,7 @@ private:
     }
 
     Task task_;
+    bool one_line_;
     std::unique_ptr<fft::pocketfft_r<R>> real_;                     // along the first dimension
     std::unique_ptr<fft::pocketfft_c<R>> complex_[most_dimensions]; // one for each length
     const fft::pocketfft_c<R>* along_[most_dimensions]{};

@@ -171,7 +171,7 @@ std::int64_t compute(dft_descriptor* head, void* a, void* b, void* c, void* e, v
 
 } // namespace
 
-Status commit(Descriptor& d)
+Status commit(Descriptor& d, Engine& engine)
 {
     d.uncommit();
     delete d.plan;
@@ -179,7 +179,7 @@ Status commit(Descriptor& d)
     Task task;
     Status status = settle(d, task);
     if (status == done)
-        status = engine()(task, &d.plan);
+        status = engine(task, &d.plan);
     if (status != done)
         return status;
     d.array_count = (task.in_place ? 1 : 2) * (d.is_split() ? 2 : 1);
