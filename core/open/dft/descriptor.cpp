@@ -4,7 +4,6 @@
 #include "../version.hpp"
 
 #include <cstring>
-#include <new>
 #include <string_view>
 
 namespace qnm::core::dft {

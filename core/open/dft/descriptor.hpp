@@ -1,8 +1,11 @@
 // The core's own descriptor of transforms: the head that the layer knows, and what only operations reach.
 #pragma once
 
+#include "../services.hpp"
 #include "plan.hpp"
 #include "qnm/core/dft.h"
+
+#include <new>
 
 namespace qnm::core::dft {
 
@@ -36,6 +39,13 @@ struct Descriptor : dft_descriptor {
     core_int input_distance, output_distance, transforms, thread_limit;
     char name[256];
     Plan* plan; ///< null until committed
+
+    /// The core's memory, as all of its own.
+    static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
+    {
+        return qnm_serv_malloc(bytes, alignof(dft_descriptor));
+    }
+    static void operator delete(void* block) noexcept { qnm_serv_free(block); }
 
     bool is_split() const { return domain == of_complex && complex_storage == real_real; }
     /// The layer does the same where it sets an integer itself.
