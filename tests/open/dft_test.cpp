@@ -394,31 +394,28 @@ QNM_TYPED_OF(Dft, AllLayouts, float, double)
 
 // ---- configuration
 
-template <class Operation>
-Integers got(const Handle& d, Operation operation, std::size_t count = 1)
-{
-    Integers values(count + 1, -77);
-    EXPECT_EQ(operation(d.get(), values.data()), done);
-    EXPECT_EQ(values.back(), -77);
-    values.pop_back();
-    return values;
-}
-// All that the operations tell of a descriptor of two dimensions.
-std::vector<Integers> all_of(const Handle& d)
+// All that the operations tell of a descriptor of two dimensions, one behind the other.
+Integers all_of(const Handle& d)
 {
     const dft_ops& does = *d->ops;
-    return {got(d, does.get_rank),
-            got(d, does.get_lengths, 2),
-            got(d, does.get_input_strides, 3),
-            got(d, does.get_output_strides, 3),
-            got(d, does.get_forward_strides, 3),
-            got(d, does.get_backward_strides, 3),
-            got(d, does.get_input_distance),
-            got(d, does.get_output_distance),
-            got(d, does.get_forward_distance),
-            got(d, does.get_backward_distance),
-            got(d, does.get_number_of_transforms),
-            got(d, does.get_thread_limit)};
+    Integers all;
+    const auto add = [&](const auto& operations, std::size_t count) {
+        for (const auto operation : operations) {
+            Integers values(count + 1, -77);
+            EXPECT_EQ(operation(d.get(), values.data()), done);
+            EXPECT_EQ(values.back(), -77);
+            all.insert(all.end(), values.begin(), values.end() - 1);
+        }
+    };
+    add(std::array{does.get_lengths}, 2);
+    add(std::array{does.get_input_strides, does.get_output_strides, does.get_forward_strides,
+                   does.get_backward_strides},
+        3);
+    add(std::array{does.get_rank, does.get_number_of_transforms, does.get_thread_limit,
+                   does.get_input_distance, does.get_output_distance, does.get_forward_distance,
+                   does.get_backward_distance},
+        1);
+    return all;
 }
 
 TEST(Dft, Defaults)
@@ -444,10 +441,8 @@ TEST(Dft, Defaults)
             EXPECT_TRUE(d->forward_scale == 1 && d->backward_scale == 1 && d->next == nullptr &&
                         d->free != nullptr && d->forward == nullptr && d->backward == nullptr);
             if (rank == 2) {
-                const Integers tight{0, 1, 4};
-                EXPECT_EQ(all_of(d),
-                          (std::vector<Integers>{
-                              {2}, {4, 3}, tight, tight, tight, tight, {0}, {0}, {0}, {0}, {1}, {0}}));
+                EXPECT_THAT(all_of(d), testing::ElementsAre(4, 3, 0, 1, 4, 0, 1, 4, 0, 1, 4, 0, 1, 4, 2, 1, 0,
+                                                            0, 0, 0, 0));
             }
         }
     for (const core_int rank : {-1, 0, 8}) {
@@ -514,9 +509,8 @@ TEST(Dft, WhatIsSetIsGotCopiedAndUncommits)
     const Handle copy(made);
     d.reset();
     EXPECT_TRUE(copy->commit_status == uncommitted && copy->forward == nullptr && copy->magic == DFT_MAGIC);
-    EXPECT_EQ(
-        all_of(copy),
-        (std::vector<Integers>{{2}, {4, 3}, strides, more, strides, more, {50}, {60}, {50}, {60}, {2}, {3}}));
+    EXPECT_THAT(all_of(copy),
+                testing::ElementsAre(4, 3, 7, 2, 9, 1, 4, 20, 7, 2, 9, 1, 4, 20, 2, 2, 3, 50, 60, 50, 60));
     char name[8] = {};
     copy->ops->get_name(made, name, 8);
     EXPECT_STREQ(name, "name");

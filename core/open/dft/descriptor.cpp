@@ -123,7 +123,7 @@ std::int64_t release(dft_descriptor* d)
 // What is configured, not what is committed.
 std::int64_t copy(dft_descriptor* d, dft_handle* made)
 {
-    auto* const twin = new (std::nothrow) Descriptor(own(d));
+    auto* const twin = new Descriptor(own(d));
     if (twin == nullptr)
         return no_memory;
     twin->plan = nullptr;
@@ -167,7 +167,7 @@ Status create(dft_handle* made, Code precision, Code domain, core_int rank, cons
     *made = nullptr;
     if (rank < 1 || rank > most_dimensions)
         return invalid;
-    auto* const d = new (std::nothrow) Descriptor{};
+    auto* const d = new Descriptor{};
     if (d == nullptr)
         return no_memory;
     const bool formatted = domain == of_real && rank == 1;

@@ -5,8 +5,6 @@
 #include "plan.hpp"
 #include "qnm/core/dft.h"
 
-#include <new>
-
 namespace qnm::core::dft {
 
 /// Codes of configuration and their values, as far as a core is asked about them.
@@ -41,7 +39,7 @@ struct Descriptor : dft_descriptor {
     Plan* plan; ///< null until committed
 
     /// The core's memory, as all of its own.
-    static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
+    static void* operator new(std::size_t bytes) noexcept
     {
         return qnm_serv_malloc(bytes, alignof(dft_descriptor));
     }
