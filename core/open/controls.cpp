@@ -3,13 +3,16 @@
 #include "services.hpp"
 #include "version.hpp"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-enum Domain : int { all_domains = 0, blas_domain = 1 };
+enum Domain : int { all_domains = 0, blas_domain = 1, transform_domain = 2 };
 constexpr int refused = 0, done = 1;
+
+std::atomic<int> own_of_transforms{0}; // 0: as many as the engine of BLAS takes
 
 struct Version {
     int major, minor, update;
@@ -25,6 +28,12 @@ int version_text(char* text, std::size_t size)
 }
 
 } // namespace
+
+int qnm::core::transform_threads()
+{
+    const int own = own_of_transforms.load(std::memory_order_relaxed);
+    return own > 0 ? own : openblas_get_num_threads();
+}
 
 QNM_CORE void qnm_serv_get_version(Version* version)
 {
@@ -64,14 +73,19 @@ QNM_CORE int qnm_serv_set_num_threads_local(int)
 }
 QNM_CORE int qnm_serv_domain_set_num_threads(int count, int domain)
 {
-    if (count < 1 || (domain != all_domains && domain != blas_domain))
+    if (count < 1 || domain < all_domains || domain > transform_domain)
         return refused;
-    openblas_set_num_threads(count);
+    if (domain != transform_domain)
+        openblas_set_num_threads(count);
+    if (domain != blas_domain)
+        own_of_transforms.store(domain == transform_domain ? count : 0, std::memory_order_relaxed);
     return done;
 }
 QNM_CORE int qnm_serv_domain_get_max_threads(int domain)
 {
-    return domain == all_domains || domain == blas_domain ? openblas_get_num_threads() : 1;
+    return domain == transform_domain                       ? qnm::core::transform_threads()
+           : domain == all_domains || domain == blas_domain ? openblas_get_num_threads()
+                                                            : 1;
 }
 
 // The engine always takes fewer threads for a small problem, never slices by stripes, and knows no

@@ -14,6 +14,9 @@ inline constexpr int memory_failure = 1000;
 inline constexpr int index_scratch_failure = 1102;
 inline constexpr core_int not_carried_info = -1001; // of routines that this core does not carry
 
+/// How many threads Fourier transforms may take.
+int transform_threads();
+
 inline void report(std::string_view routine, int info)
 {
     qnm_serv_xerbla(routine.data(), &info, static_cast<int>(routine.size()));

@@ -1,4 +1,5 @@
 // Text: letters, bounded lengths and formatting, messages.
+#include "qnm/core/dft.h"
 #include "services.hpp"
 
 #include <cerrno>
@@ -48,6 +49,66 @@ QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most,
     const int wanted = std::vsnprintf(dest, room, format, arguments);
     va_end(arguments);
     return wanted >= 0 && static_cast<std::size_t>(wanted) < room ? wanted : -1;
+}
+
+// Where the next text begins; `left` loses what was written.
+QNM_CORE char* qnm_serv_sprintf_char_s(char* to, std::size_t* left, const char* format, ...)
+{
+    const qnm::core::NumbersOfC point;
+    va_list arguments;
+    va_start(arguments, format);
+    const int wanted = std::vsnprintf(to, *left + 1, format, arguments);
+    va_end(arguments);
+    const std::size_t written = std::min(static_cast<std::size_t>(std::max(wanted, 0)), *left);
+    *left -= written;
+    return to + written;
+}
+
+QNM_CORE const char* qnm_serv_get_msg(int number, int)
+{
+    struct Message {
+        int number;
+        const char* text;
+    };
+    static constexpr Message all[] = {
+        {774, "DFTI: no error"},
+        {775, "DFTI: not enough memory"},
+        {776,
+         "DFTI: the configuration cannot be: a length, rank, precision or domain, or nothing was committed"},
+        {777, "DFTI: the configuration contradicts itself, or an argument is missing or unknown"},
+        {778, "DFTI: the threads failed"},
+        {779, "DFTI: no descriptor, or a descriptor that was freed"},
+        {780, "DFTI: this configuration is not carried"},
+        {781, "DFTI: internal error"},
+        {782, "DFTI: a number of threads that the descriptor is not made for"},
+        {783, "DFTI: a length beyond 32 bits"},
+        {784, "DFTI: unknown status"},
+        {1101, "DFTI: transforms on several processes need a library of their own, which is not linked"},
+    };
+    for (const Message& message : all)
+        if (message.number == number)
+            return message.text;
+    return nullptr;
+}
+
+// What is said further is text.
+QNM_CORE void qnm_serv_print(int, int number, int inserts, ...)
+{
+    char line[1000];
+    char* end = line;
+    std::size_t left = sizeof line - 1;
+    const char* const text = qnm_serv_get_msg(number, 0);
+    end = text != nullptr ? qnm_serv_sprintf_char_s(end, &left, "%s", text)
+                          : qnm_serv_sprintf_char_s(end, &left, "message %d", number);
+    va_list arguments;
+    va_start(arguments, inserts);
+    for (int i = 0; i < inserts; ++i) {
+        const char* const insert = va_arg(arguments, const char*);
+        end = qnm_serv_sprintf_char_s(end, &left, "%s%s", i == 0 ? ": " : ", ",
+                                      insert != nullptr ? insert : "?");
+    }
+    va_end(arguments);
+    qnm::core::print_to(STDERR_FILENO, "QNM ERROR: %s\n", line);
 }
 
 // To standard output. Returns how many characters were written, negative if that failed.

@@ -174,6 +174,13 @@ void format_time(char* text, std::size_t size, double seconds)
     }
 }
 
+// A matrix copy tells by `enabled` 0 that tracing came on while it ran, and its time is not known. A Fourier
+// transform always says 0, and always knows its time.
+bool knows_time(int enabled, std::string_view line)
+{
+    return enabled != 0 || line.substr(0, line.find('(')).find("MAT") == line.npos;
+}
+
 } // namespace
 
 // 0 off, 1 and 2 on. Returns the former mode; any other value changes nothing and returns -1.
@@ -194,11 +201,10 @@ QNM_CORE int* qnm_serv_verbose_output_file_mode()
     return Trace::instance().file_word();
 }
 
-// `enabled` 0: tracing came on while the call ran, and its time is not known.
 QNM_CORE void qnm_serv_print_verbose_info(int enabled, const char* line, double seconds)
 {
     char time[48] = "-";
-    if (enabled != 0)
+    if (knows_time(enabled, line))
         format_time(time, sizeof time, seconds);
     char text[4096]; // the least unit that a pipe takes whole
     const int room = static_cast<int>(sizeof text - sizeof time) - 16;

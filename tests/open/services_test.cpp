@@ -1,9 +1,11 @@
 // The closedness of the library, memory, error routing, text, controls.
 #include "core.hpp"
+#include "qnm/core/dft.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <thread>
 #include <unistd.h>
 
@@ -25,7 +27,7 @@ std::string symbols(const std::string& filter)
 TEST(Closedness, OfNamesAndOfTheEnvironment)
 {
     EXPECT_EQ(symbols("grep -cE '^[0-9a-f]+ T qnm_'"),
-              "2700\n"); // 411 BLAS and services, 2253 LAPACK, 36 copies
+              "2714\n"); // 411 BLAS and services, 2253 LAPACK, 36 copies, 14 for transforms
     // Nothing else does; what comes from outside has a version of the system, or is the compiler's own.
     if (!QNM_SANITIZED) { // which link the system's libraries in another way
         EXPECT_EQ(symbols("grep -vE '^[0-9a-f]+ T qnm_|@| w | U __'"), "");
@@ -192,6 +194,17 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
         EXPECT_STREQ(text, expected);
         EXPECT_EQ(text[6], '#');
     }
+    // Joined texts: what is left goes down to nothing, and nothing is written beyond.
+    std::size_t left = 8;
+    char joined[] = "##########", *end = joined;
+    for (const auto& [text_now, left_now, number] :
+         {std::tuple{"12,", 5U, 12}, {"12,3456,", 0U, 3456}, {"12,3456,", 0U, 7}}) {
+        end = qnm_serv_sprintf_char_s(end, &left, "%d,", number);
+        EXPECT_EQ(left, left_now);
+        EXPECT_STREQ(joined, text_now);
+        EXPECT_EQ(end, joined + std::strlen(joined));
+    }
+    EXPECT_EQ(joined[9], '#');
     // Variables: empty without a value that fits.
     setenv("QNM_TEST_VARIABLE", "12345", 1);
     for (const auto& [name, size, length, expected] : {std::tuple{"QNM_TEST_VARIABLE", 6, 5, "12345"},
@@ -201,6 +214,22 @@ TEST(Text, LettersLengthsAndBoundedFormatting)
         EXPECT_STREQ(text, expected) << name << " " << size;
         text[0] = '#';
     }
+}
+
+TEST(Text, OfMessages)
+{
+    std::set<std::string> different;
+    for (const int number : {774, 775, 776, 777, 778, 779, 780, 781, 782, 783, 784, 1101})
+        different.insert(qnm_serv_get_msg(number, 0));
+    EXPECT_EQ(different.size(), 12U);
+    for (const int number : {0, 773, 785, 1100})
+        EXPECT_EQ(qnm_serv_get_msg(number, 0), nullptr);
+    testing::internal::CaptureStderr();
+    qnm_serv_print(1, 775, 0);
+    qnm_serv_print(1, 9999, 2, "one", nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              std::string("QNM ERROR: ") + qnm_serv_get_msg(775, 0) + "\nQNM ERROR: message 9999: one, ?\n");
+    EXPECT_EQ(qnm_serv_get_mpi_wrappers(), nullptr);
 }
 
 TEST(Controls, AnswerWhatIsThere)
@@ -215,6 +244,14 @@ TEST(Controls, AnswerWhatIsThere)
         EXPECT_EQ(*routine == 'd' ? found : 0, answer);
         EXPECT_EQ(service("get_max_threads"), now);
         EXPECT_EQ(service("domain_get_max_threads", 1), now);
+    }
+    // Transforms take as many as all, until they are told their own.
+    for (const auto& [count, domain, now] : {std::tuple{threads, 0, threads},
+                                             {threads + 2, 2, threads + 2},
+                                             {threads, 1, threads + 2},
+                                             {threads, 0, threads}}) {
+        EXPECT_EQ(service("domain_set_num_threads", count, domain), 1);
+        EXPECT_EQ(service("domain_get_max_threads", 2), now);
     }
     EXPECT_EQ(service("cbwr_set", 5), -1);
     EXPECT_EQ(service("enable_instructions", 5), 0);

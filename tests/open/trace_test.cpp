@@ -76,15 +76,19 @@ TEST_F(Trace, LinesHaveNameArgumentsAndTime)
     for (const int mode : {1, 0, 1}) // one head only
         verbose(mode);
     std::vector<std::string> expected{""};
-    for (const auto& [seconds, enabled, text] : {std::tuple{-0.0, 1, "0.000ns"},
-                                                 {9.9996e-9, 1, "10.00ns"},
-                                                 {123.44e-9, 1, "123.4ns"},
-                                                 {999.96e-9, 1, "1.000us"},
-                                                 {45.678e-3, 1, "45.68ms"},
-                                                 {12345.6, 1, "12346s"},
-                                                 {1e9, 0, "-"}}) {
-        print("DGEMM(N,T,2,3,4)", seconds, enabled);
-        expected.push_back(std::string("QNM_VERBOSE DGEMM(N,T,2,3,4) ") + text);
+    // Transforms say 0 and know their time, copies that say so do not.
+    const std::string product = "DGEMM(N,T,2,3,4)", transform = "FFT(dcfo2,...)", copy = "QNM_DOMATCOPY(C,T)";
+    for (const auto& [line, seconds, enabled, text] : {std::tuple{product, -0.0, 1, "0.000ns"},
+                                                       {product, 9.9996e-9, 1, "10.00ns"},
+                                                       {product, 123.44e-9, 1, "123.4ns"},
+                                                       {product, 999.96e-9, 1, "1.000us"},
+                                                       {product, 45.678e-3, 1, "45.68ms"},
+                                                       {product, 12345.6, 1, "12346s"},
+                                                       {copy, 0.5, 1, "500.0ms"},
+                                                       {copy, 1e9, 0, "-"},
+                                                       {transform, 2e-6, 0, "2.000us"}}) {
+        print(line, seconds, enabled);
+        expected.push_back("QNM_VERBOSE " + line + " " + text);
     }
     verbose(0);
     ASSERT_EQ(output_file(path_), 0);     // what is there stays
