@@ -607,9 +607,18 @@ TEST(Dft, ThreadsOnOneDescriptor)
     const auto alone = computed<double>(c, d, expected.from);
     std::vector<std::thread> threads;
     for (int k = 0; k < 8; ++k)
-        threads.emplace_back([&] {
-            for (int repeat = 0; repeat < 20; ++repeat)
-                EXPECT_TRUE(computed<double>(c, d, expected.from) == alone);
+        threads.emplace_back([&, factor = std::ldexp(1.0, k)] { // exact: each has data of its own
+            Blocks<double> mine(c, expected.from);
+            for (double& x : mine.in.data)
+                x *= factor;
+            std::vector<double> result = alone;
+            for (const auto& place : mine.out.places)
+                result[place.re] *= factor;
+            for (int repeat = 0; repeat < 1000; ++repeat) {
+                std::ranges::fill(mine.out.data, 1000);
+                EXPECT_EQ(mine.compute(d), done);
+                EXPECT_TRUE(mine.out.data == result);
+            }
         });
     for (auto& thread : threads)
         thread.join();
