@@ -2,6 +2,8 @@
 // fastest.
 #include "dft/reference.hpp"
 
+#include <optional>
+
 namespace qnm::dft {
 
 namespace {
@@ -93,15 +95,28 @@ Status box_of(dft_handle* made, int precision, int domain, std::int64_t rank, co
                          : inconsistent_configuration;
 }
 
-/// By addresses. `precision` is read behind the handle's clearing.
+/// The precision's code at an address: an integer as it stands, a tag if it is `wanted` and nothing else.
+auto code_at(const std::int64_t* precision)
+{
+    return [precision] { return std::optional(*precision); };
+}
+template <class T>
+auto tag_at(const T* tag, std::int64_t wanted)
+{
+    return [tag, wanted] { return *tag == static_cast<T>(wanted) ? std::optional(wanted) : std::nullopt; };
+}
+
+/// By addresses. The precision is read behind the handle's clearing; where it is no tag, nothing else is
+/// looked at.
 template <class Precision>
 int line_at(dft_handle* made, Precision precision, const std::int64_t* domain, const std::int64_t* rank,
             const std::int64_t* length)
 {
     if (!cleared(made))
         return inconsistent_configuration;
-    const Kind kind = kind_of(precision(), *domain);
-    return *rank != 1 ? invalid_configuration : static_cast<int>(create_line(made, kind, *length));
+    const auto code = precision();
+    return !code || *rank != 1 ? invalid_configuration
+                               : static_cast<int>(create_line(made, kind_of(*code, *domain), *length));
 }
 
 template <class Precision>
@@ -110,18 +125,9 @@ int box_at(dft_handle* made, Precision precision, const std::int64_t* domain, co
 {
     if (!cleared(made))
         return inconsistent_configuration;
-    return static_cast<int>(create_box(made, kind_of(precision(), *domain), *rank, lengths, From::fastest));
-}
-
-/// The precision's code at an address: an integer as it stands, a tag if it is `wanted` and nothing else.
-auto code_at(const std::int64_t* precision)
-{
-    return [precision] { return *precision; };
-}
-template <class T>
-auto tag_at(const T* tag, int wanted)
-{
-    return [tag, wanted] { return *tag == static_cast<T>(wanted) ? wanted : 0; };
+    const auto code = precision();
+    return !code ? invalid_configuration
+                 : static_cast<int>(create_box(made, kind_of(*code, *domain), *rank, lengths, From::fastest));
 }
 
 } // namespace

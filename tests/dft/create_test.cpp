@@ -103,7 +103,7 @@ TEST_F(Create, RefusesRanksAndLengthsThatCannotBe)
     const std::int64_t zero[]{7, 0, 9}, seven[]{1, 2, 3, 4, 5, 6, 7, 8};
     const int zero32[]{7, 0, 9};
     const std::vector<int> many32(100'000, 1);
-    const double tag = 36;
+    const double tag = 36, wrong = 35;
     const struct {
         std::string name;
         std::vector<Word> words;
@@ -127,6 +127,8 @@ TEST_F(Create, RefusesRanksAndLengthsThatCannotBe)
         {"qnm_dft_dfti_create_descriptor_highd", {at(36), at(32), at(3), zero}, "2 "},
         {"qnm_dft_dfti_create_descriptor_highd", {at(36 | 1L << 32), at(32), at(2), seven}, "2 "}, // whole
         {"qnm_dft_dfti_create_descriptor_d_md", {&tag, at(32), at(8), seven}, "2 "},
+        {"qnm_dft_dfti_create_descriptor_d_md", {&tag, at(32), at(3), none}, "3 "},
+        {"qnm_dft_dfti_create_descriptor_d_md", {&wrong, at(32), at(3), none}, "2 "}, // ahead of the address
         {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(100'000), many32.data()}, "2 "},
         {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(-9), none}, "2 "},
         {"dfti_create_descriptor_d_md_", {&tag, at32(32), at32(3), zero32}, "2 "},
