@@ -6,7 +6,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_run qnm_headers
 
-.PHONY: all lib demo check sanitizers bench install format clean
+.PHONY: all lib plugins demo check sanitizers bench install format clean
 
 all: lib
 
@@ -15,6 +15,12 @@ lib:
 	@$(PACKAGES) lib
 	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
 	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS)
+
+## plugins: engines under other licences, to be opened at run time; nothing links or installs them (docs/open-core.md)
+plugins:
+	@$(PACKAGES) lib plug-ins
+	@cmake --preset release -DQNM_TESTS=OFF -DQNM_PLUGINS=ON >/dev/null
+	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_core plugins
 
 ## demo: real programs through the layer
 demo:
