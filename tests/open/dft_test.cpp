@@ -333,6 +333,8 @@ void expect_transform(const Case& c, const Handle& d)
 // Those that this processor can run; the last is the core's choice.
 std::vector<Engine*> engines()
 {
+    if (plugin() != nullptr)
+        return {engine_plugged};
     std::vector<Engine*> all{engine_sse2};
     if (__builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0)
         all.push_back(engine_avx2);

@@ -398,7 +398,8 @@ public:
                 along_[k] = complex_[k].get();
             }
         }
-        one_line_ = task.rank == 1 && task.transforms == 1 && !copies_input();
+        one_line_ = task.rank == 1 && task.transforms == 1 && !copies_input(task.forward) &&
+                    !copies_input(task.backward);
     }
 
     Status run(bool forward, const Arrays& arrays) const noexcept override
@@ -439,46 +440,9 @@ private:
                                scale, forward});
     }
 
-    // Elements of each dimension as it stands on a side.
-    struct Extents {
-        core_int of[most_dimensions];
-    };
-    Extents extents(Kind kind) const
-    {
-        Extents all;
-        std::copy_n(task_.length, most_dimensions, all.of);
-        all.of[0] = kind == Kind::pairs || kind == Kind::ccs ? task_.length[0] / 2 + 1 : task_.length[0];
-        return all;
-    }
-
-    // Tight, for arrays of the core's own.
-    Layout tight(Kind kind) const
-    {
-        Layout made{.kind = kind, .offset = 0, .stride = {}, .distance = 0};
-        core_int step = kind == Kind::pairs ? 2 : 1;
-        for (int k = 0; k < task_.rank; ++k) {
-            made.stride[k] = step;
-            step *= extents(kind).of[k] * (kind == Kind::ccs ? 2 : 1);
-        }
-        made.distance = step;
-        return made;
-    }
-
-    // Whether each line is written where it was read and nowhere else, in one array.
-    bool keeps_places(const Layout& in, const Layout& out) const
-    {
-        const bool pairs = in.kind == Kind::pairs || out.kind == Kind::pairs;
-        bool same = in.offset == out.offset && (pairs ? std::min(in.stride[0], out.stride[0]) == 1 &&
-                                                            std::max(in.stride[0], out.stride[0]) == 2
-                                                      : in.stride[0] == out.stride[0]);
-        for (int k = 1; k < task_.rank; ++k)
-            same = same && (in.stride[k] == out.stride[k] || task_.length[k] == 1);
-        return same && (in.distance == out.distance || task_.transforms == 1);
-    }
-
     Status copy(const View<R>& in, const View<R>& out, int threads) const
     {
-        Extents all = extents(in.layout.kind);
+        Extents all = task_.extents(in.layout.kind);
         if (in.layout.kind == Kind::ccs)
             all.of[0] *= 2; // of reals
         const int parts = in.layout.kind == Kind::pairs ? 2 : 1;
@@ -490,7 +454,7 @@ private:
     Status complex(const View<R>& in, const View<R>& out, core_int transforms, R scale, bool forward,
                    int threads) const
     {
-        const Extents all = extents(in.layout.kind);
+        const Extents all = task_.extents(in.layout.kind);
         Status status = done;
         bool first = true;
         for (int k = task_.real ? 1 : 0; k < task_.rank && status == done; ++k, first = false)
@@ -526,7 +490,7 @@ private:
         constexpr core_int cached = (1 << 18) / sizeof(R);
         const bool apart = task_.real && !forward && task_.rank > 1 && !spoils_input;
         const core_int all = task_.transforms;
-        const Layout layout = tight(apart ? Kind::pairs : in.layout.kind);
+        const Layout layout = task_.tight(apart ? Kind::pairs : in.layout.kind);
         const core_int block = task_.rank == 1 ? all : std::clamp<core_int>(cached / layout.distance, 1, all);
         const core_int blocks = (all + block - 1) / block;
         const bool own = blocks >= threads;
@@ -543,9 +507,9 @@ private:
     }
 
     // Before lines of one layout are overwritten by those of another.
-    bool copies_input() const
+    bool copies_input(const Direction& way) const
     {
-        return task_.real && task_.in_place && !keeps_places(task_.forward.in, task_.forward.out);
+        return task_.real && task_.in_place && !task_.keeps_places(way);
     }
 
     // The shortest way of the most frequent task.
@@ -572,9 +536,9 @@ private:
         if (task_.transforms == 0)
             return done;
         const int threads = threads_for(task_.elements(), task_.thread_limit);
-        if (!copies_input())
+        if (!copies_input(way))
             return batch(in, out, forward, task_.in_place || task_.spoils_input, threads);
-        const Layout layout = tight(way.in.kind);
+        const Layout layout = task_.tight(way.in.kind);
         const Room<R> room(layout.distance * task_.transforms);
         void* const copied[] = {room.get(), nullptr};
         const View<R> twin(copied, layout);

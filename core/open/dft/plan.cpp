@@ -12,13 +12,46 @@ namespace qnm::core::dft {
 
 Plan::~Plan() = default;
 
-Engine& engine()
+Engine& built_in()
 {
     static Engine& best = __builtin_cpu_supports("avx512f") != 0 ? engine_avx512
                           : __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0
                               ? engine_avx2
                               : engine_sse2;
     return best;
+}
+
+// ---- layouts of a task
+
+Extents Task::extents(Kind kind) const
+{
+    Extents all;
+    std::copy_n(length, most_dimensions, all.of);
+    all.of[0] = kind == Kind::pairs || kind == Kind::ccs ? length[0] / 2 + 1 : length[0];
+    return all;
+}
+
+Layout Task::tight(Kind kind) const
+{
+    Layout made{.kind = kind, .offset = 0, .stride = {}, .distance = 0};
+    core_int step = kind == Kind::pairs ? 2 : 1;
+    for (int k = 0; k < rank; ++k) {
+        made.stride[k] = step;
+        step *= extents(kind).of[k] * (kind == Kind::ccs ? 2 : 1);
+    }
+    made.distance = step;
+    return made;
+}
+
+bool Task::keeps_places(const Direction& way) const
+{
+    const Layout &in = way.in, &out = way.out;
+    const auto [less, more] = std::minmax(in.stride[0], out.stride[0]);
+    const bool pairs = in.kind == Kind::pairs || out.kind == Kind::pairs;
+    bool same = in.offset == out.offset && (pairs ? less == 1 && more == 2 : less == more);
+    for (int k = 1; k < rank; ++k)
+        same = same && (in.stride[k] == out.stride[k] || length[k] == 1);
+    return same && (in.distance == out.distance || transforms == 1);
 }
 
 // ---- threads

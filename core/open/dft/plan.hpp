@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../core.hpp"
+#include "plugin.h"
 
 namespace qnm::core::dft {
 
@@ -32,6 +33,11 @@ struct Direction {
     double scale;
 };
 
+/// Elements of each dimension as it stands on a side.
+struct Extents {
+    core_int of[most_dimensions];
+};
+
 /// Everything that a commit settles.
 struct Task {
     bool single, real, in_place, spoils_input;
@@ -39,6 +45,12 @@ struct Task {
     core_int length[most_dimensions], transforms;
     Direction forward, backward;
     core_int thread_limit; ///< 0: none
+
+    Extents extents(Kind kind) const;
+    /// Without gaps, for arrays of the core's own.
+    Layout tight(Kind kind) const;
+    /// Whether each line is written where it was read and nowhere else, in one array.
+    bool keeps_places(const Direction& way) const;
 
     /// Elements of all transforms on the real or complex side.
     core_int elements() const
@@ -67,7 +79,22 @@ using Engine = Status(const Task& task, Plan** made) noexcept;
 extern Engine engine_sse2, engine_avx2, engine_avx512;
 
 /// That of this processor.
-Engine& engine();
+Engine& built_in();
+
+/// That opened at run time, with the built-in one for what it does not know.
+extern Engine engine_plugged;
+
+/// The one that was asked for and is there; null: none.
+const dft_plugin* plugin();
+
+/// By that engine, and by another what it does not know.
+Status plan_by(const dft_plugin& plugin, Engine& otherwise, const Task& task, Plan** made);
+
+/// What commits take.
+inline Engine& engine()
+{
+    return plugin() != nullptr ? engine_plugged : built_in();
+}
 
 /// How many threads may work at a task of so many elements.
 int threads_for(core_int elements, core_int limit);
