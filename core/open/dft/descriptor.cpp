@@ -3,8 +3,8 @@
 
 #include "../version.hpp"
 
+#include <cstdio>
 #include <cstring>
-#include <string_view>
 
 namespace qnm::core::dft {
 namespace {
@@ -228,8 +228,12 @@ QNM_CORE void qnm_dft_bless_node_thr(dft_descriptor*) {}
 // Neither ended nor filled up: the caller has done so.
 QNM_CORE void qnm_dft_dfti_get_version_string(char* text, std::int64_t length)
 {
-    constexpr std::string_view version = "QNM open core " QNM_CORE_VERSION ", transforms by pocketfft";
-    version.copy(text, static_cast<std::size_t>(std::max<std::int64_t>(length, 0)));
+    const dft_plugin* const other = plugin();
+    char whole[256];
+    const int all =
+        std::snprintf(whole, sizeof whole, "QNM open core " QNM_CORE_VERSION ", transforms by %.128s",
+                      other != nullptr ? other->version : "pocketfft");
+    std::copy_n(whole, std::clamp<std::int64_t>(length, 0, all), text);
 }
 
 // No communicator of C is other than that of Fortran where there are none.

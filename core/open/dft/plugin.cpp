@@ -95,8 +95,8 @@ const dft_plugin* asked_for()
     const dft_plugin* const found = std::string_view(name) == "fftw" ? opened(why) : nullptr;
     if (found == nullptr)
         print_to(STDERR_FILENO,
-                 "QNM ERROR: QNM_FFT_ENGINE=%.64s: %.512s. Transforms are made by pocketfft.\n", name,
-                 why.c_str());
+                 "QNM ERROR: QNM_FFT_ENGINE=%.64s: %.512s. Transforms are made by the core's own engine.\n",
+                 name, why.c_str());
     return found;
 }
 
@@ -366,7 +366,13 @@ private:
 
 const dft_plugin* plugin()
 {
-    static const dft_plugin* const found = asked_for();
+    static const dft_plugin* const found = []() noexcept -> const dft_plugin* {
+        try {
+            return asked_for();
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }();
     return found;
 }
 
