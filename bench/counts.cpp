@@ -36,6 +36,7 @@ Counts read_counts(std::istream& file, const Section& linkage_table)
             std::istringstream(line) >> std::hex >> address >> std::dec >> source_line >> instructions;
             Count& count = counts[part];
             const double per_call = static_cast<double>(instructions) / counted_calls;
+            count.all += per_call;
             if (starts(function, "_dl_tlsdesc")) // where the core finds a thread's memory
                 continue;
             if (object.find("/ld-linux") != std::string::npos)

@@ -18,6 +18,7 @@ struct Section {
 struct Count {
     double own = 0;     // compiled code
     double linkage = 0; // jumps of the linkage table
+    double all = 0;     // wherever
     double binding = 0; // in the dynamic loader: nothing, if all names were bound before
 };
 

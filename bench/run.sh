@@ -20,11 +20,20 @@ trap 'rm -rf "$work"' EXIT
 
 # One thread, no trace, lazy binding: for the layer and for the direct call alike.
 export OPENBLAS_NUM_THREADS=1 LC_ALL=C
-unset LD_BIND_NOW LD_PRELOAD QNM_VERBOSE QNM_VERBOSE_OUTPUT_FILE
+unset LD_BIND_NOW LD_PRELOAD QNM_VERBOSE QNM_VERBOSE_OUTPUT_FILE QNM_FFT_ENGINE QNM_FFT_EFFORT
 
 section()
 {
     readelf -SW "$layer" | sed 's/^ *\[ *[0-9]*\]//' | awk -v name="$1" '$1 == name { print $3, $5 }'
+}
+
+counted() # FILE PROGRAM ARGUMENT...: what it prints, with counts in FILE
+{
+    local file=$1
+    shift
+    valgrind --tool=callgrind --callgrind-out-file="$file" --log-file="$work/log" --collect-atstart=no \
+        --combine-dumps=yes --skip-plt=no --dump-instr=yes --compress-strings=no --compress-pos=no "$@" ||
+        { cat "$work/log" >&2; return 1; }
 }
 
 calls()
@@ -34,10 +43,24 @@ calls()
     read -r plt size < <(section .plt)
     # Whatever kernels the times are taken with: what the layer executes is the same with all, and valgrind does not know
     # the newest instructions.
-    base=$(OPENBLAS_CORETYPE=Nehalem valgrind --tool=callgrind --callgrind-out-file="$work/counts" --log-file="$work/log" \
-        --collect-atstart=no --combine-dumps=yes --skip-plt=no --dump-instr=yes --compress-strings=no \
-        --compress-pos=no "$build/bin/qnm_bench_cost" count "$build/lib") || { cat "$work/log" >&2; return 1; }
+    base=$(OPENBLAS_CORETYPE=Nehalem counted "$work/counts" "$build/bin/qnm_bench_cost" count "$build/lib")
     "$build/bin/qnm_bench_cost" table "$build/lib" "$work/counts" "$(printf %x $((base + 0x$plt)))" "$size"
+}
+
+# Instructions are those of AVX2, which is what valgrind knows; times are taken with all that the processor has.
+transforms()
+{
+    echo "== Transforms: double, forward, out of place, one thread"
+    local program=$build/bin/qnm_bench_transforms base plt size
+    export OPENBLAS_CORETYPE=${OPENBLAS_CORETYPE-Nehalem}
+    read -r plt size < <(section .plt)
+    "$program" time "$build/lib" "$work/wisdom" >"$work/times"
+    base=$(counted "$work/counts" "$program" count "$build/lib" "$work/wisdom")
+    export QNM_FFT_ENGINE=fftw
+    "$program" time "$build/lib" "$work/wisdom" >"$work/plugged.times"
+    counted "$work/plugged.counts" "$program" count "$build/lib" "$work/wisdom" >/dev/null
+    "$program" table "$work/counts" "$(printf %x $((base + 0x$plt)))" "$size" "$work/times" "$work/plugged.counts" \
+        "$work/plugged.times"
 }
 
 loading()
@@ -98,6 +121,7 @@ echo "== $(nproc) cores with $features, kernels ${OPENBLAS_CORETYPE:-as the engi
 calls
 echo "== Changes of layout and NaN checks beside plain work on the same bytes; row-major beside column-major"
 "$build/bin/qnm_bench_copies"
+(transforms)
 loading
 relocations
 if [ $clean_build = yes ]; then
