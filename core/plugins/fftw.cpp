@@ -19,39 +19,37 @@ const dft_plugin_host* host;
 // ---- memory
 
 // What a run takes is the core's, and is given back if the run fails: FFTW's own functions do not clear up
-// behind them. What the planner takes outlives the plan, and is the process's.
+// behind them. What the planner takes is the process's, and comes back to the planner.
 struct alignas(64) Head {
-    Head *next, **at; // of this thread's run; null: the planner's
+    Head *next, **at; // of this thread's run
 };
 thread_local Head* mine;
 thread_local bool planning;
 
 void* allocate(std::size_t bytes)
 {
-    const std::size_t whole = (bytes + 2 * sizeof(Head) - 1) / sizeof(Head) * sizeof(Head);
-    auto* const head =
-        static_cast<Head*>(planning ? std::aligned_alloc(alignof(Head), whole) : host->allocate(whole));
-    if (head == nullptr)
+    const std::size_t whole = (bytes / sizeof(Head) + 1) * sizeof(Head);
+    void* const block =
+        planning ? std::aligned_alloc(alignof(Head), whole) : host->allocate(sizeof(Head) + whole);
+    if (block == nullptr)
         throw std::bad_alloc();
-    *head = {};
-    if (!planning) {
-        *head = {mine, &mine};
-        if (mine != nullptr)
-            mine->at = &head->next;
-        mine = head;
-    }
+    if (planning)
+        return block;
+    auto* const head = static_cast<Head*>(block);
+    *head = {mine, &mine};
+    if (mine != nullptr)
+        mine->at = &head->next;
+    mine = head;
     return head + 1;
 }
 
 void release(void* block)
 {
-    if (block == nullptr)
-        return;
-    Head* const head = static_cast<Head*>(block) - 1;
-    if (head->at == nullptr) {
-        std::free(head);
+    if (planning) {
+        std::free(block);
         return;
     }
+    Head* const head = static_cast<Head*>(block) - 1;
     *head->at = head->next;
     if (head->next != nullptr)
         head->next->at = head->at;

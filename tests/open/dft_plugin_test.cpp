@@ -121,12 +121,12 @@ Status refuse(const Task&, Plan**) noexcept
 TEST_F(DftPlugged, DoesWhatItKnows)
 {
     using Change = void (*)(Task&);
-    const auto real = [](Task& t, Kind half) {
+    static const auto real = [](Task& t, Kind half) {
         t.real = true;
         t.forward = {t.tight(Kind::real), t.tight(half), 1};
         t.backward = {t.tight(half), t.tight(Kind::real), 1};
     };
-    static const auto line = [real](Task& t, Kind half) {
+    static const auto line = [](Task& t, Kind half) {
         t.rank = 1;
         real(t, half);
     };
@@ -136,6 +136,7 @@ TEST_F(DftPlugged, DoesWhatItKnows)
         {done, [](Task& t) { t.forward.in.stride[1] = -40, t.backward.out.distance = 90; }},
         {unable, [](Task& t) { t.forward.in.kind = t.forward.out.kind = Kind::split; }},
         {unable, [](Task& t) { t.transforms = 0; }},
+        {done, [](Task& t) { real(t, Kind::pairs); }},
         {done, [](Task& t) { line(t, Kind::pairs); }},
         {done, [](Task& t) { t.transforms = 1, line(t, Kind::ccs); }},
         {done, [](Task& t) { t.transforms = 1, t.in_place = true, line(t, Kind::ccs); }},
@@ -248,8 +249,9 @@ TEST_F(DftPlugged, APlanWithoutMemoryTellsSoAndTheNextOneIsMade)
 // Measuring needs room, the core's; and what it finds computes the same.
 TEST_F(DftPlugged, PlansAreMeasuredIfAskedFor)
 {
-    const Handle d = lines(1009, 1);
-    Numbers x = numbers(1009), y = x;
+    service("domain_set_num_threads", 3, 2);
+    const Handle d = lines(1009, 100);
+    Numbers x = numbers(1009 * 100), y = x;
     ASSERT_EQ(d->ops->commit(d.get()), done);
     ASSERT_EQ(transformed(d, x), done);
     setenv("QNM_FFT_EFFORT", "measure", 1);
@@ -262,6 +264,7 @@ TEST_F(DftPlugged, PlansAreMeasuredIfAskedFor)
     unsetenv("QNM_FFT_EFFORT");
     EXPECT_EQ(d->ops->commit(d.get()), done);
     service("set_memory_limit", 1, std::size_t{0});
+    service("domain_set_num_threads", 1, 2);
 }
 
 } // namespace
