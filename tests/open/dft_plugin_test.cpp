@@ -90,9 +90,11 @@ TEST(DftPlugin, IsTheOneAskedForAndElseOneLineTellsWhy)
     EXPECT_THAT(said_in(folder, "QNM_FFT_ENGINE=fftw"),
                 testing::AllOf(testing::StartsWith("QNM open core 2.0.0, transforms by fftw-3."),
                                testing::EndsWith("\n" + numbers)));
-    EXPECT_EQ(output_of("nm -D --defined-only " QNM_PLUGIN_FILE " | awk '{ print $3 }'"),
-              "qnm_core_plugin\n");
-    EXPECT_EQ(output_of("nm -D " QNM_PLUGIN_FILE " | grep -iE 'fftw|getenv'"), "");
+    if (!QNM_SANITIZED) { // which leave names of their own
+        EXPECT_EQ(output_of("nm -D --defined-only " QNM_PLUGIN_FILE " | awk '{ print $3 }'"),
+                  "qnm_core_plugin\n");
+        EXPECT_EQ(output_of("nm -D " QNM_PLUGIN_FILE " | grep -iE 'fftw|getenv'"), "");
+    }
 #endif
     fs::remove_all(folder);
 }
