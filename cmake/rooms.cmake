@@ -1,16 +1,17 @@
 # Families and what is made of them. A family is a folder; its CMakeLists.txt has one call of qnm_family.
 
-# qnm_family(<name> TABLES <chapter>... [SOURCES <file>...] [WHOLE <file>...] [HEADERS <name>...] [INNER <name>...] [ROOM <file>...]):
+# qnm_family(<name> TABLES <chapter>... [SOURCES <file>...] [WHOLE <file>...] [HEADERS <name>...] [MODULES <name>...] [INNER <name>...] [ROOM <file>...]):
 # the family of this folder, which is also its room. family.tab, which tells its names, is read with those of all
 # families ahead of every other table; TABLES in the order told, behind those of families told before. SOURCES stand beside what is generated of the tables; WHOLE are those that need all of the library. A header
-# NAME is made of NAME.h.in, and one of the library's own, <family>/NAME.hpp, of NAME.hpp.in. ROOM is the reader and generator of a sentence of its own; it defines make_<name>_room().
+# NAME is made of NAME.h.in, a module of Fortran, NAME.f90, of NAME.f90.in, and one of the library's own, <family>/NAME.hpp, of NAME.hpp.in. ROOM is the reader and generator of a sentence of its own; it defines make_<name>_room().
 function(qnm_family name)
-  cmake_parse_arguments(ARG "" "" "TABLES;SOURCES;WHOLE;HEADERS;INNER;ROOM" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "TABLES;SOURCES;WHOLE;HEADERS;MODULES;INNER;ROOM" ${ARGN})
   list(TRANSFORM ARG_TABLES APPEND .tab)
   set(ARG_NAMES family.tab)
   list(TRANSFORM ARG_HEADERS APPEND .h.in)
+  list(TRANSFORM ARG_MODULES APPEND .f90.in)
   list(TRANSFORM ARG_INNER APPEND .hpp.in)
-  foreach(part NAMES TABLES SOURCES WHOLE HEADERS INNER ROOM)
+  foreach(part NAMES TABLES SOURCES WHOLE HEADERS MODULES INNER ROOM)
     list(TRANSFORM ARG_${part} PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
     set_property(GLOBAL PROPERTY QNM_FAMILY_${name}_${part} ${ARG_${part}})
   endforeach()
@@ -112,15 +113,18 @@ function(qnm_generate_sources variable generator)
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# qnm_generate_header(<output> <template> <table>...): a header with the prototypes that its template asks for.
+# qnm_generate_header(<output> <template> <table>...): a header with the prototypes that its template asks for. It may
+# ask for what stands in the other templates of its folder.
 function(qnm_generate_header output template)
   cmake_path(GET output PARENT_PATH folder)
   cmake_path(GET output FILENAME name)
+  cmake_path(GET template PARENT_PATH templates)
+  file(GLOB templates CONFIGURE_DEPENDS ${templates}/*.in)
   add_custom_command(
     OUTPUT ${output}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
     COMMAND qnm_generate header ${template} ${output} ${ARGN}
-    DEPENDS qnm_generate ${template} ${ARGN}
+    DEPENDS qnm_generate ${templates} ${ARGN}
     COMMENT "Generating ${name}"
     VERBATIM)
 endfunction()

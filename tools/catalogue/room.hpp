@@ -26,6 +26,8 @@ public:
     virtual std::vector<Signature> signatures(const Catalogue& house, const std::string& table) const = 0;
     /// The source of one table: for each function one call of a template.
     virtual std::string source(const Catalogue& house, const std::string& table) const = 0;
+    /// What a mark of the room's own stands for in a template; empty: it knows none of these words.
+    virtual std::string mark(const Catalogue&, const std::vector<std::string>&) const { return {}; }
 };
 
 /// A room with a sentence of its own, by the name of its folder.

@@ -1,9 +1,11 @@
 // Public headers: prototypes are put where a hand-written header asks for them.
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -127,8 +129,24 @@ std::string complex_functions(const Catalogue& tables, const std::string& macro)
     return text;
 }
 
+/// `@constants FILE@`: what the enumerators of another template of this folder are in Fortran.
+std::string constants(const std::filesystem::path& path)
+{
+    static const std::regex enumerator(" *(\\w+) = (-?\\d+),? *(/\\*.*)?");
+    std::ifstream in(path);
+    std::string text;
+    std::smatch found;
+    for (std::string line; std::getline(in, line);)
+        if (std::regex_match(line, found, enumerator))
+            text += "  integer(c_int), parameter, public :: " + found.str(1) + " = " + found.str(2) + "\n";
+    if (text.empty())
+        throw TableError(path.string() + ":0: cannot be read: expected a header with enumerators");
+    return text;
+}
+
 /// What a line with a mark stands for.
-std::string marked(const std::vector<std::string>& words, const Catalogue& tables, Declared& declared)
+std::string marked(const std::vector<std::string>& words, const Catalogue& tables, Declared& declared,
+                   const std::filesystem::path& folder)
 {
     if (words.size() > 1 && words[0] == "prototypes")
         return declared.prototypes(words[1], {words.begin() + 2, words.end()});
@@ -142,9 +160,16 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
         return routines(tables, words[1], words[2], words[3]);
     if (words.size() == 2 && words[0] == "complex_functions")
         return complex_functions(tables, words[1]);
+    if (words.size() == 2 && words[0] == "constants")
+        return constants(folder / words[1]);
+    if (const Room* room = words.empty() ? nullptr : tables.room(words[0])) {
+        const std::string text = room->mark(tables, {words.begin() + 1, words.end()});
+        if (!text.empty())
+            return text;
+    }
     throw TableError("'@" + joined(words, " ") +
                      "@': expected prototypes TABLE ROOT..., core TABLE, helpers FAMILY, renames FAMILY, "
-                     "routines FAMILY FORM PREFIX or complex_functions MACRO");
+                     "routines FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a room's own");
 }
 
 } // namespace
@@ -166,7 +191,8 @@ std::string header_text(const Catalogue& tables, const std::string& path)
         while (inside.find('@') == std::string::npos && std::getline(in, line))
             inside += " " + line;
         std::istringstream words(inside.substr(0, inside.find('@')));
-        text += marked({std::istream_iterator<std::string>(words), {}}, tables, declared);
+        text += marked({std::istream_iterator<std::string>(words), {}}, tables, declared,
+                       std::filesystem::path(path).parent_path());
     }
     declared.check_complete();
     return text;

@@ -6,6 +6,7 @@
 // tag a Fortran name in front of it.
 #include <algorithm>
 
+#include "fortran.hpp"
 #include "generate/output.hpp"
 #include "generate/rows_room.hpp"
 
@@ -72,6 +73,13 @@ public:
                 text += "QNM_SAME(" + s.names[i] + ", " + s.names[0] + ")\n";
         }
         return text + "} // namespace qnm::dft\n";
+    }
+
+    std::string mark(const Catalogue& house, const std::vector<std::string>& words) const override
+    {
+        // The table stands ahead of the prefix, if there is one.
+        const std::size_t at = !words.empty() && words[0] == "generic" ? 2 : 1;
+        return module_text(words.size() > at ? house.signatures(words[at]) : std::vector<Signature>{}, words);
     }
 
 private:
