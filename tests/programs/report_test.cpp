@@ -16,6 +16,11 @@ TEST(Report, ReadsCallsAndPassesOverOtherLines)
           {"DCABS1(0x1) 35ns threads:2", "DCABS1", 1U, 35e-9, Sizes{}},
           {"DTRSV(U,N,(,3,(nil),4,0x2,1) 1us", "DTRSV", 8U, 1e-6, Sizes{3}},
           {"DSCAL(2,0x1,0x2,1) -", "DSCAL", 4U, 0.0, Sizes{2}},
+          {"FFT(srbi288,input_strides:{0,1},output_strides:{0,1},bScale:0.5,tLim:0,desc:0x9) 2us", "FFT srbi",
+           8U, 2e-6, Sizes{288}},
+          {"FFT(dcfo/"
+           "64:-100:7x32:1:64v8,input_strides:{2048,-100,1},output_strides:{0,7,64},tLim:0,desc:0x9) 3us",
+           "FFT dcfo", 9U, 3e-6, Sizes{64, 32}},
           {"QNM_GET_FORMAT_COMPACT() 0ns", "QNM_GET_FORMAT_COMPACT", 0U, 0.0, Sizes{}}}) {
         SCOPED_TRACE(line);
         const std::string traced = std::string("QNM_VERBOSE ") + line;
@@ -24,11 +29,12 @@ TEST(Report, ReadsCallsAndPassesOverOtherLines)
         EXPECT_EQ(call->name, name);
         EXPECT_EQ(call->arguments.size(), count);
         EXPECT_NEAR(call->seconds, seconds, 1e-12 * seconds);
-        EXPECT_EQ(sizes_of(call->name, call->arguments), sizes);
+        EXPECT_EQ(call->sizes, sizes);
     }
-    for (const char* line : {"", "DGEMM(N) 1us", "QNM_VERBOSE library 2.0 (64-bit integers) 2 threads",
-                             "QNM_VERBOSE DGEMM(N,T,4", "QNM_VERBOSE DGEMM(N) 1", "QNM_VERBOSE DGEMM(N) fast",
-                             "QNM_VERBOSE DGEMM(N) 1hour", "QNM_VERBOSE (N) 1us"})
+    for (const char* line :
+         {"", "DGEMM(N) 1us", "QNM_VERBOSE library 2.0 (64-bit integers) 2 threads",
+          "QNM_VERBOSE DGEMM(N,T,4", "QNM_VERBOSE DGEMM(N) 1", "QNM_VERBOSE DGEMM(N) fast",
+          "QNM_VERBOSE DGEMM(N) 1hour", "QNM_VERBOSE FFT(dcfo) 1us", "QNM_VERBOSE (N) 1us"})
         EXPECT_FALSE(parse_call(line)) << line;
 }
 
@@ -53,11 +59,14 @@ TEST(Report, TotalsByRoutineWithTheLargestOfEachSize)
     report.add("QNM_VERBOSE DGEMV(N,4,50,0x1,0x2,4,0x3,1,0x4,0x5,1) 4us");
     report.add("QNM_VERBOSE DGEMV(N,30,5,0x1,0x2,30,0x3,1,0x4,0x5,1) 2us");
     report.add("QNM_VERBOSE DSCAL_64(8,0x1,0x2,1) 1us");
+    report.add("QNM_VERBOSE FFT(dcfo4x1024*12,input_strides:{0,1024,1},tLim:0,desc:0x9) 20us");
+    report.add("QNM_VERBOSE FFT(dcfo100*3:100:120,input_strides:{0,1},tLim:0,desc:0x9) 12us");
     EXPECT_EQ(report.text(), "routine         calls      total       mean   share  largest sizes\n"
-                             "DGEMV               2     6.00us     3.00us   75.0%  30 50\n"
-                             "DSCAL               1     1.00us     1.00us   12.5%  3\n"
-                             "DSCAL_64            1     1.00us     1.00us   12.5%  8\n"
-                             "total               4     8.00us     2.00us  100.0%\n");
+                             "FFT dcfo            2     32.0us     16.0us   80.0%  100 1024 *12\n"
+                             "DGEMV               2     6.00us     3.00us   15.0%  30 50\n"
+                             "DSCAL               1     1.00us     1.00us    2.5%  3\n"
+                             "DSCAL_64            1     1.00us     1.00us    2.5%  8\n"
+                             "total               6     40.0us     6.67us  100.0%\n");
 }
 
 } // namespace

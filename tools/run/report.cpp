@@ -53,6 +53,42 @@ std::string join(const std::vector<std::int64_t>& values)
     return text;
 }
 
+// In the published argument lists the sizes stand ahead of the first array; leading dimensions and
+// increments follow theirs. The result pointer of a complex function is no array.
+std::vector<std::int64_t> sizes_of(const std::vector<std::string_view>& arguments)
+{
+    std::vector<std::int64_t> sizes;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (i != 0 && is_address(arguments[i]))
+            break;
+        if (const auto value = number<std::int64_t>(arguments[i]))
+            sizes.push_back(*value);
+    }
+    return sizes;
+}
+
+// A Fourier transform tells all in its first argument: letters, lengths, and how many at once. Behind colons
+// stand strides and distances: "dcfo/64:100:100x32:1:1*8:6400:6400".
+bool read_transform(std::string_view text, TracedCall& call)
+{
+    const std::size_t letters = std::min(text.find_first_of("/0123456789"), text.size());
+    call.name += ' ' + std::string(text.substr(0, letters));
+    text.remove_prefix(std::min(text.find_first_not_of('/', letters), text.size()));
+    for (char before = 'x'; before != '\0';) {
+        const std::size_t end = std::min(text.find_first_of(":x*v"), text.size());
+        const auto value = number<std::int64_t>(text.substr(0, end));
+        if (!value)
+            return false;
+        if (before == 'x')
+            call.sizes.push_back(*value);
+        else if (before != ':')
+            call.batch = *value;
+        before = end < text.size() ? text[end] : '\0';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<TracedCall> parse_call(std::string_view line)
@@ -71,28 +107,18 @@ std::optional<TracedCall> parse_call(std::string_view line)
     if (!seconds)
         return std::nullopt;
 
-    TracedCall call{line.substr(0, open), {}, *seconds};
+    TracedCall call{std::string(line.substr(0, open)), {}, *seconds, {}, 0};
     std::string_view rest = line.substr(open + 1, close - open - 1);
     while (!rest.empty()) {
         const std::size_t comma = rest.find(',');
         call.arguments.push_back(rest.substr(0, comma));
         rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
     }
+    if (call.name != "FFT")
+        call.sizes = sizes_of(call.arguments);
+    else if (call.arguments.empty() || !read_transform(call.arguments[0], call))
+        return std::nullopt;
     return call;
-}
-
-// In the published argument lists the sizes stand ahead of the first array; leading dimensions and
-// increments follow theirs. The result pointer of a complex function is no array.
-std::vector<std::int64_t> sizes_of(std::string_view, const std::vector<std::string_view>& arguments)
-{
-    std::vector<std::int64_t> sizes;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        if (i != 0 && is_address(arguments[i]))
-            break;
-        if (const auto value = number<std::int64_t>(arguments[i]))
-            sizes.push_back(*value);
-    }
-    return sizes;
 }
 
 std::string duration_text(double seconds)
@@ -122,10 +148,10 @@ void Report::add(std::string_view line)
     Totals& totals = found->second;
     ++totals.calls;
     totals.seconds += call->seconds;
-    const std::vector<std::int64_t> sizes = sizes_of(call->name, call->arguments);
-    totals.largest.resize(std::max(totals.largest.size(), sizes.size()));
-    for (std::size_t i = 0; i < sizes.size(); ++i)
-        totals.largest[i] = std::max(totals.largest[i], sizes[i]);
+    totals.largest.resize(std::max(totals.largest.size(), call->sizes.size()));
+    for (std::size_t i = 0; i < call->sizes.size(); ++i)
+        totals.largest[i] = std::max(totals.largest[i], call->sizes[i]);
+    totals.batch = std::max(totals.batch, call->batch);
 }
 
 std::string Report::text() const
@@ -156,7 +182,8 @@ std::string Report::text() const
         std::snprintf(line.data(), line.size(), "%-*s %12llu %10s %10s %6.1f%%", name_width, name.c_str(),
                       static_cast<unsigned long long>(totals.calls), duration_text(totals.seconds).c_str(),
                       mean.c_str(), share);
-        const std::string largest = join(totals.largest);
+        const std::string largest =
+            join(totals.largest) + (totals.batch > 0 ? " *" + std::to_string(totals.batch) : "");
         table += line.data();
         if (!largest.empty())
             table += "  " + largest;

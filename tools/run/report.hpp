@@ -11,16 +11,15 @@ namespace qnm::run {
 
 /// One traced call, as its line tells it: "QNM_VERBOSE DGEMM(N,N,4,4,4,0x1,...) 1.234us".
 struct TracedCall {
-    std::string_view name;
+    std::string name; ///< of the routine; of Fourier transforms with their letters: "FFT dcfo"
     std::vector<std::string_view> arguments;
     double seconds = 0;
+    std::vector<std::int64_t> sizes; ///< that say how much work it had, in their order: m, n, k, lengths
+    std::int64_t batch = 0;          ///< how many transforms at once, if there are several
 };
 
 /// Nothing if the line does not tell a call (the heading, or text of another origin).
 std::optional<TracedCall> parse_call(std::string_view line);
-
-/// The arguments of a call that say how much work it had, in their order: m, n, k and the like.
-std::vector<std::int64_t> sizes_of(std::string_view name, const std::vector<std::string_view>& arguments);
 
 /// A duration with three significant digits and its unit, such as "12.3ms".
 std::string duration_text(double seconds);
@@ -38,6 +37,7 @@ private:
         std::uint64_t calls = 0;
         double seconds = 0;
         std::vector<std::int64_t> largest; ///< each size by itself
+        std::int64_t batch = 0;            ///< the largest
     };
     std::map<std::string, Totals, std::less<>> routines_;
 };
