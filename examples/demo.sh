@@ -2,6 +2,7 @@
 # What the layer is for, on real input: `make demo`.
 set -eu
 build=$(cd "${1:?usage: demo.sh BUILD}" && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
 reference=$(dirname "$(dpkg -L libblas-test | grep '/xblat3d$')")
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -23,3 +24,19 @@ echo "\$ qnm-run --report longley_lapack"
 title "Once more from C, row by row, through LAPACKE_dgels"
 echo "\$ qnm-run --report longley_lapacke"
 "$build/bin/qnm-run" --report "$build/bin/longley_lapacke"
+
+spectrum() { # PROGRAM [PICTURE]
+    "$build/bin/qnm-run" --report "$build/bin/$1" "$here/sunspots.txt" ${2:+"$2"} >"$scratch/$1" 2>"$scratch/report" ||
+        { cat "$scratch/report" >&2; exit 1; }
+    cat "$scratch/$1" "$scratch/report"
+}
+title "Waves in 288 years of sunspots, by a Fourier transform: a program in C"
+echo "\$ qnm-run --report sunspots sunspots.txt sunspots.svg"
+spectrum sunspots "$build/sunspots.svg"
+printf '\nThe picture of the spectrum: %s\n' "$build/sunspots.svg"
+
+title "The same in Fortran, by the module qnm_dfti"
+echo "\$ qnm-run --report sunspots_fortran sunspots.txt"
+spectrum sunspots_fortran
+cmp "$scratch/sunspots" "$scratch/sunspots_fortran"
+printf '\nThe same digits as from C.\n'
