@@ -113,18 +113,18 @@ function(qnm_generate_sources variable generator)
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# qnm_generate_header(<output> <template> <table>...): a header with the prototypes that its template asks for. It may
-# ask for what stands in the other templates of its folder.
+# qnm_generate_header(<output> <template> <table>... [BESIDE <file>...]): a header with the prototypes that its template
+# asks for; it may ask for what stands in files beside it.
 function(qnm_generate_header output template)
+  cmake_parse_arguments(ARG "" "" "BESIDE" ${ARGN})
+  set(tables ${ARG_UNPARSED_ARGUMENTS})
   cmake_path(GET output PARENT_PATH folder)
   cmake_path(GET output FILENAME name)
-  cmake_path(GET template PARENT_PATH templates)
-  file(GLOB templates CONFIGURE_DEPENDS ${templates}/*.in)
   add_custom_command(
     OUTPUT ${output}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND qnm_generate header ${template} ${output} ${ARGN}
-    DEPENDS qnm_generate ${templates} ${ARGN}
+    COMMAND qnm_generate header ${template} ${output} ${tables}
+    DEPENDS qnm_generate ${template} ${ARG_BESIDE} ${tables}
     COMMENT "Generating ${name}"
     VERBATIM)
 endfunction()

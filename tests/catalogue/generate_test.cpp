@@ -118,7 +118,16 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
            "blas/level9.tab:0: no rows: expected the name of a table that was read\n"},
           {"@poems blas/level2.tab @\n", "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
                                          "TABLE, helpers FAMILY, renames FAMILY, routines "
-                                         "FAMILY FORM PREFIX or complex_functions MACRO\n"},
+                                         "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
+                                         "room's own\n"},
+          {"    RED = -3, /* int */\n@constants x.h.in@\n",
+           "    RED = -3, /* int */\n  integer(c_int), parameter, public :: RED = -3\n"},
+          {"@constants x.h.in@\n", source + ":0: no enumerators: expected a header that has some\n"},
+          {"@dft generic Poems dft/compute.tab dfti_poem_@\n",
+           "'@dft generic Poems dft/compute.tab dfti_poem_@': expected Fortran entries of this table\n"},
+          {"@dft poems@\n",
+           "'@dft poems@': expected interfaces TABLE, generic NAME TABLE PREFIX or procedures "
+           "TABLE PREFIX\n"},
           {"@prototypes blas/sparse1.tab axpyi gather @\n",
            "blas/sparse1.tab:0: 'gather': expected a row of this table\n"},
           {"@prototypes lapack/errors.tab @\n@prototypes lapack/errors.tab xerbla_array @\n",

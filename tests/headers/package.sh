@@ -46,5 +46,8 @@ export PKG_CONFIG_PATH=${description%/*}
 test "$(pkg-config --modversion qnm)" = "$version"
 export LD_LIBRARY_PATH=$(pkg-config --variable=libdir qnm)
 run ${CC:-cc} $flags $(pkg-config --cflags qnm) "$source/program.c" $(pkg-config --libs qnm) -lqnm_core
-[ "$languages" = C ] || run gfortran "$source/complex_function.f90" $(pkg-config --libs qnm-gnu) -lqnm_core
+for program in "$source/complex_function.f90" \
+  "$(pkg-config --variable=includedir qnm)/qnm/qnm_dfti.f90 $source/../open/module_program.F90"; do
+  [ "$languages" = C ] || run gfortran -J "$scratch" $program $(pkg-config --libs qnm-gnu) -lqnm_core
+done
 ways pkg-config

@@ -140,7 +140,7 @@ std::string constants(const std::filesystem::path& path)
         if (std::regex_match(line, found, enumerator))
             text += "  integer(c_int), parameter, public :: " + found.str(1) + " = " + found.str(2) + "\n";
     if (text.empty())
-        throw TableError(path.string() + ":0: cannot be read: expected a header with enumerators");
+        throw TableError(path.string() + ":0: no enumerators: expected a header that has some");
     return text;
 }
 
