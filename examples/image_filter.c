@@ -3,8 +3,9 @@
  * compared with the sum over the bell around each pixel, which needs no transform but far more time. Beyond
  * an edge the picture goes on at the opposite one.
  *
- *     image_filter WIDTH BEFORE.pgm AFTER.pgm        WIDTH of the bell in pixels, 0 leaves the picture as it
- * is
+ *     image_filter WIDTH BEFORE.pgm AFTER.pgm
+ *
+ * WIDTH is that of the bell in pixels; 0 leaves the picture as it is.
  */
 #include <qnm/dfti.h>
 
