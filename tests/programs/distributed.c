@@ -285,6 +285,9 @@ static void refused(void)
         qnm_int64 status;
     } creations[] = {
         {DFTI_DOUBLE, DFTI_REAL, 1, {8}, DFTI_UNIMPLEMENTED},
+        {DFTI_DOUBLE, DFTI_COMPLEX, 1, {1}, DFTI_UNIMPLEMENTED},
+        {DFTI_DOUBLE, DFTI_COMPLEX, 2, {1, 12}, DFTI_UNIMPLEMENTED},
+        {DFTI_DOUBLE, DFTI_COMPLEX, 2, {12, 1}, DFTI_UNIMPLEMENTED},
         {DFTI_SINGLE, DFTI_COMPLEX, 2, {8, 0}, DFTI_INVALID_CONFIGURATION},
         {DFTI_SINGLE, DFTI_COMPLEX, 1, {-1}, DFTI_INVALID_CONFIGURATION},
         {DFTI_DOUBLE, 34, 1, {8}, DFTI_INCONSISTENT_CONFIGURATION},
@@ -393,9 +396,9 @@ int main(int argc, char** argv)
         int rank;
         qnm_int64 n[most];
     } shapes[] = {
-        {1, {64}},      {1, {97}},      {1, {60}},         {1, {1}},
-        {2, {8, 6}},    {2, {7, 9}},    {2, {2, 5}},       {2, {64, 96}},
-        {3, {5, 4, 6}}, {3, {1, 3, 7}}, {4, {3, 4, 2, 5}}, {7, {2, 3, 2, 2, 1, 2, 3}},
+        {1, {64}},      {1, {97}},      {1, {60}},         {2, {8, 6}},       {2, {7, 9}},
+        {2, {2, 5}},    {2, {64, 96}},  {3, {5, 4, 6}},    {3, {4, 5, 1}},    {2, {1, 12}},
+        {2, {12, 1}},   {2, {1, 1}},    {4, {3, 4, 2, 5}}, {7, {2, 3, 2, 2, 1, 2, 3}},
     };
     qnm_int64 before = 0, number = 0;
     int blocks = 0;
@@ -408,7 +411,7 @@ int main(int argc, char** argv)
                           .two_arrays = bits >> 2 & 1, .transposed = bits >> 3,
                           .fortran = turn, .unaligned = number % 3 != 0, .workspace = number % 3 == 1};
                 memcpy(c.n, shapes[s].n, sizeof c.n);
-                if (!c.real || c.rank > 1)
+                if (c.real ? c.rank > 1 : c.n[0] > 1 && (c.rank == 1 || c.n[1] > 1))
                     run(&c);
             }
         refused();

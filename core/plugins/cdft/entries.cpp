@@ -153,6 +153,13 @@ bool is_countable(std::int64_t rank, const std::int64_t* lengths)
                         [&](std::int64_t length) { return __builtin_mul_overflow(bytes, length, &bytes); });
 }
 
+/// The engine has no real lines. Complex data with a single row or column it takes for data of a lower rank, which has
+/// other rows: it refuses them, or writes beyond arrays.
+bool is_carried(int domain, std::int64_t rank, const std::int64_t* lengths)
+{
+    return domain == DFTI_REAL ? rank > 1 : lengths[0] > 1 && (rank == 1 || lengths[1] > 1);
+}
+
 Status judge(MPI_Comm comm, int precision, int domain, std::int64_t rank, const std::int64_t* lengths)
 {
     if ((precision != DFTI_SINGLE && precision != DFTI_DOUBLE) || (domain != DFTI_COMPLEX && domain != DFTI_REAL) ||
@@ -161,8 +168,8 @@ Status judge(MPI_Comm comm, int precision, int domain, std::int64_t rank, const 
     if (rank < 1 || rank > most_dimensions ||
         std::any_of(lengths, lengths + rank, [](std::int64_t length) { return length < 1; }))
         return DFTI_INVALID_CONFIGURATION;
-    if (domain == DFTI_REAL && rank == 1)
-        return DFTI_UNIMPLEMENTED; // the engine has none
+    if (!is_carried(domain, rank, lengths))
+        return DFTI_UNIMPLEMENTED;
     return is_countable(rank, lengths) ? Status{DFTI_NO_ERROR} : no_memory;
 }
 
