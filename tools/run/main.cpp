@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -20,10 +21,11 @@ namespace {
 using namespace qnm::run;
 
 constexpr const char* help =
-    R"(Usage: qnm-run [--trace[=FILE]] [--report] PROGRAM [ARGUMENT...]
+    R"(Usage: qnm-run [--cluster] [--trace[=FILE]] [--report] PROGRAM [ARGUMENT...]
 
 Runs an unmodified program, linked against any BLAS, through the interface layer over the open core.
 
+  --cluster       puts Fourier transforms on several processes ahead of the layer (`make plugins` builds them)
   --trace         writes a line for each traced call to standard error
   --trace=FILE    writes these lines to FILE
   --report        writes a table of the calls by routine to standard error at the end
@@ -35,6 +37,7 @@ Exit status: that of PROGRAM, or its signal; 127 if PROGRAM is missing, 126 if i
 )";
 
 struct Options {
+    bool cluster = false;
     bool trace = false;
     bool report = false;
     std::string trace_file;
@@ -58,6 +61,8 @@ Options parse_options(int argc, char** argv)
         } else if (word == "--version") {
             std::puts("qnm-run " QNM_VERSION);
             return options;
+        } else if (word == "--cluster") {
+            options.cluster = true;
         } else if (word == "--report") {
             options.report = true;
         } else if (word == "--trace") {
@@ -76,15 +81,29 @@ Options parse_options(int argc, char** argv)
     return options;
 }
 
+/// Of several processes that Open MPI started, each with a qnm-run of its own; empty elsewhere.
+struct Process {
+    std::string number = text_of("OMPI_COMM_WORLD_RANK"), count = text_of("OMPI_COMM_WORLD_SIZE");
+
+    static std::string text_of(const char* variable)
+    {
+        const char* const value = std::getenv(variable);
+        return value != nullptr ? value : "";
+    }
+    bool is_one_of_several() const { return !number.empty() && !count.empty() && count != "1"; }
+};
+
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-File open_trace(const Options& options)
+// Processes do not write over each other's traces.
+File open_trace(const Options& options, const Process& process)
 {
     if (options.trace_file.empty())
         return {stderr, std::fflush};
-    File file(std::fopen(options.trace_file.c_str(), "we"), std::fclose);
+    const std::string name = options.trace_file + (process.is_one_of_several() ? "." + process.number : "");
+    File file(std::fopen(name.c_str(), "we"), std::fclose);
     if (!file)
-        throw Refusal(status_own_failure, options.trace_file + ": " + std::strerror(errno));
+        throw Refusal(status_own_failure, name + ": " + std::strerror(errno));
     return file;
 }
 
@@ -95,7 +114,8 @@ int run_traced(const Options& options, const Program& program, char** arguments,
         std::fprintf(stderr, "qnm-run: %s has a cblas_xerbla of its own, which takes the layer's place\n",
                      program.path.c_str());
     Report report;
-    const File trace = open_trace(options);
+    const Process process;
+    const File trace = open_trace(options, process);
     const auto begin = std::chrono::steady_clock::now();
     const int status = traced_run(
         program.path, arguments, preload,
@@ -110,8 +130,11 @@ int run_traced(const Options& options, const Program& program, char** arguments,
     if (std::ferror(trace.get()))
         std::fprintf(stderr, "qnm-run: the trace could not be written whole\n");
     if (options.report)
-        std::fprintf(stderr, "\nqnm-run: %s ran %s\n%s", program.path.c_str(),
-                     duration_text(elapsed.count()).c_str(), report.text().c_str());
+        std::fprintf(stderr, "\nqnm-run: %s%s ran %s\n%s",
+                     process.is_one_of_several()
+                         ? ("process " + process.number + " of " + process.count + ": ").c_str()
+                         : "",
+                     program.path.c_str(), duration_text(elapsed.count()).c_str(), report.text().c_str());
     return status;
 }
 
@@ -124,7 +147,7 @@ try {
         return 0;
     char** arguments = argv + options.program;
     const Program program = find_program(arguments[0]);
-    const std::string preload = preload_list();
+    const std::string preload = preload_list(options.cluster);
     if (options.trace || options.report)
         end_like(run_traced(options, program, arguments, preload));
     become(program.path, arguments, preload, "");

@@ -11,33 +11,47 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The adapter must be met before the layer, since it takes a few of the layer's names over.
-constexpr std::array libraries = {"libqnm_gnu.so", "libqnm_orvan_lp64.so.2", "libqnm_core.so"};
+struct Library {
+    const char* name;
+    bool of_cluster = false;
+    const char* hint = "";
+};
+
+// The adapter and the transforms must be met before the layer, since they take a few of the layer's names over.
+constexpr Library libraries[] = {
+    {"libqnm_gnu.so"},
+    {"libqnm_cdft_fftw.so", true, "; `make plugins` builds it"},
+    {"libqnm_orvan_lp64.so.2"},
+    {"libqnm_core.so"},
+};
 
 // Relative to the folder of this program: the build's layout and the installed one.
 constexpr std::array folders = {"../lib", QNM_LIBDIR_FROM_BINDIR};
 
-std::string find_library(const fs::path& home, const char* name)
+std::string find_library(const fs::path& home, const Library& library)
 {
     std::string looked_in;
     for (const char* folder : folders) {
         const fs::path place = (home / folder).lexically_normal();
-        if (fs::exists(place / name))
-            return place / name;
+        if (fs::exists(place / library.name))
+            return place / library.name;
         if (looked_in != place.string())
             looked_in += (looked_in.empty() ? "" : " and ") + place.string();
     }
-    throw Refusal(status_own_failure, std::string(name) + " is missing; looked in " + looked_in);
+    throw Refusal(status_own_failure,
+                  std::string(library.name) + " is missing; looked in " + looked_in + library.hint);
 }
 
 } // namespace
 
-std::string preload_list()
+std::string preload_list(bool cluster)
 {
     const fs::path home = fs::read_symlink("/proc/self/exe").parent_path();
     std::string list;
-    for (const char* name : libraries) {
-        const std::string path = find_library(home, name);
+    for (const Library& library : libraries) {
+        if (library.of_cluster && !cluster)
+            continue;
+        const std::string path = find_library(home, library);
         if (path.find_first_of(" :") != std::string::npos)
             throw Refusal(status_own_failure,
                           path + ": the dynamic loader cannot preload from a path with a blank or a colon");
