@@ -17,7 +17,8 @@ struct Library {
     const char* hint = "";
 };
 
-// The adapter and the transforms must be met before the layer, since they take a few of the layer's names over.
+// The adapter and the transforms must be met before the layer, since they take a few of the layer's names
+// over.
 constexpr Library libraries[] = {
     {"libqnm_gnu.so"},
     {"libqnm_cdft_fftw.so", true, "; `make plugins` builds it"},

@@ -1,5 +1,5 @@
-// A descriptor of distributed transforms. Its head is that of all descriptors, so that neither kind is taken for the
-// other: the magic tells them apart, and there is nothing in it for the layer to call.
+// A descriptor of distributed transforms. Its head is that of all descriptors, so that neither kind is taken
+// for the other: the magic tells them apart, and there is nothing in it for the layer to call.
 #pragma once
 
 #include "engine.hpp"
@@ -20,17 +20,13 @@ constexpr Status no_memory = 1;
 constexpr int most_dimensions = 7;
 constexpr std::uint32_t distributed_magic = 0x4d4454;
 
-/// What of an array is on this process: rows of the slowest dimension, or of the second one where the forward result
-/// stays transposed. A line has rows of one element.
+/// What of an array is on this process: rows of the slowest dimension, or of the second one where the forward
+/// result stays transposed. A line has rows of one element.
 struct Slabs {
-    std::ptrdiff_t size; ///< complex numbers that an array must have room for: its rows, and what the engine needs
+    std::ptrdiff_t
+        size; ///< complex numbers that an array must have room for: its rows, and what the engine needs
     std::ptrdiff_t first, rows;         ///< of what goes forward
     std::ptrdiff_t first_out, rows_out; ///< of what comes of it
-};
-
-struct Plan {
-    fftw_plan plan;
-    bool two_arrays; ///< goes from one to the other and leaves the first alone; otherwise it works in place
 };
 
 struct Descriptor : dft_descriptor {
@@ -38,8 +34,8 @@ struct Descriptor : dft_descriptor {
     MPI_Comm comm;
     void* given_workspace;
     const Engine* engine;
-    Slabs slabs; ///< of the commit, as are the plans
-    Plan plans[2];
+    Slabs slabs;        ///< of the commit, as are the plans
+    fftw_plan plans[2]; ///< forward, backward
 
     /// The core's memory; it may fail.
     static void* operator new(std::size_t bytes) noexcept
@@ -50,6 +46,7 @@ struct Descriptor : dft_descriptor {
 
     bool is_single() const { return precision == DFTI_SINGLE; }
     bool is_real() const { return domain == DFTI_REAL; }
+    bool two_arrays() const { return placement == DFTI_NOT_INPLACE; }
     bool is_transposed() const { return transpose == DFTI_ALLOW && rank > 1; }
 };
 

@@ -14,8 +14,8 @@ struct Library {
     enum { untried, open, missing } state;
 };
 
-// FFTW's library for MPI calls its library for one process by name. It must look there first, and not at what stands
-// ahead in the process under the same names.
+// FFTW's library for MPI calls its library for one process by name. It must look there first, and not at what
+// stands ahead in the process under the same names.
 bool find_all(const Library& library, Engine& engine)
 {
     void* const opened = dlopen(library.file, RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
@@ -27,9 +27,11 @@ bool find_all(const Library& library, Engine& engine)
         function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(opened, whole));
         return function != nullptr;
     };
-#define QNM_CDFT_FIND(NAME) &&find(#NAME, engine.NAME)
-    return true QNM_CDFT_OF_ENGINE(QNM_CDFT_FIND);
+    bool whole = true;
+#define QNM_CDFT_FIND(NAME) whole = find(#NAME, engine.NAME) && whole;
+    QNM_CDFT_OF_ENGINE(QNM_CDFT_FIND)
 #undef QNM_CDFT_FIND
+    return whole;
 }
 
 } // namespace

@@ -21,8 +21,8 @@ namespace qnm::cdft {
     DO(destroy_plan)                                                                                         \
     DO(alignment_of)
 
-/// The functions of one precision, by their names without the prefix. Those of single precision differ from the types
-/// told here in what pointers point to alone.
+/// The functions of one precision, by their names without the prefix. Those of single precision differ from
+/// the types told here in what pointers point to alone.
 struct Engine {
 #define QNM_CDFT_FUNCTION(NAME) decltype(&fftw_##NAME) NAME;
     QNM_CDFT_OF_ENGINE(QNM_CDFT_FUNCTION)

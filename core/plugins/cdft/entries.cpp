@@ -1,5 +1,5 @@
-// The entries that the layer leaves to a distributed layer: creation, configuration, life, and how communicators of C
-// and Fortran become each other.
+// The entries that the layer leaves to a distributed layer: creation, configuration, life, and how
+// communicators of C and Fortran become each other.
 #include "descriptor.hpp"
 
 #include <algorithm>
@@ -136,7 +136,8 @@ Status get(const Descriptor& d, int code, void* value)
 bool mpi_runs()
 {
     int began = 0, ended = 0;
-    return MPI_Initialized(&began) == MPI_SUCCESS && began != 0 && MPI_Finalized(&ended) == MPI_SUCCESS && ended == 0;
+    return MPI_Initialized(&began) == MPI_SUCCESS && began != 0 && MPI_Finalized(&ended) == MPI_SUCCESS &&
+           ended == 0;
 }
 
 Descriptor* descriptor_at(void* handle)
@@ -153,8 +154,8 @@ bool is_countable(std::int64_t rank, const std::int64_t* lengths)
                         [&](std::int64_t length) { return __builtin_mul_overflow(bytes, length, &bytes); });
 }
 
-/// The engine has no real lines. Complex data with a single row or column it takes for data of a lower rank, which has
-/// other rows: it refuses them, or writes beyond arrays.
+/// The engine has no real lines. Complex data with a single row or column it takes for data of a lower rank,
+/// which has other rows: it refuses them, or writes beyond arrays.
 bool is_carried(int domain, std::int64_t rank, const std::int64_t* lengths)
 {
     return domain == DFTI_REAL ? rank > 1 : lengths[0] > 1 && (rank == 1 || lengths[1] > 1);
@@ -162,8 +163,9 @@ bool is_carried(int domain, std::int64_t rank, const std::int64_t* lengths)
 
 Status judge(MPI_Comm comm, int precision, int domain, std::int64_t rank, const std::int64_t* lengths)
 {
-    if ((precision != DFTI_SINGLE && precision != DFTI_DOUBLE) || (domain != DFTI_COMPLEX && domain != DFTI_REAL) ||
-        lengths == nullptr || comm == nullptr || comm == MPI_COMM_NULL || !mpi_runs())
+    if ((precision != DFTI_SINGLE && precision != DFTI_DOUBLE) ||
+        (domain != DFTI_COMPLEX && domain != DFTI_REAL) || lengths == nullptr || comm == nullptr ||
+        comm == MPI_COMM_NULL || !mpi_runs())
         return DFTI_INCONSISTENT_CONFIGURATION;
     if (rank < 1 || rank > most_dimensions ||
         std::any_of(lengths, lengths + rank, [](std::int64_t length) { return length < 1; }))
@@ -229,9 +231,8 @@ Status compute(void* handle, Way way, void* a, va_list rest)
         return DFTI_BAD_DESCRIPTOR;
     if (d->commit_status != DFTI_COMMITTED)
         return DFTI_INVALID_CONFIGURATION;
-    const bool two = d->placement == DFTI_NOT_INPLACE;
-    void* const b = two ? va_arg(rest, void*) : a;
-    if (a == nullptr || b == nullptr || (two && a == b))
+    void* const b = d->two_arrays() ? va_arg(rest, void*) : a;
+    if (a == nullptr || b == nullptr || (d->two_arrays() && a == b))
         return DFTI_INCONSISTENT_CONFIGURATION;
     return compute(*d, way, a, b);
 }
@@ -256,7 +257,8 @@ using namespace qnm::cdft;
 extern "C" {
 
 QNM_EXPORT std::int64_t qnm_cdft_DftiCreateDescriptorDM(std::int64_t comm, Descriptor** made, int precision,
-                                                        int domain, std::int64_t rank, const std::int64_t* lengths)
+                                                        int domain, std::int64_t rank,
+                                                        const std::int64_t* lengths)
 {
     if (made == nullptr)
         return DFTI_INCONSISTENT_CONFIGURATION;

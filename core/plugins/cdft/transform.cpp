@@ -54,7 +54,8 @@ std::size_t reals(const Descriptor& d, Side side)
 {
     std::ptrdiff_t stored[most_dimensions];
     stored_lengths(d, stored);
-    stored[side == Side::out && d.is_transposed() ? 1 : 0] = side == Side::in ? d.slabs.rows : d.slabs.rows_out;
+    stored[side == Side::out && d.is_transposed() ? 1 : 0] =
+        side == Side::in ? d.slabs.rows : d.slabs.rows_out;
     std::ptrdiff_t count = 2;
     for (int i = 0; i < d.rank; ++i)
         count *= stored[i];
@@ -103,22 +104,13 @@ fftw_plan plan_of(const Descriptor& d, Way way, void* in, void* out, unsigned fl
     if (way == Way::forward)
         return d.engine->mpi_plan_many_dft_r2c(d.rank, n, one, block, block, at<double>(in),
                                                at<fftw_complex>(out), d.comm, flags);
-    return d.engine->mpi_plan_many_dft_c2r(d.rank, n, one, block, block, at<fftw_complex>(in), at<double>(out),
-                                           d.comm, flags);
-}
-
-/// Of two arrays where the engine can leave the input alone; all processes see the same.
-Plan plan_of(const Descriptor& d, Way way, char* scratch, unsigned effort)
-{
-    if (d.placement == DFTI_NOT_INPLACE)
-        if (fftw_plan plan = plan_of(d, way, scratch, scratch + array_bytes(d), effort | FFTW_PRESERVE_INPUT))
-            return {plan, true};
-    return {plan_of(d, way, scratch, scratch, effort), false};
+    return d.engine->mpi_plan_many_dft_c2r(d.rank, n, one, block, block, at<fftw_complex>(in),
+                                           at<double>(out), d.comm, flags);
 }
 
 void execute(const Descriptor& d, Way way, void* in, void* out)
 {
-    fftw_plan plan = d.plans[index_of(way)].plan;
+    fftw_plan plan = d.plans[index_of(way)];
     if (!d.is_real())
         d.engine->mpi_execute_dft(plan, at<fftw_complex>(in), at<fftw_complex>(out));
     else if (way == Way::forward)
@@ -161,16 +153,17 @@ Slabs slabs_of(const Descriptor& d)
     if (d.rank == 1) {
         // What comes back goes where it came from, so one direction tells the rows of both.
         std::ptrdiff_t unused[4];
-        s.size = d.engine->mpi_local_size_many_1d(n[0], 1, d.comm, FFTW_FORWARD, 0, &s.rows, &s.first, &s.rows_out,
-                                                  &s.first_out);
-        s.size = std::max(s.size, d.engine->mpi_local_size_many_1d(n[0], 1, d.comm, FFTW_BACKWARD, 0, &unused[0],
-                                                                   &unused[1], &unused[2], &unused[3]));
+        s.size = d.engine->mpi_local_size_many_1d(n[0], 1, d.comm, FFTW_FORWARD, 0, &s.rows, &s.first,
+                                                  &s.rows_out, &s.first_out);
+        s.size =
+            std::max(s.size, d.engine->mpi_local_size_many_1d(n[0], 1, d.comm, FFTW_BACKWARD, 0, &unused[0],
+                                                              &unused[1], &unused[2], &unused[3]));
         return s;
     }
     constexpr std::ptrdiff_t one = 1, block = FFTW_MPI_DEFAULT_BLOCK;
     if (d.is_transposed()) {
-        s.size = d.engine->mpi_local_size_many_transposed(d.rank, n, one, block, block, d.comm, &s.rows, &s.first,
-                                                          &s.rows_out, &s.first_out);
+        s.size = d.engine->mpi_local_size_many_transposed(d.rank, n, one, block, block, d.comm, &s.rows,
+                                                          &s.first, &s.rows_out, &s.first_out);
     } else {
         s.size = d.engine->mpi_local_size_many(d.rank, n, one, block, d.comm, &s.rows, &s.first);
         s.rows_out = s.rows;
@@ -181,9 +174,9 @@ Slabs slabs_of(const Descriptor& d)
 
 void release_plans(Descriptor& d)
 {
-    for (Plan& plan : d.plans)
-        if (plan.plan != nullptr)
-            d.engine->destroy_plan(std::exchange(plan.plan, nullptr));
+    for (fftw_plan& plan : d.plans)
+        if (plan != nullptr)
+            d.engine->destroy_plan(std::exchange(plan, nullptr));
 }
 
 // Whatever fails on one process fails on all, ahead of the first call that waits for the others.
@@ -199,7 +192,7 @@ Status commit(Descriptor& d)
     Room room;
     void* scratch = nullptr; // not touched, unless the engine measures
     if (status == DFTI_NO_ERROR) {
-        scratch = room.take(array_bytes(d) * (d.placement == DFTI_NOT_INPLACE ? 2 : 1));
+        scratch = room.take(array_bytes(d) * (d.two_arrays() ? 2 : 1));
         if (scratch == nullptr)
             status = no_memory;
     }
@@ -207,10 +200,12 @@ Status commit(Descriptor& d)
     status = agree(d, status, measure);
     if (status != DFTI_NO_ERROR)
         return status;
+    void* const other = d.two_arrays() ? at<char>(scratch) + array_bytes(d) : scratch;
+    const unsigned flags =
+        (measure ? FFTW_MEASURE : FFTW_ESTIMATE) | (d.two_arrays() ? FFTW_PRESERVE_INPUT : 0);
     for (const Way way : {Way::forward, Way::backward})
-        d.plans[index_of(way)] =
-            plan_of(d, way, at<char>(scratch), measure ? FFTW_MEASURE : FFTW_ESTIMATE);
-    if (std::any_of(d.plans, d.plans + 2, [](const Plan& p) { return p.plan == nullptr; })) {
+        d.plans[index_of(way)] = plan_of(d, way, scratch, other, flags);
+    if (std::find(d.plans, d.plans + 2, nullptr) != d.plans + 2) {
         release_plans(d);
         return DFTI_UNIMPLEMENTED;
     }
@@ -218,8 +213,8 @@ Status commit(Descriptor& d)
     return DFTI_NO_ERROR;
 }
 
-// A process whose memory fails here leaves the others waiting; with a workspace, or arrays as malloc gives them, there is
-// nothing to fail.
+// A process whose memory fails here leaves the others waiting; with a workspace, or arrays as malloc gives
+// them, there is nothing to fail.
 Status compute(const Descriptor& d, Way way, void* in, void* out)
 {
     void* workspace = d.given_workspace;
@@ -233,7 +228,7 @@ Status compute(const Descriptor& d, Way way, void* in, void* out)
         return room.take(array_bytes(d));
     };
     void* const to = aligned(out, room_out);
-    void* const from = d.plans[index_of(way)].two_arrays ? aligned(in, room_in) : to;
+    void* const from = d.two_arrays() ? aligned(in, room_in) : to;
     if (to == nullptr || from == nullptr)
         return no_memory;
     if (from != in)
