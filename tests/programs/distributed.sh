@@ -22,7 +22,7 @@ END
 nm -D --defined-only "$library" | awk '{ print $3 }' | LC_ALL=C sort | diff wanted - || fail "names of the library"
 ! nm -D --undefined-only "$library" | grep fftw || fail "FFTW is left to the linker"
 
-for processes in 1 2 3 5; do
+for processes in 1 2 3; do
     on $processes "$linked" || fail "linked, $processes processes"
 done
 QNM_FFT_EFFORT=measure on 2 "$linked" || fail "measured"
