@@ -37,7 +37,7 @@ Dummy dummy(const Parameter& p, const std::string& before, char tag)
     const std::string plain = p.type.substr(p.type.rfind("const ", 0) == 0 ? 6 : 0);
     const std::string base = plain.substr(0, plain.find_first_of(" *")), &type = types.at(base);
     if (plain == base)
-        return {type + ", value :: " + p.name, "", "len(" + before + ", " + "c_int64_t)"};
+        return {type + ", value :: " + p.name, "", "len(" + before + ", c_int64_t)"};
     const bool constant = p.type.find("const") != std::string::npos, text = base == "char",
                array = text || (p.argument != nullptr && p.argument->array);
     const std::string rest = (constant ? ", intent(in) :: " : ", intent(inout) :: ") + p.name;
