@@ -32,10 +32,10 @@ on 2 "$qnm_run" --cluster --report --trace=trace "$plain" > report || fail "thro
 for process in 0 1; do
     grep -q "^qnm-run: process $process of 2: $plain ran " report || fail "the report of process $process"
     lines=$(grep -c '^QNM_VERBOSE FFT(' trace.$process)
-    [ "$(counted FFT)" = $((2 * lines)) ] || fail "the trace of process $process"
+    [ "$(counted total)" = $((2 * lines)) ] || fail "the trace of process $process"
 done
 "$qnm_run" --cluster --report "$mpirun" --oversubscribe -n 2 "$plain" 2> report < /dev/null || fail "around mpirun"
-[ "$(counted FFT)" = $((2 * lines)) ] || fail "the report of all processes"
+[ "$(counted total)" = $((2 * lines)) ] || fail "the report of all processes"
 
 # Without the library there is nothing to run on.
 mkdir -p bin lib
