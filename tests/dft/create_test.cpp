@@ -1,148 +1,204 @@
 // Creation, in C, by addresses, and in Fortran: which of the core's functions makes the descriptor, and of
-// what.
+// what; and what becomes of a descriptor until its end.
 #include "descriptor.hpp"
 
 namespace qnm::tests {
 namespace {
 
-Descriptor made;
-
 class Create : public recording::RecordedTest {
 protected:
     Create()
     {
-        for (const char* function : {"dc1d", "sc1d", "dr1d", "sr1d", "dcmd", "scmd", "drmd", "srmd"})
-            core()
-                .answers(std::string("qnm_dft_dfti_create_") + function)
-                .calling([this](Call& call, Answer& answer) {
-                    const bool line = call.name.ends_with("1d");
-                    const auto* lengths = line ? nullptr : call.pointer<const std::int64_t>(2);
-                    told = call.name.substr(call.name.size() - 4);
-                    told += line ? " " + std::to_string(call.int64(1)) : "";
-                    for (std::int64_t i = 0; !line && i < call.int64(1); ++i)
-                        told += " " + std::to_string(lengths[i]);
-                    EXPECT_EQ(call.int64(line ? 2 : 3), 0);
-                    EXPECT_EQ(*call.pointer<dft_handle>(0), nullptr);
-                    if (refusal == 0)
-                        *call.pointer<dft_handle>(0) = &made;
-                    answer.returns(refusal);
-                });
+        for (const std::string function : {"dc1d", "sc1d", "dr1d", "sr1d", "dcmd", "scmd", "drmd", "srmd"})
+            core().answers("qnm_dft_dfti_create_" + function).calling([=, this](Call& call, Answer& answer) {
+                const bool line = function.ends_with("1d");
+                const auto* const lengths = call.pointer<std::int64_t>(2);
+                noted.noted(function,
+                            line ? Integers{call.int64(1)} : Integers(lengths, lengths + call.int64(1)));
+                EXPECT_EQ(call.int64(line ? 2 : 3), 0);
+                EXPECT_EQ(*call.pointer<dft_handle>(0), nullptr);
+                if (refusal == 0)
+                    *call.pointer<std::int64_t>(0) = 7;
+                answer.returns(refusal);
+            });
+        core().answers("qnm_dft_bless_node_thr").calling([this](Call& call, Answer&) {
+            noted.noted("bless", {call.int64(0)});
+        });
     }
 
-    /// The status of a call, and what the core was asked for. The handle is null on failure.
-    std::string result(const std::string& name, std::vector<Word> words, bool wide)
-    {
-        dft_handle handle = reinterpret_cast<dft_handle>(&made);
-        words.insert(words.begin(), &handle);
-        told.clear();
-        core().clear();
-        const support::Returned returned = call(name, words);
-        const std::int64_t status = wide ? returned.int64() : returned.int32();
-        EXPECT_EQ(handle, status == 0 ? &made : nullptr) << name;
-        const auto blessed = core().calls("qnm_dft_bless_node_thr");
-        EXPECT_EQ(blessed.size(), status == 0 ? 1U : 0U) << name;
-        EXPECT_TRUE(blessed.empty() || blessed[0].pointer<void>(0) == &made) << name;
-        return std::to_string(status) + " " + told;
-    }
-
-    std::string told;
+    Descriptor noted;
     std::int64_t refusal = 0;
+    Calls calls;
 };
 
 TEST_F(Create, OfEachPrecisionAndDomain)
 {
-    const std::int64_t three[]{7, 8, -9};
-    const int three32[]{7, 8, -9};
-    for (const int precision : {35, 36, 37})
-        for (const int domain : {32, 33, 34}) {
-            SCOPED_TRACE(std::to_string(precision) + " " + std::to_string(domain));
-            const std::string letter(1, domain == 32 ? 'c' : 'r');
-            const auto expected = [&](bool good, const std::string& precision_letter, const char* shape) {
-                return good && domain != 34 ? "0 " + precision_letter + letter + shape : std::string("2 ");
-            };
-            const auto usual = [&](const char* shape) {
-                return expected(precision != 37, precision == 35 ? "s" : "d", shape);
-            };
-            const auto *p = at(precision), *c = at(domain);
-            const int *p32 = at32(precision), *c32 = at32(domain);
-            EXPECT_EQ(result("DftiCreateDescriptor", {precision, domain, 1L, 64L}, true), usual("md 64"));
-            EXPECT_EQ(result("DftiCreateDescriptor", {precision, domain, 3L, three}, true),
-                      usual("md -9 8 7"));
-            EXPECT_EQ(result("qnm_dft_dfti_create_descriptor_1d", {p, c, at(1), at(64)}, false),
-                      usual("1d 64"));
-            EXPECT_EQ(result("qnm_dft_dfti_create_descriptor_highd", {p, c, at(3), three}, false),
-                      usual("md 7 8 -9"));
-            EXPECT_EQ(result("dfti_create_descriptor_1d_", {p32, c32, at32(1), at32(64)}, false),
-                      usual("1d 64"));
-            EXPECT_EQ(result("dfti_create_descriptor_highd_", {p32, c32, at32(3), three32}, false),
-                      usual("md 7 8 -9"));
-            // Where a name tells the precision, a tag of that precision's own type tells it again.
-            const double tag = precision;
-            const auto tag32 = static_cast<float>(precision);
-            for (const auto& [own, t, code] : {std::tuple{"s", Word(&tag32), 35}, {"d", Word(&tag), 36}}) {
-                const std::string name = std::string("dfti_create_descriptor_") + own;
-                const std::string line = expected(true, own, "1d 64"), box = expected(true, own, "md -9 8 7");
-                const std::string tagged_line = expected(precision == code, own, "1d 64"),
-                                  tagged_box = expected(precision == code, own, "md 7 8 -9");
-                EXPECT_EQ(result("DftiCreateDescriptor_" + std::string(own) + "_1d", {domain, 64L}, true),
-                          line);
-                EXPECT_EQ(
-                    result("DftiCreateDescriptor_" + std::string(own) + "_md", {domain, 3L, three}, true),
-                    box);
-                EXPECT_EQ(result("qnm_dft_" + name + "_1d", {t, c, at(1), at(64)}, false), tagged_line);
-                EXPECT_EQ(result("qnm_dft_" + name + "_md", {t, c, at(3), three}, false), tagged_box);
-                EXPECT_EQ(result(name + "_1d__", {t, c32, at32(1), at32(64)}, false), tagged_line);
-                EXPECT_EQ(result(name + "_md__", {t, c32, at32(3), three32}, false), tagged_box);
-            }
-        }
+    const struct {
+        std::string name, arguments, made;
+    } rows[]{
+        {"DftiCreateDescriptor", "P D 1L 64L", "md 64"},
+        {"DftiCreateDescriptor", "P D 3L {7,8,-9}", "md -9 8 7"},
+        {"DftiCreateDescriptor_?_1d", "D 64L", "1d 64"},
+        {"DftiCreateDescriptor_?_md", "D 3L {7,8,-9}", "md -9 8 7"},
+        {"*create_descriptor_1d", "P D 1 64", "1d 64"},
+        {"*create_descriptor_highd", "P D 3 {7,8,-9}", "md 7 8 -9"},
+        {"*create_descriptor_?_1d", "T D 1 64", "1d 64"},
+        {"*create_descriptor_?_md", "T D 3 {7,8,-9}", "md 7 8 -9"},
+    };
+    const auto put = [](std::string text, char mark, const std::string& value) {
+        const std::size_t at = text.find(mark);
+        return at == std::string::npos ? text : text.replace(at, 1, value);
+    };
+    for (const auto& [name, arguments, made] : rows)
+        for (const std::string prefix : {"qnm_dft_dfti_", "dfti_"})
+            for (const std::string precision : {"35", "36", "37"})
+                for (const std::string domain : {"32", "33", "34"})
+                    for (const std::string own : {"s", "d"}) {
+                        // A tag of the precision that a name tells is of that precision's type.
+                        const std::string tag = precision + (own == "s" ? ".0f" : ".0");
+                        const std::string told = arguments[0] != 'P' ? own : precision == "35" ? "s" : "d";
+                        const bool good = domain != "34" && (arguments[0] == 'D' || precision != "37") &&
+                                          (arguments[0] != 'T' || (precision == "35") == (own == "s"));
+                        calls.expect(put(put(name, '*', prefix), '?', own) + " i64 " +
+                                     put(put(put(arguments, 'P', precision), 'T', tag), 'D', domain) + " = " +
+                                     (good
+                                          ? "0 [7] " + told + (domain == "32" ? "c" : "r") + made + " bless 7"
+                                          : "2 [0]"));
+                    }
 }
 
 TEST_F(Create, RefusesRanksAndLengthsThatCannotBe)
 {
-    const Word none = nullptr;
-    const std::int64_t zero[]{7, 0, 9}, seven[]{1, 2, 3, 4, 5, 6, 7, 8};
-    const int zero32[]{7, 0, 9};
-    const std::vector<int> many32(100'000, 1);
-    const double tag = 36, wrong = 35;
-    const struct {
-        std::string name;
-        std::vector<Word> words;
-        std::string expected;
-    } cases[]{
-        {"DftiCreateDescriptor", {36, 32, 0L, seven}, "2 "},
-        {"DftiCreateDescriptor", {36, 32, 8L, seven}, "2 "},
-        {"DftiCreateDescriptor", {36, 32, -1L, none}, "2 "}, // ahead of the address
-        {"DftiCreateDescriptor", {36, 32, 2L, none}, "3 "},
-        {"DftiCreateDescriptor", {36, 32, 3L, zero}, "2 "},
-        {"DftiCreateDescriptor", {36, 32, 1L, 0L}, "2 "},
-        {"DftiCreateDescriptor", {36, 32, 1L, -5L}, "2 "},
-        {"DftiCreateDescriptor", {36, 32, 7L, seven}, "0 dcmd 7 6 5 4 3 2 1"},
-        {"DftiCreateDescriptor_d_1d", {33, 0L}, "2 "},
-        {"DftiCreateDescriptor_s_md", {33, 8L, seven}, "2 "},
-        {"DftiCreateDescriptor_s_md", {33, 2L, none}, "3 "},
-        {"qnm_dft_dfti_create_descriptor_1d", {at(36), at(32), at(2), at(64)}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_1d", {at(36), at(32), at(1), at(-4)}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_d_1d", {&tag, at(32), at(2), at(64)}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_highd", {at(36), at(32), at(8), seven}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_highd", {at(36), at(32), at(3), zero}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_highd", {at(36 | 1L << 32), at(32), at(2), seven}, "2 "}, // whole
-        {"qnm_dft_dfti_create_descriptor_d_md", {&tag, at(32), at(8), seven}, "2 "},
-        {"qnm_dft_dfti_create_descriptor_d_md", {&tag, at(32), at(3), none}, "3 "},
-        {"qnm_dft_dfti_create_descriptor_d_md", {&wrong, at(32), at(3), none}, "2 "}, // ahead of the address
-        {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(100'000), many32.data()}, "2 "},
-        {"dfti_create_descriptor_highd_", {at32(36), at32(32), at32(-9), none}, "2 "},
-        {"dfti_create_descriptor_d_md_", {&tag, at32(32), at32(3), zero32}, "2 "},
-    };
-    for (const auto& [name, words, expected] : cases)
-        EXPECT_EQ(result(name, words, name.starts_with("D")), expected) << name;
+    const std::vector<int> many(100'000, 1);
+    calls.names.insert_or_assign("many", many.data());
+    calls.expect(R"(DftiCreateDescriptor i64 36 32 0L {1} = 2 [0] | i64 36 32 8L {1,2,3,4,5,6,7,8} = 2 [0]
+DftiCreateDescriptor i64 36 32 -1L null = 2 [0] | i64 36 32 2L null = 3 [0] | i64 36 32 3L {7,0,9} = 2 [0]
+DftiCreateDescriptor i64 36 32 7L {1,2,3,4,5,6,7} = 0 [7] dcmd 7 6 5 4 3 2 1 bless 7 | i64 36 32 1L -5L = 2 [0]
+DftiCreateDescriptor null 36 32 1L 5L = 3 | null 36 32 1L 0L = 3
+DftiCreateDescriptor_s_md i64 33 2L null = 3 [0] | null 33 1L {2} = 3
+DftiCreateDescriptor_d_1d null 33 5L = 3
+qnm_dft_dfti_create_descriptor_1d i64 36 32 2 64 = 2 [0] | i64 36 32 1 -4 = 2 [0] | null null null null null = 3
+qnm_dft_dfti_create_descriptor_highd i64 36 32 8 {1,2,3,4,5,6,7,8} = 2 [0] | i64 4294967332 32 1 {7} = 2 [0]
+qnm_dft_dfti_create_descriptor_s_md null null null null null = 3 | i64 35.0f 32 3 null = 3 [0]
+qnm_dft_dfti_create_descriptor_d_md i64 35.0 32 3 null = 2 [0]
+dfti_create_descriptor_highd_ i64 36 32 100000 many = 2 [0] | i64 36 32 -9 null = 2 [0]
+dfti_create_descriptor_d_md_ i64 36.0 32 3 {7,0,9} = 2 [0])");
     refusal = 1L << 32 | 77; // the core's own, whole in C
-    EXPECT_EQ(result("DftiCreateDescriptor_d_md", {32, 1L, seven}, true), "4294967373 dcmd 1");
-    EXPECT_EQ(result("dfti_create_descriptor_1d", {at32(36), at32(32), at32(1), at32(5)}, false),
-              "77 dc1d 5");
-    for (const char* name : {"DftiCreateDescriptor", "DftiCreateDescriptor_d_1d", "DftiCreateDescriptor_s_md",
-                             "qnm_dft_dfti_create_descriptor_1d", "qnm_dft_dfti_create_descriptor_highd",
-                             "qnm_dft_dfti_create_descriptor_s_1d", "qnm_dft_dfti_create_descriptor_d_md"})
-        EXPECT_EQ(call(name, {none, none, none, none, none}).int32(), 3) << name;
+    calls.expect(R"(DftiCreateDescriptor_d_md i64 32 1L {1} = 4294967373 [0] dcmd 1
+dfti_create_descriptor_1d i64 36 32 1 5 = 77 [0] dc1d 5)");
+}
+
+class Life : public recording::RecordedTest {
+protected:
+    Life()
+    {
+        for (auto& [name, handle] : handles) {
+            calls.names.insert_or_assign(name, handle);
+            calls.names.insert_or_assign("&" + name, &handle);
+        }
+        bad.magic = 0;
+        d.made = &made;
+        made.label = "made:";
+        lasting.free = nullptr;
+    }
+
+    Descriptor d, made, lasting, bad;
+    std::map<std::string, dft_handle> handles{
+        {"d", &d}, {"lasting", &lasting}, {"bad", &bad}, {"none", nullptr}};
+    Calls calls;
+};
+
+TEST_F(Life, CommitsWhatAgrees)
+{
+    d.status = 1L << 32 | 9;
+    for (const std::uint32_t storage : {39U, 40U, 42U})
+        for (const std::uint32_t format : {54U, 57U}) {
+            d.conjugate_even_storage = storage;
+            d.packed_format = format;
+            const bool agree = storage == 42 || (storage == 39) == (format == 57);
+            calls.expect("DftiCommitDescriptor d = " + std::string(agree ? "4294967305 commit" : "3"));
+            calls.expect("qnm_dft_dfti_commit_descriptor_external &d = " +
+                         std::string(agree ? "9 commit" : "3"));
+        }
+    dft_ops lacking = *d.ops;
+    lacking.commit = nullptr;
+    d.ops = &lacking;
+    d.conjugate_even_storage = 40; // without its format, which is looked at later
+    calls.expect("DftiCommitDescriptor d = 7");
+}
+
+TEST_F(Life, CopiesAndCommitsTheCopy)
+{
+    const std::string good = "0 [" + std::to_string(Word(&made).bits()) + "] copy";
+    const struct {
+        int commit_status;
+        std::int64_t copying, committing;
+        std::string expected;
+    } cases[]{{30, 0, 0, good + " made:commit"},
+              {31, 0, 8, good},
+              {30, 7, 0, "7 copy"},
+              {30, 0, 8, "8 copy made:commit made:free"}};
+    const auto expect = [&](const std::string& expected) {
+        calls.expect("DftiCopyDescriptor d i64 = " + expected +
+                     "\nqnm_dft_dfti_copy_descriptor_external &d i64 = " + expected);
+    };
+    for (const auto& [commit_status, copying, committing, expected] : cases) {
+        d.commit_status = commit_status;
+        d.status = copying;
+        made.status = committing;
+        expect(expected);
+    }
+    made.free = nullptr;
+    expect("8 copy made:commit");
+}
+
+TEST_F(Life, EndsByAnOperationAndNeedsADescriptor)
+{
+    d.status = 9; // is not looked at
+    calls.expect(
+        R"(DftiFreeDescriptor &d = 0 release | &d = 5 | &lasting = 0 | &lasting = 5 | null = 3 | &none = 5
+DFTI_FREE_DESCRIPTOR_EXTERNAL_ &bad = 5 | &bad = 5 | null = 3
+DftiCommitDescriptor none = 5 | bad = 5
+dfti_commit_descriptor_external__ null = 5 | &none = 5 | &bad = 5
+DftiCopyDescriptor none null = 5 | bad null = 5 | d null = 3
+dfti_copy_descriptor_external null &lasting = 3 | &none &lasting = 5 | &bad null = 5)");
+    EXPECT_EQ(handles["bad"], &bad);
+}
+
+TEST_F(Life, StatusesHaveTextsAndClasses)
+{
+    const char* text = "text";
+    core().answers("qnm_serv_get_msg").calling([&](Call& call, Answer& answer) {
+        d.noted("message", {call.int32(0), call.int32(1)});
+        answer.returns(text);
+    });
+    const std::string address = std::to_string(Word(text).bits());
+    const int numbers[]{774, 775, 776, 777, 784, 779, 780, 781, 782, 783, 784, 784, 784};
+    const std::int64_t statuses[]{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, -1, 1L << 32};
+    for (std::size_t i = 0; i < std::size(numbers); ++i) {
+        const std::string status = std::to_string(statuses[i]), good = i == 0 ? "1" : "0";
+        calls.expect("DftiErrorMessage " + status + "L = " + address + " message " +
+                     std::to_string(numbers[i]) + " 0\nDftiErrorClass " + status + "L 0L = " + good +
+                     "\nqnm_dft_dfti_error_class_external " + status + " 0 = " + good +
+                     "\ndfti_error_class_external_ -1 " + (i < 12 ? status : "0") + " = " +
+                     (i == 11 ? "1" : "0"));
+    }
+    const auto expect = [](const char* name, const Word& length, Word status, const std::string& expected) {
+        std::string buffer(7, '#');
+        Descriptor::story.clear();
+        const auto returned = support::call_words(layer()[name], {buffer.data(), length, status});
+        EXPECT_EQ(returned.rax, Word(buffer.data()).bits());
+        EXPECT_EQ(buffer + Descriptor::story, expected);
+    };
+    const Word three = kept<int>({3}), six = kept<std::int64_t>({6}), large = kept<std::int64_t>({1L << 32});
+    expect("dfti_error_message_external_", 6, three, "text  # message 777 0");
+    expect("dfti_error_message_external_", 2, three, "te##### message 777 0");
+    expect("dfti_error_message_external_", -1, three, "####### message 777 0");
+    expect("qnm_dft_dfti_error_message_external", six, large, "text  # message 784 0");
+    text = nullptr;
+    expect("qnm_dft_dfti_error_message_external", six, large, "      # message 784 0");
+    calls.expect("DftiErrorMessage 0L = 0 message 774 0");
+    EXPECT_EQ(*static_cast<const int*>(layer()["qnm_dfti_is_ilp64"]), 0);
 }
 
 } // namespace
