@@ -67,8 +67,10 @@ dfticreatedescriptordm_ 5 8L 36 32 3L {8,9,10} = 0 create 60 8 36 32 3 8 9 10
 DFTICREATEDESCRIPTORDM 5 8L 36 32 0L null = 2 | 5 8L 36 32 8L {1,2,3,4,5,6,7,8} = 2
 dfticreatedescriptordmn_internal 5 8L 36 32 3 {8,9,10} = 0 create 50 8 36 32 3 10 9 8 | 5 8L 36 32 0 {1} = 2
 dfticreatedescriptordmn_internal 5 8L 36 32 8 {1,2,3,4,5,6,7,8} = 2
-dfticreatedescriptordm1_internal 5 8L 36 32 1 8 = 0 create 50 8 36 32 1 8 | 5 8L 36 32 2 {8,9} = 0 create 50 8 36 32 2 8 0
-dfticreatedescriptordm1_internal 5 8L null 32 1 8 = 3 | 5 8L 36 null 1 8 = 3 | 5 8L 36 32 null 8 = 3 | 5 8L 36 32 1 null = 3)");
+dfticreatedescriptordm1_internal 5 8L 36 32 1 8 = 0 create 50 8 36 32 1 8
+dfticreatedescriptordm1_internal 5 8L 36 32 2 {8,9} = 0 create 50 8 36 32 2 8 0
+dfticreatedescriptordm1_internal 5 8L null 32 1 8 = 3 | 5 8L 36 null 1 8 = 3
+dfticreatedescriptordm1_internal 5 8L 36 32 null 8 = 3 | 5 8L 36 32 1 null = 3)");
     core().answers("qnm_serv_get_mpi_wrappers").with(static_cast<const void*>(nullptr));
     calls.expect(R"(DftiCreateDescriptorDM 17179869189L 8L 36 32 1L 64L = 0 create 17179869189 8 36 32 1 64
 dfticreatedescriptordm1_internal 5 8L 36 32 1 8 = 0 create 5 8 36 32 1 8)");

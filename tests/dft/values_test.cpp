@@ -123,7 +123,8 @@ TEST_F(Values, OfIntegersAreSetAlongTheChainOrRefused)
     line.next = &box;
     box.next = &single;
     calls.expect(
-        R"(qnm_dft_dfti_set_value_intval &line 11 4294967339 = 3 | &line 27 1099511627776 = 9 set_thread_limit 1099511627776
+        R"(qnm_dft_dfti_set_value_intval &line 11 4294967339 = 3
+qnm_dft_dfti_set_value_intval &line 27 1099511627776 = 9 set_thread_limit 1099511627776
 DftiSetValue line 26 2147483648L = 3 | line 26 -2147483648L = 0 | line 10 40 = 3)");
     EXPECT_EQ(line.user_threads, std::numeric_limits<int>::min());
     EXPECT_TRUE(line.conjugate_even_storage == 40 &&

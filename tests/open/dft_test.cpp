@@ -519,6 +519,9 @@ TEST(Dft, CommitRefuses)
         {unable, Kind::pairs, [](Case& c) { c.out.strides[2] = 0; }},
         {unable, Kind::complex, [](Case& c) { c.in.strides[2] = INT64_MAX / 2; }},
         {unable, Kind::complex, [](Case& c) { c.in.strides[0] = INT64_MIN; }},
+        {unable, Kind::complex, [](Case& c) { c.transforms = 2, c.in.distance = INT64_MAX / 2; }},
+        {done, Kind::complex, [](Case& c) { c.lengths[1] = 1, c.in.strides[2] = 0; }},
+        {no_memory, Kind::complex, [](Case& c) { c.lengths[0] = core_int{1} << 46; }},
         {no_memory, Kind::complex, [](Case& c) { c.lengths.assign(2, core_int{1} << 40); }},
         {unable, Kind::complex, [](Case& c) { c.transforms = INT64_MAX, c.in.distance = 1; }},
         {unable, Kind::ccs, [](Case&) {}}};
