@@ -9,6 +9,10 @@ rm -rf "$scratch"
 mkdir -p "$scratch/consumer"
 cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
 
+echo '#include <qnm/core/dft.h>' |
+  ${CC:-cc} -std=c99 -Wall -Wextra -Wpedantic -Werror -I"$scratch/usr/include" -fsyntax-only -x c -
+echo "for who writes a core: stands in C"
+
 languages=C
 ! command -v gfortran >/dev/null || languages="C Fortran"
 ways() { echo "$1: $languages built and ran"; }
