@@ -7,6 +7,7 @@
 #include <qnm/dfti.h>
 #include <qnm/lapack.h>
 #include <qnm/lapacke_helpers.h>
+#include <qnm/poisson.h>
 #include <qnm/services.h>
 #include <qnm/trans.h>
 #include <qnm/types.h>

@@ -76,6 +76,14 @@ QNM_INLINE decltype(auto) call_core(std::index_sequence<H...> /*letters*/, Core*
     return core(rooms.pass()..., hidden_one<H>...);
 }
 
+/// What the core wrote goes to the caller, for those that have something.
+template <class S>
+QNM_INLINE void bring_back(S& room)
+{
+    if constexpr (requires { room.bring_back(); })
+        room.bring_back();
+}
+
 /// Stands for an argument that the line does not show.
 struct Unshown {};
 

@@ -18,13 +18,6 @@ QNM_INLINE bool prepare(S& seat)
 }
 
 template <class S>
-QNM_INLINE void bring_back(S& seat)
-{
-    if constexpr (requires { seat.bring_back(); })
-        seat.bring_back();
-}
-
-template <class S>
 QNM_INLINE void release(S& seat)
 {
     if constexpr (requires { seat.release(); })

@@ -105,6 +105,25 @@ void add_transforms(std::vector<Names>& all)
     all.back().insert(all.back().end(), replaceable().begin(), replaceable().end());
 }
 
+/// Solvers, and trigonometric transforms with their twins.
+void add_solvers(std::vector<Names>& all)
+{
+    Names routines = lettered("s", "_init_helmholtz_nonuniform_3d _commit_helmholtz_nonuniform_3d "
+                                   "_helmholtz_nonuniform_3d");
+    for (const std::string& problem : words("helmholtz_2d helmholtz_3d sph_p sph_np trig_transform")) {
+        for (const std::string& step :
+             words(problem == "trig_transform" ? "init_ commit_ forward_ backward_" : "init_ commit_ *"))
+            for (const char letter : {'s', 'd'})
+                routines.push_back(letter + ("_" + (step == "*" ? "" : step)) + problem);
+        routines.push_back("free_" + problem);
+    }
+    for (const std::string& name : routines) {
+        all.push_back(spelled(fortran, name));
+        if (name.ends_with("trig_transform"))
+            all.push_back(spelled(fortran, "_" + name));
+    }
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -265,6 +284,7 @@ std::vector<Names> bodies()
     alone(copies, "QNM_Name qnm_trans_errchk_qnm_name");
 
     add_transforms(all);
+    add_solvers(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");

@@ -35,7 +35,8 @@ std::int64_t written(std::size_t argument)
 const std::vector<const Signature*>& entries()
 {
     static const auto all = signatures([](const Signature& s) {
-        return !s.callees.empty() && s.exported && lists("blas lapack lapack_extra", s.family);
+        return !s.callees.empty() && s.exported &&
+               lists("blas lapack lapack_extra trigonometric poisson", s.family);
     });
     return all;
 }
@@ -44,8 +45,9 @@ const std::vector<const Signature*>& others()
 {
     static const auto all = signatures([](const Signature& s) {
         return !s.callees.empty() && s.exported &&
-               !lists("blas lapack lapack_extra lapacke helper helper_services services published_services "
-                      "published_letters road registration callbacks dfti_fortran",
+               !lists("blas lapack lapack_extra trigonometric poisson lapacke helper helper_services "
+                      "services published_services published_letters road registration callbacks "
+                      "dfti_fortran",
                       s.family);
     });
     return all;
@@ -154,6 +156,12 @@ bool FortranCall::needs_leaf() const
     return leaf_seen_;
 }
 
+bool FortranCall::is_seeded(std::size_t i) const
+{
+    return facts(i)->direction == Direction::inout ||
+           (parameters()[i].name != "info" && frame(signature()) != "carried");
+}
+
 bool FortranCall::is_copied(std::size_t i) const
 {
     return std::find(copied_.begin(), copied_.end(), i) != copied_.end();
@@ -188,6 +196,8 @@ std::int64_t FortranCall::block(std::size_t i) const
     const std::int64_t elements = extent(i);
     if (frame(signature()) == "scratch") // of the sparse vectors, never on the stack
         return std::max<std::int64_t>(elements, 1) * 8;
+    if (frame(signature()) == "carried") // always
+        return 0;
     return elements > on_stack ? elements * 8 : 0;
 }
 
@@ -267,7 +277,7 @@ void Routine::expect_arguments(const Call& noted) const
             return false;
         const Argument& a = *call_.facts(i);
         if (call_.is_scalar(i) && call_.narrow() && (call_.comes_back(i) || a.query)) {
-            if (a.name != "info" || a.direction != Direction::out) {
+            if (a.query || call_.is_seeded(i)) {
                 EXPECT_EQ(noted.behind(word), query_ && a.query && !a.alone ? -1 : before_.integer(i))
                     << a.name;
             }

@@ -31,6 +31,8 @@ public:
     {
         return is_scalar(i) && facts(i)->direction != Direction::none && !has_groups();
     }
+    /// Whether it goes in first.
+    bool is_seeded(std::size_t i) const;
     bool asks(std::size_t i) const { return facts(i) != nullptr && facts(i)->query; }
     bool is_query() const;
 
@@ -85,9 +87,9 @@ private:
     std::map<std::size_t, std::vector<std::int64_t>> seen_;
 };
 
-/// The entries of the Fortran interfaces to BLAS and LAPACK, which copy integers; and the functions of all
-/// other families that hand a call on as their signatures tell. The C interface to LAPACK and its helpers
-/// move matrices, and services have odd arguments: these have tests of their own.
+/// The entries of the Fortran interfaces to BLAS, LAPACK and solvers, which copy integers; and the functions
+/// of all other families that hand a call on as their signatures tell. The C interface to LAPACK and its
+/// helpers move matrices, and services have odd arguments: these have tests of their own.
 const std::vector<const Signature*>& entries();
 const std::vector<const Signature*>& others();
 std::vector<const Signature*> all();

@@ -580,6 +580,8 @@ std::string core_name(const Signature& s)
     const std::string_view direct = "_direct";
     if (s.family == "trans" || s.family.starts_with("lapack") || name == "xerbla_array")
         return "qnm_" + std::string(s.family == "trans" ? "trans_" : "lapack_") + name;
+    if (s.family == "trigonometric" || s.family == "poisson")
+        return "qnm_pde" + std::string(s.family == "poisson" ? "pl_" : "tt_") + name;
     if (name.ends_with("_compact"))
         name.erase(0, 4); // without the product word in front
     else if (name.ends_with(direct))

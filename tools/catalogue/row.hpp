@@ -20,6 +20,7 @@ enum class Class {
     unchecked,
     scratch,
     bare,
+    carried, // arrays of integers too are widened, on the stack, and come back
     check,
     handed, // references turned into values, values into addresses, as the core's function takes them
     passed, // a jump to the core with everything as it came

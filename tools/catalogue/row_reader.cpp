@@ -15,13 +15,14 @@ const std::map<std::string, Class> classes{{"check", Class::check},
                                            {"unchecked", Class::unchecked},
                                            {"scratch", Class::scratch},
                                            {"bare", Class::bare},
+                                           {"carried", Class::carried},
                                            {"handed", Class::handed},
                                            {"passed", Class::passed},
                                            {"chain", Class::chain},
                                            {"called", Class::called},
                                            {"own", Class::own}};
-constexpr const char* class_words =
-    "checked, registered, unregistered, unchecked, scratch, bare, check, handed, passed, chain, called, own";
+constexpr const char* class_words = "checked, registered, unregistered, unchecked, scratch, bare, carried, "
+                                    "check, handed, passed, chain, called, own";
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
@@ -151,6 +152,10 @@ void check_row(const Lexer& lexer, const Row& row)
         if (row.entry_class == Class::scratch && a.kind == Kind::integers &&
             (a.extents.size() != 1 || a.direction != Direction::in))
             refuse("'" + a.name + "'", "an extent and 'in' for the index array of a scratch entry");
+        if (row.entry_class == Class::carried && a.kind == Kind::integers &&
+            (a.extents.size() != 1 || a.extents[0]->kind != Expression::Kind::number ||
+             a.direction != Direction::inout))
+            refuse("'" + a.name + "'", "a number as extent and 'inout' for the array of a carried entry");
     }
     if (any_test != row.has_check())
         refuse(any_test ? "a test" : "no test",

@@ -134,6 +134,7 @@ std::string source_of(const Entry& entry)
                                                         {Class::unchecked, "unchecked"},
                                                         {Class::scratch, "scratch"},
                                                         {Class::bare, "bare"},
+                                                        {Class::carried, "carried"},
                                                         {Class::check, "check"},
                                                         {Class::handed, "handed"},
                                                         {Class::passed, "passed"},
@@ -247,9 +248,9 @@ Signature entry_signature(const Entry& entry)
     }
     if (row.has_check())
         s.check = entry.check();
-    const bool frameless = entry.frame() == Class::bare || entry.frame() == Class::passed ||
-                           entry.frame() == Class::chain || entry.frame() == Class::called ||
-                           entry.frame() == Class::own ||
+    const bool frameless = entry.frame() == Class::bare || entry.frame() == Class::carried ||
+                           entry.frame() == Class::passed || entry.frame() == Class::chain ||
+                           entry.frame() == Class::called || entry.frame() == Class::own ||
                            (entry.frame() == Class::handed && !row.has_check());
     if (!frameless)
         s.trace = entry.format();

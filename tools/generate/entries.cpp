@@ -59,6 +59,8 @@ std::string body(const Entry& entry)
             return call("bare<" + core + ">", {}, entry);
         return call("selected<" + core + ", " + entry.small_core() + ">",
                     {test_text(*row.small_condition, row)}, entry);
+    case Class::carried:
+        return call("carried<" + core + ">", {}, entry);
     }
     return {};
 }
@@ -90,7 +92,8 @@ std::string check_text(const Entry& entry)
 std::string entry_text(const Entry& entry)
 {
     const Words spellings = entry.spellings();
-    return (entry.frame() != Class::bare ? "QNM_CELL(" + entry.cell() + ")\n" : "") +
+    const bool traced = entry.frame() != Class::bare && entry.frame() != Class::carried;
+    return (traced ? "QNM_CELL(" + entry.cell() + ")\n" : "") +
            exported(result_type(entry) + " " + spellings[0] + "(" + joined(parameters(entry)) + ")",
                     "return " + with_leaf(entry, body(entry))) +
            "QNM_SPELLINGS(" + joined(spellings) + ")\n\n";

@@ -98,6 +98,10 @@ std::string array_text(const Argument& a, const Row& row)
 std::string argument_text(const Argument& a, const Entry& entry)
 {
     const bool narrow = entry.width == Width::narrow;
+    if (entry.frame() == Class::carried && a.kind == Kind::integers)
+        return "Copied<" + std::to_string(a.extents[0]->value) + ">{" + a.name + "}";
+    if (entry.frame() == Class::carried && comes_back(a))
+        return "Answer{" + a.name + "}";
     if (entry.frame() == Class::scratch && a.kind == Kind::integers)
         return "Indices{static_cast<const int*>(" + a.name + ")}";
     if (comes_back(a) && a.name == "info" && a.direction == Direction::out)
