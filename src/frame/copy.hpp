@@ -6,6 +6,7 @@
 namespace qnm {
 
 using Four [[gnu::vector_size(16), gnu::aligned(4), gnu::may_alias]] = int;
+using FourWide [[gnu::vector_size(32), gnu::aligned(8), gnu::may_alias]] = core_int;
 
 /// The next place, as it is: worked out from the loop's count again, it would cost more than four elements
 /// do.
@@ -18,10 +19,8 @@ QNM_INLINE void keep(T& place)
 /// Each sign-extended.
 QNM_INLINE void widen_four(core_int* to, const int* from)
 {
-    const Four four = *reinterpret_cast<const Four*>(from);
-    const Four signs = four < 0; // the upper halves
-    *reinterpret_cast<Four*>(to) = __builtin_shufflevector(four, signs, 0, 4, 1, 5);
-    *reinterpret_cast<Four*>(to + 2) = __builtin_shufflevector(four, signs, 2, 6, 3, 7);
+    *reinterpret_cast<FourWide*>(to) =
+        __builtin_convertvector(*reinterpret_cast<const Four*>(from), FourWide);
 }
 
 /// Each cut to 32 bits: the lower halves of two pairs.
