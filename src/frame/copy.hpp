@@ -16,26 +16,26 @@ QNM_INLINE void keep(T& place)
     asm("" : "+r"(place));
 }
 
-/// Each sign-extended.
-QNM_INLINE void widen_four(core_int* to, const int* from)
+/// Four from the i-th on, sign-extended.
+QNM_INLINE void widen_four(core_int* to, const int* from, core_int i)
 {
-    *reinterpret_cast<FourWide*>(to) =
-        __builtin_convertvector(*reinterpret_cast<const Four*>(from), FourWide);
+    *reinterpret_cast<FourWide*>(to + i) =
+        __builtin_convertvector(*reinterpret_cast<const Four*>(from + i), FourWide);
 }
 
-/// Each cut to 32 bits: the lower halves of two pairs.
-QNM_INLINE void narrow_four(int* to, const core_int* from)
+/// Four from the i-th on, cut to 32 bits: the lower halves of two pairs.
+QNM_INLINE void narrow_four(int* to, const core_int* from, core_int i)
 {
-    const Four first = *reinterpret_cast<const Four*>(from);
-    const Four second = *reinterpret_cast<const Four*>(from + 2);
-    *reinterpret_cast<Four*>(to) = __builtin_shufflevector(first, second, 0, 2, 4, 6);
+    const Four first = *reinterpret_cast<const Four*>(from + i);
+    const Four second = *reinterpret_cast<const Four*>(from + i + 2);
+    *reinterpret_cast<Four*>(to + i) = __builtin_shufflevector(first, second, 0, 2, 4, 6);
 }
 
 QNM_INLINE void widen(core_int* to, const int* from, core_int count)
 {
     core_int i = 0;
     for (; i <= count - 4; i += 4, keep(i))
-        widen_four(to + i, from + i);
+        widen_four(to, from, i);
     for (; i < count; ++i)
         to[i] = from[i];
 }
@@ -44,7 +44,7 @@ QNM_INLINE void narrow(int* to, const core_int* from, core_int count)
 {
     core_int i = 0;
     for (; i <= count - 4; i += 4, keep(i))
-        narrow_four(to + i, from + i);
+        narrow_four(to, from, i);
     for (; i < count; ++i)
         to[i] = static_cast<int>(from[i]);
 }
@@ -58,7 +58,7 @@ QNM_INLINE void copy_all(To* to, const From* from, Copy copy_four)
     const auto straight = [&](core_int elements) QNM_INLINE_LAMBDA {
 #pragma GCC unroll 8
         for (core_int i = 0; i < elements; i += 4)
-            copy_four(to + i, from + i);
+            copy_four(to, from, i);
     };
     for (const To* const end = to + (count - rest); to != end; to += turn, from += turn, keep(to), keep(from))
         straight(turn);

@@ -33,8 +33,8 @@ struct Room<solvers::Copied<count>> {
     QNM_INLINE core_int* pass() { return elements; }
     QNM_INLINE void bring_back()
     {
-        copy_all<count>(caller, elements, [](int* to, const core_int* from) QNM_INLINE_LAMBDA {
-            narrow_four(to, static_cast<const core_int*>(__builtin_assume_aligned(from, 16)));
+        copy_all<count>(caller, elements, [](int* to, const core_int* from, core_int i) QNM_INLINE_LAMBDA {
+            narrow_four(to, static_cast<const core_int*>(__builtin_assume_aligned(from, 16)), i);
         });
     }
 };
