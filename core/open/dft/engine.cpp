@@ -1,94 +1,13 @@
 // Transforms of any rank and layout by the plans of pocketfft for one line. Compiled once for each
-// instruction set, which gives pocketfft a namespace and ENGINE a name; all else is this file's own, so that
-// the linker merges nothing of one set with that of another.
-#include "plan.hpp"
-
-#include "../services.hpp"
+// instruction set, which gives ENGINE a name; all else is this file's own.
+#include "pocketfft.hpp"
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
-#include <stdexcept>
-#include <vector>
-
-namespace {
-
-void* engine_block(std::size_t alignment, std::size_t bytes)
-{
-    return qnm_serv_malloc(bytes, static_cast<int>(alignment));
-}
-
-} // namespace
-
-// Threads and plans are kept here. Memory is the core's: counted, bounded, quick where it is small.
-#define POCKETFFT_NO_MULTITHREADING
-#define POCKETFFT_CACHE_SIZE 0
-#define aligned_alloc engine_block
-#define free qnm_serv_free
-#include <pocketfft_hdronly.h>
-#undef aligned_alloc
-#undef free
 
 namespace qnm::core::dft {
 namespace {
-
-namespace fft = pocketfft::detail;
-
-/// The border of what throws.
-template <class Work>
-Status guarded(const Work& work) noexcept
-{
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    } catch (...) {
-        return failed;
-    }
-}
-
-/// Work that can be divided, of a function of the first item and the one behind the last.
-template <class Work>
-class Items final : public Divisible {
-public:
-    explicit Items(const Work& work) : work_(work) {}
-    Status part(core_int first, core_int last) const noexcept override
-    {
-        return guarded([&] { return work_(first, last); });
-    }
-
-private:
-    const Work& work_;
-};
-
-/// Lines that go through one vector each.
-template <class R>
-constexpr int lanes = static_cast<int>(fft::VLEN<R>::val);
-template <class R, int L>
-using Number = typename std::conditional_t<L == 1, std::type_identity<R>, fft::VTYPE<R>>::type;
-
-template <class R>
-class Room {
-public:
-    explicit Room(core_int reals)
-    {
-        if (reals == 0)
-            return;
-        at_ = static_cast<R*>(qnm_serv_malloc(sizeof(R) * static_cast<std::size_t>(reals), 64));
-        if (at_ == nullptr)
-            throw std::bad_alloc();
-    }
-    ~Room() { qnm_serv_free(at_); }
-    Room(const Room&) = delete;
-    Room& operator=(const Room&) = delete;
-    R* get() const { return at_; }
-
-private:
-    R* at_ = nullptr;
-};
 
 /// One side of a call.
 template <class R>
