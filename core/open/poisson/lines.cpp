@@ -46,8 +46,11 @@ private:
     {
         constexpr int L = lanes<R>;
         const bool vectors = last - first >= L;
-        const Room<R> room(vectors ? L * points_ : along != 1 ? points_ : 0);
-        R* const work = room.get();
+        // The plans take six times the line at most, but for lengths with large primes.
+        const core_int spare = vectors ? L * (6 * points_ + 64) : 0;
+        const Room<R> room(spare + (vectors ? L * points_ : along != 1 ? points_ : 0));
+        const pocketfft::Piece piece(room.get(), sizeof(R) * static_cast<std::size_t>(spare));
+        R* const work = room.get() + spare;
         const auto place = [&](core_int line) {
             return x + line % places.count * places.step + line / places.count * places.row_step;
         };
