@@ -114,6 +114,10 @@ TEST(Refusals, OfArgumentsAndClauses)
         scratch int indx[] in => 'indx': expected an extent and 'in' for the index array of a scratch entry;
         scratch int nz, int indx[nz] => 'indx': expected an extent and 'in' for the index array of a scratch
             entry;
+        carried int n, int ipar[n] inout => 'ipar': expected a number as extent and 'inout' for the array of a
+            carried entry;
+        carried int ipar[15] in => 'ipar': expected a number as extent and 'inout' for the array of a carried
+            entry;
         handed int n core hand(m) => 'm': expected an argument or a number for each place of the core's call;
         handed int n core do(&3) => '3': expected an argument whose address the core takes;
         chain do_ DO => end of the row: expected a further name of the chain, or its arguments;
