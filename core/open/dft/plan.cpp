@@ -1,6 +1,7 @@
 // What a commit settles and a compute does.
 #include "descriptor.hpp"
 
+#include "../processor.hpp"
 #include "../services.hpp"
 
 #include <array>
@@ -14,10 +15,7 @@ Plan::~Plan() = default;
 
 Engine& built_in()
 {
-    static Engine& best = __builtin_cpu_supports("avx512f") != 0 ? engine_avx512
-                          : __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0
-                              ? engine_avx2
-                              : engine_sse2;
+    static Engine& best = best_of(engine_sse2, engine_avx2, engine_avx512);
     return best;
 }
 
