@@ -124,6 +124,43 @@ void add_solvers(std::vector<Names>& all)
     }
 }
 
+/// FFTW3: a planner of each kind of data in the forms that it has, and all else by name.
+void add_plans(std::vector<Names>& all)
+{
+    Names c = words(
+              "execute execute_dft execute_dft_r2c execute_dft_c2r execute_r2r execute_split_dft "
+              "execute_split_dft_r2c execute_split_dft_c2r destroy_plan malloc alloc_real alloc_complex "
+              "free alignment_of init_threads plan_with_nthreads cleanup_threads cleanup set_timelimit "
+              "export_wisdom export_wisdom_to_file export_wisdom_to_filename export_wisdom_to_string "
+              "import_wisdom import_wisdom_from_file import_wisdom_from_filename "
+              "import_wisdom_from_string import_system_wisdom forget_wisdom flops cost estimate_cost "
+              "print_plan fprint_plan sprint_plan version cc codelet_optim"),
+          fortran_names = words("execute execute_dft execute_dft_r2c execute_dft_c2r execute_r2r "
+                                "execute_split_dft execute_split_dft_r2c execute_split_dft_c2r destroy_plan "
+                                "flops print_plan plan_with_nthreads cleanup cleanup_threads export_wisdom "
+                                "forget_wisdom init_threads import_wisdom import_system_wisdom");
+    const auto planner = [&](const std::string& name, bool has_fortran_name) {
+        c.push_back("plan_" + name);
+        if (has_fortran_name)
+            fortran_names.push_back("plan_" + name);
+    };
+    for (const std::string& data : words("dft dft_r2c dft_c2r r2r")) {
+        for (const char* lengths : {"", "_1d", "_2d", "_3d"})
+            planner(data + lengths, true);
+        planner("many_" + data, true);
+    }
+    for (const std::string& data : words("dft dft_r2c dft_c2r r2r split_dft split_dft_r2c split_dft_c2r")) {
+        planner("guru_" + data, true);
+        planner("guru64_" + data, false);
+    }
+    for (const auto& [patterns, names] :
+         {std::pair{"fftw_name fftwf_name", &c}, {"dfftw_name_ sfftw_name_", &fortran_names}})
+        for (const std::string& name : *names)
+            for (const std::string& spelling : spelled(patterns, name))
+                all.push_back({spelling});
+    all.push_back({"fftw3_qnm"});
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -138,6 +175,13 @@ const Names& replaceable()
         words("qnm_cdft_DftiCreateDescriptorDM qnm_cdft_DftiCommitDescriptorDM qnm_cdft_DftiFreeDescriptorDM "
               "qnm_cdft_DftiGetValueDM qnm_cdft_DftiSetValueDM qnm_cdft_DftiComputeForwardDM "
               "qnm_cdft_DftiComputeBackwardDM DftiSetValueDM DftiComputeForwardDM DftiComputeBackwardDM");
+    return all;
+}
+
+const Names& variables()
+{
+    static const Names all = words("qnm_dfti_is_ilp64 fftw3_qnm fftw_version fftw_cc fftw_codelet_optim "
+                                   "fftwf_version fftwf_cc fftwf_codelet_optim");
     return all;
 }
 
@@ -285,6 +329,7 @@ std::vector<Names> bodies()
 
     add_transforms(all);
     add_solvers(all);
+    add_plans(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");

@@ -38,6 +38,9 @@ struct Chain {
 };
 const std::vector<Chain>& chains();
 
+/// Those that are no functions.
+const Names& variables();
+
 /// What a distributed layer takes over: the library's weak symbols.
 const Names& replaceable();
 
