@@ -31,10 +31,16 @@ def prototypes(header, *options):
     with tempfile.NamedTemporaryFile(mode="r") as told:
         subprocess.run([compiler, "-x", "c", "-fsyntax-only", "-aux-info", told.name, *options, header], check=True)
         for line in told:
+            line = re.sub(r"\(\*(\w+) (\(.*\))\);", r"*\1 \2;", line)  # the address of an array as a result
             found = re.fullmatch(r"/\* (\S+):\d+:NC \*/ extern (.*?)(\w+) \((.*)\);\n", line)
             if found and found[1] == header:
                 arguments = [read_type(each) for each in found[4].split(",") if each != "void"]
                 yield found[3], [read_type(found[2]), *arguments]
+
+
+def names_of(library):
+    return {line.split()[-1] for line in subprocess.check_output(
+        ["nm", "--dynamic", "--defined-only", library], text=True).splitlines()}
 
 
 ours = {}
@@ -44,11 +50,10 @@ for header in sorted(glob.glob(include + "/qnm/*.h")):
         ours[function] = types
 
 # Some names are for other interfaces of the library, for the project's tests and for the core, not for programs.
-exported = {line.split()[-1] for line in subprocess.check_output(
-    ["nm", "--dynamic", "--defined-only", library], text=True).splitlines()}
+exported = names_of(library)
 for name in exported ^ ours.keys():
     expect(re.match(r"qnm_(\w+?__|serv_iface_|\w+?_errchk_|set_xerbla_interface$|dft_dfti_compute_|dfti_is_ilp64$|cdft_)|"
-                    r"cdecl_|(?i:dfti(_|\w*_internal))|dfti\w+__$", name),
+                    r"cdecl_|(?i:dfti(_|\w*_internal))|dfti\w+__$|[ds]fftw_|fftw(f?_(version|cc|codelet_optim)|3_qnm)$", name),
            f"{name} is exported or declared, and not both")
 
 
@@ -111,6 +116,29 @@ def lapacke(header):
     lacking = compare(published, 2490, constants_agree=operator.ge)  # to write less than is published breaks nobody
     lacking = [name for name in lacking if not re.search("lassq|_nancheck", name)]
     expect(not lacking, f"{lacking} of the reference are lacking")
+
+
+def fftw(header):
+    """Of single and double precision; the Fortran 2003 interface has the same functions."""
+    published = {name: types for name, types in prototypes(header) if re.match("fftwf?_", name)}
+    newer = r"[ds]?fftwf?_(make_planner_thread_safe|planner_nthreads|threads_set_callback)_?$"
+    lacking = [name for name in compare(published, 138) if not re.match(newer, name)]
+    expect(not lacking, f"{lacking} of FFTW are lacking")
+    with open(header.replace("fftw3.h", "fftw3.f03")) as fortran:
+        lacking = set(re.findall(r"name='(fftwf?_\w+)'", fortran.read())) - published.keys()
+    expect(not lacking, f"{lacking} of FFTW's Fortran interface are lacking")
+
+
+def fftw_names(library):
+    """What the libraries export: nothing of ours is unknown to them, and of their Fortran names few are to us."""
+    published = set()
+    for each in ("fftw3", "fftw3_threads", "fftw3f", "fftw3f_threads"):
+        published |= names_of(library.replace("fftw3", each))
+    unknown = {name for name in exported if "fftw" in name} - published - {"fftw3_qnm"}
+    expect(not unknown, f"{unknown} are unknown to FFTW")
+    ours_too = r"[ds]fftw_(?!cost|estimate_cost|planner_nthreads|set_timelimit)\w+(?<!_)_$"
+    lacking = {name for name in published if re.match(ours_too, name)} - exported
+    expect(not lacking, f"{lacking} of FFTW's Fortran names are lacking")
 
 
 for each in sys.argv[4:]:
