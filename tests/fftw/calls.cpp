@@ -1,108 +1,19 @@
 #include "calls.hpp"
 
+#include "support/recorded.hpp"
+
+#include <array>
 #include <deque>
+#include <map>
 #include <sstream>
 
 namespace qnm::tests {
 
 namespace {
 
-std::string told;
-int left = 0;
-std::int64_t failure = 0;
-int dimensions = 0, arrays_of_one = 0;
-bool in_place = false;
-char descriptor; // the one that all get
-
-std::map<std::string, std::array<double, elements>>& arrays()
+std::map<std::string, std::array<std::byte, bytes_of_array>>& arrays()
 {
-    static std::map<std::string, std::array<double, elements>> all;
-    return all;
-}
-
-std::string name_of(const void* address)
-{
-    for (const auto& [name, array] : arrays())
-        if (array.data() == address)
-            return name;
-    return address == nullptr ? "null" : "?";
-}
-
-template <class... T>
-std::int64_t note(const T&... words)
-{
-    std::ostringstream out;
-    out << (told.empty() ? "" : "; ");
-    ((out << words), ...);
-    told += out.str();
-    return left > 0 && --left == 0 ? failure : 0;
-}
-
-std::string numbers(const std::int64_t* values, std::int64_t count)
-{
-    std::string text;
-    for (std::int64_t i = 0; i < count; ++i)
-        text += " " + std::to_string(values[i]);
-    return text;
-}
-
-std::int64_t create(const char* what, void** made, int domain, std::int64_t rank, const std::int64_t* lengths)
-{
-    dimensions = static_cast<int>(rank);
-    arrays_of_one = 1;
-    in_place = true;
-    std::int64_t status = note(what, " ", domain, numbers(lengths, rank));
-    status = rank < 1 ? 2 : status;
-    if (status == 0)
-        *made = &descriptor;
-    return status;
-}
-
-/// Numbers from 1 on as a transform finds them, which it makes ten times as large.
-template <class R>
-void transform(const char* what, R* f, void** handle, const int* ipar, int* stat)
-{
-    std::ostringstream out;
-    for (int i = 0; i < ipar[14] + (ipar[5] == 0 ? 1 : 0); f[i++] *= 10)
-        out << " " << f[i];
-    EXPECT_TRUE(*handle == &descriptor && *stat == 0);
-    *stat = static_cast<int>(note(what, out.str()));
-}
-
-template <class R>
-void init(const char* what, const int* n, const int* type, int* ipar, int* stat)
-{
-    EXPECT_EQ(*stat, 0);
-    ipar[0] = *n;
-    ipar[5] = *type;
-    *stat = static_cast<int>(note(what, " ", *n, " ", *type, " ", ipar[1], ipar[2], " ", ipar[9]));
-}
-
-/// With as many arrays as the descriptor has; what is not passed is not looked at.
-std::int64_t compute(const char* what, void* d, std::initializer_list<const void*> passed)
-{
-    EXPECT_EQ(d, &descriptor);
-    std::string names;
-    for (int i = 0; i < arrays_of_one * (in_place ? 1 : 2); ++i)
-        names += " " + name_of(passed.begin()[i]);
-    return note(what, names);
-}
-
-template <class R>
-void commit(R* f, void** handle, const int* ipar, int* stat)
-{
-    *stat = static_cast<int>(note("commit ", name_of(f), " ", ipar[10], " ", ipar[14], " ", ipar[15]));
-    if (*stat == 0)
-        *handle = &descriptor;
-}
-
-std::vector<std::int64_t> integers(const std::string& text)
-{
-    std::vector<std::int64_t> all;
-    std::istringstream in(text.substr(1));
-    char between = ',';
-    for (std::int64_t value = 0; between != text.back() && in >> value; in >> between)
-        all.push_back(value);
+    static std::map<std::string, std::array<std::byte, bytes_of_array>> all;
     return all;
 }
 
@@ -127,78 +38,22 @@ support::Word word(const std::string& text, bool by_address)
 
 } // namespace
 
-#pragma GCC visibility push(default)
-extern "C" {
-#define QNM_PRECISION(L, R)                                                                                  \
-    long DftiCreateDescriptor_##L##_1d(void** made, int domain, std::int64_t n)                              \
-    {                                                                                                        \
-        return create(#L "_1d", made, domain, 1, &n);                                                        \
-    }                                                                                                        \
-    long DftiCreateDescriptor_##L##_md(void** made, int domain, std::int64_t rank, const std::int64_t* n)    \
-    {                                                                                                        \
-        return create(#L "_md", made, domain, rank, n);                                                      \
-    }                                                                                                        \
-    void L##_init_trig_transform(const int* n, const int* type, int* ipar, R*, int* stat)                    \
-    {                                                                                                        \
-        init<R>(#L "_init", n, type, ipar, stat);                                                            \
-    }                                                                                                        \
-    void L##_commit_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                            \
-    {                                                                                                        \
-        commit(f, handle, ipar, stat);                                                                       \
-    }                                                                                                        \
-    void L##_forward_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                           \
-    {                                                                                                        \
-        transform(#L "_forward", f, handle, ipar, stat);                                                     \
-    }                                                                                                        \
-    void L##_backward_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                          \
-    {                                                                                                        \
-        transform(#L "_backward", f, handle, ipar, stat);                                                    \
-    }
-QNM_PRECISION(d, double)
-QNM_PRECISION(s, float)
-
-long DftiSetValue(void* d, int code, std::int64_t value)
+std::string name_of(const void* address)
 {
-    EXPECT_EQ(d, &descriptor);
-    arrays_of_one += code == 8 ? 1 : 0;
-    in_place = in_place && code != 11;
-    if (code == 12 || code == 13)
-        return note(code, numbers(reinterpret_cast<const std::int64_t*>(value), dimensions + 1));
-    return note(code, " ",
-                code == 7 || code == 14 || code == 15 || code == 27 ? value : static_cast<int>(value));
-}
-long DftiCommitDescriptor(void* d)
-{
-    EXPECT_EQ(d, &descriptor);
-    return note("commit");
-}
-long DftiFreeDescriptor(void** d)
-{
-    EXPECT_EQ(*d, &descriptor);
-    *d = nullptr;
-    note("free");
-    return 0;
-}
-long DftiComputeForward(void* d, void* a, void* b, void* c, void* e)
-{
-    return compute("forward", d, {a, b, c, e});
-}
-long DftiComputeBackward(void* d, void* a, void* b)
-{
-    return compute("backward", d, {a, b});
-}
-}
-#pragma GCC visibility pop
-
-std::string asked()
-{
-    return std::exchange(told, "");
+    for (const auto& [name, array] : arrays())
+        if (array.data() == address)
+            return name;
+    return address == nullptr ? "null" : "?";
 }
 
-void fail(int n, std::int64_t status)
+std::vector<std::int64_t> integers(const std::string& text)
 {
-    left = n;
-    failure = status;
+    std::vector<std::int64_t> all;
+    std::istringstream in(text.substr(1));
+    char between = ',';
+    for (std::int64_t value = 0; between != text.back() && in >> value; in >> between)
+        all.push_back(value);
+    return all;
 }
 
 void* array(const std::string& name)
@@ -225,25 +80,6 @@ Record* fortran_planned(const std::string& prefix, const std::string& text)
     Record* plan = untouched;
     call(prefix, text, {&plan});
     return plan;
-}
-
-std::string life(const std::string& prefix, Record* plan)
-{
-    if (plan == nullptr)
-        return "null";
-    const std::string making = asked();
-    EXPECT_EQ(plan->reserved, nullptr);
-    call(prefix, "execute", {plan});
-    call(prefix, "destroy_plan", {plan});
-    told = making + " => " + told;
-    return asked();
-}
-
-Fftw::Fftw()
-{
-    told.clear();
-    fail(0);
-    fftw3_qnm.threads = 1;
 }
 
 } // namespace qnm::tests

@@ -1,5 +1,5 @@
 // Running plans on their arrays and on others; memory, threads, and what does nothing.
-#include "calls.hpp"
+#include "transforms.hpp"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // Fortran names: dimensions turned around, what must be there, what is cleared, and how strides wrap.
-#include "calls.hpp"
+#include "transforms.hpp"
 
 #include <sstream>
 

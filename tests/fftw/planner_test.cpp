@@ -1,5 +1,5 @@
 // What planners ask descriptors for, in order: lists of dimensions, placement, batches; what they refuse.
-#include "calls.hpp"
+#include "transforms.hpp"
 
 namespace qnm::tests {
 namespace {

@@ -1,5 +1,5 @@
 // Real-to-real plans: the transform of each kind, its integers and numbers, and where data are copied.
-#include "calls.hpp"
+#include "transforms.hpp"
 
 #include <sstream>
 
