@@ -12,10 +12,13 @@ void delete_plan(Plan* plan)
 {
     if (plan == nullptr)
         return;
-    for (void* block : {static_cast<void*>(plan->floats), static_cast<void*>(plan->doubles),
-                        static_cast<void*>(plan->integers)})
+    const auto release = [](void* block) QNM_INLINE_LAMBDA {
         if (block != nullptr)
             fftw_free(block);
+    };
+    release(plan->floats);
+    release(plan->doubles);
+    release(plan->integers);
     if (plan->descriptor != nullptr)
         DftiFreeDescriptor(&plan->descriptor);
     fftw_free(plan);
