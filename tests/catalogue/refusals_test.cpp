@@ -211,6 +211,28 @@ TEST(Refusals, OfTagsThatCompute)
         compute c z arrays 1 forward backward => accepted;)");
 }
 
+TEST(Refusals, OfTheInterfaceOfPlans)
+{
+    const std::string families =
+        "plans room fftw form double value int32 p_name form single value int32 pf_name\n"
+        "family plans_fortran room fftw calls plans form double reference int32 dp_name_"
+        " form single reference int32 sp_name_\nfamily plans\n";
+    expect_refusals(families, R"(
+        a : whole n own => 4: 'whole': expected a type;
+        a : int 5 own => 4: '5': expected a name;
+        a : int n[3] own => 4: '3': expected ']';
+        a : int n owned => 4: 'owned': expected a class;
+        a, 7 : int n own => 4: '7': expected a name;
+        a : int n -> thing own => 4: 'thing': expected a type;
+        a : int n box => 4: end of the row: expected 'to';
+        a : R in arrays needs out => 4: 'out': expected an argument of the row;
+        a : R in arrays needs in in double in => 4: 'in': expected the end of the row;
+        a : R in own batch first => 4: 'first': expected 'at_rank';
+        a : R in own|a, b stub => 5: 'p_a': expected a name that x.tab:4 does not export;
+        a : R in own|family plans_fortran|b held => 6: 'b': expected a name of the family that this one calls;
+        a : R in -> plan own|family plans_fortran|a held needs plan in => accepted;)");
+}
+
 TEST(Refusals, AreNotForGoodRows)
 {
     for (const char* row :

@@ -68,6 +68,11 @@ public:
                 s.arguments = fftw::fortran_arguments(entry->arguments);
                 s.result = entry->result;
             }
+            for (const std::string& needed : s.needs)
+                if (std::none_of(s.arguments.begin(), s.arguments.end(),
+                                 [&](const Told& a) { return a.name == needed; }) &&
+                    (family.calls.empty() || needed != s.result))
+                    lexer.fail_at(s.line, "'" + needed + "'", "an argument of the row");
             for (const Form& form : family.forms)
                 house.claim(spell(form.spellings.front(), s.root), s.where());
             statements_.push_back(std::move(s));

@@ -29,14 +29,27 @@ Told read_argument(Lexer& lexer)
     return a;
 }
 
+/// Templates of src/fftw, and whether their calls go to the row behind `to`.
+std::string read_class(Lexer& lexer, bool& has_target)
+{
+    static const std::vector<std::string> aimed{"lengths", "embeds", "widened", "box", "dims", "strides"},
+        others{"planned", "arrays", "own", "stub", "held", "answered", "jump"};
+    const std::string word = lexer.peek().text;
+    has_target = std::find(aimed.begin(), aimed.end(), word) != aimed.end();
+    if (!has_target && std::find(others.begin(), others.end(), word) == others.end())
+        lexer.fail("a class");
+    return lexer.next().text;
+}
+
 void read_needs(Lexer& lexer, Statement& s)
 {
     while (is_identifier(lexer.peek().text) && lexer.peek().text != "to") {
         const std::string word = lexer.next().text;
-        if (word == "in" && s.family->find(lexer.peek().text) != nullptr)
+        if (word == "in" && s.family->find(lexer.peek().text) != nullptr) {
             s.needs_in = lexer.next().text;
-        else
-            s.needs.push_back(word);
+            return;
+        }
+        s.needs.push_back(word);
     }
 }
 
@@ -57,16 +70,20 @@ std::vector<Statement> read_statements(Lexer& lexer, const std::string& first, c
         while (lexer.accept(","));
     if (lexer.accept("->"))
         s.result = read_type(lexer);
-    s.steps = lexer.identifier("a class");
-    while (!lexer.at_end())
-        if (lexer.accept("to"))
-            s.target = lexer.identifier("the name of another row");
-        else if (lexer.accept("batch"))
-            s.batch = lexer.identifier("which element");
-        else if (lexer.accept("needs"))
-            read_needs(lexer, s);
-        else
-            lexer.fail("'needs', 'to' or 'batch'");
+    bool has_target = false;
+    s.steps = read_class(lexer, has_target);
+    if (lexer.accept("needs"))
+        read_needs(lexer, s);
+    if (has_target) {
+        lexer.expect("to");
+        s.target = lexer.identifier("the name of another row");
+    }
+    if (lexer.accept("batch")) {
+        lexer.expect("at_rank");
+        s.batch = "at_rank";
+    }
+    if (!lexer.at_end())
+        lexer.fail("the end of the row");
     std::vector<Statement> all;
     for (const std::string& name : names) {
         all.push_back(s);
