@@ -26,8 +26,9 @@ const void* kept(const std::vector<std::int64_t>& values, bool wide)
                 : all32.emplace_back(values.begin(), values.end()).data();
 }
 
-support::Word word(const std::string& text, bool by_address)
+support::Word word(std::string text, bool by_address)
 {
+    text.erase(0, text[0] == '!' ? 1 : 0);
     if (text.find_first_of("[({") == 0)
         return kept(integers(text), text[0] == '{');
     if (std::isalpha(static_cast<unsigned char>(text[0])) != 0)

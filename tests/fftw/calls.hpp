@@ -29,7 +29,7 @@ std::vector<std::int64_t> integers(const std::string& text);
 
 /// Calls a function by what stands behind its prefix. A word is an array's name, `null`, a number, numbers
 /// `[2,3]`, or dimensions: `(8:1:1)`, of 64 bits `{8:1:1}`. What stands `ahead` is passed ahead. In Fortran
-/// numbers go by address.
+/// numbers go by address. A `!` ahead of a word is the test's own mark.
 support::Returned call(const std::string& prefix, const std::string& text,
                        std::vector<support::Word> ahead = {});
 Record* planned(const std::string& prefix, const std::string& text);

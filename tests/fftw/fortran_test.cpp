@@ -1,114 +1,24 @@
 // Fortran names: dimensions turned around, what must be there, what is cleared, and how strides wrap.
 #include "transforms.hpp"
 
-#include <sstream>
-
 namespace qnm::tests {
 namespace {
 
 class Fortran : public Fftw {};
 
-// `needed`: the positions, behind the plan, of what must not be null.
-const struct {
-    std::string call, asked, runs;
-    std::vector<int> needed;
-} plans[]{
-    {"plan_dft_ 3 [2,3,4] in out -1 4",
-     "_md 32 4 3 2; 17 52; 12 0 6 2 1; 11 44; 13 0 6 2 1; 27 1; commit",
-     "forward in out",
-     {0, 1, 4, 5}},
-    {"plan_dft_1d_ 8 in in 1 0", "_1d 32 8; 12 0 1; 27 1; commit", "backward in", {0, 3, 4}},
-    {"plan_dft_2d_ 2 3 in in -1 0", "_md 32 3 2; 12 0 2 1; 27 1; commit", "forward in", {4, 5}},
-    {"plan_dft_3d_ 2 3 4 in in -1 0", "_md 32 4 3 2; 12 0 6 2 1; 27 1; commit", "forward in", {5, 6}},
-    {"plan_dft_r2c_ 3 [7,5,3] in out 0",
-     "_md 33 3 5 7; 10 39; 12 0 35 7 1; 13 0 20 4 1; 11 44; 27 1; commit",
-     "forward in out",
-     {0, 1}},
-    {"plan_dft_r2c_1d_ 7 in out 0",
-     "_1d 33 7; 10 39; 12 0 1; 13 0 1; 11 44; 27 1; commit",
-     "forward in out",
-     {0}},
-    {"plan_dft_r2c_2d_ 7 5 in in 0", "_md 33 5 7; 10 39; 12 0 8 1; 13 0 4 1; 27 1; commit", "forward in", {}},
-    {"plan_dft_r2c_3d_ 7 5 3 in in 0",
-     "_md 33 3 5 7; 10 39; 12 0 40 8 1; 13 0 20 4 1; 27 1; commit",
-     "forward in",
-     {}},
-    {"plan_dft_c2r_ 2 [7,5] in out 0",
-     "_md 33 5 7; 10 39; 12 0 4 1; 13 0 7 1; 11 44; 27 1; commit",
-     "backward in out",
-     {0, 1}},
-    {"plan_dft_c2r_1d_ 7 in out 0",
-     "_1d 33 7; 10 39; 12 0 1; 13 0 1; 11 44; 27 1; commit",
-     "backward in out",
-     {0}},
-    {"plan_dft_c2r_2d_ 7 5 in in 0",
-     "_md 33 5 7; 10 39; 12 0 4 1; 13 0 8 1; 27 1; commit",
-     "backward in",
-     {}},
-    {"plan_dft_c2r_3d_ 7 5 3 in out 0",
-     "_md 33 3 5 7; 10 39; 12 0 20 4 1; 13 0 35 7 1; 11 44; 27 1; commit",
-     "backward in out",
-     {}},
-    {"plan_many_dft_ 3 [3,4,5] 6 in [7,8,9] 2 100 out [10,11,12] 3 200 -1 0",
-     "_md 32 5 4 3; 12 0 112 14 2; 11 44; 13 0 330 30 3; 7 6; 14 100; 15 200; 27 1; commit",
-     "forward in out",
-     {0, 1, 2, 4, 5, 6, 8, 9, 10, 11, 12}},
-    {"plan_many_dft_ 3 [3,4,5] 6 in [65536,65537,9] 2 100 in [65536,65537,9] 2 100 -1 0", // wraps around
-     "_md 32 5 4 3; 12 0 131072 131072 2; 7 6; 14 100; 15 100; 27 1; commit",
-     "forward in",
-     {}},
-    {"plan_many_dft_r2c_ 2 [6,4] 5 in [8,4] 1 32 in [4,4] 1 16 0",
-     "_md 33 4 6; 10 39; 12 0 8 1; 13 0 4 1; 7 5; 14 32; 15 16; 27 1; commit",
-     "forward in",
-     {0, 1, 2, 4, 5, 6, 8, 9, 10, 11}},
-    {"plan_many_dft_c2r_ 1 [6] 5 in [4] 1 4 out [6] 1 6 0",
-     "_1d 33 6; 10 39; 12 0 1; 13 0 1; 11 44; 7 5; 14 4; 15 6; 27 1; commit",
-     "backward in out",
-     {0, 1, 2, 4, 5, 6, 8, 9, 10, 11}},
-    {"plan_guru_dft_ 2 [3,4] [5,6] [7,8] 1 [9] [10] [11] in out 0 4",
-     "_md 32 4 3; 17 52; 12 0 6 5; 11 44; 13 0 8 7; 7 9; 14 10; 15 11; 27 1; commit",
-     "backward in out",
-     {0, 1, 2, 3, 4, 5, 6, 7, 10, 11}},
-    {"plan_guru_dft_r2c_ 1 [8] [2] [3] 0 null null null in in 0",
-     "_1d 33 8; 10 39; 12 0 2; 13 0 3; 27 1; commit",
-     "forward in",
-     {0, 1, 2, 3, 4, 10}},
-    {"plan_guru_dft_c2r_ 1 [8] [2] [3] 0 null null null in in 0",
-     "_1d 33 8; 10 39; 12 0 2; 13 0 3; 27 1; commit",
-     "backward in",
-     {0, 1, 2, 3, 4, 10}},
-    {"plan_guru_split_dft_ 1 [8] [2] [3] 0 null null null ri ii ro io 0",
-     "_1d 32 8; 8 42; 12 0 2; 11 44; 13 0 3; 27 1; commit",
-     "forward ri ii ro io",
-     {0, 1, 2, 3, 4, 12}},
-};
-
-std::string without(const std::string& text, int position)
-{
-    std::istringstream in(text);
-    std::string name, each;
-    for (in >> name; in >> each; --position)
-        name += position == 0 ? " null" : " " + each;
-    return name;
-}
-
-TEST_F(Fortran, PlansAsCDoesWithDimensionsTurnedAround)
+TEST_F(Fortran, StridesWrapAroundIn32Bits)
 {
     for (const std::string letter : {"d", "s"})
-        for (const auto& [text, wanted, runs, needed] : plans) {
-            SCOPED_TRACE(letter + text);
+        for (const auto& [text, asked_for] :
+             {std::pair{"plan_many_dft_ 3 [3,4,5] 6 in [65536,65537,9] 2 100 in [65536,65537,9] 2 100 -1 4",
+                        "_md 32 5 4 3; 17 52; 12 0 131072 131072 2; 7 6; 14 100; 15 100; 27 1; commit"},
+              {"plan_dft_ 3 [65536,65537,9] in in -1 4",
+               "_md 32 9 65537 65536; 17 52; 12 0 4295032832 65536 1; 27 1; commit"}}) {
             Record* plan = fortran_planned(letter + "fftw_", text);
-            ASSERT_TRUE(plan != untouched && plan != nullptr);
-            EXPECT_EQ(asked(), letter + wanted);
-            call(letter + "fftw_", "execute_", {&plan});
-            EXPECT_EQ(asked(), runs);
+            EXPECT_EQ(asked(), letter + asked_for);
             call(letter + "fftw_", "destroy_plan_", {&plan});
-            EXPECT_NE(plan, nullptr); // the variable is left as it is
+            EXPECT_TRUE(plan != untouched && plan != nullptr); // the variable is left as it is
             EXPECT_EQ(asked(), "free");
-            for (const int position : needed)
-                EXPECT_EQ(fortran_planned(letter + "fftw_", without(text, position)), untouched) << position;
-            call(letter + "fftw_", text, {nullptr});
-            EXPECT_EQ(asked(), "");
         }
 }
 
@@ -145,13 +55,13 @@ TEST_F(Fortran, ClearsThePlanAheadOfWhatItRefuses)
     EXPECT_EQ(asked(), "");
 }
 
-TEST_F(Fortran, KindsAreTurnedAroundAndOnePlanIsMade)
+TEST_F(Fortran, KindsAreTurnedAround)
 {
     for (const std::string letter : {"d", "s"})
         for (const std::string text : {"plan_r2r_1d_ 5 in out 4 0", "plan_r2r_ 1 [5] in out [4] 0",
                                        "plan_guru_r2r_ 1 [5] [1] [1] 0 null null null in out [4,77] 0"}) {
             Record* plan = fortran_planned(letter + "fftw_", text);
-            EXPECT_EQ(asked(), letter + "_init 5 2 00 1; commit out 1 5 0") << text;
+            EXPECT_EQ(asked(), letter + "_init 5 2 00 1; " + letter + "_commit out 1 5 0") << text;
             call(letter + "fftw_", "destroy_plan_", {&plan});
             asked();
         }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <numbers>
 #include <random>
+#include <sstream>
 
 namespace qnm::tests {
 namespace {
@@ -16,75 +17,46 @@ using Numbers = std::vector<std::complex<Exact>>;
 constexpr int untold = 0x55; // a byte that nobody writes
 constexpr Exact pi = std::numbers::pi_v<Exact>;
 
-/// A plan's text in C and in Fortran, and what it means: a letter for the input's numbers and for the
-/// output's
-/// (`c`omplex, `r`eal, `s`plit), its direction, its dimensions, and its batch.
-struct Case {
-    std::string c, fortran;
-    char from, to;
-    int sign;
-    std::string dims;
-    std::string batch = "{1:0:0}";
-};
+/// A plan in C, which dimensions and batch it means (the numbers of input and output: `c`omplex, `r`eal,
+/// `s`plit; forward or backward; lengths and strides), and in Fortran: `!` where null must leave all as it
+/// is.
+constexpr const char* cases = R"(
+plan_dft_2d 6 5 in out -1 0; cc- {6:5:5,5:1:1} {1:0:0}; plan_dft_2d_ 5 6 in out !-1 !0
+plan_dft_3d 3 4 5 in in 1 0; cc+ {3:20:20,4:5:5,5:1:1} {1:0:0}; plan_dft_3d_ 5 4 3 in in !1 !0
+plan_dft 4 [2,3,4,5] in out 1 4; cc+ {2:60:60,3:20:20,4:5:5,5:1:1} {1:0:0}; plan_dft_ !4 ![5,4,3,2] in out !1 !4
+plan_dft_r2c_2d 6 5 in out 0; rc- {6:5:3,5:1:1} {1:0:0}; plan_dft_r2c_2d_ 5 6 in out 0
+plan_dft_r2c_2d 5 6 in in 0; rc- {5:8:4,6:1:1} {1:0:0}; plan_dft_r2c_2d_ 6 5 in in 0
+plan_dft_r2c_3d 3 4 5 in in 0; rc- {3:24:12,4:6:3,5:1:1} {1:0:0}; plan_dft_r2c_3d_ 5 4 3 in in 0
+plan_dft_r2c 2 [4,7] in out 0; rc- {4:7:4,7:1:1} {1:0:0}; plan_dft_r2c_ !2 ![7,4] in out 0
+plan_dft_c2r_2d 6 5 in out 0; cr+ {6:3:5,5:1:1} {1:0:0}; plan_dft_c2r_2d_ 5 6 in out 0
+plan_dft_c2r_3d 3 4 6 in in 0; cr+ {3:16:32,4:4:8,6:1:1} {1:0:0}; plan_dft_c2r_3d_ 6 4 3 in in 0
+plan_dft_c2r 2 [4,7] in in 0; cr+ {4:4:8,7:1:1} {1:0:0}; plan_dft_c2r_ !2 ![7,4] in in 0
+plan_many_dft 2 [3,4] 5 in [3,6] 2 40 out [4,5] 3 70 -1 0; cc- {3:12:15,4:2:3} {5:40:70}; plan_many_dft_ !2 ![4,3] !5 in ![6,3] !2 !40 out ![5,4] !3 !70 !-1 !0
+plan_many_dft 1 [16] 6 in null 6 1 in null 6 1 1 0; cc+ {16:6:6} {6:1:1}; plan_many_dft_ 1 [16] 6 in [16] 6 1 in [16] 6 1 1 0
+plan_many_dft_r2c 2 [3,5] 2 in null 1 18 in null 1 9 0; rc- {3:6:3,5:1:1} {2:18:9}; plan_many_dft_r2c_ !2 ![5,3] !2 in ![6,3] !1 !18 in ![3,3] !1 !9 !0
+plan_many_dft_c2r 2 [3,5] 4 in null 1 9 out null 1 15 0; cr+ {3:3:5,5:1:1} {4:9:15}; plan_many_dft_c2r_ !2 ![5,3] !4 in ![3,3] !1 !9 out ![5,3] !1 !15 !0
+plan_guru_dft 2 (5:1:7,7:5:1) 1 (3:36:40) in out 1 0; cc+ {5:1:7,7:5:1} {3:36:40}; plan_guru_dft_ !2 ![7,5] ![5,1] ![1,7] !1 ![3] ![36] ![40] in out !1 !0
+plan_guru_dft_r2c 1 (9:2:3) 1 (3:20:16) in out 0; rc- {9:2:3} {3:20:16}; plan_guru_dft_r2c_ !1 ![9] ![2] ![3] !1 ![3] ![20] ![16] in out !0
+plan_guru_dft_c2r 1 (9:2:3) 0 null in out 0; cr+ {9:2:3} {1:0:0}; plan_guru_dft_c2r_ !1 ![9] ![2] ![3] !0 null null null in out !0
+plan_guru64_dft 3 {2:15:15,3:5:5,5:1:1} 0 null in in -1 0; cc- {2:15:15,3:5:5,5:1:1} {1:0:0};
+plan_guru64_dft_r2c 1 {8:1:1} 1 {2:10:5} in in 0; rc- {8:1:1} {2:10:5};
+plan_guru64_dft_c2r 1 {8:1:1} 1 {2:5:10} in in 0; cr+ {8:1:1} {2:5:10};
+plan_guru_split_dft 2 (4:3:3,3:1:1) 1 (2:12:12) in ii in ii 0; ss- {4:3:3,3:1:1} {2:12:12}; plan_guru_split_dft_ !2 ![3,4] ![1,3] ![1,3] !1 ![2] ![12] ![12] in ii in ii !0
+plan_guru64_split_dft 1 {12:2:1} 1 {2:1:12} in ii out io 0; ss- {12:2:1} {2:1:12};
+)";
 
-std::vector<Case> cases()
+/// Those of one line, of each length; odd ones are in place.
+std::string lines()
 {
-    std::vector<Case> all{
-        {"plan_dft_2d 6 5 in out -1 0", "plan_dft_2d_ 5 6 in out -1 0", 'c', 'c', -1, "{6:5:5,5:1:1}"},
-        {"plan_dft_3d 3 4 5 in in 1 0", "plan_dft_3d_ 5 4 3 in in 1 0", 'c', 'c', 1, "{3:20:20,4:5:5,5:1:1}"},
-        {"plan_dft 4 [2,3,4,5] in out 1 4", "plan_dft_ 4 [5,4,3,2] in out 1 4", 'c', 'c', 1,
-         "{2:60:60,3:20:20,4:5:5,5:1:1}"},
-        {"plan_dft_r2c_2d 6 5 in out 0", "plan_dft_r2c_2d_ 5 6 in out 0", 'r', 'c', -1, "{6:5:3,5:1:1}"},
-        {"plan_dft_r2c_2d 5 6 in in 0", "plan_dft_r2c_2d_ 6 5 in in 0", 'r', 'c', -1, "{5:8:4,6:1:1}"},
-        {"plan_dft_r2c_3d 3 4 5 in in 0", "plan_dft_r2c_3d_ 5 4 3 in in 0", 'r', 'c', -1,
-         "{3:24:12,4:6:3,5:1:1}"},
-        {"plan_dft_r2c 2 [4,7] in out 0", "plan_dft_r2c_ 2 [7,4] in out 0", 'r', 'c', -1, "{4:7:4,7:1:1}"},
-        {"plan_dft_c2r_2d 6 5 in out 0", "plan_dft_c2r_2d_ 5 6 in out 0", 'c', 'r', 1, "{6:3:5,5:1:1}"},
-        {"plan_dft_c2r_3d 3 4 6 in in 0", "plan_dft_c2r_3d_ 6 4 3 in in 0", 'c', 'r', 1,
-         "{3:16:32,4:4:8,6:1:1}"},
-        {"plan_dft_c2r 2 [4,7] in in 0", "plan_dft_c2r_ 2 [7,4] in in 0", 'c', 'r', 1, "{4:4:8,7:1:1}"},
-        {"plan_many_dft 2 [3,4] 5 in [3,6] 2 40 out [4,5] 3 70 -1 0",
-         "plan_many_dft_ 2 [4,3] 5 in [6,3] 2 40 out [5,4] 3 70 -1 0", 'c', 'c', -1, "{3:12:15,4:2:3}",
-         "{5:40:70}"},
-        {"plan_many_dft 1 [16] 6 in null 6 1 in null 6 1 1 0",
-         "plan_many_dft_ 1 [16] 6 in [16] 6 1 in [16] 6 1 1 0", 'c', 'c', 1, "{16:6:6}", "{6:1:1}"},
-        {"plan_many_dft_r2c 2 [3,5] 2 in null 1 18 in null 1 9 0",
-         "plan_many_dft_r2c_ 2 [5,3] 2 in [6,3] 1 18 in [3,3] 1 9 0", 'r', 'c', -1, "{3:6:3,5:1:1}",
-         "{2:18:9}"},
-        {"plan_many_dft_c2r 2 [3,5] 4 in null 1 9 out null 1 15 0",
-         "plan_many_dft_c2r_ 2 [5,3] 4 in [3,3] 1 9 out [5,3] 1 15 0", 'c', 'r', 1, "{3:3:5,5:1:1}",
-         "{4:9:15}"},
-        {"plan_guru_dft 2 (5:1:7,7:5:1) 1 (3:36:40) in out 1 0", // transposed
-         "plan_guru_dft_ 2 [7,5] [5,1] [1,7] 1 [3] [36] [40] in out 1 0", 'c', 'c', 1, "{5:1:7,7:5:1}",
-         "{3:36:40}"},
-        {"plan_guru_dft_r2c 1 (9:2:3) 1 (3:20:16) in out 0",
-         "plan_guru_dft_r2c_ 1 [9] [2] [3] 1 [3] [20] [16] in out 0", 'r', 'c', -1, "{9:2:3}", "{3:20:16}"},
-        {"plan_guru_dft_c2r 1 (9:2:3) 0 null in out 0",
-         "plan_guru_dft_c2r_ 1 [9] [2] [3] 0 null null null in out 0", 'c', 'r', 1, "{9:2:3}"},
-        {"plan_guru64_dft 3 {2:15:15,3:5:5,5:1:1} 0 null in in -1 0", "", 'c', 'c', -1,
-         "{2:15:15,3:5:5,5:1:1}"},
-        {"plan_guru64_dft_r2c 1 {8:1:1} 1 {2:10:5} in in 0", "", 'r', 'c', -1, "{8:1:1}", "{2:10:5}"},
-        {"plan_guru64_dft_c2r 1 {8:1:1} 1 {2:5:10} in in 0", "", 'c', 'r', 1, "{8:1:1}", "{2:5:10}"},
-        {"plan_guru_split_dft 2 (4:3:3,3:1:1) 1 (2:12:12) in ii in ii 0",
-         "plan_guru_split_dft_ 2 [3,4] [1,3] [1,3] 1 [2] [12] [12] in ii in ii 0", 's', 's', -1,
-         "{4:3:3,3:1:1}", "{2:12:12}"},
-        {"plan_guru64_split_dft 1 {12:2:1} 1 {2:1:12} in ii out io 0", "", 's', 's', -1, "{12:2:1}",
-         "{2:1:12}"},
-    };
-    std::vector<int> lengths{101, 127, 251, 509, 1009};
-    for (int n = 2; n <= 100; ++n)
-        lengths.push_back(n);
-    for (const int length : lengths) {
-        const std::string n = std::to_string(length), line = "{" + n + ":1:1}",
-                          odd = length % 2 != 0 ? "in" : "out";
-        for (const std::string sign : {"-1", "1"})
-            all.push_back({"plan_dft_1d " + n + " in " + odd + " " + sign + " 0",
-                           "plan_dft_1d_ " + n + " in " + odd + " " + sign + " 0", 'c', 'c', std::stoi(sign),
-                           line});
-        all.push_back({"plan_dft_r2c_1d " + n + " in " + odd + " 0",
-                       "plan_dft_r2c_1d_ " + n + " in " + odd + " 0", 'r', 'c', -1, line});
-        all.push_back({"plan_dft_c2r_1d " + n + " in " + odd + " 0",
-                       "plan_dft_c2r_1d_ " + n + " in " + odd + " 0", 'c', 'r', 1, line});
+    std::string all;
+    for (int n = 2; n <= 1009; n = n == 1009 ? 1010 : n > 500 ? 1009 : n > 100 ? 4 * n + 1 : n + 1) {
+        const std::string length = std::to_string(n), arrays = n % 2 != 0 ? " in in " : " in out ";
+        for (const auto& [name, means, behind] : {std::tuple{"plan_dft_1d", "cc-", "-1 0"},
+                                                  {"plan_dft_1d", "cc+", "1 0"},
+                                                  {"plan_dft_r2c_1d", "rc-", "0"},
+                                                  {"plan_dft_c2r_1d", "cr+", "0"}})
+            all += name + (" " + length) + arrays + behind + "; " + means + " {" + length +
+                   ":1:1} {1:0:0}; " + name + "_ !" + length + arrays + behind + "\n";
     }
     return all;
 }
@@ -165,12 +137,16 @@ Bytes bytes_of(const char* name)
 
 /// Each element of the output, and nothing else of it, is what the sums say.
 template <class R>
-void expect_sums(const std::string& prefix, const Case& c)
+void expect_sums(const std::string& prefix, const std::string& in_c, std::istringstream&& meaning,
+                 std::string in_fortran)
 {
     static std::mt19937 chance(12);
-    const auto dims = integers(c.dims), batch = integers(c.batch);
-    const bool in_place = c.c.find(" out ") == std::string::npos, real = c.from == 'r' || c.to == 'r';
-    const char *const to = in_place ? "in" : "out", *const to_imaginary = in_place ? "ii" : "io";
+    char from = 0, to = 0, way = 0;
+    std::string dims_text, batch_text;
+    meaning >> from >> to >> way >> dims_text >> batch_text;
+    const auto dims = integers(dims_text), batch = integers(batch_text);
+    const bool in_place = in_c.find(" out ") == std::string::npos, real = from == 'r' || to == 'r';
+    const char *const result = in_place ? "in" : "out", *const imaginary_result = in_place ? "ii" : "io";
     for (const char* name : {"in", "out", "ii", "io"})
         std::memset(array(name), untold, bytes_of_array);
     std::vector<Numbers> wanted;
@@ -182,55 +158,62 @@ void expect_sums(const std::string& prefix, const Case& c)
             x.emplace_back(part(), real ? 0 : part());
             norm += std::norm(x.back());
         });
-        wanted.push_back(transformed(x, dims, c.to == 'r' ? -1 : c.sign));
-        if (c.to == 'r') {
+        wanted.push_back(transformed(x, dims, way == '-' || to == 'r' ? -1 : 1));
+        if (to == 'r') {
             std::swap(x, wanted.back());
             for (auto& value : wanted.back())
                 value *= static_cast<Exact>(x.size());
             norm *= static_cast<Exact>(x.size());
         }
-        each(dims, 1, c.to == 'r', b * batch[1],
-             [&](std::size_t i, std::size_t at) { put<R>(c.from, "in", "ii", at, x[i]); });
+        each(dims, 1, to == 'r', b * batch[1],
+             [&](std::size_t i, std::size_t at) { put<R>(from, "in", "ii", at, x[i]); });
     }
-    Record* const plan = planned(prefix, c.c);
+    Record* const plan = planned(prefix, in_c);
     ASSERT_NE(plan, nullptr);
     const Bytes real_parts = bytes_of("in"), imaginary_parts = bytes_of("ii");
     call(prefix, "execute", {plan});
     call(prefix, "destroy_plan", {plan});
-    const Bytes result = bytes_of(to);
+    const Bytes results = bytes_of(result);
     const Exact bound = 8 * std::numeric_limits<R>::epsilon() * std::sqrt(norm);
     for (std::int64_t b = 0; b < batch[0]; ++b)
-        each(dims, 2, c.from == 'r', b * batch[2], [&](std::size_t i, std::size_t at) {
-            EXPECT_LE(std::abs(get<R>(c.to, to, to_imaginary, at) - wanted[static_cast<std::size_t>(b)][i]),
-                      bound)
+        each(dims, 2, from == 'r', b * batch[2], [&](std::size_t i, std::size_t at) {
+            EXPECT_LE(
+                std::abs(get<R>(to, result, imaginary_result, at) - wanted[static_cast<std::size_t>(b)][i]),
+                bound)
                 << i;
-            const std::size_t parts = c.to == 'c' ? 2 : 1;
-            std::memset(static_cast<R*>(array(to)) + parts * at, untold, parts * sizeof(R));
+            const std::size_t parts = to == 'c' ? 2 : 1;
+            std::memset(static_cast<R*>(array(result)) + parts * at, untold, parts * sizeof(R));
         });
     const Bytes nothing(bytes_of_array, untold);
     EXPECT_TRUE(in_place || bytes_of("out") == nothing);
     // The Fortran name, on the same numbers.
-    if (c.fortran.empty())
+    if (in_fortran.empty())
         return;
     const std::string fortran = prefix == "fftw_" ? "dfftw_" : "sfftw_";
     std::memcpy(array("out"), nothing.data(), bytes_of_array);
     std::memcpy(array("in"), real_parts.data(), bytes_of_array);
     std::memcpy(array("ii"), imaginary_parts.data(), bytes_of_array);
-    Record* again = fortran_planned(fortran, c.fortran);
-    ASSERT_NE(again, nullptr);
+    Record* again = fortran_planned(fortran, in_fortran);
+    ASSERT_TRUE(again != nullptr && again != untouched);
     call(fortran, "execute_", {&again});
     call(fortran, "destroy_plan_", {&again});
-    EXPECT_EQ(bytes_of(to), result);
+    EXPECT_EQ(bytes_of(result), results);
+    call(fortran, in_fortran, {nullptr});
+    for (std::size_t at; (at = in_fortran.find('!')) != std::string::npos; in_fortran.erase(at, 1))
+        EXPECT_EQ(fortran_planned(fortran,
+                                  std::string(in_fortran).replace(at, in_fortran.find(' ', at) - at, "null")),
+                  untouched);
 }
 
 TEST(Numbers, OfEveryPlannerAreTheSums)
 {
-    for (const Case& c : cases()) {
-        SCOPED_TRACE(c.c);
-        expect_sums<double>("fftw_", c);
-        expect_sums<float>("fftwf_", c);
-        if (::testing::Test::HasFailure())
-            return;
+    std::istringstream all((cases + 1) + lines());
+    for (std::string in_c, meaning, in_fortran; std::getline(all, in_c, ';');) {
+        std::getline(std::getline(all, meaning, ';'), in_fortran);
+        SCOPED_TRACE(in_c);
+        expect_sums<double>("fftw_", in_c, std::istringstream(meaning), in_fortran);
+        expect_sums<float>("fftwf_", in_c, std::istringstream(meaning), in_fortran);
+        ASSERT_FALSE(::testing::Test::HasFailure());
     }
 }
 

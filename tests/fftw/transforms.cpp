@@ -43,26 +43,6 @@ std::int64_t create(const char* what, void** made, int domain, std::int64_t rank
     return status;
 }
 
-/// Numbers from 1 on as a transform finds them, which it makes ten times as large.
-template <class R>
-void transform(const char* what, R* f, void** handle, const int* ipar, int* stat)
-{
-    std::ostringstream out;
-    for (int i = 0; i < ipar[14] + (ipar[5] == 0 ? 1 : 0); f[i++] *= 10)
-        out << " " << f[i];
-    EXPECT_TRUE(*handle == &descriptor && *stat == 0);
-    *stat = static_cast<int>(note(what, out.str()));
-}
-
-template <class R>
-void init(const char* what, const int* n, const int* type, int* ipar, int* stat)
-{
-    EXPECT_EQ(*stat, 0);
-    ipar[0] = *n;
-    ipar[5] = *type;
-    *stat = static_cast<int>(note(what, " ", *n, " ", *type, " ", ipar[1], ipar[2], " ", ipar[9]));
-}
-
 /// With as many arrays as the descriptor has; what is not passed is not looked at.
 std::int64_t compute(const char* what, void* d, std::initializer_list<const void*> passed)
 {
@@ -73,18 +53,30 @@ std::int64_t compute(const char* what, void* d, std::initializer_list<const void
     return note(what, names);
 }
 
+/// Tells the numbers that a transform finds, and makes them ten times as large; or takes its integers.
 template <class R>
-void commit(R* f, void** handle, const int* ipar, int* stat)
+void trigonometric(const std::string& what, R* f, void** handle, const int* ipar, int* stat)
 {
-    *stat = static_cast<int>(note("commit ", name_of(f), " ", ipar[10], " ", ipar[14], " ", ipar[15]));
-    if (*stat == 0)
-        *handle = &descriptor;
+    EXPECT_EQ(*stat, 0);
+    std::ostringstream out;
+    if (what.ends_with("commit"))
+        out << " " << name_of(f) << " " << ipar[10] << " " << ipar[14] << " " << ipar[15];
+    else
+        for (int i = 0; i < ipar[14] + (ipar[5] == 0 ? 1 : 0); f[i++] *= 10)
+            out << " " << f[i];
+    *stat = static_cast<int>(note(what, out.str()));
+    *handle = *stat == 0 ? &descriptor : nullptr;
 }
 
 } // namespace
 
 #pragma GCC visibility push(default)
 extern "C" {
+#define QNM_TRIGONOMETRIC(L, R, STEP)                                                                        \
+    void L##_##STEP##_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                          \
+    {                                                                                                        \
+        trigonometric(#L "_" #STEP, f, handle, ipar, stat);                                                  \
+    }
 #define QNM_PRECISION(L, R)                                                                                  \
     long DftiCreateDescriptor_##L##_1d(void** made, int domain, std::int64_t n)                              \
     {                                                                                                        \
@@ -96,20 +88,14 @@ extern "C" {
     }                                                                                                        \
     void L##_init_trig_transform(const int* n, const int* type, int* ipar, R*, int* stat)                    \
     {                                                                                                        \
-        init<R>(#L "_init", n, type, ipar, stat);                                                            \
+        EXPECT_EQ(*stat, 0);                                                                                 \
+        ipar[0] = *n;                                                                                        \
+        ipar[5] = *type;                                                                                     \
+        *stat = static_cast<int>(note(#L "_init ", *n, " ", *type, " ", ipar[1], ipar[2], " ", ipar[9]));    \
     }                                                                                                        \
-    void L##_commit_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                            \
-    {                                                                                                        \
-        commit(f, handle, ipar, stat);                                                                       \
-    }                                                                                                        \
-    void L##_forward_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                           \
-    {                                                                                                        \
-        transform(#L "_forward", f, handle, ipar, stat);                                                     \
-    }                                                                                                        \
-    void L##_backward_trig_transform(R* f, void** handle, int* ipar, R*, int* stat)                          \
-    {                                                                                                        \
-        transform(#L "_backward", f, handle, ipar, stat);                                                    \
-    }
+    QNM_TRIGONOMETRIC(L, R, commit)                                                                          \
+    QNM_TRIGONOMETRIC(L, R, forward)                                                                         \
+    QNM_TRIGONOMETRIC(L, R, backward)
 QNM_PRECISION(d, double)
 QNM_PRECISION(s, float)
 
