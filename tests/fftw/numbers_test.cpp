@@ -2,6 +2,7 @@
 // precisions; Fortran names against those of C, bit by bit.
 #include "fftw/calls.hpp"
 
+#include <algorithm>
 #include <complex>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -203,6 +204,65 @@ void expect_sums(const std::string& prefix, const std::string& in_c, std::istrin
         EXPECT_EQ(fortran_planned(fortran,
                                   std::string(in_fortran).replace(at, in_fortran.find(' ', at) - at, "null")),
                   untouched);
+}
+
+/// Real to real, k of n: the sums of FFTW's kinds.
+Exact real_sum(int kind, const std::vector<Exact>& x, int k)
+{
+    const auto n = static_cast<int>(x.size());
+    const bool sine = kind >= 7, shifted_in = kind == 5 || kind == 6 || kind == 9 || kind == 10,
+               shifted_out = kind == 4 || kind == 6 || kind == 8 || kind == 10;
+    const int of = kind == 3 ? n - 1 : kind == 7 ? n + 1 : n;
+    Exact sum = 0;
+    for (int j = 0; j < n; ++j) {
+        const bool once =
+            (kind == 3 && (j == 0 || j == n - 1)) || (kind == 4 && j == 0) || (kind == 8 && j == n - 1);
+        const Exact a = j + (shifted_in ? 0.5L : sine ? 1 : 0), b = k + (shifted_out ? 0.5L : sine ? 1 : 0);
+        sum += (once ? 1 : 2) * x[static_cast<std::size_t>(j)] *
+               (sine ? std::sin(pi * a * b / of) : std::cos(pi * a * b / of));
+    }
+    return sum;
+}
+
+template <class R>
+void expect_real_sums(const std::string& prefix, int kind, const std::string& to, const std::vector<Exact>& x,
+                      const std::vector<Exact>& sums)
+{
+    const std::size_t n = x.size(), first = kind == 413 ? 1 : 0; // the extension has one that is not used
+    for (const std::string name : {"in", to.c_str()})
+        std::memset(array(name), untold, bytes_of_array);
+    R *const in = static_cast<R*>(array("in")), *const out = static_cast<R*>(array(to));
+    std::transform(x.begin(), x.end(), in + first, [](Exact value) { return static_cast<R>(value); });
+    const R behind = out[first + n];
+    Record* const plan =
+        planned(prefix, "plan_r2r_1d " + std::to_string(n) + " in " + to + " " + std::to_string(kind) + " 0");
+    ASSERT_NE(plan, nullptr);
+    call(prefix, "execute", {plan});
+    call(prefix, "destroy_plan", {plan});
+    const Exact bound = 32 * Exact{std::numeric_limits<R>::epsilon()} * static_cast<Exact>(n);
+    for (std::size_t k = 0; k < n; ++k)
+        EXPECT_LE(std::abs(out[first + k] - sums[k]), bound) << k;
+    EXPECT_TRUE(out[first + n] == behind && (in == out || in[0] == static_cast<R>(x[0])));
+}
+
+TEST(Numbers, OfRealToRealPlansAreTheSums)
+{
+    for (const int kind : {3, 4, 5, 6, 7, 8, 9, 10, 413})
+        for (int n = kind == 3 ? 3 : 2; n <= 127; n = n < 100 ? n + 1 : n + 27) {
+            std::vector<Exact> x, sums;
+            for (int j = 0; j < n; ++j)
+                x.push_back((j * 37 % 64 - 31) / 16.0L);
+            for (int k = 0; k < n; ++k)
+                sums.push_back(real_sum(kind == 413 ? 7 : kind, x, k));
+            for (const std::string to : {"in", "out"}) {
+                if (kind == 413 && to == "out")
+                    continue; // the last element is not copied
+                SCOPED_TRACE(std::to_string(kind) + " " + std::to_string(n) + " " + to);
+                expect_real_sums<double>("fftw_", kind, to, x, sums);
+                expect_real_sums<float>("fftwf_", kind, to, x, sums);
+                ASSERT_FALSE(::testing::Test::HasFailure());
+            }
+        }
 }
 
 TEST(Numbers, OfEveryPlannerAreTheSums)

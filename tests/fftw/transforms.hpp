@@ -5,6 +5,8 @@
 #include "fftw/calls.hpp"
 #include "support/recorded.hpp"
 
+#include <sstream>
+
 namespace qnm::tests {
 
 /// The settings, as an application sees them.
