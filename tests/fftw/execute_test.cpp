@@ -109,5 +109,46 @@ TEST_F(Execute, SettingsAndStubsAreThoseOfBothPrecisions)
     }
 }
 
+TEST_F(Execute, FortranHandsOnWhatAnAddressHolds)
+{
+    for (const std::string prefix : {"dfftw_", "sfftw_"}) {
+        Record* plan = fortran_planned(prefix, "plan_dft_1d_ 8 in out -1 0");
+        asked();
+        for (const auto& [text, runs] : {std::pair{"execute_dft_ a b", "forward a b"},
+                                         {"execute_dft_r2c_ a b", "forward a b"},
+                                         {"execute_dft_c2r_ a b", "forward a b"},
+                                         {"execute_r2r_ a b", "forward a b"},
+                                         {"execute_split_dft_ a b ri ii", "forward a b"},
+                                         {"execute_split_dft_r2c_ a b ri", ""},
+                                         {"execute_split_dft_c2r_ a b ri", ""},
+                                         {"flops_ a b ri", ""},
+                                         {"print_plan_", ""}}) {
+            call(prefix, text, {&plan});
+            EXPECT_EQ(asked(), runs) << text;
+            call(prefix, text, {nullptr});
+            EXPECT_EQ(asked(), "") << text;
+        }
+        call(prefix, "destroy_plan_", {&plan});
+        call(prefix, "destroy_plan_ null");
+        call(prefix, "execute_ null");
+        call(prefix, "plan_with_nthreads_ 6");
+        EXPECT_EQ(fftw3_qnm.threads, 6);
+        call(prefix, "plan_with_nthreads_ null");
+        call(prefix, "cleanup_threads_");
+        EXPECT_EQ(fftw3_qnm.threads, 1);
+        for (const char* name : {"cleanup_", "export_wisdom_", "forget_wisdom_"})
+            call(prefix, name, {0x1L});
+        for (const auto& [name, expected] :
+             {std::pair{"init_threads_", 1}, {"import_system_wisdom_", 0}, {"import_wisdom_", 0}}) {
+            int result = 99;
+            call(prefix, name, {&result, 0x1L, 0x2L});
+            EXPECT_EQ(result, expected) << name;
+            core().clear();
+            call(prefix, name, {nullptr, 0x1L, 0x2L});
+            EXPECT_TRUE(core().calls().empty()) << name;
+        }
+    }
+}
+
 } // namespace
 } // namespace qnm::tests
