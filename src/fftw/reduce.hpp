@@ -15,9 +15,10 @@ template <auto* planner, class In, class Out, class... Rest>
 QNM_INLINE Plan* embeds(int rank, const int* n, int howmany, In* in, const int* inembed, int istride,
                         int idist, Out* out, const int* onembed, int ostride, int odist, Rest... rest)
 {
-    return planned_as<planner>(
-        embedded(rank, n, howmany, in, inembed, istride, idist, out, onembed, ostride, odist), in, out,
-        rest...);
+    Shape shape = row_major(rank, n, in, inembed, istride, out, onembed, ostride);
+    shape.howmany_rank = 1;
+    shape.howmany = {howmany, idist, odist};
+    return planned_as<planner>(shape, in, out, rest...);
 }
 
 template <auto* planner, class... Rest>

@@ -23,14 +23,6 @@ struct Shape {
 /// Of the lengths that callers tell, C has the slowest dimension first, Fortran the fastest.
 enum class First { slowest, fastest };
 
-/// One side of a transform: its stride, and how far apart the rows of its array are, in the fastest dimension
-/// and in the others.
-struct Side {
-    std::int64_t stride;
-    std::int64_t row;
-    const int* extents;
-};
-
 /// Which side of a transform has half of the numbers.
 template <class In, class Out>
 constexpr bool in_is_half = !std::is_same_v<In, Out> && !std::is_floating_point_v<In>;
@@ -47,63 +39,44 @@ QNM_INLINE std::int64_t row_of(std::int64_t n, bool in_place)
     return other_half && in_place ? 2 * (n / 2) + 2 : n;
 }
 
-template <First first>
-QNM_INLINE void lay_out(Shape& shape, const int* n, Side in, Side out)
+/// Row-major. Where it is not told what a side's rows are embedded in, they are n, with room for the half.
+template <First first = First::slowest, class In, class Out>
+QNM_INLINE Shape row_major(int rank, const int* n, const In* in, const int* inembed, int istride,
+                           const Out* out, const int* onembed, int ostride)
 {
-    const int last = shape.rank - 1;
-    const auto at = [&](const int* all, int i)
-                        QNM_INLINE_LAMBDA { return all[first == First::slowest ? i : last - i]; };
+    Shape shape;
+    if (rank > most_dimensions || n == nullptr)
+        return shape;
+    shape.good = true;
+    shape.rank = rank;
+    if (rank < 1)
+        return shape;
+    const int last = rank - 1;
+    const auto at = [&](const int* all, int i) QNM_INLINE_LAMBDA -> std::int64_t {
+        return all[first == First::slowest ? i : last - i];
+    };
+    const bool in_place = static_cast<const void*>(in) == out;
+    constexpr bool half_in = in_is_half<In, Out>, half_out = out_is_half<In, Out>;
+    const std::int64_t in_row =
+        inembed != nullptr ? at(inembed, last) : row_of<half_in, half_out>(at(n, last), in_place);
+    const std::int64_t out_row =
+        onembed != nullptr ? at(onembed, last) : row_of<half_out, half_in>(at(n, last), in_place);
+    std::int64_t is = istride, os = ostride;
     for (int i = last; i >= 0; --i) {
-        shape.dims[i] = {at(n, i), in.stride, out.stride};
+        shape.dims[i] = {at(n, i), is, os};
         if (i > 0) {
-            in.stride *= i == last ? in.row : at(in.extents, i);
-            out.stride *= i == last ? out.row : at(out.extents, i);
+            is *= i == last ? in_row : at(inembed != nullptr ? inembed : n, i);
+            os *= i == last ? out_row : at(onembed != nullptr ? onembed : n, i);
         }
     }
+    return shape;
 }
 
-/// Row-major, with nothing in between.
+/// With nothing in between.
 template <First first, class In, class Out>
 QNM_INLINE Shape contiguous(int rank, const int* n, const In* in, const Out* out)
 {
-    Shape shape;
-    if (rank > most_dimensions || n == nullptr)
-        return shape;
-    shape.good = true;
-    shape.rank = rank;
-    if (rank < 1)
-        return shape;
-    const bool in_place = static_cast<const void*>(in) == out;
-    const std::int64_t length = n[first == First::slowest ? rank - 1 : 0];
-    constexpr bool half_in = in_is_half<In, Out>, half_out = out_is_half<In, Out>;
-    lay_out<first>(shape, n, {1, row_of<half_in, half_out>(length, in_place), n},
-                   {1, row_of<half_out, half_in>(length, in_place), n});
-    return shape;
-}
-
-/// Several transforms, each embedded in a larger array on either side; what is not told is as if contiguous.
-template <class In, class Out>
-QNM_INLINE Shape embedded(int rank, const int* n, int howmany, const In* in, const int* inembed, int istride,
-                          int idist, const Out* out, const int* onembed, int ostride, int odist)
-{
-    Shape shape;
-    if (rank > most_dimensions || n == nullptr)
-        return shape;
-    shape.good = true;
-    shape.rank = rank;
-    shape.howmany_rank = 1;
-    shape.howmany = {howmany, idist, odist};
-    if (rank < 1)
-        return shape;
-    const bool in_place = static_cast<const void*>(in) == out;
-    const int last = rank - 1;
-    constexpr bool half_in = in_is_half<In, Out>, half_out = out_is_half<In, Out>;
-    const auto side = [&](const int* embed, int stride, std::int64_t row) QNM_INLINE_LAMBDA {
-        return embed != nullptr ? Side{stride, embed[last], embed} : Side{stride, row, n};
-    };
-    lay_out<First::slowest>(shape, n, side(inembed, istride, row_of<half_in, half_out>(n[last], in_place)),
-                            side(onembed, ostride, row_of<half_out, half_in>(n[last], in_place)));
-    return shape;
+    return row_major<first>(rank, n, in, nullptr, 1, out, nullptr, 1);
 }
 
 /// Narrow dimensions.
