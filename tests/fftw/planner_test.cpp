@@ -165,6 +165,13 @@ TEST_F(Planner, AsksForThePlanInOrderAndGivesUpAtAnyStepThatFails)
         }
 }
 
+TEST_F(Planner, OfSinglePrecisionAloneLooksAtTwoLengthsInFortran)
+{
+    for (const char* text : {"plan_dft_r2c_2d_ 7 null in in 0", "plan_dft_c2r_2d_ null 5 in in 0"})
+        EXPECT_EQ(fortran_planned("sfftw_", text), nullptr);
+    EXPECT_EQ(asked(), "");
+}
+
 TEST_F(Planner, TakesRecordsAndThreadsFromTheSettings)
 {
     const Settings before = fftw3_qnm;
