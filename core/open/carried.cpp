@@ -94,7 +94,7 @@ int run(const std::vector<std::string>& words)
         const std::string stem = core.substr(prefix.size());
         if (own.count(core) != 0) {
             list += core + " own\n";
-        } else if (!s.has_complex_result() && engine.count(stem + "_") != 0) {
+        } else if (!s.complex_result && engine.count(stem + "_") != 0) {
             code += "        carry   " + core + ", " + stem + "_\n";
             list += core + " engine\n";
         } else {

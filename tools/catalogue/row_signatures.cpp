@@ -170,7 +170,8 @@ Signature common(const Entry& entry)
     if (row.result.kind == ResultKind::hidden) {
         const std::string type = c_type(row.result.type, entry.precision, entry.width);
         s.parameters.push_back({"result", type + "*", Travel::address, nullptr, ""});
-        if (row.result.type == "char")
+        s.complex_result = row.result.type != "char";
+        if (!s.complex_result)
             s.parameters.push_back({"result_length", "size_t", Travel::value, nullptr, ""});
     }
     for (const Argument& a : row.arguments)

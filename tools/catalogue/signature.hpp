@@ -80,6 +80,7 @@ struct Signature {
     bool data = false;     // is a variable
     bool variadic = false; // takes further arguments
     std::string result = "void";
+    bool complex_result = false; // stored behind a first argument
     std::vector<Parameter> parameters;
     int hidden_lengths = 0;
     std::vector<Callee> callees;
@@ -91,13 +92,6 @@ struct Signature {
     std::string cell;                    // of the mode of tracing
 
     std::string where() const { return table + ":" + std::to_string(line); }
-    /// Whether the function stores a complex result behind a first argument. A character result has its
-    /// length there too.
-    bool has_complex_result() const
-    {
-        return !parameters.empty() && parameters[0].argument == nullptr && parameters[0].name == "result" &&
-               (parameters.size() < 2 || parameters[1].argument != nullptr);
-    }
     /// The names that a public header declares: not those with `__`, which are for the library's own
     /// interfaces, nor the heads of chains.
     std::vector<std::string> declared() const;

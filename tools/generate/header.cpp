@@ -113,7 +113,7 @@ std::string complex_functions(const Catalogue& tables, const std::string& macro)
     for (const Signature& s : tables.signatures()) {
         const auto fortran = std::find_if(s.names.begin(), s.names.end(),
                                           [](const std::string& name) { return name.back() == '_'; });
-        if (!s.published || !s.has_complex_result() || fortran == s.names.end())
+        if (!s.published || !s.complex_result || fortran == s.names.end())
             continue;
         Words parameters, names;
         for (const Parameter& p : s.parameters) {
