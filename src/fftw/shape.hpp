@@ -57,16 +57,17 @@ QNM_INLINE Shape row_major(int rank, const int* n, const In* in, const int* inem
     };
     const bool in_place = static_cast<const void*>(in) == out;
     constexpr bool half_in = in_is_half<In, Out>, half_out = out_is_half<In, Out>;
-    const std::int64_t in_row =
-        inembed != nullptr ? at(inembed, last) : row_of<half_in, half_out>(at(n, last), in_place);
-    const std::int64_t out_row =
-        onembed != nullptr ? at(onembed, last) : row_of<half_out, half_in>(at(n, last), in_place);
+    const std::int64_t in_row = row_of<half_in, half_out>(at(n, last), in_place);
+    const std::int64_t out_row = row_of<half_out, half_in>(at(n, last), in_place);
+    const auto room = [&](const int* embed, std::int64_t row, int i) QNM_INLINE_LAMBDA {
+        return embed != nullptr ? at(embed, i) : i == last ? row : at(n, i);
+    };
     std::int64_t is = istride, os = ostride;
     for (int i = last; i >= 0; --i) {
         shape.dims[i] = {at(n, i), is, os};
         if (i > 0) {
-            is *= i == last ? in_row : at(inembed != nullptr ? inembed : n, i);
-            os *= i == last ? out_row : at(onembed != nullptr ? onembed : n, i);
+            is *= room(inembed, in_row, i);
+            os *= room(onembed, out_row, i);
         }
     }
     return shape;
