@@ -4,7 +4,7 @@ JOBS    ?= $(shell nproc)
 PREFIX  ?= /usr/local
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
-LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_run qnm_headers
+LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_watch qnm_run qnm_headers
 
 .PHONY: all lib plugins demo check sanitizers bench install format clean
 

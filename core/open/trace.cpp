@@ -175,10 +175,10 @@ void format_time(char* text, std::size_t size, double seconds)
 }
 
 // A matrix copy tells by `enabled` 0 that tracing came on while it ran, and its time is not known. A Fourier
-// transform always says 0, and always knows its time.
-bool knows_time(int enabled, std::string_view line)
+// transform always says 0, and always knows its time. What took no measure of it has a negative one.
+bool knows_time(int enabled, std::string_view line, double seconds)
 {
-    return enabled != 0 || line.substr(0, line.find('(')).find("MAT") == line.npos;
+    return seconds >= 0 && (enabled != 0 || line.substr(0, line.find('(')).find("MAT") == line.npos);
 }
 
 } // namespace
@@ -204,7 +204,7 @@ QNM_CORE int* qnm_serv_verbose_output_file_mode()
 QNM_CORE void qnm_serv_print_verbose_info(int enabled, const char* line, double seconds)
 {
     char time[48] = "-";
-    if (knows_time(enabled, line))
+    if (knows_time(enabled, line, seconds))
         format_time(time, sizeof time, seconds);
     char text[4096]; // the least unit that a pipe takes whole
     const int room = static_cast<int>(sizeof text - sizeof time) - 16;

@@ -54,6 +54,9 @@ TEST(Report, TotalsByRoutineWithTheLargestOfEachSize)
 {
     Report report;
     EXPECT_EQ(report.text(), "no traced call was made\n");
+    for (const char* line :
+         {"QNM_VERBOSE no plan: ", "QNM_VERBOSE no plan: (n=3) -", "QNM_VERBOSE no plan: fftw_plan("})
+        EXPECT_FALSE(parse_refused_plan(line)) << line;
     report.add("QNM_VERBOSE heading");
     report.add("QNM_VERBOSE DSCAL(3,0x1,0x2,1) 1us");
     report.add("QNM_VERBOSE DGEMV(N,4,50,0x1,0x2,4,0x3,1,0x4,0x5,1) 4us");

@@ -68,7 +68,8 @@ std::optional<std::string_view> ElfFile::interpreter() const
     return std::nullopt;
 }
 
-bool ElfFile::defines(std::string_view symbol) const
+template <class Wanted>
+std::string_view ElfFile::find_symbol(const Wanted& wanted) const
 {
     const auto* head = at<Elf64_Ehdr>(0);
     const auto* sections = at<Elf64_Shdr>(head->e_shoff, head->e_shnum);
@@ -82,14 +83,27 @@ bool ElfFile::defines(std::string_view symbol) const
         const auto* symbols = at<Elf64_Sym>(table.sh_offset, count);
         for (std::size_t k = 0; names != nullptr && symbols != nullptr && k < count; ++k) {
             const Elf64_Sym& entry = symbols[k];
-            if (entry.st_shndx == SHN_UNDEF || entry.st_name >= strings.sh_size)
+            if (entry.st_name >= strings.sh_size)
                 continue;
             const char* name = names + entry.st_name;
-            if (std::string_view(name, strnlen(name, strings.sh_size - entry.st_name)) == symbol)
-                return true;
+            const std::string_view text(name, strnlen(name, strings.sh_size - entry.st_name));
+            if (wanted(text, entry.st_shndx != SHN_UNDEF))
+                return text;
         }
     }
-    return false;
+    return {};
+}
+
+bool ElfFile::defines(std::string_view symbol) const
+{
+    return !find_symbol([&](std::string_view name, bool defined) {
+                return defined && name == symbol;
+            }).empty();
+}
+
+std::string_view ElfFile::import(bool (*wanted)(std::string_view)) const
+{
+    return find_symbol([&](std::string_view name, bool defined) { return !defined && wanted(name); });
 }
 
 } // namespace qnm::run

@@ -28,8 +28,13 @@ public:
     std::optional<std::string_view> interpreter() const;
     /// Whether the image itself exports a definition of the symbol.
     bool defines(std::string_view symbol) const;
+    /// The first name of these that the image takes from a library; empty if there is none.
+    std::string_view import(bool (*wanted)(std::string_view)) const;
 
 private:
+    /// The first dynamic symbol that a visitor says yes to; empty if there is none.
+    template <class Wanted>
+    std::string_view find_symbol(const Wanted& wanted) const;
     template <class T>
     const T* at(std::size_t offset, std::size_t count = 1) const;
 

@@ -17,11 +17,13 @@ struct Library {
     const char* hint = "";
 };
 
-// The adapter and the transforms must be met before the layer, since they take a few of the layer's names
-// over.
+// All of these must be met before the layer, since they take a few of the layer's names over. The watch is
+// always there: a program may open what uses FFTW at run time, and where nothing does it is one small library
+// more.
 constexpr Library libraries[] = {
-    {"libqnm_gnu.so"},
+    {"libqnm_gnu.so"}, // complex functions of GNU Fortran
     {"libqnm_cdft_fftw.so", true, "; `make plugins` builds it"},
+    {"libqnm_watch.so"}, // planners
     {"libqnm_orvan_lp64.so.2"},
     {"libqnm_core.so"},
 };

@@ -1,6 +1,7 @@
 #include "program.hpp"
 
 #include "elf_file.hpp"
+#include "needed.hpp"
 #include "refusal.hpp"
 
 #include <cerrno>
@@ -12,6 +13,7 @@
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <vector>
 
 namespace qnm::run {
 namespace {
@@ -128,12 +130,35 @@ std::string find_image(const std::string& path)
     not_runnable(path, "too many interpreters, one behind the other");
 }
 
+// FFTW's functions whose plans the layer's functions of the same program would get, and that call those
+// themselves.
+bool is_fftw_alone(std::string_view name)
+{
+    return name.starts_with("fftw_mpi_") || name.starts_with("fftwf_mpi_") ||
+           ((name.starts_with("dfftw_") || name.starts_with("sfftw_")) && name.ends_with("__"));
+}
+
+void check_mixture(const std::string& path, const std::string& image)
+{
+    std::vector<std::string> files = needed_libraries(image);
+    files.insert(files.begin(), image);
+    for (const std::string& file : files) {
+        const ElfFile elf(file);
+        const std::string_view name = elf.is_native() ? elf.import(is_fftw_alone) : "";
+        if (!name.empty())
+            not_runnable(path, (file == path ? "calls " : file + " calls ") + std::string(name) +
+                                   ", which only FFTW has; its plans cannot be mixed with the layer's");
+    }
+}
+
 } // namespace
 
 Program find_program(const std::string& name)
 {
     const std::string path = look_up(name);
-    return {path, find_image(path)};
+    const std::string image = find_image(path);
+    check_mixture(path, image);
+    return {path, image};
 }
 
 } // namespace qnm::run

@@ -11,9 +11,11 @@ struct Program {
 };
 
 /// Looks the name up as execvp does (a name with a slash as it stands, others along PATH) and makes
-/// sure that the dynamic loader will honour a preload for it.
+/// sure that the dynamic loader will honour a preload for it, and that neither it nor a library that it needs
+/// calls functions of FFTW that the layer lacks and that would mix with the layer's.
 /// Throws Refusal: 127 if there is no such program; 126 if it is not executable, a directory, not of
-/// this machine's kind, statically linked, or if its privileges make the loader ignore preloads.
+/// this machine's kind, statically linked, if its privileges make the loader ignore preloads, or if it would
+/// mix.
 Program find_program(const std::string& name);
 
 } // namespace qnm::run

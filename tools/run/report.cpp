@@ -91,6 +91,19 @@ bool read_transform(std::string_view text, TracedCall& call)
 
 } // namespace
 
+std::optional<RefusedPlan> parse_refused_plan(std::string_view line)
+{
+    constexpr std::string_view mark = "QNM_VERBOSE no plan: ";
+    if (!line.starts_with(mark))
+        return std::nullopt;
+    line.remove_prefix(mark.size());
+    const std::size_t open = line.find('(');
+    const std::size_t end = line.rfind(' '); // of the time, which nobody knows
+    if (open == 0 || end == std::string_view::npos || end < open)
+        return std::nullopt;
+    return RefusedPlan{line.substr(0, open), line.substr(open, end - open)};
+}
+
 std::optional<TracedCall> parse_call(std::string_view line)
 {
     constexpr std::string_view mark = "QNM_VERBOSE ";
@@ -139,6 +152,12 @@ std::string duration_text(double seconds)
 
 void Report::add(std::string_view line)
 {
+    if (const auto plan = parse_refused_plan(line)) {
+        Refused& refused = refused_[std::string(plan->planner)];
+        if (refused.plans++ == 0)
+            refused.first = plan->shape;
+        return;
+    }
     const auto call = parse_call(line);
     if (!call)
         return;
@@ -155,6 +174,30 @@ void Report::add(std::string_view line)
 }
 
 std::string Report::text() const
+{
+    return routines_text() + refused_text();
+}
+
+std::string Report::refused_text() const
+{
+    if (refused_.empty())
+        return {};
+    std::uint64_t sum = 0;
+    for (const auto& [planner, refused] : refused_)
+        sum += refused.plans;
+    const auto row = [](const char* name, std::uint64_t plans, const std::string& shape) {
+        std::array<char, 128> line;
+        std::snprintf(line.data(), line.size(), "%-28.60s %7llu  ", name,
+                      static_cast<unsigned long long>(plans));
+        return line.data() + shape + '\n';
+    };
+    std::string table = "\n" + row("refused plans", sum, "the first by each planner");
+    for (const auto& [planner, refused] : refused_)
+        table += row(planner.c_str(), refused.plans, refused.first);
+    return table;
+}
+
+std::string Report::routines_text() const
 {
     if (routines_.empty())
         return "no traced call was made\n";

@@ -21,15 +21,25 @@ struct TracedCall {
 /// Nothing if the line does not tell a call (the heading, or text of another origin).
 std::optional<TracedCall> parse_call(std::string_view line);
 
+/// A plan that was refused, as its line tells it: "QNM_VERBOSE no plan: fftw_plan_r2r_1d(n=8,...) -".
+struct RefusedPlan {
+    std::string_view planner;
+    std::string_view shape;
+};
+
+/// Nothing if the line does not tell a refused plan.
+std::optional<RefusedPlan> parse_refused_plan(std::string_view line);
+
 /// A duration with three significant digits and its unit, such as "12.3ms".
 std::string duration_text(double seconds);
 
-/// Totals by routine. Memory grows with the number of routines, never with the number of calls.
+/// Totals by routine, and refused plans by planner. Memory grows with the number of these, never with the
+/// number of calls.
 class Report {
 public:
     /// Takes a line of the trace; lines that tell no call are passed over.
     void add(std::string_view line);
-    /// The table, longest total time first, and its total line.
+    /// The table, longest total time first, and its total line; then the refused plans, if there are any.
     std::string text() const;
 
 private:
@@ -39,7 +49,16 @@ private:
         std::vector<std::int64_t> largest; ///< each size by itself
         std::int64_t batch = 0;            ///< the largest
     };
+    struct Refused {
+        std::uint64_t plans = 0;
+        std::string first; ///< shape
+    };
+
+    std::string routines_text() const;
+    std::string refused_text() const;
+
     std::map<std::string, Totals, std::less<>> routines_;
+    std::map<std::string, Refused, std::less<>> refused_;
 };
 
 } // namespace qnm::run

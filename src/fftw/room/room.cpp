@@ -54,6 +54,16 @@ Words passed(const Signature& s)
     return words;
 }
 
+/// An argument in a line of text. Lists have the length of the rank, those of a batch of its rank.
+std::string shown(const Told& a)
+{
+    if (a.type == "C" || a.type == "R")
+        return "data(" + a.name + ")";
+    const std::string rank = a.name.front() == 'h' ? "howmany_rank" : "rank";
+    return (a.array ? "list" : "number") + ("(\"" + a.name + "\", " + a.name) + (a.array ? ", " + rank : "") +
+           ")";
+}
+
 class FftwRoom final : public generate::RowsRoom {
 public:
     void read(Catalogue& house, Lexer& lexer, const std::string& root, const Family& family) override
@@ -92,6 +102,30 @@ public:
         each(table,
              [&](const Statement& s, std::size_t form) { text += function(s, signature(house, s, form)); });
         return text + "} // namespace qnm::fftw\n";
+    }
+
+    /// `@fftw planners MACRO@`: the macro for each function that makes a plan: its result, name, parameters,
+    /// their names, and how each is shown.
+    std::string mark(const Catalogue& house, const std::vector<std::string>& words) const override
+    {
+        std::string text;
+        if (words.size() != 2 || words[0] != "planners")
+            return text;
+        for (const Statement& s : statements_)
+            for (std::size_t form = 0; s.result == "plan" && form < s.family->forms.size(); ++form) {
+                const Signature made = signature(house, s, form);
+                Words parameters, names, all{made.result, made.names.front()};
+                for (const Parameter& p : made.parameters) {
+                    parameters.push_back(p.type + " " + p.name);
+                    names.push_back(p.name);
+                }
+                all.push_back("(" + generate::joined(parameters) + ")");
+                all.push_back("(" + generate::joined(names) + ")");
+                for (const Told& a : s.arguments)
+                    all.push_back(shown(a));
+                text += words[1] + "(" + generate::joined(all) + ")\n";
+            }
+        return text;
     }
 
 private:
