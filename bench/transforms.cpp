@@ -1,4 +1,5 @@
-// Fourier transforms through the layer beside their engines called directly, and what the layer adds itself.
+// Transforms through the layer beside their engines called directly, Poisson problems beside transforms of
+// their size, and what the layer adds itself.
 //   qnm_bench_transforms time FOLDER WISDOM
 //       prints nanoseconds, a line for each transform and engine; WISDOM keeps FFTW's measured plans
 //   qnm_bench_transforms count FOLDER WISDOM
@@ -20,6 +21,7 @@
 #include <functional>
 #include <kissfft.hh>
 #include <memory>
+#include <qnm/poisson.h>
 #include <valgrind/callgrind.h>
 #include <vector>
 
@@ -31,15 +33,18 @@ using Complex = std::complex<double>;
 // ---- what is transformed: forward, in double precision, out of place
 
 struct Aims {
-    double own, plugged; // instructions by those of FFTW's estimated plan
+    double own = 0, plugged = 0; // instructions by those of FFTW's estimated plan
 };
 
+constexpr int no_kind = -1;
+
 struct Transform {
-    const char* name;
+    std::string name;
     std::vector<int> lengths; // slowest first
     int many;
     bool real;
-    Aims aims;
+    Aims aims{};
+    int kind = no_kind; // of real to real
 
     int elements() const
     {
@@ -51,17 +56,31 @@ struct Transform {
     long counted() const { return elements() <= 5000 ? 100 : 1; }
 };
 
-const Transform transforms[] = {{"8", {8}, 1, false, {5, 1.6}},
-                                {"64", {64}, 1, false, {4, 1.15}},
-                                {"1024", {1024}, 1, false, {4, 1.03}},
-                                {"4096", {4096}, 1, false, {4, 1.03}},
-                                {"2^20", {1 << 20}, 1, false, {2, 1.03}},
-                                {"1000", {1000}, 1, false, {2, 1.03}},
-                                {"1009", {1009}, 1, false, {1.5, 1.03}},
-                                {"256x256", {256, 256}, 1, false, {2.5, 1.03}},
-                                {"64x64x64", {64, 64, 64}, 1, false, {4, 1.03}},
-                                {"real 1024", {1024}, 1, true, {4, 1.03}},
-                                {"1000 x 64", {1000}, 64, false, {4, 1.03}}};
+std::vector<Transform> all_transforms()
+{
+    std::vector<Transform> all{{"8", {8}, 1, false, {5, 1.6}},
+                               {"64", {64}, 1, false, {4, 1.15}},
+                               {"1024", {1024}, 1, false, {4, 1.03}},
+                               {"4096", {4096}, 1, false, {4, 1.03}},
+                               {"2^20", {1 << 20}, 1, false, {2, 1.03}},
+                               {"1000", {1000}, 1, false, {2, 1.03}},
+                               {"1009", {1009}, 1, false, {1.5, 1.03}},
+                               {"256x256", {256, 256}, 1, false, {2.5, 1.03}},
+                               {"64x64x64", {64, 64, 64}, 1, false, {4, 1.03}},
+                               {"real 1024", {1024}, 1, true, {4, 1.03}},
+                               {"1000 x 64", {1000}, 64, false, {4, 1.03}}};
+    const char* const kinds[] = {"REDFT00", "REDFT01", "REDFT10", "REDFT11",
+                                 "RODFT00", "RODFT01", "RODFT10", "RODFT11"};
+    int kind = FFTW_REDFT00;
+    for (const char* const name : kinds) {
+        for (const int length : {64, 1000})
+            all.push_back({name + (" " + std::to_string(length)), {length}, 1, true, {}, kind});
+        ++kind;
+    }
+    return all;
+}
+
+const std::vector<Transform> transforms = all_transforms();
 
 /// Some transform by some engine, ready to run.
 class Work {
@@ -137,8 +156,10 @@ void set(const Library& layer, void* d, Code code, std::int64_t value)
     call(layer, "DftiSetValue", d, static_cast<int>(code), value);
 }
 
-std::unique_ptr<Work> by_layer(const Library& layer, const Transform& what)
+std::unique_ptr<Work> by_descriptor(const Library& layer, const Transform& what)
 {
+    if (what.kind != no_kind)
+        return nullptr;
     void* const d = descriptor(layer, what.lengths, what.real);
     set(layer, d, placement, not_in_place);
     if (what.real)
@@ -153,10 +174,19 @@ std::unique_ptr<Work> by_layer(const Library& layer, const Transform& what)
     return work([=, x = Arrays(what)]() mutable { compute(d, x.in.data(), x.out.data()); });
 }
 
-/// The engine's own shared library, whose references are not led to the layer: it has the same names.
-class Fftw {
+template <class F>
+F* entry(const Library& library, const char* name)
+{
+    return reinterpret_cast<F*>(library.function(name));
+}
+
+/// Plans of FFTW's interface, whoever has it.
+class Plans {
 public:
-    explicit Fftw(std::string wisdom) : wisdom_(std::move(wisdom)) {}
+    explicit Plans(const Library& library, std::string wisdom = {})
+        : library_(library), wisdom_(std::move(wisdom))
+    {
+    }
 
     // What was measured is kept, and forgotten by other plans: those that are estimated would follow it.
     std::unique_ptr<Work> planned(const Transform& what, unsigned effort) const
@@ -168,14 +198,20 @@ public:
         auto* const in = reinterpret_cast<fftw_complex*>(x.in.data());
         auto* const out = reinterpret_cast<fftw_complex*>(x.out.data());
         const int rank = static_cast<int>(what.lengths.size()), length = what.lengths[0];
-        const fftw_plan plan = what.real ? find<decltype(fftw_plan_dft_r2c)>("fftw_plan_dft_r2c")(
-                                               rank, what.lengths.data(), x.reals(), out, effort)
-                                         : find<decltype(fftw_plan_many_dft)>("fftw_plan_many_dft")(
-                                               rank, what.lengths.data(), what.many, in, nullptr, 1, length,
-                                               out, nullptr, 1, length, FFTW_FORWARD, effort);
+        const fftw_plan plan =
+            what.kind != no_kind ? find<decltype(fftw_plan_r2r_1d)>("fftw_plan_r2r_1d")(
+                                       length, x.reals(), reinterpret_cast<double*>(x.out.data()),
+                                       static_cast<fftw_r2r_kind>(what.kind), effort)
+            : what.real ? find<decltype(fftw_plan_dft_r2c)>("fftw_plan_dft_r2c")(rank, what.lengths.data(),
+                                                                                 x.reals(), out, effort)
+                        : find<decltype(fftw_plan_many_dft)>("fftw_plan_many_dft")(
+                              rank, what.lengths.data(), what.many, in, nullptr, 1, length, out, nullptr, 1,
+                              length, FFTW_FORWARD, effort);
         if (effort != FFTW_ESTIMATE)
             find<decltype(fftw_export_wisdom_to_filename)>("fftw_export_wisdom_to_filename")(wisdom_.c_str());
         find<decltype(fftw_forget_wisdom)>("fftw_forget_wisdom")();
+        if (plan == nullptr)
+            fail("no plan for " + what.name);
         auto* const execute = find<decltype(fftw_execute)>("fftw_execute");
         return work([=, kept = std::move(x)] { execute(plan); });
     }
@@ -184,16 +220,16 @@ private:
     template <class F>
     F* find(const char* name) const
     {
-        return reinterpret_cast<F*>(library_.function(name));
+        return entry<F>(library_, name);
     }
-    Library library_{"libfftw3.so.3", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND};
+    const Library& library_;
     std::string wisdom_;
 };
 
 /// One line at a time, of a length that has small factors.
 std::unique_ptr<Work> by_kiss(const Transform& what)
 {
-    if (what.lengths.size() > 1 || what.lengths[0] == 1009)
+    if (what.lengths.size() > 1 || what.lengths[0] == 1009 || what.kind != no_kind)
         return nullptr;
     const auto n = static_cast<std::size_t>(what.lengths[0]);
     using Kiss = kissfft<double>;
@@ -208,25 +244,34 @@ std::unique_ptr<Work> by_kiss(const Transform& what)
 }
 
 const char* const own = "own";
+const char* const own_plan = "own plan";
 const char* const plugged = "plugged";
+const char* const plugged_plan = "plugged plan";
 
 struct Engine {
     const char* name;
     std::function<std::unique_ptr<Work>(const Transform&)> ready; // null: it does not know this one
 };
 
-std::vector<Engine> engines(const Libraries& in, const Fftw& fftw)
+bool is_plugged(const Libraries& in)
 {
-    const auto layer = [&](const Transform& what) { return by_layer(in.layer, what); };
-    if (std::getenv("QNM_FFT_ENGINE") != nullptr) {
-        char text[128] = {};
-        reinterpret_cast<void (*)(char*, std::int64_t)>(in.core.function("qnm_dft_dfti_get_version_string"))(
-            text, sizeof text);
-        if (std::strstr(text, "fftw") == nullptr)
-            fail(std::string("not by the engine that is to be measured: ") + text);
-        return {{plugged, layer}};
-    }
-    return {{own, layer},
+    if (std::getenv("QNM_FFT_ENGINE") == nullptr)
+        return false;
+    char text[128] = {};
+    entry<void(char*, std::int64_t)>(in.core, "qnm_dft_dfti_get_version_string")(text, sizeof text);
+    if (std::strstr(text, "fftw") == nullptr)
+        fail(std::string("not by the engine that is to be measured: ") + text);
+    return true;
+}
+
+std::vector<Engine> engines(const Libraries& in, const Plans& fftw)
+{
+    const auto descriptor = [&](const Transform& what) { return by_descriptor(in.layer, what); };
+    const auto plan = [&](const Transform& what) { return Plans(in.layer).planned(what, FFTW_ESTIMATE); };
+    if (is_plugged(in))
+        return {{plugged, descriptor}, {plugged_plan, plan}};
+    return {{own, descriptor},
+            {own_plan, plan},
             {"estimate", [&](const Transform& what) { return fftw.planned(what, FFTW_ESTIMATE); }},
             {"measure", [&](const Transform& what) { return fftw.planned(what, FFTW_MEASURE); }},
             {"kiss", by_kiss}};
@@ -234,7 +279,107 @@ std::vector<Engine> engines(const Libraries& in, const Fftw& fftw)
 
 std::string label(const Transform& what, const std::string& engine)
 {
-    return std::string(what.name) + "|" + engine;
+    return what.name + "|" + engine;
+}
+
+// ---- Poisson problems
+
+/// A problem on n by n steps, whose ends are 1 where they are given: solved again and again it does not fade.
+class Problem {
+public:
+    Problem(const Library& layer, int n, const char* sides)
+        : solve_(entry<decltype(d_helmholtz_2d)>(layer, "d_helmholtz_2d")),
+          f_(static_cast<std::size_t>((n + 1) * (n + 1)), 1.0),
+          ends_(static_cast<std::size_t>(n + 1), 1.0)
+    {
+        const double from = 0, to = 1, q = 0;
+        entry<decltype(d_init_helmholtz_2d)>(layer, "d_init_helmholtz_2d")(&from, &to, &from, &to, &n, &n,
+                                                                           sides, &q, ipar_, par_, &stat_);
+        run(entry<decltype(d_commit_helmholtz_2d)>(layer, "d_commit_helmholtz_2d"));
+        run(solve_);
+    }
+    Problem(const Problem&) = delete;
+    Problem& operator=(const Problem&) = delete;
+
+    void solve() { call(solve_); }
+
+private:
+    template <class Step>
+    void call(Step* step)
+    {
+        const double* const ends = ends_.data();
+        step(f_.data(), ends, ends, ends, ends, &handle_, ipar_, par_, &stat_);
+    }
+    template <class Step>
+    void run(Step* step)
+    {
+        call(step);
+        if (stat_ != QNM_PDE_OK)
+            fail("a Poisson problem has status " + std::to_string(stat_));
+    }
+
+    decltype(d_helmholtz_2d)* solve_;
+    std::vector<double> f_, ends_;
+    double par_[128] = {};
+    int ipar_[128] = {}, stat_ = 0;
+    qnm_dft_handle handle_ = nullptr;
+};
+
+std::unique_ptr<Work> problem(const Library& layer, int n, const char* sides)
+{
+    return work([=, x = std::make_shared<Problem>(layer, n, sides)] { x->solve(); });
+}
+
+constexpr int steps = 1024;
+constexpr double solve_aim = 4;
+const char* const problems[] = {"DDDD", "PPDD"};
+const char* const pair = "there and back";
+
+std::unique_ptr<Work> real_pair(const Library& layer)
+{
+    std::vector<double> x(steps * steps, 1.0);
+    std::vector<Complex> y(steps * (steps / 2 + 1));
+    auto* const out = reinterpret_cast<fftw_complex*>(y.data());
+    const fftw_plan there = entry<decltype(fftw_plan_dft_r2c_2d)>(layer, "fftw_plan_dft_r2c_2d")(
+        steps, steps, x.data(), out, FFTW_ESTIMATE);
+    // Not into x: it would grow.
+    std::vector<double> z(x.size());
+    const fftw_plan back = entry<decltype(fftw_plan_dft_c2r_2d)>(layer, "fftw_plan_dft_c2r_2d")(
+        steps, steps, out, z.data(), FFTW_ESTIMATE);
+    auto* const execute = entry<decltype(fftw_execute)>(layer, "fftw_execute");
+    return work([=, x = std::move(x), y = std::move(y), z = std::move(z)] {
+        execute(there);
+        execute(back);
+    });
+}
+
+// ---- all that is measured
+
+struct Part {
+    std::string name;
+    std::unique_ptr<Work> work;
+    long counted;
+};
+using Rivals = std::vector<Part>;
+
+/// Those that are compared are made together, and gone before the next.
+template <class Use>
+void each_rivals(const Libraries& in, const Plans& fftw, const Use& use)
+{
+    for (const Transform& what : transforms) {
+        Rivals rivals;
+        for (const Engine& engine : engines(in, fftw))
+            if (auto part = engine.ready(what))
+                rivals.push_back({label(what, engine.name), std::move(part), what.counted()});
+        use(rivals);
+    }
+    if (is_plugged(in)) // solvers have one engine
+        return;
+    Rivals rivals;
+    for (const char* const sides : problems)
+        rivals.push_back({sides, problem(in.layer, steps, sides), 1});
+    rivals.push_back({pair, real_pair(in.layer), 1});
+    use(rivals);
 }
 
 // ---- the layer's own part
@@ -272,6 +417,28 @@ void* const* small_at(const Library& layer)
     return &handle;
 }
 
+fftw_plan small_plan(const Library& layer, int in, int out)
+{
+    // Looked for once: what is counted is the planner.
+    static auto* const make = entry<decltype(fftw_plan_dft_1d)>(layer, "fftw_plan_dft_1d");
+    return make(4, reinterpret_cast<fftw_complex*>(line[in]), reinterpret_cast<fftw_complex*>(line[out]),
+                FFTW_FORWARD, FFTW_ESTIMATE);
+}
+
+std::unique_ptr<Work> by_cosine(const Library& layer)
+{
+    static qnm_dft_handle handle;
+    static int ipar[15], stat;
+    static double par[128];
+    const int n = 4, cosine = 1;
+    entry<decltype(d_init_trig_transform)>(layer, "d_init_trig_transform")(&n, &cosine, ipar, par, &stat);
+    entry<decltype(d_commit_trig_transform)>(layer, "d_commit_trig_transform")(line[0], &handle, ipar, par,
+                                                                               &stat);
+    if (stat != QNM_PDE_OK)
+        fail("d_commit_trig_transform refuses");
+    return calls(layer, "d_forward_trig_transform", line[0], &handle, ipar, par, &stat);
+}
+
 const Call layer_calls[] = {
     {"DftiComputeForward, 1 array", 38,
      [](const Library& l) { return calls(l, "DftiComputeForward", small(l, false), line[0]); }},
@@ -291,9 +458,29 @@ const Call layer_calls[] = {
      [](const Library& l) { return calls(l, "qnm_dft_dfti_compute_forward_z", small_at(l), line[0]); }},
     {"dfti_compute_forward_z_", 39,
      [](const Library& l) { return calls(l, "dfti_compute_forward_z_", small_at(l), line[0]); }},
-    {"DftiSetValue, an integer", 60, [](const Library& l) {
+    {"DftiSetValue, an integer", 60,
+     [](const Library& l) {
          return calls(l, "DftiSetValue", small(l, false), static_cast<int>(placement), not_in_place);
-     }}};
+     }},
+    {"fftw_execute, out of place", 50,
+     [](const Library& l) { return calls(l, "fftw_execute", small_plan(l, 0, 1)); }},
+    {"fftw_execute, in place", 48,
+     [](const Library& l) { return calls(l, "fftw_execute", small_plan(l, 0, 0)); }},
+    {"fftw_execute_dft", 74,
+     [](const Library& l) { return calls(l, "fftw_execute_dft", small_plan(l, 0, 1), line[2], line[3]); }},
+    {"dfftw_execute_", 55,
+     [](const Library& l) {
+         static fftw_plan plan;
+         plan = small_plan(l, 0, 1);
+         return calls(l, "dfftw_execute_", &plan);
+     }},
+    {"a plan made and destroyed", 600,
+     [](const Library& l) {
+         auto* const destroy = entry<decltype(fftw_destroy_plan)>(l, "fftw_destroy_plan");
+         return work([=, &l] { destroy(small_plan(l, 0, 1)); });
+     }},
+    {"d_forward_trig_transform", 85, by_cosine},
+    {"d_helmholtz_2d", 430, [](const Library& l) { return problem(l, 4, "DDDD"); }}};
 
 // ---- modes
 
@@ -306,13 +493,13 @@ void counted(Work& part, long times, const std::string& name)
     CALLGRIND_DUMP_STATS_AT(name.c_str());
 }
 
-void count_all(const Libraries& in, const Fftw& fftw)
+void count_all(const Libraries& in, const Plans& fftw)
 {
     std::printf("0x%llx\n", in.layer.base());
-    for (const Transform& what : transforms)
-        for (const Engine& engine : engines(in, fftw))
-            if (const auto part = engine.ready(what))
-                counted(*part, what.counted(), label(what, engine.name));
+    each_rivals(in, fftw, [](const Rivals& rivals) {
+        for (const Part& part : rivals)
+            counted(*part.work, part.counted, part.name);
+    });
     for (const Call& call : layer_calls)
         counted(*call.ready(in.layer), counted_calls, call.name);
 }
@@ -325,38 +512,37 @@ double nanoseconds(Work& part, long times)
     return taken.count() / static_cast<double>(times);
 }
 
-// Engines take turns, so that a neighbour's load meets them all.
-void time_all(const Libraries& in, const Fftw& fftw)
+// They take turns, so that a neighbour's load meets them all.
+void in_turns(const Rivals& rivals)
 {
     constexpr double batch = 2e5;
-    for (const Transform& what : transforms) {
-        struct Timed {
-            const char* engine;
-            std::unique_ptr<Work> part;
-            long times = 1;
-            std::vector<double> taken{};
-        };
-        std::vector<Timed> all;
-        for (const Engine& engine : engines(in, fftw))
-            if (auto part = engine.ready(what))
-                all.push_back({engine.name, std::move(part)});
-        double slowest = 0;
-        for (Timed& one : all) {
-            one.part->repeat(1);
-            while (nanoseconds(*one.part, one.times) * static_cast<double>(one.times) < batch)
-                one.times *= 2;
-            slowest = std::max(slowest, nanoseconds(*one.part, one.times) * static_cast<double>(one.times));
-        }
-        const int rounds = std::clamp(static_cast<int>(1e8 / slowest), 7, 101);
-        for (int round = 0; round < rounds; ++round)
-            for (Timed& one : all)
-                one.taken.push_back(nanoseconds(*one.part, one.times));
-        for (Timed& one : all) {
-            std::nth_element(one.taken.begin(), one.taken.begin() + rounds / 2, one.taken.end());
-            std::printf("%s\t%.1f\n", label(what, one.engine).c_str(),
-                        one.taken[static_cast<std::size_t>(rounds / 2)]);
-        }
+    struct Timed {
+        const Part& part;
+        long times = 1;
+        std::vector<double> taken{};
+    };
+    std::vector<Timed> all;
+    double slowest = 0;
+    for (const Part& part : rivals) {
+        Timed& one = all.emplace_back(Timed{part});
+        part.work->repeat(1);
+        while (nanoseconds(*part.work, one.times) * static_cast<double>(one.times) < batch)
+            one.times *= 2;
+        slowest = std::max(slowest, nanoseconds(*part.work, one.times) * static_cast<double>(one.times));
     }
+    const int rounds = std::clamp(static_cast<int>(1e8 / slowest), 7, 101);
+    for (int round = 0; round < rounds; ++round)
+        for (Timed& one : all)
+            one.taken.push_back(nanoseconds(*one.part.work, one.times));
+    for (Timed& one : all) {
+        std::nth_element(one.taken.begin(), one.taken.begin() + rounds / 2, one.taken.end());
+        std::printf("%s\t%.1f\n", one.part.name.c_str(), one.taken[static_cast<std::size_t>(rounds / 2)]);
+    }
+}
+
+void time_all(const Libraries& in, const Plans& fftw)
+{
+    each_rivals(in, fftw, in_turns);
 }
 
 std::map<std::string, double> times_of(const char* file)
@@ -371,14 +557,20 @@ std::map<std::string, double> times_of(const char* file)
     return times;
 }
 
-void print_ratio(double value, double of, double aim = 0)
+void print_ratio(double value, double of)
 {
     if (value > 0)
         std::printf(" %6.2f", value / of);
     else
         std::printf(" %6s", "");
+}
+
+void print_aim(double aim)
+{
     if (aim > 0)
         std::printf(" %5.2f", aim);
+    else
+        std::printf(" %5s", "");
 }
 
 void table(Counts counts, Counts plugged_counts, std::map<std::string, double> times,
@@ -386,24 +578,40 @@ void table(Counts counts, Counts plugged_counts, std::map<std::string, double> t
 {
     counts.merge(plugged_counts);
     times.insert(plugged_times.begin(), plugged_times.end());
-    std::printf("%-10s | %11s by those of FFTW's estimated plan    | %11s by that of it\n"
-                "%-10s | %11s %6s %5s %6s %5s %6s %6s | %11s %6s %6s %6s %6s\n",
-                "", "instructions", "nanoseconds", "", "estimated", "core", "aim", "plug", "aim", "meas.",
-                "Kiss", "estimated", "core", "plug", "meas.", "Kiss");
+    std::printf("%-12s | %11s by those of FFTW's estimated plan; plan: by fftw_execute of the layer | %9s by "
+                "that of it\n"
+                "%-12s | %11s %5s %6s %6s %5s %6s %6s %6s %6s | %11s %6s %6s %6s %6s %6s %6s\n",
+                "", "instructions", "nanoseconds", "", "estimated", "aim", "core", "plan", "aim", "plug",
+                "plan", "meas.", "Kiss", "estimated", "core", "plan", "plug", "plan", "meas.", "Kiss");
+    const auto whole = [&](const std::string& name, long counted) {
+        return counts[name].all * counted_calls / static_cast<double>(counted);
+    };
     for (const Transform& what : transforms) {
         const auto instructions = [&](const char* engine) {
-            return counts[label(what, engine)].all * counted_calls / static_cast<double>(what.counted());
+            return whole(label(what, engine), what.counted());
         };
         const auto time = [&](const char* engine) { return times[label(what, engine)]; };
         const double all = instructions("estimate"), taken = time("estimate");
-        std::printf("%-10s | %11.0f", what.name, all);
-        print_ratio(instructions(own), all, what.aims.own);
-        print_ratio(instructions(plugged), all, what.aims.plugged);
-        print_ratio(instructions("measure"), all);
-        print_ratio(instructions("kiss"), all);
+        std::printf("%-12s | %11.0f", what.name.c_str(), all);
+        print_aim(what.aims.own);
+        for (const char* engine : {own, own_plan})
+            print_ratio(instructions(engine), all);
+        print_aim(what.aims.plugged);
+        for (const char* engine : {plugged, plugged_plan, "measure", "kiss"})
+            print_ratio(instructions(engine), all);
         std::printf(" | %11.0f", taken);
-        for (const char* engine : {own, plugged, "measure", "kiss"})
+        for (const char* engine : {own, own_plan, plugged, plugged_plan, "measure", "kiss"})
             print_ratio(time(engine), taken);
+        std::puts("");
+    }
+    const double all = whole(pair, 1), taken = times[pair];
+    std::printf("\n%-32s %12s %11s (aim of the ratio: %.0f)\n", "Poisson problems of 1024x1024",
+                "instructions", "nanoseconds", solve_aim);
+    std::printf("%-32s %12.0f %11.0f\n", "a real transform there and back", all, taken);
+    for (const char* const sides : problems) {
+        std::printf("%-32s", sides);
+        for (const double ratio : {whole(sides, 1) / all, times[sides] / taken})
+            std::printf(" %12.2f", ratio);
         std::puts("");
     }
     std::printf("\n%-32s %12s %5s\n", "the layer's own instructions", "with jumps", "aim");
@@ -440,6 +648,8 @@ int main(int argc, char** argv)
         return 2;
     }
     const Libraries in(argv[2]);
-    const Fftw fftw(argv[3]);
+    // Its references are not led to the layer, which has the same names.
+    const Library direct("libfftw3.so.3", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+    const Plans fftw(direct, argv[3]);
     (mode == "time" ? time_all : count_all)(in, fftw);
 }
