@@ -40,3 +40,24 @@ echo "\$ qnm-run --report sunspots_fortran sunspots.txt"
 spectrum sunspots_fortran
 cmp "$scratch/sunspots" "$scratch/sunspots_fortran"
 printf '\nThe same digits as from C.\n'
+
+title "Heat in a rod, by FFTW's plans: a program for FFTW, in C, linked with the layer"
+echo "\$ heat"
+"$build/bin/heat"
+
+title "A loaded membrane, by a Poisson solver, beside the height that was chosen first"
+echo "\$ membrane ."
+"$build/bin/membrane" "$build"
+printf '\nThe membrane and its error: %s %s\n' "$build/membrane.svg" "$build/membrane_error.svg"
+
+title "ImageMagick's spectrum of the membrane: Debian's program, linked with FFTW, through the layer"
+# By the name that the package gives it: others may be put ahead.
+if convert=$(command -v convert-im6.q16) && "$convert" -version | grep -q '^Delegates.* fftw'; then
+    echo "\$ qnm-run --report convert membrane.pgm -define fourier:normalize=forward -fft +delete \\
+          -auto-level -evaluate log 10000 membrane_spectrum.png"
+    "$build/bin/qnm-run" --report "$convert" "$build/membrane.pgm" -define fourier:normalize=forward -fft +delete \
+        -auto-level -evaluate log 10000 "$build/membrane_spectrum.png"
+    printf '\nThe picture of the spectrum: %s\n' "$build/membrane_spectrum.png"
+else
+    echo "left out: there is no ImageMagick with FFTW (package imagemagick)"
+fi
