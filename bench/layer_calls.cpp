@@ -1,0 +1,103 @@
+// Calls whose instructions within the layer are counted.
+#include "transforms.hpp"
+
+#include <qnm/poisson.h>
+
+namespace qnm::bench {
+namespace {
+
+template <class... P>
+std::unique_ptr<Work> calls(const Library& layer, const char* name, P... arguments)
+{
+    auto* const entry = reinterpret_cast<Entry<P...>*>(layer.function(name));
+    return work([=] { entry(arguments...); });
+}
+
+double line[4][8];
+
+void* small(const Library& layer, bool out_of_place, bool split = false)
+{
+    void* const d = descriptor(layer, {2}, false);
+    if (out_of_place)
+        set(layer, d, placement, not_in_place);
+    if (split)
+        set(layer, d, complex_storage, real_real);
+    call(layer, "DftiCommitDescriptor", d);
+    return d;
+}
+
+void* const* small_at(const Library& layer)
+{
+    static void* handle;
+    handle = small(layer, false);
+    return &handle;
+}
+
+fftw_plan small_plan(const Library& layer, int in, int out)
+{
+    // Looked for once: what is counted is the planner.
+    static auto* const make = entry<decltype(fftw_plan_dft_1d)>(layer, "fftw_plan_dft_1d");
+    return make(4, reinterpret_cast<fftw_complex*>(line[in]), reinterpret_cast<fftw_complex*>(line[out]),
+                FFTW_FORWARD, FFTW_ESTIMATE);
+}
+
+std::unique_ptr<Work> by_cosine(const Library& layer)
+{
+    static qnm_dft_handle handle;
+    static int ipar[15], stat;
+    static double par[128];
+    const int n = 4, cosine = 1;
+    entry<decltype(d_init_trig_transform)>(layer, "d_init_trig_transform")(&n, &cosine, ipar, par, &stat);
+    entry<decltype(d_commit_trig_transform)>(layer, "d_commit_trig_transform")(line[0], &handle, ipar, par,
+                                                                               &stat);
+    if (stat != QNM_PDE_OK)
+        fail("d_commit_trig_transform refuses");
+    return calls(layer, "d_forward_trig_transform", line[0], &handle, ipar, par, &stat);
+}
+
+} // namespace
+
+const std::vector<Call> layer_calls = {
+    {"DftiComputeForward, 1 array", 38,
+     [](const Library& l) { return calls(l, "DftiComputeForward", small(l, false), line[0]); }},
+    {"DftiComputeForward, 2 arrays", 39,
+     [](const Library& l) { return calls(l, "DftiComputeForward", small(l, true), line[0], line[1]); }},
+    {"DftiComputeForward, 4 arrays", 43,
+     [](const Library& l) {
+         return calls(l, "DftiComputeForward", small(l, true, true), line[0], line[1], line[2], line[3]);
+     }},
+    {"DftiComputeInPlaceForward", 29,
+     [](const Library& l) { return calls(l, "DftiComputeInPlaceForward", small(l, false), line[0]); }},
+    {"DftiComputeOutOfPlaceForward", 36,
+     [](const Library& l) {
+         return calls(l, "DftiComputeOutOfPlaceForward", small(l, true), line[0], line[1]);
+     }},
+    {"qnm_dft_dfti_compute_forward_z", 37,
+     [](const Library& l) { return calls(l, "qnm_dft_dfti_compute_forward_z", small_at(l), line[0]); }},
+    {"dfti_compute_forward_z_", 39,
+     [](const Library& l) { return calls(l, "dfti_compute_forward_z_", small_at(l), line[0]); }},
+    {"DftiSetValue, an integer", 60,
+     [](const Library& l) {
+         return calls(l, "DftiSetValue", small(l, false), static_cast<int>(placement), not_in_place);
+     }},
+    {"fftw_execute, out of place", 50,
+     [](const Library& l) { return calls(l, "fftw_execute", small_plan(l, 0, 1)); }},
+    {"fftw_execute, in place", 48,
+     [](const Library& l) { return calls(l, "fftw_execute", small_plan(l, 0, 0)); }},
+    {"fftw_execute_dft", 74,
+     [](const Library& l) { return calls(l, "fftw_execute_dft", small_plan(l, 0, 1), line[2], line[3]); }},
+    {"dfftw_execute_", 55,
+     [](const Library& l) {
+         static fftw_plan plan;
+         plan = small_plan(l, 0, 1);
+         return calls(l, "dfftw_execute_", &plan);
+     }},
+    {"a plan made and destroyed", 600,
+     [](const Library& l) {
+         auto* const destroy = entry<decltype(fftw_destroy_plan)>(l, "fftw_destroy_plan");
+         return work([=, &l] { destroy(small_plan(l, 0, 1)); });
+     }},
+    {"d_forward_trig_transform", 85, by_cosine},
+    {"d_helmholtz_2d", 430, [](const Library& l) { return problem(l, 4, "DDDD"); }}};
+
+} // namespace qnm::bench
