@@ -86,6 +86,7 @@ TEST_F(Trace, LinesHaveNameArgumentsAndTime)
                                                        {product, 12345.6, 1, "12346s"},
                                                        {copy, 0.5, 1, "500.0ms"},
                                                        {copy, 1e9, 0, "-"},
+                                                       {product, -1.0, 1, "-"},
                                                        {transform, 2e-6, 0, "2.000us"}}) {
         print(line, seconds, enabled);
         expected.push_back("QNM_VERBOSE " + line + " " + text);
