@@ -4,6 +4,7 @@
 
 #include <array>
 #include <deque>
+#include <dlfcn.h>
 #include <map>
 #include <sstream>
 
@@ -68,7 +69,8 @@ support::Returned call(const std::string& prefix, const std::string& text, std::
     std::string name, each;
     for (in >> name; in >> each;)
         ahead.push_back(word(each, prefix.find("fftw") == 1));
-    return support::call_words(layer()[prefix + name], ahead);
+    name = prefix + name;
+    return support::call_words(dlsym(RTLD_DEFAULT, name.c_str()), ahead); // as a program finds it
 }
 
 Record* planned(const std::string& prefix, const std::string& text)
