@@ -86,18 +86,27 @@ const dft_plugin* opened(std::string& why)
     return found;
 }
 
-const dft_plugin* asked_for()
+// Where there is no memory to look for one, there is none.
+const dft_plugin* asked_for() noexcept
 {
     const char* const name = secure_getenv("QNM_FFT_ENGINE");
     if (name == nullptr || *name == '\0')
         return nullptr;
-    std::string why = "no such engine is known";
-    const dft_plugin* const found = std::string_view(name) == "fftw" ? opened(why) : nullptr;
-    if (found == nullptr)
+    const auto without = [name](const char* why) -> const dft_plugin* {
         print_to(STDERR_FILENO,
                  "QNM ERROR: QNM_FFT_ENGINE=%.64s: %.512s. Transforms are made by the core's own engine.\n",
-                 name, why.c_str());
-    return found;
+                 name, why);
+        return nullptr;
+    };
+    if (std::string_view(name) != "fftw")
+        return without("no such engine is known");
+    try {
+        std::string why;
+        const dft_plugin* const found = opened(why);
+        return found != nullptr ? found : without(why.c_str());
+    } catch (const std::bad_alloc&) {
+        return without("no memory");
+    }
 }
 
 // ---- a task
