@@ -1,0 +1,217 @@
+// A vector entry, of whatever root and form.
+#pragma once
+
+#include "frame/complex.hpp"
+#include "vml/control.hpp"
+#include "vml/root.hpp"
+
+namespace qnm::vml {
+
+// Kinds of arguments. A number comes by value or by reference, and is read no earlier than it is asked for.
+template <class T>
+struct Value {
+    T value;
+    QNM_INLINE T get() const { return value; }
+};
+template <class T>
+struct Reference {
+    const T* value;
+    QNM_INLINE T get() const { return *value; }
+};
+
+/// A vector, which is tested; its null is reported under this code.
+template <int told, class T>
+struct Vector {
+    static constexpr int code = told;
+    T* elements;
+    QNM_INLINE T* get() const { return elements; }
+};
+/// An array that goes on as it came.
+template <class T>
+struct Array {
+    T* elements;
+    QNM_INLINE T* get() const { return elements; }
+};
+
+/// An argument that waits on the stack while functions are called.
+template <class T>
+struct Waiting {
+    const volatile T& kept;
+    QNM_INLINE T get() const { return kept; }
+};
+template <class T>
+struct WaitingReference {
+    const T* const volatile& kept;
+    QNM_INLINE T get() const { return *kept; }
+};
+
+/// Integers and addresses in volatile variables: in saved registers each would cost two instructions more, and other
+/// ways to keep them out of registers lose the jump at the end. Real numbers have no saved registers.
+template <class Then>
+QNM_INLINE void keep(const Then& then)
+{
+    then();
+}
+template <class Then, class T, class... Rest>
+QNM_INLINE void keep(const Then& then, Value<T> first, Rest... rest)
+{
+    if constexpr (std::is_integral_v<T>) {
+        const volatile T kept = first.value;
+        keep([&](auto... later) QNM_INLINE_LAMBDA { then(Waiting<T>{kept}, later...); }, rest...);
+    } else {
+        keep([&](auto... later) QNM_INLINE_LAMBDA { then(first, later...); }, rest...);
+    }
+}
+template <class Then, class T, class... Rest>
+QNM_INLINE void keep(const Then& then, Reference<T> first, Rest... rest)
+{
+    const T* const volatile kept = first.value;
+    keep([&](auto... later) QNM_INLINE_LAMBDA { then(WaitingReference<T>{kept}, later...); }, rest...);
+}
+template <class Then, class A, class... Rest>
+QNM_INLINE void keep(const Then& then, A first, Rest... rest)
+{
+    using Address = decltype(first.elements);
+    const volatile Address kept = first.elements;
+    keep([&](auto... later) QNM_INLINE_LAMBDA { then(Waiting<Address>{kept}, later...); }, rest...);
+}
+
+/// The mode of a form that has none.
+struct NoMode {};
+
+template <class A>
+inline constexpr int code_of = 0;
+template <int code, class T>
+inline constexpr int code_of<Vector<code, T>> = code;
+
+/// One jump for each test: the compiler would join them by arithmetic.
+template <class A>
+QNM_INLINE bool is_null(A argument)
+{
+    if constexpr (code_of<A> != 0) {
+        asm volatile("");
+        return unlikely(argument.get() == nullptr);
+    } else {
+        return false;
+    }
+}
+
+/// The tested vectors of an argument list, for a refusal: what is not there is not null.
+struct Tested {
+    unsigned codes = 0;
+    int count = 0;
+    const void* vectors[3]{};
+
+    template <class A>
+    QNM_INLINE void add(A argument)
+    {
+        if constexpr (code_of<A> != 0) {
+            codes |= static_cast<unsigned>(code_of<A>) << (8 * count);
+            vectors[count++] = argument.get();
+        }
+    }
+};
+
+/// How a form differs from the narrow one of C.
+struct Form {
+    bool wide = false;
+    bool by_reference = false;
+    bool accuracy = false; // tells by a status that the index is not that of the best kernels
+};
+
+QNM_INLINE void leave_status(int status)
+{
+    VMLSETERRSTATUS_(&status);
+}
+
+/// The index of the kernel, behind which all that waits is read.
+template <Form form>
+QNM_INLINE long table_index(const Root& root)
+{
+    const long index = root.index(processor_type());
+    if constexpr (form.accuracy)
+        if (unlikely(index != 2))
+            leave_status(1000);
+    return index;
+}
+
+template <Form form, class N>
+QNM_INLINE bool goes_ahead(const N& n)
+{
+    if constexpr (form.wide && form.by_reference)
+        return n.get() > 0; // which another thread may have changed meanwhile
+    else
+        return true;
+}
+
+/// What stands behind the tests: the threader, or a kernel that is called at once.
+template <auto* Threader>
+struct Threaded {
+    template <class N, class... A>
+    QNM_INLINE static void call(const Root& root, long index, N n, A... arguments)
+    {
+        Threader(root.kernels[index], n, arguments..., vml_dll_handle, root.companions[index]);
+    }
+};
+template <int width_code>
+struct Direct {
+    QNM_INLINE static long long passed(int number) { return number; }
+    template <class T>
+    QNM_INLINE static T* passed(T* elements)
+    {
+        return elements;
+    }
+    template <class N, class... A>
+    QNM_INLINE static void call(const Root& root, long index, N n, A... arguments)
+    {
+        const auto kernel =
+            reinterpret_cast<void (*)(decltype(passed(n)), decltype(passed(arguments))..., int)>(root.kernels[index]);
+        kernel(passed(n), passed(arguments)..., width_code);
+    }
+};
+
+template <Form form, class Target, class N, class... A>
+QNM_INLINE void call(const Root& root, N n, A... arguments)
+{
+    const long index = table_index<form>(root);
+    if (goes_ahead<form>(n))
+        Target::call(root, index, n.get(), arguments.get()...);
+}
+
+template <Form form, class Target, class... A>
+QNM_INLINE void run(Root& root, NoMode, A... arguments)
+{
+    if (unlikely(root.index == nullptr))
+        bind_root(root);
+    stay_below(); // a cell is read again where it is called: a register kept for it would have to be saved
+    call<form, Target>(root, arguments...);
+}
+
+/// With the mode of this call, which is set behind the tables and ahead of the index.
+template <Form form, class Target, class M, class... A>
+QNM_INLINE void run(Root& root, M given, A... arguments)
+{
+    const bool fresh = root.index == nullptr;
+    if (unlikely(fresh))
+        bind_tables(root);
+    unsigned mode = given.get();
+    mode = VMLSETMODE_(&mode);
+    if (unlikely(fresh))
+        bind_index(root);
+    stay_below();
+    call<form, Target>(root, arguments...);
+    VMLSETMODE_(&mode);
+}
+
+template <Form form, class Target, class M, class N, class... A>
+QNM_INLINE void entry(Root& root, M mode, N n, A... arguments)
+{
+    if (unlikely(n.get() <= 0) || (is_null(arguments) || ...)) {
+        Tested tested;
+        (tested.add(arguments), ...);
+        return refuse(root, n.get(), form.wide, tested.codes, tested.vectors[0], tested.vectors[1]);
+    }
+    keep([&](auto... waiting) QNM_INLINE_LAMBDA { run<form, Target>(root, mode, waiting...); }, n, arguments...);
+}
+
+} // namespace qnm::vml
