@@ -8,22 +8,36 @@ unsigned VMLSETMODE_(const unsigned* mode);
 int VMLSETERRSTATUS_(const int* status);
 }
 
+/// The cell of a kernel, under the kernel's name.
+#define QNM_VML_CONTROL(KERNEL, RESULT, ...) static RESULT (*KERNEL##_cell)(__VA_ARGS__) asm(#KERNEL) = nullptr;
+
 namespace qnm::vml {
 
-/// A wide result: a mode is unsigned, a status keeps its sign, and an address is what it is.
-template <class Result, class T>
-QNM_INLINE Result widened(T result)
+using qnm_int64 = core_int;
+using qnm_vml_callback_t = int (*)(void* record);
+
+// An integer by value, or behind an address, which is read when its kernel is there.
+template <class T>
+QNM_INLINE T given(T value)
 {
-    if constexpr (std::is_same_v<Result, T>)
-        return result;
-    else
-        return static_cast<Result>(result);
+    return value;
+}
+template <class T>
+QNM_INLINE T given(const T* value)
+{
+    return *value;
 }
 
-template <class T>
-QNM_INLINE T narrowed(long long value)
+/// A result of 32 bits may be one of 64 in the entry: its own sign tells how it is widened.
+template <class Result, class Argument, class... A>
+QNM_INLINE Result control(Result (*&cell)(Argument), const char* kernel, A... arguments)
 {
-    return static_cast<T>(value);
+    return bound(cell, kernel)(given(arguments)...);
+}
+template <class Result>
+QNM_INLINE Result control(Result (*&cell)(), const char* kernel)
+{
+    return bound(cell, kernel)();
 }
 
 } // namespace qnm::vml

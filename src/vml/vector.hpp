@@ -128,7 +128,9 @@ QNM_INLINE void leave_status(int status)
 template <Form form>
 QNM_INLINE long table_index(const Root& root)
 {
-    const long index = root.index(processor_type());
+    const int type = processor_type();
+    stay_below(); // the cell is read where it is called: a register that kept it would have to be saved
+    const long index = root.index(type);
     if constexpr (form.accuracy)
         if (unlikely(index != 2))
             leave_status(1000);
@@ -183,7 +185,6 @@ QNM_INLINE void run(Root& root, NoMode, A... arguments)
 {
     if (unlikely(root.index == nullptr))
         bind_root(root);
-    stay_below(); // a cell is read again where it is called: a register kept for it would have to be saved
     call<form, Target>(root, arguments...);
 }
 
@@ -198,7 +199,6 @@ QNM_INLINE void run(Root& root, M given, A... arguments)
     mode = VMLSETMODE_(&mode);
     if (unlikely(fresh))
         bind_index(root);
-    stay_below();
     call<form, Target>(root, arguments...);
     VMLSETMODE_(&mode);
 }
