@@ -8,7 +8,7 @@ extern "C" {
 void qnm_vml_serv_load_vml_dll();
 void* qnm_vml_serv_get_dll_handle();
 void* qnm_vml_serv_load_vml_func(const char* name);
-int qnm_vml_serv_cpu_detect();
+QNM_COLD int qnm_vml_serv_cpu_detect(); // once, as a rule: entries look into its cell
 int qnm_vml_serv_cpu_detect_legacy();
 
 /// The open library; null before the first call.

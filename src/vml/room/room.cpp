@@ -80,7 +80,7 @@ std::string call(const Member& m, const Form& form, const std::string& root)
     const std::vector<Told> arguments = m.arguments();
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const Told& a = arguments[i];
-        const std::string type = (a.output ? "" : "const ") + (a.kind == Kind::array ? "void" : m.element(a));
+        const std::string type = a.kind == Kind::array ? "const void" : (a.output ? "" : "const ") + m.element(a);
         if (m.code(i) != 0)
             passed.push_back("Vector<" + std::to_string(m.code(i)) + ", " + type + ">{" + a.name + "}");
         else if (a.kind == Kind::vector || a.kind == Kind::array)
