@@ -10,25 +10,28 @@ namespace qnm::vml {
 // Kinds of arguments. A number comes by value or by reference, and is read no earlier than it is asked for.
 template <class T>
 struct Value {
+    using type = T;
     T value;
     QNM_INLINE T get() const { return value; }
 };
 template <class T>
 struct Reference {
+    using referred = T;
     const T* value;
     QNM_INLINE T get() const { return *value; }
 };
 
 /// A vector, which is tested; its null is reported under this code.
-template <int told, class T>
+template <int code, class T>
 struct Vector {
-    static constexpr int code = told;
+    using type = T*;
     T* elements;
     QNM_INLINE T* get() const { return elements; }
 };
 /// An array that goes on as it came.
 template <class T>
 struct Array {
+    using type = T*;
     T* elements;
     QNM_INLINE T* get() const { return elements; }
 };
@@ -44,37 +47,6 @@ struct WaitingReference {
     const T* const volatile& kept;
     QNM_INLINE T get() const { return *kept; }
 };
-
-/// Integers and addresses in volatile variables: in saved registers each would cost two instructions more, and other
-/// ways to keep them out of registers lose the jump at the end. Real numbers have no saved registers.
-template <class Then>
-QNM_INLINE void keep(const Then& then)
-{
-    then();
-}
-template <class Then, class T, class... Rest>
-QNM_INLINE void keep(const Then& then, Value<T> first, Rest... rest)
-{
-    if constexpr (std::is_integral_v<T>) {
-        const volatile T kept = first.value;
-        keep([&](auto... later) QNM_INLINE_LAMBDA { then(Waiting<T>{kept}, later...); }, rest...);
-    } else {
-        keep([&](auto... later) QNM_INLINE_LAMBDA { then(first, later...); }, rest...);
-    }
-}
-template <class Then, class T, class... Rest>
-QNM_INLINE void keep(const Then& then, Reference<T> first, Rest... rest)
-{
-    const T* const volatile kept = first.value;
-    keep([&](auto... later) QNM_INLINE_LAMBDA { then(WaitingReference<T>{kept}, later...); }, rest...);
-}
-template <class Then, class A, class... Rest>
-QNM_INLINE void keep(const Then& then, A first, Rest... rest)
-{
-    using Address = decltype(first.elements);
-    const volatile Address kept = first.elements;
-    keep([&](auto... later) QNM_INLINE_LAMBDA { then(Waiting<Address>{kept}, later...); }, rest...);
-}
 
 /// The mode of a form that has none.
 struct NoMode {};
@@ -203,6 +175,25 @@ QNM_INLINE void run(Root& root, M given, A... arguments)
     VMLSETMODE_(&mode);
 }
 
+/// Integers and addresses in volatile variables: in saved registers each would cost two instructions more, and other
+/// ways to keep them out of registers lose the jump at the end. Real numbers have no saved registers. Each argument in
+/// turn comes from the front and goes to the end.
+template <Form form, class Target, int left, class M, class A, class... Rest>
+QNM_INLINE void keep(Root& root, M mode, A first, Rest... rest)
+{
+    if constexpr (left == 0) {
+        run<form, Target>(root, mode, first, rest...);
+    } else if constexpr (requires { typename A::referred; }) {
+        const typename A::referred* const volatile kept = first.value;
+        keep<form, Target, left - 1>(root, mode, rest..., WaitingReference<typename A::referred>{kept});
+    } else if constexpr (std::is_class_v<typename A::type> || std::is_floating_point_v<typename A::type>) {
+        keep<form, Target, left - 1>(root, mode, rest..., first);
+    } else {
+        const volatile typename A::type kept = first.get();
+        keep<form, Target, left - 1>(root, mode, rest..., Waiting<typename A::type>{kept});
+    }
+}
+
 template <Form form, class Target, class M, class N, class... A>
 QNM_INLINE void entry(Root& root, M mode, N n, A... arguments)
 {
@@ -211,7 +202,7 @@ QNM_INLINE void entry(Root& root, M mode, N n, A... arguments)
         (tested.add(arguments), ...);
         return refuse(root, n.get(), form.wide, tested.codes, tested.vectors[0], tested.vectors[1]);
     }
-    keep([&](auto... waiting) QNM_INLINE_LAMBDA { run<form, Target>(root, mode, waiting...); }, n, arguments...);
+    keep<form, Target, 1 + sizeof...(A)>(root, mode, n, arguments...);
 }
 
 } // namespace qnm::vml

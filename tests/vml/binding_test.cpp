@@ -1,0 +1,78 @@
+// The processor's type, and what ends the process.
+#include "entry.hpp"
+
+#include <cstring>
+
+namespace qnm::tests {
+namespace {
+
+class Binding : public Unbound {
+protected:
+    /// The type, detected anew, with this text in the environment.
+    static std::vector<int> types(const std::string& text, int detected)
+    {
+        core().answers("qnm_serv_getenv").calling([text](Call& call, Answer& answer) {
+            EXPECT_EQ(call.word(2), 32U);
+            std::strcpy(call.pointer<char>(1), text.c_str());
+            answer.returns(static_cast<int>(text.size()));
+        });
+        core().answers("qnm_serv_vml_cpu_detect").with(detected);
+        *layer().local<int>("vml_cpu_type") = -1;
+        *layer().local<int>("qnm_vml_serv_cpu_detect_legacy.vml_cpu_type") = -1;
+        return {support::call_words(layer()["qnm_vml_serv_cpu_detect"], {}).int32(),
+                support::call_words(layer()["qnm_vml_serv_cpu_detect_legacy"], {}).int32()};
+    }
+};
+
+TEST_F(Binding, TypeIsToldOrDetected)
+{
+    const std::vector<int> told[]{{0, 0}, {1, 1}, {0, 2}, {0, 3}, {0, 4},  {2, 5},
+                                  {2, 6}, {3, 7}, {4, 8}, {5, 9}, {10, 10}, {12, 12}, {-1, -1}};
+    for (const auto& pair : told)
+        EXPECT_EQ(types("", pair[1]), pair);
+    using Both = std::vector<int>;
+    for (const char* refused : {"8", "08", "10", "99", "7x", "x7", "-1"})
+        EXPECT_EQ(types(refused, 7), (Both{3, 7})) << refused;
+    EXPECT_EQ(types("7", 5), (Both{7, 7}));
+    EXPECT_EQ(types("9", 5), (Both{9, 9}));
+    EXPECT_EQ(types("09", 5), (Both{9, 9}));
+    EXPECT_EQ(types("123", 5), (Both{1, 1}));
+    // Kept, unless it is -1.
+    core().clear();
+    support::call_words(layer()["qnm_vml_serv_cpu_detect"], {});
+    EXPECT_TRUE(core().calls().empty());
+    EXPECT_EQ(types("", -1), (Both{-1, -1}));
+    core().clear();
+    support::call_words(layer()["qnm_vml_serv_cpu_detect"], {});
+    EXPECT_EQ(core().calls("qnm_serv_vml_cpu_detect").size(), 1U);
+}
+
+// The exit handler comes back, and still the process ends.
+void come_back(int)
+{
+    std::fputs("handler", stderr);
+}
+
+TEST_F(Binding, NoEntryGoesOnWithoutItsKernel)
+{
+    const auto look_up = [](const char* name) {
+        return support::call_words(layer()["qnm_vml_serv_load_vml_func"], {name});
+    };
+    const auto fails = [&](bool library, int message) {
+        unbind("dExp");
+        core().table("qnm_vml_kernel_dExp_ttab", nullptr);
+        if (library)
+            support::call_words(layer()["qnm_vml_serv_load_vml_dll"], {});
+        support::call_words(layer()["QNM_Set_Exit_Handler"], {come_back});
+        core().answers("qnm_serv_print").calling([&](Call& call, Answer&) {
+            if (call.int32(0) == 1 && call.int32(1) == message && call.int32(2) == (library ? 1 : 0))
+                std::fputs(library ? call.pointer<const char>(3) : "none", stderr);
+        });
+        look_up("qnm_vml_kernel_dExp_ttab");
+    };
+    EXPECT_EXIT(fails(false, 771), ::testing::ExitedWithCode(2), "nonehandler");
+    EXPECT_EXIT(fails(true, 772), ::testing::ExitedWithCode(2), "qnm_vml_kernel_dExp_ttabhandler");
+}
+
+} // namespace
+} // namespace qnm::tests
