@@ -80,7 +80,7 @@ EntryCall::EntryCall(const Signature& signature) : signature_(signature), bits_(
         if (is_vector(p))
             bits_[i][0] = reinterpret_cast<std::uint64_t>(&vectors[i]);
         else if (is_integer(p.type))
-            bits_[i][0] = junk | (101 + i);
+            bits_[i][0] = junk | static_cast<std::uint32_t>(i == 0 ? 7 : -101 - static_cast<int>(i));
         else if (is_single(p.type))
             bits_[i][0] = junk | std::bit_cast<std::uint32_t>(static_cast<float>(value));
         else if (p.type.find("complex8") != std::string::npos)
@@ -128,7 +128,7 @@ std::vector<std::uint64_t> EntryCall::words() const
             if (is_vector(p))
                 all.push_back(bits_[i][0]);
             else if (is_integer(p.type))
-                all.push_back(static_cast<std::uint32_t>(bits_[i][0]));
+                all.push_back(static_cast<std::uint64_t>(std::int64_t{number(i)}));
         }
     }
     return all;
