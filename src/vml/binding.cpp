@@ -19,7 +19,8 @@ bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// The type that the environment asks for: one digit, or two of a text of two. -1: none, or one that is refused.
+/// The type that the environment asks for: one digit, or two of a text of two. -1: none, or one that is
+/// refused.
 int told_type()
 {
     char text[32];
@@ -35,8 +36,8 @@ int told_type()
     return type >= 10 || type == 8 ? -1 : type;
 }
 
-/// Keeps the type in a cell: as the environment has it, or as the core detects and `kind` of it. A thread that
-/// looks meanwhile may see what the core told.
+/// Keeps the type in a cell: as the environment has it, or as the core detects and `kind` of it. A thread
+/// that looks meanwhile may see what the core told.
 template <class Kind>
 QNM_BENIGN_RACE int detect(int& cell, const Kind& kind)
 {

@@ -1,5 +1,5 @@
-// The library of kernels, which the core opens at run time: found by name at first use, and kept for good. Nothing
-// is locked: each cell goes once from null to its value, and threads that race store the same.
+// The library of kernels, which the core opens at run time: found by name at first use, and kept for good.
+// Nothing is locked: each cell goes once from null to its value, and threads that race store the same.
 #pragma once
 
 #include "frame/types.hpp"

@@ -9,7 +9,8 @@ int VMLSETERRSTATUS_(const int* status);
 }
 
 /// The cell of a kernel, under the kernel's name.
-#define QNM_VML_CONTROL(KERNEL, RESULT, ...) static RESULT (*KERNEL##_cell)(__VA_ARGS__) asm(#KERNEL) = nullptr;
+#define QNM_VML_CONTROL(KERNEL, RESULT, ...)                                                                 \
+    static RESULT (*KERNEL##_cell)(__VA_ARGS__) asm(#KERNEL) = nullptr;
 
 namespace qnm::vml {
 

@@ -25,16 +25,15 @@ struct Root {
         ".asciz \"qnm_vml_kernel_" #NAME "_ctab\"\n"                                                         \
         ".popsection\n"                                                                                      \
         ".pushsection .data\n"                                                                               \
-        ".p2align 3\n" #NAME ".root:\n"                                                                      \
-        QNM_VML_CELL(qnm_vml_kernel_##NAME##_ttab)                                                           \
-        QNM_VML_CELL(qnm_vml_kernel_##NAME##_ctab)                                                           \
-        QNM_VML_CELL(NAME.func_adr1) ".long " #NAME ".names - .\n.long 0\n"                                 \
-        ".popsection");                                                                                      \
+        ".p2align 3\n" #NAME ".root:\n" QNM_VML_CELL(qnm_vml_kernel_##NAME##_ttab)                           \
+            QNM_VML_CELL(qnm_vml_kernel_##NAME##_ctab) QNM_VML_CELL(NAME.func_adr1) ".long " #NAME           \
+                                                                                    ".names - .\n.long 0\n"  \
+                                                                                    ".popsection");          \
     extern "C" [[gnu::visibility("hidden")]] Root NAME##_root asm(#NAME ".root");
 #define QNM_VML_CELL(NAME) ".type " #NAME ", @object\n.size " #NAME ", 8\n" #NAME ": .quad 0\n"
 
-/// An entry of a root whose body is shared: tells the body which root it is for, in a register that carries no
-/// argument.
+/// An entry of a root whose body is shared: tells the body which root it is for, in a register that carries
+/// no argument.
 #define QNM_VML_SHARED(NAME, BODY, ROOT)                                                                     \
     asm(".pushsection .text\n"                                                                               \
         ".globl " #NAME "\n"                                                                                 \
@@ -56,9 +55,9 @@ QNM_COLD void bind_tables(Root& root);
 QNM_COLD void bind_index(Root& root);
 QNM_COLD void bind_root(Root& root);
 
-/// Reports the first bad argument and leaves a status; or there was nothing to do. Codes of vectors stand in bytes,
-/// the first
-/// lowest; where neither of the first two is null, the third is.
-QNM_COLD void refuse(const Root& root, int n, bool wide, unsigned codes, const void* first, const void* second);
+/// Reports the first bad argument and leaves a status; or there was nothing to do. Codes of vectors stand in
+/// bytes, the first lowest; where neither of the first two is null, the third is.
+QNM_COLD void refuse(const Root& root, int n, bool wide, unsigned codes, const void* first,
+                     const void* second);
 
 } // namespace qnm::vml

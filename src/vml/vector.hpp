@@ -139,7 +139,8 @@ struct Direct {
     QNM_INLINE static void call(const Root& root, long index, N n, A... arguments)
     {
         const auto kernel =
-            reinterpret_cast<void (*)(decltype(passed(n)), decltype(passed(arguments))..., int)>(root.kernels[index]);
+            reinterpret_cast<void (*)(decltype(passed(n)), decltype(passed(arguments))..., int)>(
+                root.kernels[index]);
         kernel(passed(n), passed(arguments)..., width_code);
     }
 };
@@ -175,9 +176,9 @@ QNM_INLINE void run(Root& root, M given, A... arguments)
     VMLSETMODE_(&mode);
 }
 
-/// Integers and addresses in volatile variables: in saved registers each would cost two instructions more, and other
-/// ways to keep them out of registers lose the jump at the end. Real numbers have no saved registers. Each argument in
-/// turn comes from the front and goes to the end.
+/// Integers and addresses in volatile variables: in saved registers each would cost two instructions more,
+/// and other ways to keep them out of registers lose the jump at the end. Real numbers have no saved
+/// registers. Each argument in turn comes from the front and goes to the end.
 template <Form form, class Target, int left, class M, class A, class... Rest>
 QNM_INLINE void keep(Root& root, M mode, A first, Rest... rest)
 {

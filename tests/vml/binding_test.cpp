@@ -26,8 +26,8 @@ protected:
 
 TEST_F(Binding, TypeIsToldOrDetected)
 {
-    const std::vector<int> told[]{{0, 0}, {1, 1}, {0, 2}, {0, 3}, {0, 4},  {2, 5},
-                                  {2, 6}, {3, 7}, {4, 8}, {5, 9}, {10, 10}, {12, 12}, {-1, -1}};
+    const std::vector<int> told[]{{0, 0}, {1, 1}, {0, 2}, {0, 3},   {0, 4},   {2, 5},  {2, 6},
+                                  {3, 7}, {4, 8}, {5, 9}, {10, 10}, {12, 12}, {-1, -1}};
     for (const auto& pair : told)
         EXPECT_EQ(types("", pair[1]), pair);
     using Both = std::vector<int>;

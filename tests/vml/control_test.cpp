@@ -37,7 +37,8 @@ TEST_F(Control, CallbacksGoOnAsTheyAre)
     core().answers("qnm_vml_kernel_SetErrorCallBack").with(&record);
     for (const char* name : {"vmlSetErrorCallBack", "vmlSetErrorCallBack_64", "VMLSETERRORCALLBACK_",
                              "vmlseterrorcallback_64_"}) {
-        EXPECT_EQ(support::call_words(layer()[name], {&core()}).rax, reinterpret_cast<std::uint64_t>(&record));
+        EXPECT_EQ(support::call_words(layer()[name], {&core()}).rax,
+                  reinterpret_cast<std::uint64_t>(&record));
         EXPECT_THAT(core().calls().back(), Called("qnm_vml_kernel_SetErrorCallBack", &core()));
     }
 }

@@ -21,7 +21,8 @@ std::vector<std::string> texts_of(std::string_view name)
 /// Members that leave 1000, by hand.
 bool tells_accuracy(const std::string& root)
 {
-    static const std::set<std::string> all{"sLinearFrac", "dLinearFrac", "sLinearFracI", "dLinearFracI", "zPow", "zPowx"};
+    static const std::set<std::string> all{"sLinearFrac",  "dLinearFrac", "sLinearFracI",
+                                           "dLinearFracI", "zPow",        "zPowx"};
     return all.count(root) != 0;
 }
 
@@ -38,8 +39,8 @@ TEST_F(Entries, BindOnceAndHandOn)
         const bool direct = s.callees.empty();
         const std::string target = direct ? kernel : s.callees.front().name;
 
-        std::vector<std::string> first{"qnm_serv_load_vml", "dlsym", "dlsym"},
-            second{}, looked_up{kernel, "qnm_vml_kernel_" + root + "_ctab"};
+        std::vector<std::string> first{"qnm_serv_load_vml", "dlsym", "dlsym"}, second{},
+            looked_up{kernel, "qnm_vml_kernel_" + root + "_ctab"};
         if (call.mode() != 0) {
             first.insert(first.end(), {"dlsym", "qnm_vml_kernel_SetMode"});
             second.emplace_back("qnm_vml_kernel_SetMode");
@@ -78,13 +79,17 @@ TEST_F(Entries, BindOnceAndHandOn)
                 words.push_back(s.form->width == catalogue::Width::wide ? 2 : 1);
             }
             for (std::size_t i = 0; i < words.size(); ++i) {
-                const bool narrow = static_cast<std::int32_t>(words[i]) == static_cast<std::int64_t>(words[i]);
-                const bool whole = !narrow || (direct && i + 1 < words.size()); // a kernel's integers have 64 bits
-                EXPECT_EQ(whole ? got.int64(i) : got.int32(i), static_cast<std::int64_t>(words[i])) << "word " << i;
+                const bool narrow =
+                    static_cast<std::int32_t>(words[i]) == static_cast<std::int64_t>(words[i]);
+                const bool whole =
+                    !narrow || (direct && i + 1 < words.size()); // a kernel's integers have 64 bits
+                EXPECT_EQ(whole ? got.int64(i) : got.int32(i), static_cast<std::int64_t>(words[i]))
+                    << "word " << i;
             }
             for (std::size_t i = 0; i < reals.size(); ++i) {
                 const std::uint64_t low = got.arguments().vectors.at(i).low;
-                EXPECT_EQ(reals[i] >> 32 == 0 ? static_cast<std::uint32_t>(low) : low, reals[i]) << "real " << i;
+                EXPECT_EQ(reals[i] >> 32 == 0 ? static_cast<std::uint32_t>(low) : low, reals[i])
+                    << "real " << i;
             }
             if (call.mode() != 0) {
                 const auto modes = core().calls("qnm_vml_kernel_SetMode");
@@ -186,12 +191,13 @@ TEST_F(Entries, TellingMembers)
         for (const catalogue::Test& test : s.tests)
             codes.push_back(test.code);
         EXPECT_EQ(codes, m.codes) << m.name;
-        EXPECT_EQ(s.callees.empty() ? "" : s.callees.front().name, *m.threader == '\0' ? "" : std::string("qnm_vml_serv_threader_") + m.threader);
+        EXPECT_EQ(s.callees.empty() ? "" : s.callees.front().name,
+                  *m.threader == '\0' ? "" : std::string("qnm_vml_serv_threader_") + m.threader);
     }
 }
 
-/// What another thread, or the index function, writes meanwhile counts; and a count that is gone leaves the threader
-/// out, in wide forms by reference alone, which give the mode back all the same.
+/// What another thread, or the index function, writes meanwhile counts; and a count that is gone leaves the
+/// threader out, in wide forms by reference alone, which give the mode back all the same.
 TEST_F(Entries, NumbersByReferenceAreReadBehindTheIndex)
 {
     for (const bool wide : {false, true}) {

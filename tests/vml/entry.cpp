@@ -84,7 +84,8 @@ EntryCall::EntryCall(const Signature& signature) : signature_(signature), bits_(
         else if (is_single(p.type))
             bits_[i][0] = junk | std::bit_cast<std::uint32_t>(static_cast<float>(value));
         else if (p.type.find("complex8") != std::string::npos)
-            bits_[i][0] = std::uint64_t{std::bit_cast<std::uint32_t>(static_cast<float>(value))} << 32 | 0x40000000;
+            bits_[i][0] =
+                std::uint64_t{std::bit_cast<std::uint32_t>(static_cast<float>(value))} << 32 | 0x40000000;
         else
             bits_[i] = {std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(-value)};
         if (p.name == "mode")

@@ -34,7 +34,10 @@ public:
     /// What the threader, or the kernel, gets between kernel or n, and handle.
     std::vector<std::uint64_t> words() const;
     std::vector<std::uint64_t> reals() const;
-    std::int32_t number(std::size_t parameter) const { return static_cast<std::int32_t>(bits_[parameter][0]); }
+    std::int32_t number(std::size_t parameter) const
+    {
+        return static_cast<std::int32_t>(bits_[parameter][0]);
+    }
 
 private:
     const Signature& signature_;

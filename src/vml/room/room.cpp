@@ -1,5 +1,5 @@
-// The room of vector mathematics. Of each root the narrow C form is written out; other forms tell their root to a body
-// that all roots of one threader share.
+// The room of vector mathematics. Of each root the narrow C form is written out; other forms tell their root
+// to a body that all roots of one threader share.
 #include <deque>
 
 #include "generate/output.hpp"
@@ -21,7 +21,8 @@ bool by_reference(const Form& form)
     return form.convention == Convention::reference;
 }
 
-/// A number as a form takes it. Inside the library all integers have 32 bits: of a wide one more is never looked at.
+/// A number as a form takes it. Inside the library all integers have 32 bits: of a wide one more is never
+/// looked at.
 std::string number(const std::string& type, const Form& form, bool published)
 {
     const std::string wide = type == "int" || type == "unsigned" ? "qnm_int64" : type;
@@ -31,7 +32,8 @@ std::string number(const std::string& type, const Form& form, bool published)
 
 Parameter parameter(const std::string& name, const std::string& type, const Form& form, bool published)
 {
-    return {name, number(type, form, published), by_reference(form) ? Travel::number : Travel::value, nullptr, ""};
+    return {name, number(type, form, published), by_reference(form) ? Travel::number : Travel::value, nullptr,
+            ""};
 }
 
 /// The parameters of a vector entry.
@@ -80,7 +82,8 @@ std::string call(const Member& m, const Form& form, const std::string& root)
     const std::vector<Told> arguments = m.arguments();
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const Told& a = arguments[i];
-        const std::string type = a.kind == Kind::array ? "const void" : (a.output ? "" : "const ") + m.element(a);
+        const std::string type =
+            a.kind == Kind::array ? "const void" : (a.output ? "" : "const ") + m.element(a);
         if (m.code(i) != 0)
             passed.push_back("Vector<" + std::to_string(m.code(i)) + ", " + type + ">{" + a.name + "}");
         else if (a.kind == Kind::vector || a.kind == Kind::array)
@@ -88,9 +91,9 @@ std::string call(const Member& m, const Form& form, const std::string& root)
         else
             passed.push_back(read(a.name, a.kind == Kind::scalar ? m.element(a) : "int"));
     }
-    const std::string target =
-        m.told->direct ? std::string("Direct<") + (form.width == Width::wide ? "2" : "1") + ">"
-                       : "Threaded<qnm_vml_serv_threader_" + m.threader() + ">";
+    const std::string target = m.told->direct
+                                   ? std::string("Direct<") + (form.width == Width::wide ? "2" : "1") + ">"
+                                   : "Threaded<qnm_vml_serv_threader_" + m.threader() + ">";
     return "entry<Form{" + generate::joined(facts) + "}, " + target + ">(" + generate::joined(passed) + ")";
 }
 
@@ -204,7 +207,8 @@ private:
                             : a.kind == Kind::scalar  ? m.element(a)
                                                       : (a.output ? "" : "const ") + m.element(a) + "*");
         types.insert(types.end(), {"void*", "float"});
-        return "extern \"C\" void qnm_vml_serv_threader_" + m.threader() + "(" + generate::joined(types) + ");\n";
+        return "extern \"C\" void qnm_vml_serv_threader_" + m.threader() + "(" + generate::joined(types) +
+               ");\n";
     }
 
     static std::string function(const Member& m, const Form& form, const std::string& name,
@@ -233,18 +237,18 @@ private:
     {
         const std::string kernel = spell(s.family->core, s.roots[0]);
         const auto type = [](const std::string& word) { return find_type(word)->single; };
-        std::string text = "QNM_VML_CONTROL(" +
-                           generate::joined(s.argument.empty()
-                                                ? Words{kernel, type(s.result)}
+        std::string text =
+            "QNM_VML_CONTROL(" +
+            generate::joined(s.argument.empty() ? Words{kernel, type(s.result)}
                                                 : Words{kernel, type(s.result), type(s.argument)}) +
-                           ")\n";
+            ")\n";
         for (const Form& form : s.family->forms) {
             const Signature made = control_signature(s, form);
             Words declared_here, passed{kernel + "_cell", generate::quoted(kernel)};
             if (!s.argument.empty()) {
                 const bool address = find_type(s.argument)->address;
-                declared_here.push_back(
-                    (address ? type(s.argument) : number(type(s.argument), form, false)) + " value");
+                declared_here.push_back((address ? type(s.argument) : number(type(s.argument), form, false)) +
+                                        " value");
                 passed.emplace_back("value");
             }
             text += generate::exported(made.result + " " + made.names[0] + "(" +

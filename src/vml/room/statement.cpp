@@ -74,9 +74,8 @@ void read_clauses(Lexer& lexer, Statement& s)
     if (!s.strided_codes.empty() && static_cast<long>(s.strided_codes.size()) != vectors)
         lexer.fail_at(s.line, std::to_string(s.strided_codes.size()) + " codes", "a code for each vector");
     for (const auto& code : s.plain_codes)
-        if (std::none_of(s.arguments.begin(), s.arguments.end(), [&](const Told& a) {
-                return a.name == code.first && a.kind == Kind::vector;
-            }))
+        if (std::none_of(s.arguments.begin(), s.arguments.end(),
+                         [&](const Told& a) { return a.name == code.first && a.kind == Kind::vector; }))
             lexer.fail_at(s.line, "'" + code.first + "'", "a vector of the row");
 }
 
@@ -165,12 +164,13 @@ std::string Member::threader() const
         });
         return std::string(1, vector->real ? letter.real : letter.element);
     };
-    const auto outputs = std::count_if(told->arguments.begin(), told->arguments.end(),
-                                       [](const Told& a) { return a.output; });
+    const auto outputs =
+        std::count_if(told->arguments.begin(), told->arguments.end(), [](const Told& a) { return a.output; });
     const auto inputs = static_cast<long>(told->arguments.size()) - outputs;
     const std::string in = letter_of(false), out = letter_of(true);
-    return in + "_" + (told->marked ? "c" + in + "_" : "") + std::to_string(inputs) + (strided ? "iI_" : "i_") +
-           (told->marked || out != in ? out + "_" : "") + std::to_string(outputs) + (strided ? "oI" : "o");
+    return in + "_" + (told->marked ? "c" + in + "_" : "") + std::to_string(inputs) +
+           (strided ? "iI_" : "i_") + (told->marked || out != in ? out + "_" : "") + std::to_string(outputs) +
+           (strided ? "oI" : "o");
 }
 
 std::vector<Member> members(const Statement& told)
