@@ -1,7 +1,10 @@
 // The processor's type, and what ends the process.
 #include "entry.hpp"
 
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <unistd.h>
 
 namespace qnm::tests {
 namespace {
@@ -72,6 +75,60 @@ TEST_F(Binding, NoEntryGoesOnWithoutItsKernel)
     };
     EXPECT_EXIT(fails(false, 771), ::testing::ExitedWithCode(2), "nonehandler");
     EXPECT_EXIT(fails(true, 772), ::testing::ExitedWithCode(2), "qnm_vml_kernel_dExp_ttabhandler");
+}
+
+/// A folder whose path has so many characters, with the process in it, until the object goes.
+class Inside {
+public:
+    explicit Inside(std::size_t length)
+    {
+        EXPECT_NE(mkdtemp(top_), nullptr);
+        EXPECT_EQ(chdir(top_), 0);
+        for (std::size_t left = length - std::strlen(top_); left > 0;) {
+            const std::size_t step = left > 202 ? 200 : left - 1;
+            const std::string part(step, 'x');
+            std::filesystem::create_directory(part);
+            EXPECT_EQ(chdir(part.c_str()), 0);
+            left -= step + 1;
+        }
+    }
+    ~Inside()
+    {
+        std::filesystem::current_path(before_);
+        std::filesystem::remove_all(top_);
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+    const char* top() const { return top_; }
+
+private:
+    std::filesystem::path before_ = std::filesystem::current_path();
+    char top_[16] = "/tmp/cwd-XXXXXX";
+};
+
+TEST_F(Binding, TheWorkingDirectoryIsKeptAtLoad)
+{
+    char* const kept = layer().local<char>("DispLibCWD");
+    const auto load = [] { support::call_words(layer().local<void>("_Init_QNM_Loader"), {}); };
+    for (const std::size_t length : {40U, 4094U, 4095U}) {
+        const Inside folder(length);
+        core().clear();
+        load();
+        EXPECT_EQ(strnlen(kept, 4096), length == 40 ? 41 : length);
+        const auto calls = core().calls("qnm_serv_strncat_s");
+        ASSERT_EQ(calls.size(), length == 4095 ? 0U : 1U);
+        if (!calls.empty()) {
+            EXPECT_THAT(calls[0], recording::Called("qnm_serv_strncat_s", kept, 4095, ::testing::_, 4096));
+            EXPECT_EQ(calls[0].letter(2), '/');
+        }
+    }
+    core().answers("qnm_serv_print").calling([](Call& call, Answer&) {
+        if (call.int32(0) == 1 && call.int32(1) == 1 && call.int32(2) == 1)
+            std::fputs(call.pointer<const char>(3), stderr);
+    });
+    const Inside folder(40);
+    std::filesystem::remove_all(folder.top());
+    EXPECT_EXIT(load(), ::testing::ExitedWithCode(2), "libvml_layer");
 }
 
 } // namespace
