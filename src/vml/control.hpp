@@ -29,16 +29,20 @@ QNM_INLINE T given(const T* value)
     return *value;
 }
 
-/// A result of 32 bits may be one of 64 in the entry: its own sign tells how it is widened.
-template <class Result, class Argument, class... A>
-QNM_INLINE Result control(Result (*&cell)(Argument), const char* kernel, A... arguments)
+/// The first call, which takes values: the others keep nothing for its sake.
+template <class Result, class... Argument, class... A>
+QNM_COLD Result first_call(Result (*&cell)(Argument...), const char* kernel, A... arguments)
 {
     return bound(cell, kernel)(given(arguments)...);
 }
-template <class Result>
-QNM_INLINE Result control(Result (*&cell)(), const char* kernel)
+
+/// The result may be wider in the entry: its own sign tells how it is widened.
+template <class Result, class... Argument, class... A>
+QNM_BENIGN_RACE Result control(Result (*&cell)(Argument...), const char* kernel, A... arguments)
 {
-    return bound(cell, kernel)();
+    if (unlikely(cell == nullptr))
+        return first_call(cell, kernel, arguments...);
+    return cell(given(arguments)...);
 }
 
 } // namespace qnm::vml

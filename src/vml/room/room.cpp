@@ -194,9 +194,10 @@ private:
         return all;
     }
 
+    /// All forms written out would make the library half as large again.
     static bool is_shared(const Form& form)
     {
-        return form.width == Width::wide || !form.level.empty() || by_reference(form);
+        return !form.level.empty() || (form.width == Width::wide && by_reference(form));
     }
 
     static std::string threader_text(const Member& m)
