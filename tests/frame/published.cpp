@@ -161,6 +161,45 @@ void add_plans(std::vector<Names>& all)
     all.push_back({"fftw3_qnm"});
 }
 
+/// Vector mathematics: functions of four, two real and two complex types, with strided fellows; and control.
+void add_vectors(std::vector<Names>& all)
+{
+    Names roots;
+    const auto add = [&](const std::string& types, const std::string& functions, bool has_strided) {
+        for (const std::string& function : words(functions))
+            for (const char type : types)
+                for (const char* strided : {"", "I"})
+                    if (*strided == '\0' || has_strided)
+                        roots.push_back(type + function + strided);
+    };
+    add("sdcz",
+        "Acos Acosh Asin Asinh Atan Atanh Cos Cosh Exp Ln Log10 Sin Sinh Sqrt Tan Tanh Add Div Mul Pow Sub "
+        "Powx Abs",
+        true);
+    add("cz", "Conj MulByConj Arg CIS", true);
+    add("sd",
+        "Acospi Asinpi Atanpi Cbrt CdfNorm CdfNormInv Ceil Cosd Cospi Erf ErfInv Erfc ErfcInv Erfcx Exp10 "
+        "Exp2 "
+        "ExpInt1 Expm1 Floor Frac I0 I1 Inv InvCbrt InvSqrt J0 J1 LGamma Log1p Log2 Logb NearbyInt Pow2o3 "
+        "Pow3o2 Rint Round Sind Sinpi Sqr TGamma Tand Tanpi Trunc Y0 Y1 Atan2 Atan2pi CopySign Fdim Fmax "
+        "Fmin "
+        "Fmod Hypot MaxMag MinMag NextAfter Powr Remainder Jn Yn Modf SinCos SinCospi LinearFrac",
+        true);
+    add("sdcz", "PackI PackV PackM UnpackI UnpackV UnpackM", false);
+    for (const std::string& root : roots)
+        for (const char* forms : {"vName", "vName_64", "VNAME_ vname_", "VNAME_64_ vname_64_", "vmName",
+                                  "vmName_64", "VMNAME_ vmname_", "VMNAME_64_ vmname_64_"})
+            all.push_back(spelled(forms, root));
+    for (const std::string& name :
+         words("SetMode GetMode SetErrStatus GetErrStatus ClearErrStatus SetErrorCallBack "
+               "GetErrorCallBack ClearErrorCallBack"))
+        for (const char* forms : {"vmlName", "vmlName_64", "VMLNAME_ vmlname_", "VMLNAME_64_ vmlname_64_"})
+            all.push_back(spelled(forms, name));
+    for (const std::string& name :
+         words("load_vml_dll get_dll_handle load_vml_func cpu_detect cpu_detect_legacy"))
+        all.push_back({"qnm_vml_serv_" + name});
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -330,6 +369,7 @@ std::vector<Names> bodies()
     add_transforms(all);
     add_solvers(all);
     add_plans(all);
+    add_vectors(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");
