@@ -53,7 +53,8 @@ void refuse(const Root& root, int n, bool wide, unsigned codes, const void* firs
     const char* const symbol = root.names() + prefix;
     const std::size_t length = std::strlen(symbol) - suffix;
     std::memcpy(name + 1, symbol, length);
-    std::strcpy(name + 1 + length, wide && !vector ? "_64" : "");
+    if (wide && !vector)
+        std::memcpy(name + 1 + length, "_64", 4);
     register_chain();
     report(name, measured(name, 25), told);
     told = vector ? -2 : -1;
