@@ -1,0 +1,114 @@
+// Sums, products and what the processor rounds once.
+#include "exact.hpp"
+#include "kernel.hpp"
+
+namespace qnm::vml::QNM_NAMESPACE {
+
+#define QNM_EACH_1(name, element)                                                                            \
+    struct name {                                                                                            \
+        template <class T>                                                                                   \
+        static T of(T x)                                                                                     \
+        {                                                                                                    \
+            return element;                                                                                  \
+        }                                                                                                    \
+    };
+#define QNM_EACH_2(name, element)                                                                            \
+    struct name {                                                                                            \
+        template <class T>                                                                                   \
+        static T of(T x, T y)                                                                                \
+        {                                                                                                    \
+            return element;                                                                                  \
+        }                                                                                                    \
+    };
+QNM_EACH_2(Add, x + y)
+QNM_EACH_2(Sub, x - y)
+QNM_EACH_2(Mul, x* y)
+QNM_EACH_1(Sqr, x* x)
+QNM_EACH_1(Abs, x < 0 ? -x : x + 0)
+QNM_EACH_2(CopySign, exact::copysign(x, y))
+QNM_EACH_2(Fdim, is_nan(x) ? x : x <= y ? 0 : x - y)
+QNM_EACH_2(Fmax, is_nan(x) || x < y ? y : x)
+QNM_EACH_2(Fmin, is_nan(x) || x > y ? y : x)
+QNM_EACH_1(Floor, exact::floor(x))
+QNM_EACH_1(Ceil, exact::ceil(x))
+QNM_EACH_1(Trunc, exact::trunc(x))
+QNM_EACH_1(Rint, exact::rint(x))
+QNM_EACH_1(NearbyInt, exact::rint(x))
+
+struct ByMagnitude {
+    template <class T>
+    static T larger(T x, T y)
+    {
+        const T a = exact::fabs(x), b = exact::fabs(y);
+        return a > b || is_nan(y) ? x : a < b || is_nan(x) ? y : x > y ? x : y;
+    }
+    template <class T>
+    static T smaller(T x, T y)
+    {
+        const T a = exact::fabs(x), b = exact::fabs(y);
+        return a < b || is_nan(y) ? x : a > b || is_nan(x) ? y : x < y ? x : y;
+    }
+};
+QNM_EACH_2(MaxMag, ByMagnitude::larger(x, y))
+QNM_EACH_2(MinMag, ByMagnitude::smaller(x, y))
+// Halves away from zero: a whole part's remainder is exact.
+QNM_EACH_1(Round, exact::trunc(x) + exact::copysign(exact::fabs(x - exact::trunc(x)) >= T(0.5) ? T(1) : T(0), x))
+QNM_EACH_1(Frac, exact::copysign(exact::fabs(x) < exact::infinity<T> ? x - exact::trunc(x) : T(0), x))
+
+struct Modf {
+    template <class T>
+    static Two<T> of(T x)
+    {
+        return {exact::trunc(x), Frac::of(x)};
+    }
+};
+
+// A quotient whose size is usual has no error; others are looked at.
+template <class V>
+auto usual(V x)
+{
+    using T = std::remove_cvref_t<decltype(x[0])>;
+    return (magnitude(x) >= std::numeric_limits<T>::min()) & (magnitude(x) <= std::numeric_limits<T>::max());
+}
+struct Div {
+    static auto high(auto x, auto y) { return x / y; }
+    static auto holds_of(auto result, auto, auto) { return usual(result); }
+    template <class T>
+    static T exact(T x, T y)
+    {
+        return x / y;
+    }
+};
+struct Inv {
+    static auto high(auto x) { return 1 / x; }
+    static auto holds_of(auto result, auto) { return usual(result); }
+    template <class T>
+    static T exact(T x)
+    {
+        return 1 / x;
+    }
+};
+
+} // namespace qnm::vml::QNM_NAMESPACE
+
+QNM_REAL(Add, Add, 2, 0, 1, 0.3F)
+QNM_REAL(Sub, Sub, 2, 0, 1, 0.3F)
+QNM_REAL(Mul, Mul, 2, 0, 1, 0.3F)
+QNM_REAL(Div, Div, 2, 0, 1, 0.5F)
+QNM_REAL(Sqr, Sqr, 1, 0, 1, 0.2F)
+QNM_REAL(Inv, Inv, 1, 0, 1, 0.5F)
+QNM_REAL(Abs, Abs, 1, 0, 1, 0.2F)
+QNM_REAL(CopySign, CopySign, 2, 0, 1, 0.3F)
+QNM_REAL(Fdim, Fdim, 2, 0, 1, 0.3F)
+QNM_REAL(Fmax, Fmax, 2, 0, 1, 0.3F)
+QNM_REAL(Fmin, Fmin, 2, 0, 1, 0.3F)
+QNM_REAL(MaxMag, MaxMag, 2, 0, 1, 0.3F)
+QNM_REAL(MinMag, MinMag, 2, 0, 1, 0.3F)
+QNM_REAL(Floor, Floor, 1, 0, 1, 0.2F)
+QNM_REAL(Ceil, Ceil, 1, 0, 1, 0.2F)
+QNM_REAL(Trunc, Trunc, 1, 0, 1, 0.2F)
+QNM_REAL(Rint, Rint, 1, 0, 1, 0.2F)
+QNM_REAL(NearbyInt, NearbyInt, 1, 0, 1, 0.2F)
+QNM_REAL(Round, Round, 1, 0, 1, 0.3F)
+QNM_REAL(Frac, Frac, 1, 0, 1, 0.3F)
+QNM_REAL(Modf, Modf, 1, 0, 2, 0.5F)

@@ -1,0 +1,11 @@
+// What one element's error leads to.
+#pragma once
+
+#include "contract.hpp"
+
+namespace qnm::vml {
+
+/// Notes the error for the call, and tells it by line and callback, which may change the record's results.
+void tell(Call* call, ErrorRecord* record, const char* name);
+
+} // namespace qnm::vml

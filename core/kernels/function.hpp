@@ -1,0 +1,42 @@
+// Kernels of which both engines and the C library have the function under one name.
+#pragma once
+
+#include "engines.hpp"
+#include "exact.hpp"
+#include "kernel.hpp"
+
+namespace qnm::vml::QNM_NAMESPACE {
+
+/// Bounds of a range, of each type its own.
+struct Bounds {
+    double low, high;
+    float low_s, high_s;
+};
+inline auto within(Doubles x, Bounds bounds)
+{
+    return (x >= bounds.low) & (x <= bounds.high);
+}
+inline auto within(Floats x, Bounds bounds)
+{
+    return (x >= bounds.low_s) & (x <= bounds.high_s);
+}
+constexpr Bounds around_zero(double high, float high_s)
+{
+    return {-high, high, -high_s, high_s};
+}
+inline constexpr double most = __DBL_MAX__, least = __DBL_MIN__;
+inline constexpr float most_s = __FLT_MAX__, least_s = __FLT_MIN__;
+inline constexpr Bounds all_finite = around_zero(most, most_s);
+inline constexpr Bounds normal_above_zero = {least, most, least_s, most_s};
+
+inline constexpr unsigned domain_only = 1U << domain;
+
+} // namespace qnm::vml::QNM_NAMESPACE
+
+#define QNM_FUNCTION(root, name, ulp, ...)                                                                   \
+    struct root {                                                                                            \
+        static auto high(auto x) { return name##_##ulp(x); }                                                 \
+        static auto low(auto x) { return name##_quick(x); }                                                  \
+        static auto holds(auto x) { return within(x, __VA_ARGS__); }                                         \
+        static auto exact(auto x) { return exact::name(x); }                                                 \
+    };

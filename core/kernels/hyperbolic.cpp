@@ -1,0 +1,20 @@
+// Hyperbolic functions and their inverses: beyond these ranges an engine's own intermediate results overflow.
+#include "function.hpp"
+
+namespace qnm::vml::QNM_NAMESPACE {
+
+QNM_FUNCTION(Sinh, sinh, u10, around_zero(709, 88))
+QNM_FUNCTION(Cosh, cosh, u10, around_zero(709, 88))
+QNM_FUNCTION(Tanh, tanh, u10, all_finite)
+QNM_FUNCTION(Asinh, asinh, u10, around_zero(1e154, 1e18F))
+QNM_FUNCTION(Acosh, acosh, u10, {1, 1e154, 1, 1e18F})
+QNM_FUNCTION(Atanh, atanh, u10, around_zero(0.99999, 0.999F))
+
+} // namespace qnm::vml::QNM_NAMESPACE
+
+QNM_REAL(Sinh, Sinh, 1, 0, 1, 3.0F)
+QNM_REAL(Cosh, Cosh, 1, 0, 1, 2.5F)
+QNM_REAL(Tanh, Tanh, 1, 0, 1, 3.0F)
+QNM_REAL(Asinh, Asinh, 1, 0, 1, 3.5F)
+QNM_REAL(Acosh, Acosh, 1, 0, 1, 3.5F)
+QNM_REAL(Atanh, Atanh, 1, 0, 1, 3.0F)

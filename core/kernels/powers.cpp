@@ -1,0 +1,53 @@
+// Roots and powers.
+#include "function.hpp"
+
+namespace qnm::vml::QNM_NAMESPACE {
+
+QNM_FUNCTION(Cbrt, cbrt, u10, normal_above_zero)
+
+struct Sqrt {
+    static auto high(Doubles x)
+    {
+        Doubles y;
+        for (int k = 0; k < LanesOf<double>::count; ++k)
+            y[k] = __builtin_sqrt(x[k]);
+        return y;
+    }
+    static auto high(Floats x)
+    {
+        Floats y;
+        for (int k = 0; k < LanesOf<float>::count; ++k)
+            y[k] = __builtin_sqrtf(x[k]);
+        return y;
+    }
+    static auto holds(auto x) { return (x >= 0) & (x - x == 0); }
+    static auto exact(auto x) { return exact::sqrt(x); }
+};
+
+// A normal base above zero and a normal result: there the engines know no special cases.
+struct Pow {
+    static auto high(auto x, auto y) { return pow_u10(x, y); }
+    static auto low(auto x, auto y) { return pow_quick(x, y); }
+    static auto holds_of(auto result, auto x, auto y)
+    {
+        return within(x, normal_above_zero) & within(result, normal_above_zero) & within(y, all_finite);
+    }
+    static auto exact(auto x, auto y) { return exact::pow(x, y); }
+};
+struct Hypot {
+    static auto high(auto x, auto y) { return hypot_u05(x, y); }
+    static auto low(auto x, auto y) { return hypot_quick(x, y); }
+    static auto holds_of(auto result, auto, auto)
+    {
+        return within(result, {1e-150, 1e150, 1e-18F, 1e18F});
+    }
+    static auto exact(auto x, auto y) { return exact::hypot(x, y); }
+};
+
+} // namespace qnm::vml::QNM_NAMESPACE
+
+QNM_REAL(Sqrt, Sqrt, 1, 0, 1, 1.0F)
+QNM_REAL(Cbrt, Cbrt, 1, 0, 1, 2.5F)
+QNM_REAL(Pow, Pow, 2, 0, 1, 6.0F)
+QNM_REAL(Powx, Pow, 1, 1, 1, 6.0F)
+QNM_REAL(Hypot, Hypot, 2, 0, 1, 2.5F)

@@ -1,0 +1,12 @@
+// Functions of probability and their kin.
+#include "function.hpp"
+
+namespace qnm::vml::QNM_NAMESPACE {
+
+QNM_FUNCTION(Erf, erf, u10, all_finite)
+QNM_FUNCTION(Erfc, erfc, u15, {-most, 26, -most_s, 9})
+
+} // namespace qnm::vml::QNM_NAMESPACE
+
+QNM_REAL(Erf, Erf, 1, 0, 1, 3.0F)
+QNM_REAL(Erfc, Erfc, 1, 0, 1, 4.0F)

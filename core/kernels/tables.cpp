@@ -1,0 +1,52 @@
+// The table pairs, by the names that the layer looks up; plain and strided roots share their kernels.
+#include "tables.hpp"
+
+#include <cstddef>
+
+#define QNM_ROOT(t, root)                                                                                    \
+    extern "C" const qnm::vml::Compiled qnm_##t##root##_sse2, qnm_##t##root##_avx2, qnm_##t##root##_avx512;  \
+    extern "C" __attribute__((visibility("default"))) qnm::vml::AnyKernel                                    \
+        qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                                              \
+    extern "C" __attribute__((visibility("default"))) float                                                  \
+        qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                                              \
+    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
+    float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                                            \
+    extern "C" __attribute__((visibility("default"), alias("qnm_vml_kernel_" #t #root "_ttab")))             \
+    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##I_ttab[qnm::vml::table_count];                             \
+    extern "C" __attribute__((visibility("default"), alias("qnm_vml_kernel_" #t #root "_ctab"))) float       \
+        qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
+#include "roots.inc"
+#undef QNM_ROOT
+
+namespace qnm::vml {
+namespace {
+
+struct Pair {
+    AnyKernel* kernels;
+    float* costs;
+    const Compiled* sets[table_count];
+};
+
+constexpr Pair pairs[] = {
+#define QNM_ROOT(t, root)                                                                                    \
+    {qnm_vml_kernel_##t##root##_ttab,                                                                        \
+     qnm_vml_kernel_##t##root##_ctab,                                                                        \
+     {&qnm_##t##root##_sse2, &qnm_##t##root##_avx2, nullptr, &qnm_##t##root##_avx512}},
+#include "roots.inc"
+#undef QNM_ROOT
+};
+
+// Which kernel is the best is known when the library is opened.
+[[gnu::constructor]] void fill()
+{
+    const int best = best_set();
+    for (const Pair& pair : pairs)
+        for (int table = 0; table < table_count; ++table) {
+            const Compiled& compiled = *pair.sets[table == best_table ? best : table];
+            pair.kernels[table] = compiled.kernel;
+            pair.costs[table] = compiled.cost;
+        }
+}
+
+} // namespace
+} // namespace qnm::vml
