@@ -52,7 +52,8 @@ struct ByMagnitude {
 QNM_EACH_2(MaxMag, ByMagnitude::larger(x, y))
 QNM_EACH_2(MinMag, ByMagnitude::smaller(x, y))
 // Halves away from zero: a whole part's remainder is exact.
-QNM_EACH_1(Round, exact::trunc(x) + exact::copysign(exact::fabs(x - exact::trunc(x)) >= T(0.5) ? T(1) : T(0), x))
+QNM_EACH_1(Round,
+           exact::trunc(x) + exact::copysign(exact::fabs(x - exact::trunc(x)) >= T(0.5) ? T(1) : T(0), x))
 QNM_EACH_1(Frac, exact::copysign(exact::fabs(x) < exact::infinity<T> ? x - exact::trunc(x) : T(0), x))
 
 struct Modf {

@@ -42,7 +42,7 @@ using Callback = int (*)(ErrorRecord*);
 /// One part of a call: what the calling thread lends it, and what it brings back.
 struct Call {
     std::uint32_t mode;
-    int status; // of the last error in index order
+    int status;           // of the last error in index order
     std::uint32_t errors; // a bit for each code that occurred
     Callback callback;
     std::int64_t first; // place of the part's first element in the whole
@@ -61,7 +61,8 @@ struct Call {
     }
 };
 
-/// The data symbol qnm_vml_kernel_frame: what a threader does on the calling thread, ahead of the parts and behind them.
+/// The data symbol qnm_vml_kernel_frame: what a threader does on the calling thread, ahead of the parts and
+/// behind them.
 struct Frame {
     void (*begin)(Call*);
     void (*end)(const Call*);

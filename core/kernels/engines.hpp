@@ -23,24 +23,54 @@
 #endif
 
 #define QNM_SLEEF(name, ulp)                                                                                 \
-    inline Doubles name##_##ulp(Doubles x) { return QNM_SLEEF_D(name, ulp)(x); }                             \
-    inline Floats name##_##ulp(Floats x) { return QNM_SLEEF_S(name, ulp)(x); }
+    inline Doubles name##_##ulp(Doubles x)                                                                   \
+    {                                                                                                        \
+        return QNM_SLEEF_D(name, ulp)(x);                                                                    \
+    }                                                                                                        \
+    inline Floats name##_##ulp(Floats x)                                                                     \
+    {                                                                                                        \
+        return QNM_SLEEF_S(name, ulp)(x);                                                                    \
+    }
 #define QNM_SLEEF_2(name, ulp)                                                                               \
-    inline Doubles name##_##ulp(Doubles x, Doubles y) { return QNM_SLEEF_D(name, ulp)(x, y); }               \
-    inline Floats name##_##ulp(Floats x, Floats y) { return QNM_SLEEF_S(name, ulp)(x, y); }
+    inline Doubles name##_##ulp(Doubles x, Doubles y)                                                        \
+    {                                                                                                        \
+        return QNM_SLEEF_D(name, ulp)(x, y);                                                                 \
+    }                                                                                                        \
+    inline Floats name##_##ulp(Floats x, Floats y)                                                           \
+    {                                                                                                        \
+        return QNM_SLEEF_S(name, ulp)(x, y);                                                                 \
+    }
 #define QNM_SLEEF_TO_2(name, ulp)                                                                            \
-    inline auto name##_##ulp(Doubles x) { return QNM_SLEEF_D(name, ulp)(x); }                                \
-    inline auto name##_##ulp(Floats x) { return QNM_SLEEF_S(name, ulp)(x); }
+    inline auto name##_##ulp(Doubles x)                                                                      \
+    {                                                                                                        \
+        return QNM_SLEEF_D(name, ulp)(x);                                                                    \
+    }                                                                                                        \
+    inline auto name##_##ulp(Floats x)                                                                       \
+    {                                                                                                        \
+        return QNM_SLEEF_S(name, ulp)(x);                                                                    \
+    }
 #define QNM_LIBMVEC(name)                                                                                    \
     extern "C" Doubles QNM_LIBMVEC_D(v, name)(Doubles);                                                      \
     extern "C" Floats QNM_LIBMVEC_S(v, name)(Floats);                                                        \
-    inline Doubles name##_quick(Doubles x) { return QNM_LIBMVEC_D(v, name)(x); }                             \
-    inline Floats name##_quick(Floats x) { return QNM_LIBMVEC_S(v, name)(x); }
+    inline Doubles name##_quick(Doubles x)                                                                   \
+    {                                                                                                        \
+        return QNM_LIBMVEC_D(v, name)(x);                                                                    \
+    }                                                                                                        \
+    inline Floats name##_quick(Floats x)                                                                     \
+    {                                                                                                        \
+        return QNM_LIBMVEC_S(v, name)(x);                                                                    \
+    }
 #define QNM_LIBMVEC_2(name)                                                                                  \
     extern "C" Doubles QNM_LIBMVEC_D(vv, name)(Doubles, Doubles);                                            \
     extern "C" Floats QNM_LIBMVEC_S(vv, name)(Floats, Floats);                                               \
-    inline Doubles name##_quick(Doubles x, Doubles y) { return QNM_LIBMVEC_D(vv, name)(x, y); }              \
-    inline Floats name##_quick(Floats x, Floats y) { return QNM_LIBMVEC_S(vv, name)(x, y); }
+    inline Doubles name##_quick(Doubles x, Doubles y)                                                        \
+    {                                                                                                        \
+        return QNM_LIBMVEC_D(vv, name)(x, y);                                                                \
+    }                                                                                                        \
+    inline Floats name##_quick(Floats x, Floats y)                                                           \
+    {                                                                                                        \
+        return QNM_LIBMVEC_S(vv, name)(x, y);                                                                \
+    }
 
 namespace qnm::vml::QNM_NAMESPACE {
 

@@ -1,7 +1,7 @@
 // Elements by the C library, by the next wider type: rounded once, with the flags of that rounding.
 //
-// Nothing here comes out of the standard library's inline functions: one that is compiled for each instruction set would be
-// one function to the linker, and perhaps that of a processor which is not there.
+// Nothing here comes out of the standard library's inline functions: one that is compiled for each
+// instruction set would be one function to the linker, and perhaps that of a processor which is not there.
 #pragma once
 
 #include "lanes.hpp"
@@ -14,19 +14,36 @@ template <class T>
 inline constexpr T infinity = static_cast<T>(__builtin_inf());
 
 #define QNM_BUILTIN_1(name)                                                                                  \
-    inline double name(double x) { return __builtin_##name(x); }                                             \
-    inline float name(float x) { return __builtin_##name##f(x); }
+    inline double name(double x)                                                                             \
+    {                                                                                                        \
+        return __builtin_##name(x);                                                                          \
+    }                                                                                                        \
+    inline float name(float x)                                                                               \
+    {                                                                                                        \
+        return __builtin_##name##f(x);                                                                       \
+    }
 #define QNM_BUILTIN_2(name)                                                                                  \
-    inline double name(double x, double y) { return __builtin_##name(x, y); }                                \
-    inline float name(float x, float y) { return __builtin_##name##f(x, y); }
+    inline double name(double x, double y)                                                                   \
+    {                                                                                                        \
+        return __builtin_##name(x, y);                                                                       \
+    }                                                                                                        \
+    inline float name(float x, float y)                                                                      \
+    {                                                                                                        \
+        return __builtin_##name##f(x, y);                                                                    \
+    }
 #define QNM_LIBM(name)                                                                                       \
-    inline double name(double x) { return static_cast<double>(::name##l(static_cast<long double>(x))); }     \
-    inline float name(float x) { return static_cast<float>(::name(static_cast<double>(x))); }
+    inline double name(double x)                                                                             \
+    {                                                                                                        \
+        return static_cast<double>(::name##l(static_cast<long double>(x)));                                  \
+    }                                                                                                        \
+    inline float name(float x)                                                                               \
+    {                                                                                                        \
+        return static_cast<float>(::name(static_cast<double>(x)));                                           \
+    }
 #define QNM_LIBM_2(name)                                                                                     \
     inline double name(double x, double y)                                                                   \
     {                                                                                                        \
-        return static_cast<double>(                                                                          \
-            ::name##l(static_cast<long double>(x), static_cast<long double>(y)));                            \
+        return static_cast<double>(::name##l(static_cast<long double>(x), static_cast<long double>(y)));     \
     }                                                                                                        \
     inline float name(float x, float y)                                                                      \
     {                                                                                                        \

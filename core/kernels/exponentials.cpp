@@ -3,14 +3,14 @@
 
 namespace qnm::vml::QNM_NAMESPACE {
 
-QNM_FUNCTION(Exp, exp, u10, {-708, 709, -87, 88})
-QNM_FUNCTION(Exp2, exp2, u10, {-1022, 1023, -126, 127})
-QNM_FUNCTION(Exp10, exp10, u10, {-307, 308, -37, 38})
-QNM_FUNCTION(Expm1, expm1, u10, {-708, 709, -87, 88})
-QNM_FUNCTION(Ln, log, u10, normal_above_zero)
-QNM_FUNCTION(Log2, log2, u10, normal_above_zero)
-QNM_FUNCTION(Log10, log10, u10, normal_above_zero)
-QNM_FUNCTION(Log1p, log1p, u10, {-0.99999, 1e307, -0.999F, 1e38F})
+QNM_FUNCTION(Exp, exp, u10, x, {-708, 709, -87, 88})
+QNM_FUNCTION(Exp2, exp2, u10, x, {-1022, 1023, -126, 127})
+QNM_FUNCTION(Exp10, exp10, u10, x, {-307, 308, -37, 38})
+QNM_FUNCTION(Expm1, expm1, u10, x, {-708, 709, -87, 88})
+QNM_FUNCTION(Ln, log, u10, x, normal_above_zero)
+QNM_FUNCTION(Log2, log2, u10, x, normal_above_zero)
+QNM_FUNCTION(Log10, log10, u10, x, normal_above_zero)
+QNM_FUNCTION(Log1p, log1p, u10, x, {-0.99999, 1e307, -0.999F, 1e38F})
 
 } // namespace qnm::vml::QNM_NAMESPACE
 

@@ -20,23 +20,20 @@ inline auto within(Floats x, Bounds bounds)
 {
     return (x >= bounds.low_s) & (x <= bounds.high_s);
 }
-constexpr Bounds around_zero(double high, float high_s)
-{
-    return {-high, high, -high_s, high_s};
-}
 inline constexpr double most = __DBL_MAX__, least = __DBL_MIN__;
 inline constexpr float most_s = __FLT_MAX__, least_s = __FLT_MIN__;
-inline constexpr Bounds all_finite = around_zero(most, most_s);
+inline constexpr Bounds all_finite = {-most, most, -most_s, most_s};
 inline constexpr Bounds normal_above_zero = {least, most, least_s, most_s};
 
 inline constexpr unsigned domain_only = 1U << domain;
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
-#define QNM_FUNCTION(root, name, ulp, ...)                                                                   \
+// What is bounded is x or magnitude(x).
+#define QNM_FUNCTION(root, name, ulp, bounded, ...)                                                          \
     struct root {                                                                                            \
         static auto high(auto x) { return name##_##ulp(x); }                                                 \
         static auto low(auto x) { return name##_quick(x); }                                                  \
-        static auto holds(auto x) { return within(x, __VA_ARGS__); }                                         \
+        static auto holds(auto x) { return within(bounded, __VA_ARGS__); }                                   \
         static auto exact(auto x) { return exact::name(x); }                                                 \
     };

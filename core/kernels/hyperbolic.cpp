@@ -3,12 +3,12 @@
 
 namespace qnm::vml::QNM_NAMESPACE {
 
-QNM_FUNCTION(Sinh, sinh, u10, around_zero(709, 88))
-QNM_FUNCTION(Cosh, cosh, u10, around_zero(709, 88))
-QNM_FUNCTION(Tanh, tanh, u10, all_finite)
-QNM_FUNCTION(Asinh, asinh, u10, around_zero(1e154, 1e18F))
-QNM_FUNCTION(Acosh, acosh, u10, {1, 1e154, 1, 1e18F})
-QNM_FUNCTION(Atanh, atanh, u10, around_zero(0.99999, 0.999F))
+QNM_FUNCTION(Sinh, sinh, u10, magnitude(x), {0, 709, 0, 88})
+QNM_FUNCTION(Cosh, cosh, u10, magnitude(x), {0, 709, 0, 88})
+QNM_FUNCTION(Tanh, tanh, u10, x, all_finite)
+QNM_FUNCTION(Asinh, asinh, u10, magnitude(x), {least, 1e154, 1e-6F, 1e18F})
+QNM_FUNCTION(Acosh, acosh, u10, x, {1, 1e154, 1, 1e18F})
+QNM_FUNCTION(Atanh, atanh, u10, magnitude(x), {least, 0.99999, 1e-6F, 0.999F})
 
 } // namespace qnm::vml::QNM_NAMESPACE
 

@@ -1,4 +1,5 @@
-// The one template of all kernels: a kernel's object says what an element is, this says how vectors are gone through.
+// The one template of all kernels: a kernel's object says what an element is, this says how vectors are gone
+// through.
 //
 // An object has either
 //   of(x...)      the element, never an error: a loop that the compiler vectorises; or
@@ -52,7 +53,8 @@ bool is_finite(T x)
     return x - x == 0;
 }
 
-/// Keeps what makes the value behind this place, or what uses it before it: to the compiler flags are no effect.
+/// Keeps what makes the value behind this place, or what uses it before it: to the compiler flags are no
+/// effect.
 template <class T>
 [[gnu::always_inline]] inline void stay(T& value)
 {
@@ -68,9 +70,9 @@ int code_of(int flags, T result, A... arguments)
     if (is_nan(result))
         return domain;
     if (!is_finite(result))
-        return (flags & FE_DIVBYZERO) != 0                              ? pole
+        return (flags & FE_DIVBYZERO) != 0                                   ? pole
                : (flags & FE_OVERFLOW) != 0 && (is_finite(arguments) && ...) ? overflow
-                                                                        : ok;
+                                                                             : ok;
     const bool tiny = result > -std::numeric_limits<T>::min() && result < std::numeric_limits<T>::min();
     return tiny && (flags & FE_UNDERFLOW) != 0 ? underflow : ok;
 }
@@ -149,7 +151,10 @@ private:
                 ((y[j] = part<o>(result)), ...);
             }
         } else if constexpr (requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); }) {
-            constexpr bool two_levels = requires(Wide x) { K::low(((void)i, x)..., ((void)s, x)...); };
+            constexpr bool two_levels = requires(Wide x)
+            {
+                K::low(((void)i, x)..., ((void)s, x)...);
+            };
             const std::uint32_t level = call->mode & level_bits;
             if (two_levels && (level == low_accuracy || level == enhanced_speed))
                 lanes<two_levels>(n, a..., scalar..., y..., first, call);

@@ -3,7 +3,7 @@
 
 namespace qnm::vml::QNM_NAMESPACE {
 
-QNM_FUNCTION(Cbrt, cbrt, u10, normal_above_zero)
+QNM_FUNCTION(Cbrt, cbrt, u10, x, normal_above_zero)
 
 struct Sqrt {
     static auto high(Doubles x)
@@ -37,10 +37,7 @@ struct Pow {
 struct Hypot {
     static auto high(auto x, auto y) { return hypot_u05(x, y); }
     static auto low(auto x, auto y) { return hypot_quick(x, y); }
-    static auto holds_of(auto result, auto, auto)
-    {
-        return within(result, {1e-150, 1e150, 1e-18F, 1e18F});
-    }
+    static auto holds_of(auto result, auto, auto) { return within(result, {1e-150, 1e150, 1e-18F, 1e18F}); }
     static auto exact(auto x, auto y) { return exact::hypot(x, y); }
 };
 

@@ -3,8 +3,8 @@
 
 namespace qnm::vml::QNM_NAMESPACE {
 
-QNM_FUNCTION(Erf, erf, u10, all_finite)
-QNM_FUNCTION(Erfc, erfc, u15, {-most, 26, -most_s, 9})
+QNM_FUNCTION(Erf, erf, u10, magnitude(x), normal_above_zero)
+QNM_FUNCTION(Erfc, erfc, u15, x, {-most, 26, -most_s, 9})
 
 } // namespace qnm::vml::QNM_NAMESPACE
 

@@ -5,16 +5,18 @@
 
 #define QNM_ROOT(t, root)                                                                                    \
     extern "C" const qnm::vml::Compiled qnm_##t##root##_sse2, qnm_##t##root##_avx2, qnm_##t##root##_avx512;  \
-    extern "C" __attribute__((visibility("default"))) qnm::vml::AnyKernel                                    \
-        qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                                              \
-    extern "C" __attribute__((visibility("default"))) float                                                  \
-        qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                                              \
+    extern "C" __attribute__((visibility("default")))                                                        \
+    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
+    extern "C"                                                                                               \
+        __attribute__((visibility("default"))) float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count]; \
     qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
     float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                                            \
     extern "C" __attribute__((visibility("default"), alias("qnm_vml_kernel_" #t #root "_ttab")))             \
     qnm::vml::AnyKernel qnm_vml_kernel_##t##root##I_ttab[qnm::vml::table_count];                             \
-    extern "C" __attribute__((visibility("default"), alias("qnm_vml_kernel_" #t #root "_ctab"))) float       \
-        qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
+    extern "C"                                                                                               \
+        __attribute__((visibility("default"),                                                                \
+                       alias("qnm_vml_kernel_" #t #root                                                      \
+                             "_ctab"))) float qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
 #include "roots.inc"
 #undef QNM_ROOT
 

@@ -8,12 +8,12 @@ struct OfDomain : K {
     static constexpr unsigned codes = domain_only;
 };
 
-QNM_FUNCTION(Sin, sin, u10, all_finite)
-QNM_FUNCTION(Cos, cos, u10, all_finite)
-QNM_FUNCTION(Tan, tan, u10, all_finite)
-QNM_FUNCTION(Asin, asin, u10, around_zero(1, 1))
-QNM_FUNCTION(Acos, acos, u10, around_zero(1, 1))
-QNM_FUNCTION(Atan, atan, u10, all_finite)
+QNM_FUNCTION(Sin, sin, u10, x, all_finite)
+QNM_FUNCTION(Cos, cos, u10, x, all_finite)
+QNM_FUNCTION(Tan, tan, u10, x, all_finite)
+QNM_FUNCTION(Asin, asin, u10, magnitude(x), {0, 1, 0, 1})
+QNM_FUNCTION(Acos, acos, u10, magnitude(x), {0, 1, 0, 1})
+QNM_FUNCTION(Atan, atan, u10, x, all_finite)
 
 struct Atan2 {
     static auto high(auto x, auto y) { return atan2_u10(x, y); }
