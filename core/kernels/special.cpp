@@ -3,7 +3,7 @@
 
 namespace qnm::vml::QNM_NAMESPACE {
 
-QNM_FUNCTION(Erf, erf, u10, magnitude(x), normal_above_zero)
+QNM_FUNCTION(Erf, erf, u10, magnitude(x), {1e-290, most, 1e-30F, most_s})
 QNM_FUNCTION(Erfc, erfc, u15, x, {-most, 26, -most_s, 9})
 
 } // namespace qnm::vml::QNM_NAMESPACE

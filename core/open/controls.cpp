@@ -9,10 +9,17 @@
 
 namespace {
 
-enum Domain : int { all_domains = 0, blas_domain = 1, transform_domain = 2 };
+enum Domain : int { all_domains = 0, blas_domain = 1, transform_domain = 2, vector_domain = 3, domain_count };
 constexpr int refused = 0, done = 1;
 
-std::atomic<int> own_of_transforms{0}; // 0: as many as the engine of BLAS takes
+// Of each domain its own, 0: as many as the engine of BLAS takes.
+std::atomic<int> own[domain_count];
+
+int threads_of(int domain)
+{
+    const int count = own[domain].load(std::memory_order_relaxed);
+    return count > 0 ? count : openblas_get_num_threads();
+}
 
 struct Version {
     int major, minor, update;
@@ -31,8 +38,11 @@ int version_text(char* text, std::size_t size)
 
 int qnm::core::transform_threads()
 {
-    const int own = own_of_transforms.load(std::memory_order_relaxed);
-    return own > 0 ? own : openblas_get_num_threads();
+    return threads_of(transform_domain);
+}
+int qnm::core::vector_threads()
+{
+    return threads_of(vector_domain);
 }
 
 QNM_CORE void qnm_serv_get_version(Version* version)
@@ -73,19 +83,18 @@ QNM_CORE int qnm_serv_set_num_threads_local(int)
 }
 QNM_CORE int qnm_serv_domain_set_num_threads(int count, int domain)
 {
-    if (count < 1 || domain < all_domains || domain > transform_domain)
+    if (count < 1 || domain < all_domains || domain >= domain_count)
         return refused;
-    if (domain != transform_domain)
+    if (domain == all_domains || domain == blas_domain)
         openblas_set_num_threads(count);
-    if (domain != blas_domain)
-        own_of_transforms.store(domain == transform_domain ? count : 0, std::memory_order_relaxed);
+    for (int d = transform_domain; d < domain_count; ++d)
+        if (domain == d || domain == all_domains)
+            own[d].store(domain == d ? count : 0, std::memory_order_relaxed);
     return done;
 }
 QNM_CORE int qnm_serv_domain_get_max_threads(int domain)
 {
-    return domain == transform_domain                       ? qnm::core::transform_threads()
-           : domain == all_domains || domain == blas_domain ? openblas_get_num_threads()
-                                                            : 1;
+    return domain >= all_domains && domain < domain_count ? threads_of(domain) : 1;
 }
 
 // The engine always takes fewer threads for a small problem, never slices by stripes, and knows no

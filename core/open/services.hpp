@@ -16,6 +16,8 @@ inline constexpr core_int not_carried_info = -1001; // of routines that this cor
 
 /// How many threads Fourier transforms may take.
 int transform_threads();
+/// And vector mathematics.
+int vector_threads();
 
 inline void report(std::string_view routine, int info)
 {

@@ -71,6 +71,10 @@ QNM_CORE const char* qnm_serv_get_msg(int number, int)
         const char* text;
     };
     static constexpr Message all[] = {
+        {1, "the working folder is gone: change to one that exists; while loading"},
+        {771,
+         "no library of vector functions: put libqnm_kernels.so beside the core, or name it by QNM_KERNELS"},
+        {772, "the library of vector functions lacks a symbol: is it of this version?"},
         {774, "DFTI: no error"},
         {775, "DFTI: not enough memory"},
         {776,
