@@ -1,6 +1,5 @@
 // Sums, products and what the processor rounds once.
-#include "exact.hpp"
-#include "kernel.hpp"
+#include "function.hpp"
 
 namespace qnm::vml::QNM_NAMESPACE {
 
@@ -89,6 +88,26 @@ struct Inv {
         return 1 / x;
     }
 };
+QNM_ONLY_EXACT(Fmod, fmod)
+QNM_ONLY_EXACT(Remainder, remainder)
+using FmodTold = OfDomain<Fmod>;
+using RemainderTold = OfDomain<Remainder>;
+struct NextAfter {
+    static double of(double x, double y) { return ::nextafter(x, y); }
+    static float of(float x, float y) { return ::nextafterf(x, y); }
+};
+struct Logb {
+    static constexpr unsigned codes = 1U << pole;
+    static double exact(double x) { return ::logb(x); }
+    static float exact(float x) { return ::logbf(x); }
+};
+struct LinearFrac {
+    template <class T>
+    static T of(T x, T y, T scale_x, T shift_x, T scale_y, T shift_y)
+    {
+        return exact::fma(scale_x, x, shift_x) / exact::fma(scale_y, y, shift_y);
+    }
+};
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
@@ -113,3 +132,8 @@ QNM_REAL(NearbyInt, NearbyInt, 1, 0, 1, 0.2F)
 QNM_REAL(Round, Round, 1, 0, 1, 0.3F)
 QNM_REAL(Frac, Frac, 1, 0, 1, 0.3F)
 QNM_REAL(Modf, Modf, 1, 0, 2, 0.5F)
+QNM_REAL(Fmod, FmodTold, 2, 0, 1, 60.0F)
+QNM_REAL(Remainder, RemainderTold, 2, 0, 1, 60.0F)
+QNM_REAL(NextAfter, NextAfter, 2, 0, 1, 4.0F)
+QNM_REAL(Logb, Logb, 1, 0, 1, 60.0F)
+QNM_REAL(LinearFrac, LinearFrac, 2, 4, 1, 0.6F)

@@ -4,6 +4,7 @@
 // instruction set would be one function to the linker, and perhaps that of a processor which is not there.
 #pragma once
 
+#include "elements.hpp"
 #include "lanes.hpp"
 
 #include <math.h>
@@ -50,6 +51,27 @@ inline constexpr T infinity = static_cast<T>(__builtin_inf());
         return static_cast<float>(::name(static_cast<double>(x), static_cast<double>(y)));                   \
     }
 
+// Without the instruction, products and sums: what the entries' status says of this processor.
+#ifdef __FMA__
+inline double fma(double x, double y, double z)
+{
+    return __builtin_fma(x, y, z);
+}
+inline float fma(float x, float y, float z)
+{
+    return __builtin_fmaf(x, y, z);
+}
+#else
+inline double fma(double x, double y, double z)
+{
+    return x * y + z;
+}
+inline float fma(float x, float y, float z)
+{
+    return x * y + z;
+}
+#endif
+
 // clang-format off
 QNM_BUILTIN_1(fabs) QNM_BUILTIN_1(floor) QNM_BUILTIN_1(ceil) QNM_BUILTIN_1(trunc) QNM_BUILTIN_1(rint)
 QNM_BUILTIN_1(sqrt) QNM_BUILTIN_2(copysign)
@@ -63,5 +85,19 @@ QNM_LIBM(sinh) QNM_LIBM(cosh)  QNM_LIBM(tanh)
 QNM_LIBM(asinh) QNM_LIBM(acosh) QNM_LIBM(atanh)
 QNM_LIBM(erf)  QNM_LIBM(erfc)
 // clang-format on
+
+#define QNM_ELEMENT(name)                                                                                    \
+    template <class T>                                                                                       \
+    T name(T x)                                                                                              \
+    {                                                                                                        \
+        return static_cast<T>(element::name(x));                                                             \
+    }
+#define QNM_ELEMENT_OF_2(name)                                                                               \
+    template <class T>                                                                                       \
+    T name(T x, T y)                                                                                         \
+    {                                                                                                        \
+        return static_cast<T>(element::name(x, y));                                                          \
+    }
+                            QNM_ELEMENTS(QNM_ELEMENT) QNM_ELEMENTS_OF_2(QNM_ELEMENT_OF_2)
 
 } // namespace qnm::vml::QNM_NAMESPACE::exact

@@ -25,7 +25,12 @@ inline constexpr float most_s = __FLT_MAX__, least_s = __FLT_MIN__;
 inline constexpr Bounds all_finite = {-most, most, -most_s, most_s};
 inline constexpr Bounds normal_above_zero = {least, most, least_s, most_s};
 
-inline constexpr unsigned domain_only = 1U << domain;
+inline constexpr unsigned domain_only = 1U << domain, domain_and_pole = domain_only | 1U << pole;
+
+template <class K, unsigned told = domain_only>
+struct OfDomain : K {
+    static constexpr unsigned codes = told;
+};
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
@@ -36,4 +41,10 @@ inline constexpr unsigned domain_only = 1U << domain;
         static auto low(auto x) { return name##_quick(x); }                                                  \
         static auto holds(auto x) { return within(bounded, __VA_ARGS__); }                                   \
         static auto exact(auto x) { return exact::name(x); }                                                 \
+    };
+
+// Kernels without lanes, by the C library or an element.
+#define QNM_ONLY_EXACT(root, name)                                                                           \
+    struct root {                                                                                            \
+        static auto exact(auto... x) { return exact::name(x...); }                                           \
     };

@@ -4,9 +4,9 @@
 // An object has either
 //   of(x...)      the element, never an error: a loop that the compiler vectorises; or
 //   exact(x...)   the element for every argument, with the IEEE flags of its error; and, if it has them,
-//   high(x...)    lanes of high accuracy, low(x...) lanes of low accuracy, of the same range, told by
-//   holds(x...)   a mask, or holds_of(result, x...) where the result is easier to test.
-//   codes         the errors that it tells, all if it does not say.
+//   high(x...)    lanes of high accuracy, low(x...) lanes of low accuracy, either or both, of the same range,
+//   told by holds(x...)   a mask, or holds_of(result, x...) where the result is easier to test. codes the
+//   errors that it tells, all if it does not say.
 #pragma once
 
 #include "errors.hpp"
@@ -150,19 +150,27 @@ private:
                 const auto result = K::of(a[j]..., scalar...);
                 ((y[j] = part<o>(result)), ...);
             }
-        } else if constexpr (requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); }) {
-            constexpr bool two_levels = requires(Wide x)
+        } else {
+            constexpr bool has_low = requires(Wide x)
             {
                 K::low(((void)i, x)..., ((void)s, x)...);
             };
-            const std::uint32_t level = call->mode & level_bits;
-            if (two_levels && (level == low_accuracy || level == enhanced_speed))
-                lanes<two_levels>(n, a..., scalar..., y..., first, call);
-            else
+            constexpr bool has_high = requires(Wide x)
+            {
+                K::high(((void)i, x)..., ((void)s, x)...);
+            };
+            if constexpr (has_low) {
+                const std::uint32_t level = call->mode & level_bits;
+                if (level == low_accuracy || level == enhanced_speed) {
+                    lanes<true>(n, a..., scalar..., y..., first, call);
+                    return;
+                }
+            }
+            if constexpr (has_high)
                 lanes<false>(n, a..., scalar..., y..., first, call);
-        } else {
-            for (std::int64_t j = 0; j < n; ++j)
-                one(a[j]..., scalar..., y + j..., first + j, call);
+            else
+                for (std::int64_t j = 0; j < n; ++j)
+                    one(a[j]..., scalar..., y + j..., first + j, call);
         }
     }
 

@@ -41,6 +41,36 @@ struct Hypot {
     static auto exact(auto x, auto y) { return exact::hypot(x, y); }
 };
 
+// High accuracy by elements as yet: what the last rounding adds must be compensated before lanes can promise
+// it.
+struct InvSqrt {
+    static auto low(auto x) { return 1 / Sqrt::high(x); }
+    static auto holds(auto x) { return within(x, normal_above_zero); }
+    static auto exact(auto x) { return exact::inv_sqrt(x); }
+};
+struct InvCbrt {
+    static auto low(auto x) { return 1 / cbrt_u10(x); }
+    static auto holds(auto x) { return within(x, normal_above_zero); }
+    static auto exact(auto x) { return exact::inv_cbrt(x); }
+};
+struct Pow2o3 {
+    static auto low(auto x)
+    {
+        const auto root = cbrt_u10(x);
+        return root * root;
+    }
+    static auto holds(auto x) { return within(x, normal_above_zero); }
+    static auto exact(auto x) { return exact::pow_2_3(x); }
+};
+struct Pow3o2 {
+    static auto low(auto x) { return x * Sqrt::high(x); }
+    static auto holds(auto x) { return within(x, {1e-200, 1e200, 1e-24F, 1e24F}); }
+    static auto exact(auto x) { return exact::pow_3_2(x); }
+};
+struct Powr : Pow {
+    static auto exact(auto x, auto y) { return exact::pow_real(x, y); }
+};
+
 } // namespace qnm::vml::QNM_NAMESPACE
 
 QNM_REAL(Sqrt, Sqrt, 1, 0, 1, 1.0F)
@@ -48,3 +78,8 @@ QNM_REAL(Cbrt, Cbrt, 1, 0, 1, 2.5F)
 QNM_REAL(Pow, Pow, 2, 0, 1, 6.0F)
 QNM_REAL(Powx, Pow, 1, 1, 1, 6.0F)
 QNM_REAL(Hypot, Hypot, 2, 0, 1, 2.5F)
+QNM_REAL(InvSqrt, InvSqrt, 1, 0, 1, 40.0F)
+QNM_REAL(InvCbrt, InvCbrt, 1, 0, 1, 60.0F)
+QNM_REAL(Pow2o3, Pow2o3, 1, 0, 1, 60.0F)
+QNM_REAL(Pow3o2, Pow3o2, 1, 0, 1, 40.0F)
+QNM_REAL(Powr, Powr, 2, 0, 1, 6.0F)
