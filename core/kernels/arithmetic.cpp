@@ -53,7 +53,7 @@ QNM_EACH_2(MinMag, ByMagnitude::smaller(x, y))
 // Halves away from zero: a whole part's remainder is exact.
 QNM_EACH_1(Round,
            exact::trunc(x) + exact::copysign(exact::fabs(x - exact::trunc(x)) >= T(0.5) ? T(1) : T(0), x))
-QNM_EACH_1(Frac, exact::copysign(exact::fabs(x) < exact::infinity<T> ? x - exact::trunc(x) : T(0), x))
+QNM_EACH_1(Frac, exact::copysign(exact::fabs(x) == exact::infinity<T> ? T(0) : x - exact::trunc(x), x))
 
 struct Modf {
     template <class T>

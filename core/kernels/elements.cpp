@@ -153,7 +153,7 @@ real cdf_inv(real x)
 // Half of erfc(t + e), where t is -x / sqrt(2) rounded and e is what the rounding lost.
 real cdf(real x)
 {
-    constexpr real high = 1 / std::numbers::sqrt2_v<real>, low = 1.895032558893257183359e-20L;
+    constexpr real high = std::numbers::sqrt2_v<real> / 2, low = 1.895032558893257183359e-20L;
     const real t = -x * high;
     const real e = std::fma(-x, high, -t) - x * low;
     const real value = std::erfc(t) / 2;

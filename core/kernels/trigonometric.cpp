@@ -33,7 +33,10 @@ struct SinCos {
 // Whole and half arguments are exact by the elements.
 struct Sinpi {
     static auto high(auto x) { return sinpi_u05(x); }
-    static auto holds(auto x) { return within(magnitude(x), {1e-290, 1e8, 1e-30F, 1e4F}); }
+    static auto holds_of(auto result, auto x)
+    {
+        return within(magnitude(x), {1e-290, 1e8, 1e-30F, 1e4F}) & (result != 0);
+    }
     static auto exact(auto x) { return exact::sin_pi(x); }
 };
 struct Cospi {
@@ -48,7 +51,7 @@ struct SinCospi {
     static auto high(auto x) { return sincospi_u05(x); }
     static auto holds_of(auto result, auto x)
     {
-        return within(magnitude(x), {1e-290, 1e8, 1e-30F, 1e4F}) & (result.y != 0);
+        return within(magnitude(x), {1e-290, 1e8, 1e-30F, 1e4F}) & (result.x != 0) & (result.y != 0);
     }
     template <class T>
     static Two<T> exact(T x)
