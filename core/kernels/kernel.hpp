@@ -50,7 +50,7 @@ bool is_nan(T x)
 template <class T>
 bool is_finite(T x)
 {
-    return x - x == 0;
+    return x - x == T();
 }
 
 /// Keeps what makes the value behind this place, or what uses it before it: to the compiler flags are no
@@ -75,6 +75,36 @@ int code_of(int flags, T result, A... arguments)
                                                                              : ok;
     const bool tiny = result > -std::numeric_limits<T>::min() && result < std::numeric_limits<T>::min();
     return tiny && (flags & FE_UNDERFLOW) != 0 ? underflow : ok;
+}
+
+template <class T, class... A>
+int code_of(int flags, std::complex<T> result, A... arguments)
+{
+    const int code = code_of(flags, result.real(), arguments...);
+    return code != ok ? code : code_of(flags, result.imag(), arguments...);
+}
+
+/// Values of a record, whose imaginary parts lie apart.
+template <class T>
+void put(T value, double* real, double*)
+{
+    *real = static_cast<double>(value);
+}
+template <class T>
+void put(std::complex<T> value, double* real, double* imaginary)
+{
+    *real = static_cast<double>(value.real());
+    *imaginary = static_cast<double>(value.imag());
+}
+template <class T>
+void take(T* value, double real, double)
+{
+    *value = static_cast<T>(real);
+}
+template <class T>
+void take(std::complex<T>* value, double real, double imaginary)
+{
+    *value = {static_cast<T>(real), static_cast<T>(imaginary)};
 }
 
 template <class K>
@@ -254,19 +284,17 @@ private:
         record.code = code;
         record.index = static_cast<int>(index);
         int place = 0;
-        const auto take = [&](double value) {
-            if (place < 2)
-                record.argument[place++] = value;
+        const auto argument = [&](In value) {
+            if (place < 2) {
+                put(value, record.argument + place, record.imaginary_argument + place);
+                ++place;
+            }
         };
-        (take(static_cast<double>(x)), ...);
-        (take(static_cast<double>(scalar)), ...);
-        ((record.result[o] = static_cast<double>(*y)), ...);
-        ErrorRecord told = record;
-        tell(call, &told, Name::text);
-        ((*y = told.result[o] == record.result[o] || told.result[o] != told.result[o]
-                   ? *y
-                   : static_cast<Out>(told.result[o])),
-         ...);
+        (argument(x), ...);
+        (argument(scalar), ...);
+        (put(*y, record.result + o, record.imaginary_result + o), ...);
+        tell(call, &record, Name::text);
+        (take(y, record.result[o], record.imaginary_result[o]), ...);
     }
 };
 

@@ -3,22 +3,23 @@
 
 #include <cstddef>
 
-#define QNM_ROOT(t, root)                                                                                    \
+#define QNM_EXPORTED extern "C" __attribute__((visibility("default")))
+
+#define QNM_DIRECT_ROOT(t, root)                                                                             \
     extern "C" const qnm::vml::Compiled qnm_##t##root##_sse2, qnm_##t##root##_avx2, qnm_##t##root##_avx512;  \
-    extern "C" __attribute__((visibility("default")))                                                        \
+    QNM_EXPORTED qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                 \
+    QNM_EXPORTED float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                               \
     qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
-    extern "C"                                                                                               \
-        __attribute__((visibility("default"))) float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count]; \
-    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
-    float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                                            \
-    extern "C" __attribute__((visibility("default"), alias("qnm_vml_kernel_" #t #root "_ttab")))             \
+    float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];
+#define QNM_ROOT(t, root)                                                                                    \
+    QNM_DIRECT_ROOT(t, root)                                                                                 \
+    QNM_EXPORTED __attribute__((alias("qnm_vml_kernel_" #t #root "_ttab")))                                  \
     qnm::vml::AnyKernel qnm_vml_kernel_##t##root##I_ttab[qnm::vml::table_count];                             \
-    extern "C"                                                                                               \
-        __attribute__((visibility("default"),                                                                \
-                       alias("qnm_vml_kernel_" #t #root                                                      \
-                             "_ctab"))) float qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
+    QNM_EXPORTED __attribute__((alias(                                                                       \
+        "qnm_vml_kernel_" #t #root "_ctab"))) float qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
 #include "roots.inc"
 #undef QNM_ROOT
+#undef QNM_DIRECT_ROOT
 
 namespace qnm::vml {
 namespace {
@@ -34,7 +35,9 @@ constexpr Pair pairs[] = {
     {qnm_vml_kernel_##t##root##_ttab,                                                                        \
      qnm_vml_kernel_##t##root##_ctab,                                                                        \
      {&qnm_##t##root##_sse2, &qnm_##t##root##_avx2, nullptr, &qnm_##t##root##_avx512}},
+#define QNM_DIRECT_ROOT QNM_ROOT
 #include "roots.inc"
+#undef QNM_DIRECT_ROOT
 #undef QNM_ROOT
 };
 
