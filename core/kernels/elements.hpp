@@ -4,21 +4,18 @@
 
 #include <complex>
 
+// clang-format off
 #define QNM_ELEMENTS(M)                                                                                      \
-    M(inv_sqrt)                                                                                              \
-    M(inv_cbrt)                                                                                              \
-    M(pow_2_3)                                                                                               \
-    M(pow_3_2)                                                                                               \
+    M(inv_sqrt) M(inv_cbrt) M(pow_2_3) M(pow_3_2)                                                            \
     M(sin_deg) M(cos_deg) M(tan_deg) M(sin_pi) M(cos_pi) M(tan_pi) M(asin_pi) M(acos_pi) M(atan_pi)          \
-        M(erf_inv) M(erfc_inv) M(erfcx) M(cdf) M(cdf_inv) M(gamma_true) M(gamma_log) M(exp_int_1)            \
-            M(bessel_i0) M(bessel_i1) M(bessel_j0) M(bessel_j1) M(bessel_y0) M(bessel_y1)
+    M(erf_inv) M(erfc_inv) M(erfcx) M(cdf) M(cdf_inv) M(gamma_true) M(gamma_log) M(exp_int_1)                \
+    M(bessel_i0) M(bessel_i1) M(bessel_j0) M(bessel_j1) M(bessel_y0) M(bessel_y1)
 #define QNM_ELEMENTS_OF_2(M) M(pow_real) M(atan2_pi) M(bessel_jn) M(bessel_yn) M(fmod) M(remainder)
 #define QNM_COMPLEX_ELEMENTS(M)                                                                              \
-    M(exp)                                                                                                   \
-    M(log)                                                                                                   \
-    M(log10)                                                                                                 \
-    M(sqrt) M(sin) M(cos) M(tan) M(asin) M(acos) M(atan) M(sinh) M(cosh) M(tanh) M(asinh) M(acosh) M(atanh)
+    M(exp) M(log) M(log10) M(sqrt) M(sin) M(cos) M(tan) M(asin) M(acos) M(atan) M(sinh) M(cosh) M(tanh)      \
+    M(asinh) M(acosh) M(atanh)
 #define QNM_COMPLEX_ELEMENTS_OF_2(M) M(pow) M(div)
+// clang-format on
 
 namespace qnm::vml::element {
 

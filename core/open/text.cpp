@@ -36,6 +36,17 @@ QNM_CORE std::size_t qnm_serv_strnlen_s(const char* text, std::size_t most)
     return text == nullptr ? 0 : strnlen(text, most);
 }
 
+// At most `most` characters of the source, as far as the text has no more than `size` then; its terminator
+// lies behind.
+QNM_CORE int qnm_serv_strncat_s(char* text, std::size_t size, const char* source, std::size_t most)
+{
+    const std::size_t length = strnlen(text, size), more = strnlen(source, most);
+    const std::size_t kept = std::min(more, size - length);
+    std::copy_n(source, kept, text + length);
+    text[length + kept] = '\0';
+    return kept == more ? 0 : -1;
+}
+
 // At most `most` characters and the terminator, never beyond `size`. Returns how many were written, -1 if
 // the text had to be cut or nothing could be written.
 QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most, const char* format, ...)

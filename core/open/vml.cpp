@@ -184,7 +184,7 @@ QNM_REAL_LETTERS(QNM_THREADERS_OF_REALS)
 // The layer asks dlerror() behind its next look-up: a failure here leaves it nothing.
 QNM_CORE void* qnm_serv_load_vml()
 {
-    const char* const other = std::getenv("QNM_KERNELS");
+    const char* const other = secure_getenv("QNM_KERNELS");
     void* const handle =
         dlopen(other != nullptr && *other != '\0' ? other : "libqnm_kernels.so", RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr)
