@@ -1,25 +1,19 @@
-// The table pairs, by the names that the layer looks up; plain and strided roots share their kernels.
+// The table pairs, by the names that the layer looks up; plain and strided roots share their kernels. A root
+// without a kernel does not link.
 #include "tables.hpp"
 
 #include <cstddef>
 
 #define QNM_EXPORTED extern "C" __attribute__((visibility("default")))
 
-#define QNM_DIRECT_ROOT(t, root)                                                                             \
-    extern "C" const qnm::vml::Compiled qnm_##t##root##_sse2, qnm_##t##root##_avx2, qnm_##t##root##_avx512;  \
-    QNM_EXPORTED qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                 \
-    QNM_EXPORTED float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];                               \
-    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##_ttab[qnm::vml::table_count];                              \
-    float qnm_vml_kernel_##t##root##_ctab[qnm::vml::table_count];
-#define QNM_ROOT(t, root)                                                                                    \
-    QNM_DIRECT_ROOT(t, root)                                                                                 \
-    QNM_EXPORTED __attribute__((alias("qnm_vml_kernel_" #t #root "_ttab")))                                  \
-    qnm::vml::AnyKernel qnm_vml_kernel_##t##root##I_ttab[qnm::vml::table_count];                             \
-    QNM_EXPORTED __attribute__((alias(                                                                       \
-        "qnm_vml_kernel_" #t #root "_ctab"))) float qnm_vml_kernel_##t##root##I_ctab[qnm::vml::table_count];
+#define QNM_ROOT(root, kernel)                                                                               \
+    extern "C" const qnm::vml::Compiled qnm_##kernel##_sse2, qnm_##kernel##_avx2, qnm_##kernel##_avx512;     \
+    QNM_EXPORTED qnm::vml::AnyKernel qnm_vml_kernel_##root##_ttab[qnm::vml::table_count];                    \
+    QNM_EXPORTED float qnm_vml_kernel_##root##_ctab[qnm::vml::table_count];                                  \
+    qnm::vml::AnyKernel qnm_vml_kernel_##root##_ttab[qnm::vml::table_count];                                 \
+    float qnm_vml_kernel_##root##_ctab[qnm::vml::table_count];
 #include "roots.inc"
 #undef QNM_ROOT
-#undef QNM_DIRECT_ROOT
 
 namespace qnm::vml {
 namespace {
@@ -31,13 +25,11 @@ struct Pair {
 };
 
 constexpr Pair pairs[] = {
-#define QNM_ROOT(t, root)                                                                                    \
-    {qnm_vml_kernel_##t##root##_ttab,                                                                        \
-     qnm_vml_kernel_##t##root##_ctab,                                                                        \
-     {&qnm_##t##root##_sse2, &qnm_##t##root##_avx2, nullptr, &qnm_##t##root##_avx512}},
-#define QNM_DIRECT_ROOT QNM_ROOT
+#define QNM_ROOT(root, kernel)                                                                               \
+    {qnm_vml_kernel_##root##_ttab,                                                                           \
+     qnm_vml_kernel_##root##_ctab,                                                                           \
+     {&qnm_##kernel##_sse2, &qnm_##kernel##_avx2, nullptr, &qnm_##kernel##_avx512}},
 #include "roots.inc"
-#undef QNM_DIRECT_ROOT
 #undef QNM_ROOT
 };
 

@@ -166,6 +166,20 @@ public:
                "} // namespace qnm::vml\n";
     }
 
+    /// `@vml roots MACRO@`: the macro for each typed root, with the kernel that its tables hold.
+    std::string mark(const Catalogue&, const Words& words) const override
+    {
+        std::string text;
+        if (words.size() == 2 && words[0] == "roots")
+            for (const Statement& s : statements_)
+                for (Member m : members_of(s)) {
+                    const std::string root = m.name();
+                    m.strided = false;
+                    text += words[1] + "(" + root + ", " + m.name() + ")\n";
+                }
+        return text;
+    }
+
 private:
     /// Rows of the common language, which export what is written by hand.
     std::string rows_text(const Catalogue& house, const std::string& table) const
