@@ -14,6 +14,11 @@ namespace qnm::vml {
 
 namespace {
 
+QNM_BENIGN_RACE void keep(void** cell, void* found)
+{
+    *cell = found;
+}
+
 bool is_digit(char c)
 {
     return c >= '0' && c <= '9';
@@ -36,8 +41,7 @@ int told_type()
     return type >= 10 || type == 8 ? -1 : type;
 }
 
-/// Keeps the type in a cell: as the environment has it, or as the core detects and `kind` of it. A thread
-/// that looks meanwhile may see what the core told.
+/// Keeps the type in a cell: as the environment has it, or what `kind` makes of the one that the core detects.
 template <class Kind>
 QNM_BENIGN_RACE int detect(int& cell, const Kind& kind)
 {
@@ -64,11 +68,6 @@ void fail(int message, int inserts, const char* insert)
     _exit(2); // the application's handler came back, and there is nothing to go on with
 }
 
-QNM_BENIGN_RACE void keep(void** cell, void* found)
-{
-    *cell = found;
-}
-
 void bind(void** cell, const char* name)
 {
     qnm_vml_serv_load_vml_dll();
@@ -84,7 +83,7 @@ extern "C" {
 QNM_EXPORT void qnm_vml_serv_load_vml_dll()
 {
     if (vml_dll_handle == nullptr)
-        vml_dll_handle = qnm_serv_load_vml();
+        keep(&vml_dll_handle, qnm_serv_load_vml());
 }
 
 QNM_EXPORT void* qnm_vml_serv_get_dll_handle()

@@ -14,7 +14,7 @@ int qnm_vml_serv_cpu_detect_legacy();
 /// The open library; null before the first call.
 extern void* vml_dll_handle [[gnu::visibility("hidden")]];
 /// The type of the processor; -1 while it is not known.
-extern int vml_cpu_type [[gnu::visibility("hidden")]];
+extern int vml_cpu_type [[gnu::visibility("hidden")]] asm("qnm_vml_serv_cpu_detect.vml_cpu_type");
 }
 
 namespace qnm::vml {

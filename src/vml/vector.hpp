@@ -109,34 +109,43 @@ QNM_INLINE long table_index(const Root& root)
     return index;
 }
 
-template <Form form, class N>
-QNM_INLINE bool goes_ahead(const N& n)
+/// The most elements that a wide entry of C hands over at once.
+inline constexpr unsigned block = 0x7fff'ffff;
+
+/// An argument of a later block: vectors go on by elements, whatever their increments.
+template <class T>
+QNM_INLINE T moved(T argument, long blocks)
 {
-    if constexpr (form.wide && form.by_reference)
-        return n.get() > 0; // which another thread may have changed meanwhile
+    if constexpr (std::is_pointer_v<T>)
+        return argument + blocks * block;
     else
-        return true;
+        return argument;
 }
+static_assert(sizeof(float) * block == 0x1'ffff'fffc);
+static_assert(sizeof(double) * block == 0x3'ffff'fff8 && sizeof(qnm_complex8) * block == 0x3'ffff'fff8);
+static_assert(sizeof(qnm_complex16) * block == 0x7'ffff'fff0);
 
 /// What stands behind the tests: the threader, or a kernel that is called at once.
 template <auto* Threader>
 struct Threaded {
-    template <class N, class... A>
-    QNM_INLINE static void call(const Root& root, long index, N n, A... arguments)
+    static constexpr bool in_blocks = true;
+    template <class... A>
+    QNM_INLINE static void call(const Root& root, long index, int n, A... arguments)
     {
         Threader(root.kernels[index], n, arguments..., vml_dll_handle, root.companions[index]);
     }
 };
 template <int width_code>
 struct Direct {
+    static constexpr bool in_blocks = false;
     QNM_INLINE static long long passed(int number) { return number; }
     template <class T>
     QNM_INLINE static T* passed(T* elements)
     {
         return elements;
     }
-    template <class N, class... A>
-    QNM_INLINE static void call(const Root& root, long index, N n, A... arguments)
+    template <class... A>
+    QNM_INLINE static void call(const Root& root, long index, int n, A... arguments)
     {
         const auto kernel =
             reinterpret_cast<void (*)(decltype(passed(n)), decltype(passed(arguments))..., int)>(
@@ -149,8 +158,23 @@ template <Form form, class Target, class N, class... A>
 QNM_INLINE void call(const Root& root, N n, A... arguments)
 {
     const long index = table_index<form>(root);
-    if (goes_ahead<form>(n))
-        Target::call(root, index, n.get(), arguments.get()...);
+    const int count = n.get();
+    if constexpr (form.wide && form.by_reference) {
+        if (unlikely(count <= 0)) // another thread may have changed it
+            return;
+    }
+    if constexpr (form.wide && !form.by_reference && Target::in_blocks) {
+        if (count <= 0)
+            __builtin_unreachable(); // as tested
+        unsigned left = static_cast<unsigned>(count);
+        for (long blocks = 0;; ++blocks, left -= block) {
+            Target::call(root, index, static_cast<int>(left), moved(arguments.get(), blocks)...);
+            if (left <= block) // always, since a count has 31 bits: the compiler leaves the loop out
+                break;
+        }
+    } else {
+        Target::call(root, index, count, arguments.get()...);
+    }
 }
 
 template <Form form, class Target, class... A>
@@ -198,10 +222,11 @@ QNM_INLINE void keep(Root& root, M mode, A first, Rest... rest)
 template <Form form, class Target, class M, class N, class... A>
 QNM_INLINE void entry(Root& root, M mode, N n, A... arguments)
 {
-    if (unlikely(n.get() <= 0) || (is_null(arguments) || ...)) {
+    const int count = n.get();
+    if (unlikely(count <= 0) || (is_null(arguments) || ...)) {
         Tested tested;
         (tested.add(arguments), ...);
-        return refuse(root, n.get(), form.wide, tested.codes, tested.vectors[0], tested.vectors[1]);
+        return refuse(root, count, form.wide, tested.codes, tested.vectors[0], tested.vectors[1]);
     }
     keep<form, Target, 1 + sizeof...(A)>(root, mode, n, arguments...);
 }

@@ -169,7 +169,8 @@ bool FunctionCall::is_integer(std::size_t i) const
 {
     const Parameter& p = parameters()[i];
     return p.travel == Travel::integer || p.travel == Travel::integers ||
-           (p.travel == Travel::value && p.argument != nullptr && p.argument->is_integer());
+           ((p.travel == Travel::value || p.travel == Travel::number) && p.argument != nullptr &&
+            p.argument->is_integer());
 }
 
 bool FunctionCall::is_of_groups(const std::string& name) const

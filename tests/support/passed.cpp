@@ -1,6 +1,7 @@
 // What the recording core got of a call, against its signature.
 #include "support/function_call.hpp"
 
+#include <cstring>
 #include <utility>
 
 namespace qnm::tests {
@@ -17,20 +18,24 @@ void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const 
     for (const Place& place : callee.places) {
         if (place.parameter < 0) {
             const bool width = has_groups() && !std::exchange(told_width, true); // an int; lengths are words
-            EXPECT_EQ(width ? noted.int32(word) : noted.int64(word), std::stoll(place.constant))
-                << "constant";
+            if (place.constant.find_first_not_of("-0123456789") == std::string::npos) { // else the layer's own
+                EXPECT_EQ(width ? noted.int32(word) : noted.int64(word), std::stoll(place.constant))
+                    << "constant";
+            }
             ++word;
             continue;
         }
         const auto i = static_cast<std::size_t>(place.parameter);
         const Slot& slot = slots_[i];
         const std::string& name = parameters()[i].name;
-        const bool number = (slot.type == Type::float32 || slot.type == Type::float64) && size(i) == 1;
+        const bool number = slot.type == Type::float32 || slot.type == Type::float64;
         if (number && (place.fill == Fill::read || (place.fill == Fill::as_it_is && slot.by_value))) {
-            EXPECT_EQ(slot.type == Type::float32 ? noted.real32(real) : noted.real(real),
-                      static_cast<double>(this->number(i)))
-                << name;
-            ++real;
+            const std::size_t end = size(i) * bytes(slot.type); // two floats share a register
+            for (std::size_t at = 0; at < end; at += sizeof(double))
+                EXPECT_EQ(std::memcmp(&noted.arguments().vectors.at(real++).low, &slot.memory[at],
+                                      std::min(end - at, sizeof(double))),
+                          0)
+                    << name << " is " << static_cast<double>(this->number(i));
             continue;
         }
         if (place.fill == Fill::widened && !slot.by_value) {
@@ -67,6 +72,9 @@ void FunctionCall::expect_place(const Call& noted, std::size_t at, const Place& 
         break;
     case Fill::read:
         EXPECT_EQ(is_letter ? static_cast<char>(noted.word(at)) : noted.int64(at), integer(i)) << name;
+        break;
+    case Fill::low:
+        EXPECT_EQ(noted.int32(at), static_cast<std::int32_t>(integer(i))) << name;
         break;
     case Fill::letter:
         EXPECT_EQ(noted.letter(at), letter(i)) << name;

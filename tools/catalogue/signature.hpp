@@ -38,6 +38,7 @@ enum class Fill {
     copied,    // an array of such copies
     addressed, // the address of what came by value
     read,      // the value of what came by address
+    low,       // the low 32 bits of an integer, by value or by address
     letter,    // a code as a letter
     conjugated,
     constant
@@ -64,6 +65,7 @@ struct Test {
     std::string text;      // "lda >= max(1,n)"
     std::string when = {}; // a layout in which alone it is made; empty: always
     bool goes_on = false;  // reports, and does not end the call
+    std::string name = {}; // under which it reports; empty: the function's
 };
 
 struct Signature {

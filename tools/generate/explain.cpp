@@ -18,6 +18,7 @@ const char* fill_text(Fill fill)
                                                    {Fill::copied, "copied "},
                                                    {Fill::addressed, "&"},
                                                    {Fill::read, "*"},
+                                                   {Fill::low, "32 bits of "},
                                                    {Fill::letter, "letter of "},
                                                    {Fill::conjugated, "conjugated "},
                                                    {Fill::constant, ""}};
@@ -65,7 +66,7 @@ std::string text(const Signature& s)
     for (const Test& test : s.tests)
         out << "    " << test.code << ": " << test.text
             << (test.when.empty() ? "" : ", " + test.when + " alone") << (test.goes_on ? ", goes on" : "")
-            << "\n";
+            << (test.name.empty() ? "" : ", as \"" + test.name + "\"") << "\n";
     return out.str();
 }
 

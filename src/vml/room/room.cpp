@@ -30,10 +30,29 @@ std::string number(const std::string& type, const Form& form, bool published)
     return by_reference(form) ? "const " + own + "*" : own;
 }
 
-Parameter parameter(const std::string& name, const std::string& type, const Form& form, bool published)
+/// What is told of an argument to those who make calls.
+const Argument* facts(const std::string& name, const std::string& type, bool array)
 {
-    return {name, number(type, form, published), by_reference(form) ? Travel::number : Travel::value, nullptr,
-            ""};
+    static std::map<std::tuple<std::string, std::string, bool>, Argument> all;
+    const auto [found, fresh] = all.try_emplace({name, type, array});
+    if (Argument& a = found->second; fresh) {
+        a.type = type == "unsigned" ? "int" : type;
+        a.name = name;
+        a.array = array;
+        if (name == "n")
+            a.minimum = make_number(0);
+        if (array) // of no elements, none are looked for
+            a.unless = make_expression(Expression::Kind::binary, "==",
+                                       {make_expression(Expression::Kind::name, "n"), make_number(0)});
+    }
+    return &found->second;
+}
+
+Parameter parameter(const std::string& name, const std::string& type, const Form& form, bool published,
+                    const std::string& told = "int")
+{
+    return {name, number(type, form, published), by_reference(form) ? Travel::number : Travel::value,
+            facts(name, told, false), ""};
 }
 
 /// The parameters of a vector entry.
@@ -43,14 +62,17 @@ std::vector<Parameter> parameters(const Member& m, const Form& form, bool publis
     for (const Told& a : m.arguments()) {
         const std::string constant = a.output ? "" : "const ";
         if (a.kind == Kind::vector)
-            all.push_back({a.name, constant + m.element(a) + "*", Travel::address, nullptr, ""});
+            all.push_back({a.name, constant + m.element(a) + "*", Travel::address,
+                           facts(a.name, a.real ? "R" : "T", true), ""});
         else if (a.kind == Kind::array)
             all.push_back({a.name,
                            std::string("const ") +
                                (published ? c_type("int", m.letter, form.width) : std::string("void")) + "*",
                            Travel::address, nullptr, ""});
         else
-            all.push_back(parameter(a.name, a.kind == Kind::scalar ? m.element(a) : "int", form, published));
+            all.push_back(a.kind == Kind::scalar
+                              ? parameter(a.name, m.element(a), form, published, "T")
+                              : parameter(a.name, "int", form, published));
     }
     if (!form.level.empty())
         all.push_back(parameter("mode", "unsigned", form, published));
@@ -156,7 +178,7 @@ public:
                 for (const Form& form : s.family->forms) {
                     const bool fresh = is_shared(form) && shared.insert(body_name(m, form)).second;
                     if (here && fresh) // tables above have what is theirs
-                        bodies += function(m, form, body_name(m, form), "told_root()", "");
+                        bodies += function(m, form, body_name(m, form), "told_root()", "QNM_VML_BODY ");
                     if (here)
                         text += entry_text(m, form);
                 }
@@ -227,9 +249,9 @@ private:
     }
 
     static std::string function(const Member& m, const Form& form, const std::string& name,
-                                const std::string& root, const std::string& exported)
+                                const std::string& root, const std::string& specifiers)
     {
-        return "extern \"C\" " + exported + "void " + name + "(" +
+        return specifiers + "void " + name + "(" +
                generate::joined(declared(parameters(m, form, false))) + ")\n{\n    " + call(m, form, root) +
                ";\n}\n";
     }
@@ -242,7 +264,7 @@ private:
         std::string text =
             is_shared(form)
                 ? "QNM_VML_SHARED(" + spellings[0] + ", " + body_name(m, form) + ", " + m.name() + ")\n"
-                : function(m, form, spellings[0], m.name() + "_root", "QNM_EXPORT ");
+                : function(m, form, spellings[0], m.name() + "_root", "extern \"C\" QNM_EXPORT ");
         for (std::size_t i = 1; i < spellings.size(); ++i)
             text += "QNM_SAME(" + spellings[i] + ", " + spellings[0] + ")\n";
         return text;
@@ -290,6 +312,8 @@ private:
         s.parameters = parameters(m, form, true);
         s.report_name = "v" + m.name();
         s.tests.push_back({0, 1, "n >= 0"});
+        if (form.width == Width::wide)
+            s.tests.back().name = s.report_name + "_64"; // vectors are told as the narrow entry's
         const std::size_t count = m.arguments().size();
         for (std::size_t i = 0; i < count; ++i)
             if (m.code(i) != 0)
@@ -297,9 +321,13 @@ private:
         if (m.told->direct)
             return s;
         Callee threader{"qnm_vml_serv_threader_" + m.threader(), "", {{Fill::constant, -1, "kernel"}}};
-        for (std::size_t i = 0; i <= count; ++i)
-            threader.places.push_back({s.parameters[i].travel == Travel::number ? Fill::read : Fill::as_it_is,
+        for (std::size_t i = 0; i <= count; ++i) {
+            const Parameter& p = s.parameters[i];
+            threader.places.push_back({p.argument->is_integer()    ? Fill::low
+                                       : p.travel == Travel::number ? Fill::read
+                                                                    : Fill::as_it_is,
                                        static_cast<int>(i)});
+        }
         threader.places.push_back({Fill::constant, -1, "handle"});
         threader.places.push_back({Fill::constant, -1, "companion"});
         s.callees = {threader};
