@@ -41,7 +41,8 @@ int told_type()
     return type >= 10 || type == 8 ? -1 : type;
 }
 
-/// Keeps the type in a cell: as the environment has it, or what `kind` makes of the one that the core detects.
+/// Keeps the type in a cell: as the environment has it, or what `kind` makes of the one that the core
+/// detects.
 template <class Kind>
 QNM_BENIGN_RACE int detect(int& cell, const Kind& kind)
 {

@@ -233,6 +233,32 @@ TEST(Refusals, OfTheInterfaceOfPlans)
         a : R in -> plan own|family plans_fortran|a held needs plan in => accepted;)");
 }
 
+TEST(Refusals, OfVectorMathematics)
+{
+    const std::string families =
+        "vectors room vml core k_Name form narrow value int32 vName form mode value int32 vmName level mode\n"
+        "family control room vml core k_Name form narrow value int32 vmlName form wide value int64 "
+        "vmlName_64\n"
+        "family ";
+    expect_refusals(families + "vectors\n", R"(
+        Exp Ln s d : a -> y => accepted;
+        Exp 7 => 4: '7': expected a root, or letters of types;  Exp s y : a => 4: 'y': expected ':';
+        Exp s : a, b => 4: end of the row: expected '->';  Exp s : a -> 7 => 4: '7': expected an argument's name;
+        Exp s : a -> y quickly => 4: 'quickly': expected 'marked', 'direct', 'code', ...;
+        Exp s : a -> y strided codes 2 => 4: 1 codes: expected a code for each vector;
+        Exp s : a -> y code b 3 plain => 4: 'b': expected a vector of the row;
+        Exp s : a -> y code y 3 => 4: end of the row: expected 'plain';
+        Exp s : a -> y status 1000 => 4: end of the row: expected letters of the row;
+        Exp s : a -> y status 1000 d => 4: 'd': expected letters of the row;
+        Exp s : a -> y status 999 s => 4: '999': expected '1000';
+        Exp s : a -> y|Exp s : a -> y => 5: 'vsExp': expected a name that x.tab:4 does not export;
+        Exp s : a -> y|ExpI s : a -> y direct => 5: 'vsExpI': expected a name that x.tab:4 does not export;)");
+    expect_refusals(families + "control\n", R"(
+        SetMode : int -> int => accepted;  SetMode int => 4: 'int': expected ':';
+        SetMode : thing -> int => 4: 'thing': expected a type;  GetMode : -> => 4: end of the row: expected a type;
+        GetMode : -> int int => 4: 'int': expected the end of the row;)");
+}
+
 TEST(Refusals, AreNotForGoodRows)
 {
     for (const char* row :

@@ -1,5 +1,5 @@
-// The library's file: what it exports and at which addresses, what it needs, how it binds. No core is
-// present.
+// The library's file: what it exports and at which addresses, what it needs, how it binds. A core is there
+// for its start hook alone.
 #include "lapacke/room/plan.hpp"
 #include "published.hpp"
 #include "support/library.hpp"
@@ -22,7 +22,6 @@ using support::tables;
 using ::testing::IsEmpty;
 using ::testing::IsSubsetOf;
 
-// Its start hook calls the core while the library is loaded.
 const support::Library& layer()
 {
     static const support::Library library(QNM_LAYER);

@@ -34,8 +34,8 @@ protected:
     Checks() { core().ignore(registration); } // noted as often as all else together
     static constexpr const char* registration = "qnm_serv_set_xerbla_interface";
 
-    /// The codes that a call reports under the name of their test, through the function and through its exported check,
-    /// which agree. A refused call gets no further, and tells the code in INFO if it has one.
+    /// The codes that a call reports under the name of their test, through the function and through its
+    /// exported check, which agree. A refused call gets no further, and tells the code in INFO if it has one.
     static std::vector<int> judged(FunctionCall call)
     {
         const Signature& s = call.signature();

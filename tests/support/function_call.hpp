@@ -165,11 +165,14 @@ public:
     bool operator==(const FunctionCall& other) const;
 
     /// Expects that the core got this call as the signature tells. `odd` sees each place with its argument
-    /// first, and tells whether it is none of the usual.
+    /// first, and tells whether it is none of the usual. Gives back how many words and reals were passed.
     using Odd = std::function<bool(std::size_t argument, std::size_t word)>;
-    void expect_passed(const Call& noted, const catalogue::Callee& callee, const Odd& odd = {}) const;
+    struct Passed {
+        std::size_t words, reals;
+    };
+    Passed expect_passed(const Call& noted, const catalogue::Callee& callee, const Odd& odd = {}) const;
     /// The same of the callee of the layout.
-    void expect_passed(const Call& noted) const { expect_passed(noted, callee()); }
+    Passed expect_passed(const Call& noted) const { return expect_passed(noted, callee()); }
     const catalogue::Callee& callee() const;
 
 protected:

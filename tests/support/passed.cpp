@@ -9,7 +9,8 @@ namespace qnm::tests {
 using catalogue::Callee;
 using catalogue::Place;
 
-void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const Odd& odd) const
+FunctionCall::Passed FunctionCall::expect_passed(const Call& noted, const Callee& callee,
+                                                 const Odd& odd) const
 {
     EXPECT_TRUE(noted.aligned());
     std::size_t word = 0, real = 0;
@@ -18,7 +19,8 @@ void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const 
     for (const Place& place : callee.places) {
         if (place.parameter < 0) {
             const bool width = has_groups() && !std::exchange(told_width, true); // an int; lengths are words
-            if (place.constant.find_first_not_of("-0123456789") == std::string::npos) { // else the layer's own
+            if (place.constant.find_first_not_of("-0123456789") ==
+                std::string::npos) { // else the layer's own
                 EXPECT_EQ(width ? noted.int32(word) : noted.int64(word), std::stoll(place.constant))
                     << "constant";
             }
@@ -46,6 +48,7 @@ void FunctionCall::expect_passed(const Call& noted, const Callee& callee, const 
             expect_place(noted, word, place);
         ++word;
     }
+    return {word, real};
 }
 
 void FunctionCall::expect_place(const Call& noted, std::size_t at, const Place& place) const

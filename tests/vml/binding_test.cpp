@@ -1,10 +1,18 @@
 // The processor's type, and what ends the process.
-#include "entry.hpp"
+#include "unbound.hpp"
 
 #include <cstdlib>
-#include <cstring>
+#include <dlfcn.h>
 #include <filesystem>
-#include <unistd.h>
+#include <utility>
+
+// A text that is there beside an address, once: in the place of the C library's function for the layer too.
+static const char* pending_error = nullptr;
+extern "C" [[gnu::visibility("default")]] char* dlerror() noexcept
+{
+    static const auto real = reinterpret_cast<char* (*)()>(dlsym(RTLD_NEXT, "dlerror"));
+    return pending_error == nullptr ? real() : const_cast<char*>(std::exchange(pending_error, nullptr));
+}
 
 namespace qnm::tests {
 namespace {
@@ -20,8 +28,7 @@ protected:
             answer.returns(static_cast<int>(text.size()));
         });
         core().answers("qnm_serv_vml_cpu_detect").with(detected);
-        *layer().local<int>("vml_cpu_type") = -1;
-        *layer().local<int>("qnm_vml_serv_cpu_detect_legacy.vml_cpu_type") = -1;
+        forget_types();
         return {support::call_words(layer()["qnm_vml_serv_cpu_detect"], {}).int32(),
                 support::call_words(layer()["qnm_vml_serv_cpu_detect_legacy"], {}).int32()};
     }
@@ -40,6 +47,7 @@ TEST_F(Binding, TypeIsToldOrDetected)
     EXPECT_EQ(types("9", 5), (Both{9, 9}));
     EXPECT_EQ(types("09", 5), (Both{9, 9}));
     EXPECT_EQ(types("123", 5), (Both{1, 1}));
+    EXPECT_EQ(types("0", 5), (Both{0, 0}));
     // Kept, unless it is -1.
     core().clear();
     support::call_words(layer()["qnm_vml_serv_cpu_detect"], {});
@@ -58,23 +66,32 @@ void come_back(int)
 
 TEST_F(Binding, NoEntryGoesOnWithoutItsKernel)
 {
-    const auto look_up = [](const char* name) {
-        return support::call_words(layer()["qnm_vml_serv_load_vml_func"], {name});
-    };
-    const auto fails = [&](bool library, int message) {
+    // What is told of a refused call of vdExp, or of a good one, and how the process ends.
+    enum class Missing { library, kernel, nothing_but_a_text };
+    const auto call = [](Missing missing, int n) {
         unbind("dExp");
-        core().table("qnm_vml_kernel_dExp_ttab", nullptr);
-        if (library)
-            support::call_words(layer()["qnm_vml_serv_load_vml_dll"], {});
+        if (missing == Missing::library)
+            core().answers("qnm_serv_load_vml").with(nullptr);
+        if (missing == Missing::kernel)
+            core().table("qnm_vml_kernel_dExp_ttab", nullptr);
+        if (missing == Missing::nothing_but_a_text)
+            pending_error = "text";
         support::call_words(layer()["QNM_Set_Exit_Handler"], {come_back});
-        core().answers("qnm_serv_print").calling([&](Call& call, Answer&) {
-            if (call.int32(0) == 1 && call.int32(1) == message && call.int32(2) == (library ? 1 : 0))
-                std::fputs(library ? call.pointer<const char>(3) : "none", stderr);
+        core().answers("qnm_serv_xerbla").calling([](Call&, Answer&) { std::fputs("report ", stderr); });
+        core().answers("qnm_serv_print").calling([](Call& told, Answer&) {
+            std::fprintf(stderr, "%d %d %s ", told.int32(0), told.int32(1),
+                         told.int32(2) == 1 ? told.pointer<const char>(3) : "none");
         });
-        look_up("qnm_vml_kernel_dExp_ttab");
+        double a = 0, y = 0;
+        support::call_words(layer()["vdExp"], {n, &a, &y});
+        std::fputs("goes on", stderr);
+        std::exit(0);
     };
-    EXPECT_EXIT(fails(false, 771), ::testing::ExitedWithCode(2), "nonehandler");
-    EXPECT_EXIT(fails(true, 772), ::testing::ExitedWithCode(2), "qnm_vml_kernel_dExp_ttabhandler");
+    const ::testing::ExitedWithCode fails(2);
+    EXPECT_EXIT(call(Missing::library, 1), fails, "^1 771 none handler$");
+    EXPECT_EXIT(call(Missing::library, -1), fails, "^report 1 771 none handler$");
+    EXPECT_EXIT(call(Missing::kernel, 1), fails, "^1 772 qnm_vml_kernel_dExp_ttab handler$");
+    EXPECT_EXIT(call(Missing::nothing_but_a_text, 1), fails, "^1 772 qnm_vml_kernel_dExp_ttab handler$");
 }
 
 /// A folder whose path has so many characters, with the process in it, until the object goes.

@@ -1,56 +1,71 @@
 // Control entries: what reaches the kernel, and how results are widened.
-#include "entry.hpp"
+#include "unbound.hpp"
 
 namespace qnm::tests {
 namespace {
 
-using recording::Called;
 using ::testing::ElementsAre;
 
 class Control : public Unbound {};
 
-TEST_F(Control, WideResultsKeepTheSignOfAStatusAndNotOfAMode)
+TEST_F(Control, AllNamesHandTheLowHalfOnAndWidenAsTheirResultHasASign)
 {
-    core().answers("qnm_vml_kernel_GetErrStatus").with(-2);
-    core().answers("qnm_vml_kernel_GetMode").with(std::int32_t(0x80000001));
-    for (const char* name : {"vmlGetErrStatus_64", "VMLGETERRSTATUS_64_", "vmlgeterrstatus_64_"})
-        EXPECT_EQ(support::call_words(layer()[name], {}).int64(), -2) << name;
-    for (const char* name : {"vmlGetMode_64", "VMLGETMODE_64_", "vmlgetmode_64_"})
-        EXPECT_EQ(support::call_words(layer()[name], {}).int64(), 0x80000001) << name;
-}
-
-TEST_F(Control, TheLowHalfOfAnIntegerReachesTheKernel)
-{
-    const std::int64_t wide = 0x100000003;
-    support::call_words(layer()["vmlSetMode_64"], {wide});
-    for (const char* name : {"VMLSETMODE_", "vmlsetmode_", "VMLSETMODE_64_", "vmlsetmode_64_"})
-        support::call_words(layer()[name], {&wide});
-    const auto calls = core().calls("qnm_vml_kernel_SetMode");
-    ASSERT_EQ(calls.size(), 5U);
-    for (const Call& call : calls)
-        EXPECT_EQ(call.int32(0), 3);
-}
-
-TEST_F(Control, CallbacksGoOnAsTheyAre)
-{
-    int record = 0;
-    core().answers("qnm_vml_kernel_SetErrorCallBack").with(&record);
-    for (const char* name : {"vmlSetErrorCallBack", "vmlSetErrorCallBack_64", "VMLSETERRORCALLBACK_",
-                             "vmlseterrorcallback_64_"}) {
-        EXPECT_EQ(support::call_words(layer()[name], {&core()}).rax,
-                  reinterpret_cast<std::uint64_t>(&record));
-        EXPECT_THAT(core().calls().back(), Called("qnm_vml_kernel_SetErrorCallBack", &core()));
-    }
-}
-
-TEST_F(Control, TheFirstCallOpensTheLibrary)
-{
-    *layer().local<void*>("vml_dll_handle") = nullptr;
-    *layer().local<void*>("qnm_vml_kernel_ClearErrStatus") = nullptr;
-    for (int i = 0; i < 2; ++i)
-        support::call_words(layer()["vmlClearErrStatus"], {});
-    EXPECT_THAT(story(), ElementsAre("qnm_serv_load_vml", "dlsym", "qnm_vml_kernel_ClearErrStatus",
-                                     "qnm_vml_kernel_ClearErrStatus"));
+    enum class Type { none, mode, status, address };
+    struct Operation {
+        const char *fortran, *name;
+        Type argument, result;
+    };
+    const Operation all[]{
+        {"setmode", "SetMode", Type::mode, Type::mode},
+        {"getmode", "GetMode", Type::none, Type::mode},
+        {"seterrstatus", "SetErrStatus", Type::status, Type::status},
+        {"geterrstatus", "GetErrStatus", Type::none, Type::status},
+        {"clearerrstatus", "ClearErrStatus", Type::none, Type::status},
+        {"seterrorcallback", "SetErrorCallBack", Type::address, Type::address},
+        {"geterrorcallback", "GetErrorCallBack", Type::none, Type::address},
+        {"clearerrorcallback", "ClearErrorCallBack", Type::none, Type::address},
+    };
+    const std::int64_t answer = 0x5A5A'5A5A'8000'0001, given = 0x1'0000'0003;
+    for (const Operation& each : all)
+        for (const char* width : {"", "_64"}) {
+            const bool wide = *width != 0;
+            const std::string c = std::string("vml") + each.name, lower = std::string("vml") + each.fortran;
+            for (const std::string& name :
+                 {c + width, catalogue::to_upper(lower) + width + "_", lower + width + "_"}) {
+                SCOPED_TRACE(name);
+                const std::string kernel = "qnm_vml_kernel_" + std::string(each.name);
+                core().answers(kernel).with(answer);
+                forget("vml_dll_handle");
+                forget(kernel);
+                const bool number = each.argument == Type::mode || each.argument == Type::status;
+                const support::Word value = each.argument == Type::address ? support::Word(&all)
+                                            : name.ends_with('_')          ? support::Word(at_an_edge(0, 3))
+                                                                           : support::Word(given);
+                for (const bool fresh : {true, false}) {
+                    core().clear();
+                    const support::Returned got = support::call_words(layer()[name], {value});
+                    if (fresh)
+                        EXPECT_THAT(story(), ElementsAre("qnm_serv_load_vml", "dlsym", kernel));
+                    else
+                        EXPECT_THAT(story(), ElementsAre(kernel));
+                    EXPECT_THAT(looked_up(),
+                                ::testing::ElementsAreArray(std::vector<std::string>(fresh ? 1 : 0, kernel)));
+                    const Call& call = core().calls().back();
+                    EXPECT_TRUE(call.aligned());
+                    if (number) {
+                        EXPECT_EQ(call.int32(0), 3);
+                    } else if (each.argument == Type::address) {
+                        EXPECT_EQ(call.pointer<const void>(0), &all);
+                    }
+                    if (each.result == Type::address)
+                        EXPECT_EQ(got.int64(), answer);
+                    else if (wide)
+                        EXPECT_EQ(got.int64(), each.result == Type::mode ? 0x8000'0001L : -0x7FFF'FFFFL);
+                    else
+                        EXPECT_EQ(got.int32(), -0x7FFF'FFFF);
+                }
+            }
+        }
 }
 
 } // namespace

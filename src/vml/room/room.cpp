@@ -42,8 +42,8 @@ const Argument* facts(const std::string& name, const std::string& type, bool arr
         if (name == "n")
             a.minimum = make_number(0);
         if (array) // of no elements, none are looked for
-            a.unless = make_expression(Expression::Kind::binary, "==",
-                                       {make_expression(Expression::Kind::name, "n"), make_number(0)});
+            a.unless = make_expression(Expression::Kind::binary,
+                                       "==", {make_expression(Expression::Kind::name, "n"), make_number(0)});
     }
     return &found->second;
 }
@@ -70,9 +70,8 @@ std::vector<Parameter> parameters(const Member& m, const Form& form, bool publis
                                (published ? c_type("int", m.letter, form.width) : std::string("void")) + "*",
                            Travel::address, nullptr, ""});
         else
-            all.push_back(a.kind == Kind::scalar
-                              ? parameter(a.name, m.element(a), form, published, "T")
-                              : parameter(a.name, "int", form, published));
+            all.push_back(a.kind == Kind::scalar ? parameter(a.name, m.element(a), form, published, "T")
+                                                 : parameter(a.name, "int", form, published));
     }
     if (!form.level.empty())
         all.push_back(parameter("mode", "unsigned", form, published));
@@ -251,9 +250,8 @@ private:
     static std::string function(const Member& m, const Form& form, const std::string& name,
                                 const std::string& root, const std::string& specifiers)
     {
-        return specifiers + "void " + name + "(" +
-               generate::joined(declared(parameters(m, form, false))) + ")\n{\n    " + call(m, form, root) +
-               ";\n}\n";
+        return specifiers + "void " + name + "(" + generate::joined(declared(parameters(m, form, false))) +
+               ")\n{\n    " + call(m, form, root) + ";\n}\n";
     }
 
     static std::string entry_text(const Member& m, const Form& form)
@@ -323,7 +321,7 @@ private:
         Callee threader{"qnm_vml_serv_threader_" + m.threader(), "", {{Fill::constant, -1, "kernel"}}};
         for (std::size_t i = 0; i <= count; ++i) {
             const Parameter& p = s.parameters[i];
-            threader.places.push_back({p.argument->is_integer()    ? Fill::low
+            threader.places.push_back({p.argument->is_integer()     ? Fill::low
                                        : p.travel == Travel::number ? Fill::read
                                                                     : Fill::as_it_is,
                                        static_cast<int>(i)});

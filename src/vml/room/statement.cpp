@@ -18,6 +18,12 @@ bool at_letter(const Lexer& lexer)
     return lexer.peek().text.size() == 1 && find_precision(lexer.peek().text).element != ' ';
 }
 
+bool has_letter(const Statement& s, char letter)
+{
+    return std::any_of(s.letters.begin(), s.letters.end(),
+                       [letter](const Precision& each) { return each.element == letter; });
+}
+
 Told read_argument(Lexer& lexer, bool output)
 {
     Told a;
@@ -62,8 +68,11 @@ void read_clauses(Lexer& lexer, Statement& s)
                 s.strided_codes.push_back(lexer.number("a code"));
         } else if (lexer.accept("status")) {
             lexer.expect("1000");
-            while (at_letter(lexer))
+            do {
+                if (!at_letter(lexer) || !has_letter(s, lexer.peek().text[0]))
+                    lexer.fail("letters of the row");
                 s.accuracy_letters += read_letter(lexer).element;
+            } while (at_letter(lexer));
             s.accuracy_plain = lexer.accept("plain");
         } else {
             lexer.fail("'marked', 'direct', 'code', 'strided codes', 'status 1000' or the end of the row");

@@ -23,6 +23,17 @@ int qnm_serv_lsame(const char* a, const char* b)
     return toupper((unsigned char)*a) == toupper((unsigned char)*b);
 }
 
+/* The layer appends to a path while it is loaded. */
+int qnm_serv_strncat_s(char* text, size_t size, const char* from, size_t most)
+{
+    const size_t length = strlen(text);
+    (void)most;
+    if (length + strlen(from) >= size)
+        return 1;
+    strcpy(text + length, from);
+    return 0;
+}
+
 size_t qnm_serv_strnlen_s(const char* text, size_t most)
 {
     return strnlen(text, most);
