@@ -61,3 +61,11 @@ if convert=$(command -v convert-im6.q16) && "$convert" -version | grep -q '^Dele
 else
     echo "left out: there is no ImageMagick with FFTW (package imagemagick)"
 fi
+
+title "10,000 options priced by vector functions; errors of 24 prices that are certified to 20 digits"
+for program in options_c_narrow options_c_wide options_fortran_narrow options_fortran_wide; do
+    [ -x "$build/bin/$program" ] || continue # no Fortran
+    echo "\$ $program options.txt"
+    "$build/bin/$program" "$here/options.txt"
+    echo
+done
