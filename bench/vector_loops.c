@@ -1,5 +1,5 @@
-// What a program would write without vector functions. Compiled once as it stands, and for each instruction set with
-// options under which the compiler takes the C library's own vector functions.
+// What a program would write without vector functions. Compiled once as it stands, and for each instruction
+// set with options under which the compiler takes the C library's own vector functions.
 #include <math.h>
 
 #define JOINED(set, name) set##_##name

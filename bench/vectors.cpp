@@ -1,6 +1,6 @@
-// Vector functions beside loops that do without them: over the C library's functions, over its vector functions as the
-// compiler takes them under -ffast-math, over SLEEF's. All in turns, so that a neighbour's load meets them all; told are the
-// quickest of many rounds.
+// Vector functions beside loops that do without them: over the C library's functions, over its vector
+// functions as the compiler takes them under -ffast-math, over SLEEF's. All in turns, so that a neighbour's
+// load meets them all; told are the quickest of many rounds.
 #include <qnm/services.h>
 #include <qnm/vml.h>
 
@@ -110,7 +110,8 @@ void show(const Case& c)
                 std::printf("%9s", "");
         };
         std::printf("%-7s%9d", c.name, n);
-        for (const double time : {libm.best, fast.best, std::min(sleef.best, engine.best), high.best, low.best, two.best})
+        for (const double time :
+             {libm.best, fast.best, std::min(sleef.best, engine.best), high.best, low.best, two.best})
             column(time, "%9.2f");
         for (const double ratio : {high.best / libm.best, high.best / std::min(sleef.best, engine.best),
                                    low.best / fast.best, two.best / high.best})
@@ -123,8 +124,8 @@ void show(const Case& c)
 } // namespace
 
 #define QNM_LOOPS(name)                                                                                      \
-    extern "C" Function libm_##name, sse2_##name, avx2_##name, avx512_##name;                                 \
-    extern "C" Function sleef_sse2_##name __attribute__((weak)), sleef_avx2_##name __attribute__((weak)),      \
+    extern "C" Function libm_##name, sse2_##name, avx2_##name, avx512_##name;                                \
+    extern "C" Function sleef_sse2_##name __attribute__((weak)), sleef_avx2_##name __attribute__((weak)),    \
         sleef_avx512_##name __attribute__((weak));
 QNM_LOOPS(vdExp)
 QNM_LOOPS(vdLn)
@@ -137,13 +138,13 @@ extern "C" Function libm_engine_vdJ0;
 #define QNM_CASE(name, T, engine, low, high, ...)                                                            \
     Case                                                                                                     \
     {                                                                                                        \
-        #name, [](int n, const void* a, [[maybe_unused]] const void* b, void* y) {                           \
+#name, [](int n, const void* a, [[maybe_unused]] const void* b, void* y) {                           \
             const auto* const first = static_cast<const T*>(a);                                              \
             auto* const result = static_cast<T*>(y);                                                         \
             name(n, first, __VA_ARGS__ __VA_OPT__(,) result);                                                \
         },                                                                                                   \
             {libm_##name, sse2_##name, sleef_sse2_##name}, {libm_##name, avx2_##name, sleef_avx2_##name},    \
-            {libm_##name, avx512_##name, sleef_avx512_##name}, engine, low, high, sizeof(T) == 4             \
+            {libm_##name, avx512_##name, sleef_avx512_##name}, engine, low, high, sizeof(T) == 4       \
     }
 
 int main(int count, char** words)
@@ -156,8 +157,8 @@ int main(int count, char** words)
         QNM_CASE(vdAdd, double, nullptr, -1, 1, static_cast<const double*>(b)),
         QNM_CASE(vdJ0, double, libm_engine_vdJ0, 0, 50),
     };
-    std::printf("%-7s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s\n", "", "n", "libm", "libmvec", "SLEEF", "high", "low", "two",
-                "hi/libm", "hi/SLEEF", "lo/mvec", "two/one");
+    std::printf("%-7s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s\n", "", "n", "libm", "libmvec", "SLEEF", "high", "low",
+                "two", "hi/libm", "hi/SLEEF", "lo/mvec", "two/one");
     for (const Case& c : cases)
         if (count < 2 || std::find(words + 1, words + count, std::string(c.name)) != words + count)
             c.single ? show<float>(c) : show<double>(c);

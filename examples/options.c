@@ -1,7 +1,8 @@
 /*
- * 10,000 European options priced by Black and Scholes, with vector functions at high and at low accuracy and with a loop
- * over the C library. 24 of the prices are compared with certified ones (options_prices.c tells how). Compiled
- * with WIDE, the program uses the entries with 64-bit integers. The same program in Fortran is options.F90.
+ * 10,000 European options priced by Black and Scholes, with vector functions at high and at low accuracy and
+ * with a loop over the C library. 24 of the prices are compared with certified ones (options_prices.c tells
+ * how). Compiled with WIDE, the program uses the entries with 64-bit integers. The same program in Fortran is
+ * options.F90.
  *
  *     options_c_narrow options.txt
  */

@@ -1,5 +1,5 @@
-/* The market of options.c, and of the program that certified some of its prices, options_prices.c: European options on
- * shares that pay no dividend. Every number is a short binary fraction, and so exact. */
+/* The market of options.c, and of the program that certified some of its prices, options_prices.c: European
+ * options on shares that pay no dividend. Every number is a short binary fraction, and so exact. */
 enum { options = 10000, certified = 24 };
 
 static const double rate = 1.0 / 32; /* of interest, a year */

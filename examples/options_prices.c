@@ -65,7 +65,8 @@ static void price(char text[40], int i, int put, mpfr_prec_t bits)
 
 int main(void)
 {
-    printf("# option                      call                       put    (20 digits, by options_prices.c)\n");
+    printf(
+        "# option                      call                       put    (20 digits, by options_prices.c)\n");
     for (int k = 0; k < certified; ++k) {
         char prices[2][3][40];
         for (int put = 0; put < 2; ++put)
@@ -73,7 +74,8 @@ int main(void)
                 price(prices[put][more], certified_at(k), put, 128 + 64 * more);
         for (int put = 0; put < 2; ++put)
             if (strcmp(prices[put][0], prices[put][1]) != 0 || strcmp(prices[put][1], prices[put][2]) != 0) {
-                fprintf(stderr, "options_prices: option %d: digits differ with the precision\n", certified_at(k));
+                fprintf(stderr, "options_prices: option %d: digits differ with the precision\n",
+                        certified_at(k));
                 return 1;
             }
         printf("%8d %25s %25s\n", certified_at(k), prices[0][0], prices[1][0]);

@@ -11,5 +11,6 @@
 #include <qnm/services.h>
 #include <qnm/trans.h>
 #include <qnm/types.h>
+#include <qnm/vml.h>
 
 #endif
