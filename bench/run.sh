@@ -63,9 +63,20 @@ transforms()
         "$work/plugged.times"
 }
 
+# With the best kernels of this processor, and threads of their own where that is said.
+vectors()
+{
+    echo "== Vector functions: nanoseconds for an element; ratios (aims in docs/speed.md)"
+    "$build/bin/qnm_bench_vectors"
+    objcopy --strip-all "$build/lib/libqnm_kernels.so" "$work/kernels"
+    echo "libqnm_kernels.so      $(stat -c %s "$work/kernels") bytes stripped (aim: below 6000000)"
+    find "$build" -path '*qnm_layer.dir*' -name 'vml-*.o' -exec size -t {} + | awk 'END {
+        printf "entries in the layer   %d bytes of code, tables and data before linking (aim: at most 600 KB)\n", $4 }'
+}
+
 loading()
 {
-    echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
+    echo "== Loading the layer lazily over its core, in 201 fresh processes (aim: median below 1000 us)"
     for _ in $(seq 201); do
         "$build/bin/qnm_bench_load" "$build/lib/libqnm_core.so" "$layer"
     done | sort -n | awk '{ t[NR] = $1 } END {
@@ -115,13 +126,14 @@ build_anew()
     echo "$taken"
 }
 
-features=$(grep -m 1 '^flags' /proc/cpuinfo | grep -owE 'sse4_2|avx|avx2|fma|avx512f' | paste -sd' ' || true)
+features=$(grep -m 1 '^flags' /proc/cpuinfo | grep -owE 'sse4_2|avx|avx2|fma|avx512f|avx512dq|avx512bw|avx512vl' | paste -sd' ' || true)
 echo "== $(nproc) cores with $features, kernels ${OPENBLAS_CORETYPE:-as the engine chooses}, build type $(
     sed -n "s/^CMAKE_BUILD_TYPE:[A-Z]*=//p" "$build/CMakeCache.txt")"
 calls
 echo "== Changes of layout and NaN checks beside plain work on the same bytes; row-major beside column-major"
 "$build/bin/qnm_bench_copies"
 (transforms)
+vectors
 loading
 relocations
 if [ $clean_build = yes ]; then
