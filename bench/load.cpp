@@ -1,5 +1,5 @@
-// Prints how many microseconds it takes to open the layer lazily, in this process for the first time, over a
-// core that is there already: while it is loaded, its start hook asks the core for help.
+// Prints how many microseconds it takes to open the layer lazily, in this process for the first time. A core
+// is there already, since the layer calls it while it is loaded.
 #include <chrono>
 #include <cstdio>
 #include <dlfcn.h>
@@ -10,12 +10,10 @@ int main(int argc, char** argv)
         std::fputs("usage: qnm_bench_load CORE LAYER\n", stderr);
         return 2;
     }
-    if (dlopen(argv[1], RTLD_LAZY | RTLD_GLOBAL) == nullptr) {
-        std::fprintf(stderr, "qnm_bench_load: %s\n", dlerror());
-        return 1;
-    }
+    void* library = dlopen(argv[1], RTLD_LAZY | RTLD_GLOBAL);
     const auto start = std::chrono::steady_clock::now();
-    void* const library = dlopen(argv[2], RTLD_LAZY);
+    if (library != nullptr)
+        library = dlopen(argv[2], RTLD_LAZY);
     const std::chrono::duration<double, std::micro> taken = std::chrono::steady_clock::now() - start;
     if (library == nullptr) {
         std::fprintf(stderr, "qnm_bench_load: %s\n", dlerror());

@@ -76,7 +76,7 @@ vectors()
 
 loading()
 {
-    echo "== Loading the layer lazily over its core, in 201 fresh processes (aim: median below 1000 us)"
+    echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
     for _ in $(seq 201); do
         "$build/bin/qnm_bench_load" "$build/lib/libqnm_core.so" "$layer"
     done | sort -n | awk '{ t[NR] = $1 } END {
