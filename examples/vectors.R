@@ -27,7 +27,7 @@ for (mode in c(2, 1)) { # high accuracy, low accuracy
 power <- vector("vdpow", x, rev(x) / 4)
 good <- good + (max(abs(power / x^(rev(x) / 4) - 1)) < 1e-14)
 
-# The mode of one call; and the status that a domain error leaves.
+# The mode of one call: errors are told nowhere, and what is not defined is NaN.
 nothing <- .Fortran("vmdln", 2L, c(-1, 1), y = numeric(2), 0x102L)$y # errors ignored
 good <- good + (is.nan(nothing[1]) && nothing[2] == 0)
 cat(good, "of", 2 * length(rows) + 2, "as told\n")
