@@ -2,6 +2,7 @@
 // that divide a vector among threads.
 #include "kernels/contract.hpp"
 #include "services.hpp"
+#include "team.hpp"
 
 #include <array>
 #include <atomic>
@@ -61,7 +62,7 @@ T behind(T scalar, std::int64_t)
     return scalar;
 }
 
-// Parts are whole cache lines of every type; the calling thread takes the first.
+// Parts are whole cache lines of every type.
 template <class Kernel, class... P>
 [[gnu::cold, gnu::noinline]] void divide(Kernel* kernel, std::int64_t n, int threads, Call* call,
                                          P... operands)
@@ -70,12 +71,11 @@ template <class Kernel, class... P>
     std::array<Call, most_threads> parts;
     const std::int64_t lines = (n + line - 1) / line;
     const auto from = [&](int k) { return std::min(n, lines * k / threads * line); };
-#pragma omp parallel for num_threads(threads) schedule(static, 1)
-    for (int k = 0; k < threads; ++k) {
+    in_parts(threads, [&](int k) {
         Call& part = parts[static_cast<std::size_t>(k)] = *call;
         part.first = from(k);
         kernel(from(k + 1) - part.first, behind(operands, part.first)..., &part);
-    }
+    });
     for (int k = 0; k < threads; ++k)
         call->append(parts[static_cast<std::size_t>(k)]);
 }
