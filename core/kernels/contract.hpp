@@ -46,12 +46,14 @@ struct Call {
     std::uint32_t errors; // a bit for each code that occurred
     Callback callback;
     std::int64_t first; // place of the part's first element in the whole
+    std::uint32_t arithmetic = 0; // the program's control word, which its callback runs with
 
     /// Whether each error is told at once, in order: such a call is not divided.
     bool told_at_once() const
     {
-        return ((mode & errors_to_callback) != 0 && callback != nullptr) || (mode & errors_to_stderr) != 0;
+        return (mode & errors_ignored) == 0 && (calls_back() || (mode & errors_to_stderr) != 0);
     }
+    bool calls_back() const { return (mode & errors_to_callback) != 0 && callback != nullptr; }
     /// Takes in what a part behind this one brings.
     void append(const Call& part)
     {
@@ -61,11 +63,11 @@ struct Call {
     }
 };
 
-/// The data symbol qnm_vml_kernel_frame: what a threader does on the calling thread, ahead of the parts and
-/// behind them.
+/// The data symbol qnm_vml_kernel_frame: what a threader does on the calling thread, ahead of the parts and,
+/// if one had an error, behind them.
 struct Frame {
     void (*begin)(Call*);
-    void (*end)(const Call*);
+    void (*failed)(const Call*);
 };
 
 /// Element i is at[i * step].

@@ -5,27 +5,30 @@
 #include <cerrno>
 #include <cfenv>
 #include <cstdio>
-#include <cstring>
+#include <immintrin.h>
 #include <unistd.h>
 #include <utility>
 
 namespace qnm::vml {
 namespace {
 
-thread_local std::uint32_t mode = default_mode;
-thread_local int status = ok;
-thread_local Callback callback;
+struct OfThread {
+    std::uint32_t mode = default_mode;
+    int status = ok;
+    Callback callback = nullptr;
+};
+constinit thread_local OfThread own;
 
 void begin(Call* call)
 {
-    *call = {mode, ok, 0, callback, 0};
+    *call = {own.mode, ok, 0, own.callback, 0};
 }
 
-void end(const Call* call)
+void failed(const Call* call)
 {
-    if (call->status == ok || (call->mode & errors_ignored) != 0)
+    if ((call->mode & errors_ignored) != 0)
         return;
-    status = call->status;
+    own.status = call->status;
     if ((call->mode & errors_to_errno) != 0)
         errno = call->status == domain ? EDOM : ERANGE;
     if ((call->mode & errors_to_flags) != 0) {
@@ -39,12 +42,12 @@ void end(const Call* call)
 
 } // namespace
 
-void tell(Call* call, ErrorRecord* record, const char* name)
+bool tell(Call* call, ErrorRecord* record, const char* name)
 {
     call->status = record->code;
     call->errors |= 1U << static_cast<unsigned>(record->code);
-    if ((call->mode & errors_ignored) != 0 || !call->told_at_once())
-        return;
+    if (!call->told_at_once())
+        return false;
     record->length = std::snprintf(record->name, sizeof record->name, "%s", name);
     if ((call->mode & errors_to_stderr) != 0) {
         static constexpr const char* words[] = {"", "an argument outside the domain", "a pole", "overflow",
@@ -55,8 +58,13 @@ void tell(Call* call, ErrorRecord* record, const char* name)
         while (::write(STDERR_FILENO, line, static_cast<std::size_t>(length)) < 0 && errno == EINTR) {
         }
     }
-    if ((call->mode & errors_to_callback) != 0 && call->callback != nullptr)
-        call->callback(record);
+    if (!call->calls_back())
+        return false;
+    const unsigned inside = _mm_getcsr();
+    _mm_setcsr(call->arithmetic);
+    call->callback(record);
+    _mm_setcsr(inside);
+    return true;
 }
 
 } // namespace qnm::vml
@@ -65,39 +73,39 @@ void tell(Call* call, ErrorRecord* record, const char* name)
 
 using namespace qnm::vml;
 
-QNM_KERNEL_SYMBOL const Frame qnm_vml_kernel_frame = {begin, end};
+QNM_KERNEL_SYMBOL const Frame qnm_vml_kernel_frame = {begin, failed};
 
 QNM_KERNEL_SYMBOL std::uint32_t qnm_vml_kernel_SetMode(std::uint32_t wanted)
 {
-    return std::exchange(mode, wanted);
+    return std::exchange(own.mode, wanted);
 }
 QNM_KERNEL_SYMBOL std::uint32_t qnm_vml_kernel_GetMode()
 {
-    return mode;
+    return own.mode;
 }
 QNM_KERNEL_SYMBOL int qnm_vml_kernel_SetErrStatus(int wanted)
 {
-    return std::exchange(status, wanted);
+    return std::exchange(own.status, wanted);
 }
 QNM_KERNEL_SYMBOL int qnm_vml_kernel_GetErrStatus()
 {
-    return status;
+    return own.status;
 }
 QNM_KERNEL_SYMBOL int qnm_vml_kernel_ClearErrStatus()
 {
-    return std::exchange(status, int{ok});
+    return std::exchange(own.status, int{ok});
 }
 QNM_KERNEL_SYMBOL Callback qnm_vml_kernel_SetErrorCallBack(Callback wanted)
 {
-    return std::exchange(callback, wanted);
+    return std::exchange(own.callback, wanted);
 }
 QNM_KERNEL_SYMBOL Callback qnm_vml_kernel_GetErrorCallBack()
 {
-    return callback;
+    return own.callback;
 }
 QNM_KERNEL_SYMBOL Callback qnm_vml_kernel_ClearErrorCallBack()
 {
-    return std::exchange(callback, nullptr);
+    return std::exchange(own.callback, nullptr);
 }
 
 // Types that detection answers, remapped, and those that only an override can present (6 and 7).

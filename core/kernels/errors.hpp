@@ -5,7 +5,8 @@
 
 namespace qnm::vml {
 
-/// Notes the error for the call, and tells it by line and callback, which may change the record's results.
-void tell(Call* call, ErrorRecord* record, const char* name);
+/// Notes the error for the call, and tells it by line and callback; whether a callback may have changed the
+/// record's results.
+bool tell(Call* call, ErrorRecord* record, const char* name);
 
 } // namespace qnm::vml

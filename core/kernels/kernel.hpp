@@ -5,16 +5,19 @@
 //   of(x...)      the element, never an error: a loop that the compiler vectorises; or
 //   exact(x...)   the element for every argument, with the IEEE flags of its error; and, if it has them,
 //   high(x...)    lanes of high accuracy, low(x...) lanes of low accuracy, either or both, of the same range,
-//   told by holds(x...)   a mask, or holds_of(result, x...) where the result is easier to test. codes the
-//   errors that it tells, all if it does not say.
+//   told by holds(x...)   a mask, or holds_of(result, x...) where the result is easier to test.
+// codes are the errors that it tells, all if it does not say. noisy says that lanes inside their range raise
+// flags other than that of an inexact result, as all are thought to do whose range is told by the result.
+//
+// exact may be called twice for an element: an unusual result is looked at more closely.
 #pragma once
 
 #include "errors.hpp"
-#include "lanes.hpp"
+#include "groups.hpp"
 #include "tables.hpp"
 
+#include <cerrno>
 #include <cfenv>
-#include <cmath>
 #include <limits>
 
 namespace qnm::vml::QNM_NAMESPACE {
@@ -23,16 +26,19 @@ namespace qnm::vml::QNM_NAMESPACE {
 inline constexpr int block = 256;
 
 /// Denormals as the mode wants them, no traps, and no flags left behind: an error's flags are the threader's.
+/// Reading the processor's word of control costs as much as a short call.
 class Arithmetic {
 public:
-    explicit Arithmetic(std::uint32_t mode) : before_(_mm_getcsr())
+    explicit Arithmetic(Call* call) : before_(_mm_getcsr())
     {
         constexpr unsigned no_traps = 0x1F80, off = 0x8040;
-        const std::uint32_t denormals = mode & denormal_bits;
+        const std::uint32_t denormals = call->mode & denormal_bits;
         const unsigned wanted = denormals == denormals_off  ? before_ | off
                                 : denormals == denormals_on ? before_ & ~off
                                                             : before_;
-        _mm_setcsr(wanted | no_traps);
+        call->arithmetic = before_;
+        if ((wanted | no_traps) != before_)
+            _mm_setcsr(wanted | no_traps);
     }
     ~Arithmetic() { _mm_setcsr(before_); }
     Arithmetic(const Arithmetic&) = delete;
@@ -40,6 +46,45 @@ public:
 
 private:
     unsigned before_;
+};
+
+/// The same for elements by libraries, which compute in the older unit too and set errno.
+class Libraries {
+public:
+    Libraries() : errno_(errno)
+    {
+        asm volatile("fnstsw %0\n\tfnstcw %1" : "=a"(flags_), "=m"(control_));
+        if ((control_ & all_flags) != all_flags)
+            set_control(control_ | all_flags);
+    }
+    ~Libraries()
+    {
+        std::uint16_t now;
+        asm volatile("fnstsw %0" : "=a"(now));
+        if (((now ^ flags_) & told_flags) != 0) {
+            std::fenv_t environment;
+            asm volatile("fnstenv %0" : "=m"(environment));
+            environment.__status_word = flags_;
+            asm volatile("fldenv %0" : : "m"(environment));
+        }
+        if ((control_ & all_flags) != all_flags)
+            set_control(control_);
+        errno = errno_;
+    }
+    Libraries(const Libraries&) = delete;
+    Libraries& operator=(const Libraries&) = delete;
+
+private:
+    static constexpr unsigned all_flags = 0x3F, told_flags = FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW;
+
+    static void set_control(unsigned word)
+    {
+        const auto control = static_cast<std::uint16_t>(word);
+        asm volatile("fldcw %0" : : "m"(control));
+    }
+
+    int errno_;
+    std::uint16_t flags_, control_;
 };
 
 template <class T>
@@ -51,6 +96,27 @@ template <class T>
 bool is_finite(T x)
 {
     return x - x == T();
+}
+
+template <class T>
+bool is_tiny(T x)
+{
+    return x > -std::numeric_limits<T>::min() && x < std::numeric_limits<T>::min();
+}
+template <class T>
+bool is_tiny(std::complex<T> x)
+{
+    return is_tiny(x.real()) && is_tiny(x.imag());
+}
+template <class T>
+T without_denormals(T x)
+{
+    return is_tiny(x) ? x * 0 : x;
+}
+template <class T>
+std::complex<T> without_denormals(std::complex<T> x)
+{
+    return {without_denormals(x.real()), without_denormals(x.imag())};
 }
 
 /// Keeps what makes the value behind this place, or what uses it before it: to the compiler flags are no
@@ -73,15 +139,18 @@ int code_of(int flags, T result, A... arguments)
         return (flags & FE_DIVBYZERO) != 0                                   ? pole
                : (flags & FE_OVERFLOW) != 0 && (is_finite(arguments) && ...) ? overflow
                                                                              : ok;
-    const bool tiny = result > -std::numeric_limits<T>::min() && result < std::numeric_limits<T>::min();
-    return tiny && (flags & FE_UNDERFLOW) != 0 ? underflow : ok;
+    return is_tiny(result) && (flags & FE_UNDERFLOW) != 0 ? underflow : ok;
 }
 
+/// A complex result has no value if a part has none; it is tiny if both parts are.
 template <class T, class... A>
 int code_of(int flags, std::complex<T> result, A... arguments)
 {
-    const int code = code_of(flags, result.real(), arguments...);
-    return code != ok ? code : code_of(flags, result.imag(), arguments...);
+    const int codes[] = {code_of(flags, result.real(), arguments...), code_of(flags, result.imag(), arguments...)};
+    for (const int code : codes)
+        if (code != ok && code != underflow)
+            return code;
+    return !is_tiny(result) ? ok : codes[0] != ok ? codes[0] : codes[1];
 }
 
 /// Values of a record, whose imaginary parts lie apart.
@@ -133,30 +202,53 @@ auto part(R result)
         return result.y;
 }
 
-template <class T>
-struct AnyOf {
-    using Type = Lanes<T>;
-};
-template <class T>
-struct AnyOf<std::complex<T>> {
-    using Type = std::complex<T>;
-};
-
 template <class K, class Name, class In, class Inputs, class Scalars, class Out, class Outputs>
 struct KernelOf;
 template <class K, class Name, class In, std::size_t... i, std::size_t... s, class Out, std::size_t... o>
 struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...>, Out,
                 std::index_sequence<o...>> {
-    using Wide = typename AnyOf<In>::Type;
+    using Inputs = Group<In>;
+    using Outputs = Group<Out>;
+    using Wide = typename Inputs::Type;
+
+    static constexpr bool plain = requires(In x) { K::of(((void)i, x)..., ((void)s, x)...); };
+    static constexpr bool has_low = requires(Wide x) { K::low(((void)i, x)..., ((void)s, x)...); };
+    static constexpr bool has_high = requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); };
+    static constexpr bool told_by_arguments = requires(Wide x) { K::holds(((void)i, x)..., ((void)s, x)...); };
+    /// Whether nothing has to be guarded inside the range, and so in most calls.
+    static constexpr bool quiet = !requires { K::noisy; } && (plain || (has_high && told_by_arguments));
 
     static void run(std::int64_t n, Repeated<Vector<const In>, i>... a, Repeated<In, s>... scalar,
                     Repeated<Vector<Out>, o>... y, Call* call)
     {
-        const Arithmetic arithmetic(call->mode);
-        if (((a.step == 1) && ...) && ((y.step == 1) && ...)) {
+        if constexpr (quiet)
+            if ((call->mode & denormal_bits) == 0) [[likely]] {
+                go(n, a..., scalar..., y..., call);
+                return;
+            }
+        guarded(n, a..., scalar..., y..., call);
+    }
+
+private:
+    [[gnu::noinline]] static void guarded(std::int64_t n, Repeated<Vector<const In>, i>... a,
+                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y, Call* call)
+    {
+        const Arithmetic arithmetic(call);
+        go(n, a..., scalar..., y..., call);
+    }
+
+    static void go(std::int64_t n, Repeated<Vector<const In>, i>... a, Repeated<In, s>... scalar,
+                   Repeated<Vector<Out>, o>... y, Call* call)
+    {
+        if (((a.step == 1) && ...) && ((y.step == 1) && ...))
             line(n, a.at..., scalar..., y.at..., call->first, call);
-            return;
-        }
+        else
+            strided(n, a..., scalar..., y..., call);
+    }
+
+    [[gnu::noinline]] static void strided(std::int64_t n, Repeated<Vector<const In>, i>... a,
+                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y, Call* call)
+    {
         In in[sizeof...(i)][block];
         Out out[sizeof...(o)][block];
         for (std::int64_t begin = 0; begin < n; begin += block) {
@@ -169,11 +261,10 @@ struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...
         }
     }
 
-private:
-    static void line(std::int64_t n, Repeated<const In*, i>... a, Repeated<In, s>... scalar,
-                     Repeated<Out*, o>... y, std::int64_t first, Call* call)
+    [[gnu::noinline]] static void line(std::int64_t n, Repeated<const In*, i>... a, Repeated<In, s>... scalar,
+                                       Repeated<Out*, o>... y, std::int64_t first, Call* call)
     {
-        if constexpr (requires { K::of(*a..., scalar...); }) {
+        if constexpr (plain) {
             // An output is an input or lies apart from it.
 #pragma GCC ivdep
             for (std::int64_t j = 0; j < n; ++j) {
@@ -181,14 +272,6 @@ private:
                 ((y[j] = part<o>(result)), ...);
             }
         } else {
-            constexpr bool has_low = requires(Wide x)
-            {
-                K::low(((void)i, x)..., ((void)s, x)...);
-            };
-            constexpr bool has_high = requires(Wide x)
-            {
-                K::high(((void)i, x)..., ((void)s, x)...);
-            };
             if constexpr (has_low) {
                 const std::uint32_t level = call->mode & level_bits;
                 if (level == low_accuracy || level == enhanced_speed) {
@@ -196,11 +279,13 @@ private:
                     return;
                 }
             }
-            if constexpr (has_high)
+            if constexpr (has_high) {
                 lanes<false>(n, a..., scalar..., y..., first, call);
-            else
+            } else {
+                const Libraries libraries;
                 for (std::int64_t j = 0; j < n; ++j)
                     one(a[j]..., scalar..., y + j..., first + j, call);
+            }
         }
     }
 
@@ -208,38 +293,50 @@ private:
     static void lanes(std::int64_t n, Repeated<const In*, i>... a, Repeated<In, s>... scalar,
                       Repeated<Out*, o>... y, std::int64_t first, Call* call)
     {
-        constexpr int count = LanesOf<In>::count;
+        constexpr int count = Inputs::count;
+        static_assert(count == Outputs::count);
         std::int64_t j = 0;
         for (; j + count <= n; j += count)
-            step<low>(load(a + j)..., all(scalar)..., y + j..., ~0U >> (32 - count), first + j, call);
+            step<low>(Inputs::load(a + j)..., Inputs::same(scalar)..., y + j..., first + j, call);
         if (j == n)
             return;
         const int left = static_cast<int>(n - j);
-        In in[sizeof...(i)][count];
-        Out out[sizeof...(o)][count];
-        for (int k = 0; k < count; ++k)
-            ((in[i][k] = a[j + (k < left ? k : 0)]), ...);
-        step<low>(load(in[i])..., all(scalar)..., out[o]..., (1U << left) - 1U, first + j, call);
-        for (int k = 0; k < left; ++k)
-            ((y[j + k] = out[o][k]), ...);
+        step<low>(Inputs::load(a + j, left)..., Inputs::same(scalar)..., y + j..., first + j, call, left);
     }
 
-    template <bool low>
+    /// All lanes, or as many as `part` says.
+    template <bool low, class... Part>
     [[gnu::always_inline]] static void step(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
-                                            Repeated<Out*, o>... y, unsigned wanted, std::int64_t first,
-                                            Call* call)
+                                            Repeated<Out*, o>... y, std::int64_t first, Call* call, Part... left)
+    {
+        if constexpr (quiet) {
+            const unsigned outside = wanted(left...) & ~bits(K::holds(x..., scalar...));
+            if (outside == 0) [[likely]]
+                keep<low>(x..., scalar..., y..., left...);
+            else
+                mend_guarded<low>(outside, x..., scalar..., y..., first, call, left...);
+        } else {
+            const auto result = keep<low>(x..., scalar..., y..., left...);
+            unsigned held;
+            if constexpr (told_by_arguments)
+                held = bits(K::holds(x..., scalar...));
+            else
+                held = bits(K::holds_of(result, x..., scalar...));
+            if (const unsigned outside = wanted(left...) & ~held; outside != 0) [[unlikely]]
+                mend(outside, x..., scalar..., y..., first, call);
+        }
+    }
+    static unsigned wanted() { return ~0U >> (32 - Inputs::count); }
+    static unsigned wanted(int left) { return (1U << static_cast<unsigned>(left)) - 1U; }
+
+    template <bool low, class... Part>
+    [[gnu::always_inline]] static auto keep(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
+                                            Repeated<Out*, o>... y, Part... left)
     {
         const auto result = evaluate<low>(x..., scalar...);
-        (store<Out>(y, part<o>(result)), ...);
-        unsigned held;
-        if constexpr (requires { K::holds_of(result, x..., scalar...); })
-            held = bits(K::holds_of(result, x..., scalar...));
-        else
-            held = bits(K::holds(x..., scalar...));
-        if ((~held & wanted) != 0) [[unlikely]]
-            mend(~held & wanted, x..., scalar..., y..., first, call);
+        (Outputs::store(y, part<o>(result), left...), ...);
+        return result;
     }
-
     template <bool low, class... X>
     [[gnu::always_inline]] static auto evaluate(X... x)
     {
@@ -249,19 +346,57 @@ private:
             return K::high(x...);
     }
 
+    template <bool low, class... Part>
+    [[gnu::cold, gnu::noinline]] static void mend_guarded(unsigned which, Repeated<Wide, i>... x,
+                                                          Repeated<Wide, s>... scalar, Repeated<Out*, o>... y,
+                                                          std::int64_t first, Call* call, Part... left)
+    {
+        const Arithmetic arithmetic(call);
+        keep<low>(x..., scalar..., y..., left...);
+        mend(which, x..., scalar..., y..., first, call);
+    }
+
     // Lanes outside the range, one by one. The outputs may be the inputs, which are read no more.
     [[gnu::cold, gnu::noinline]] static void mend(unsigned which, Repeated<Wide, i>... x,
                                                   Repeated<Wide, s>... scalar, Repeated<Out*, o>... y,
                                                   std::int64_t first, Call* call)
     {
+        const Libraries libraries;
         for (; which != 0; which &= which - 1) {
             const int lane = __builtin_ctz(which);
-            one(x[lane]..., scalar[lane]..., y + lane..., first + lane, call);
+            one(Inputs::lane(x, lane)..., Inputs::lane(scalar, lane)..., y + lane..., first + lane, call);
         }
     }
 
     static void one(Repeated<In, i>... x, Repeated<In, s>... scalar, Repeated<Out*, o>... y,
                     std::int64_t index, Call* call)
+    {
+        const bool flushed = (call->mode & denormal_bits) == denormals_off;
+        if (flushed) [[unlikely]]
+            ((x = without_denormals(x)), ...);
+        const auto result = K::exact(x..., scalar...);
+        ((*y = part<o>(result)), ...);
+        if ((is_unusual(part<o>(result)) || ...) && !(is_nan(x) || ...) && !(is_nan(scalar) || ... || false)) [[unlikely]]
+            examine(x..., scalar..., y..., index, call);
+        if (flushed) [[unlikely]]
+            ((*y = without_denormals(*y)), ...);
+    }
+
+    /// Whether a result may be that of an error.
+    template <class T>
+    static bool is_unusual(T result)
+    {
+        return !is_finite(result) || (tells<underflow>() && is_tiny(result));
+    }
+    template <int code>
+    static consteval bool tells()
+    {
+        return (codes_of<K>() >> static_cast<unsigned>(code) & 1U) != 0;
+    }
+
+    // The flags of what was cleared before tell an error from an exact result.
+    [[gnu::cold, gnu::noinline]] static void examine(Repeated<In, i>... x, Repeated<In, s>... scalar,
+                                                     Repeated<Out*, o>... y, std::int64_t index, Call* call)
     {
         std::fenv_t before;
         std::feholdexcept(&before);
@@ -270,7 +405,6 @@ private:
         stay(result);
         const int flags = std::fetestexcept(FE_ALL_EXCEPT);
         std::fesetenv(&before);
-        ((*y = part<o>(result)), ...);
         int code = ok;
         ((code = code != ok ? code : code_of(flags, part<o>(result), x..., scalar...)), ...);
         if (code != ok && (codes_of<K>() >> static_cast<unsigned>(code) & 1U) != 0)
@@ -293,8 +427,8 @@ private:
         (argument(x), ...);
         (argument(scalar), ...);
         (put(*y, record.result + o, record.imaginary_result + o), ...);
-        tell(call, &record, Name::text);
-        (take(y, record.result[o], record.imaginary_result[o]), ...);
+        if (tell(call, &record, Name::text))
+            (take(y, record.result[o], record.imaginary_result[o]), ...);
     }
 };
 

@@ -24,28 +24,45 @@ const Frame& frame_of(void* handle)
     static std::atomic<const Frame*> known{nullptr};
     const Frame* frame = known.load(std::memory_order_relaxed);
     if (frame == nullptr) [[unlikely]] {
-        // A library of kernels without modes and errors of its own.
+        // A library of kernels without modes and errors of its own. The layer asks for a pending text.
         static constexpr Frame none = {[](Call* call) {
                                            *call = {vml::default_mode, vml::ok, 0, nullptr, 0};
                                        },
                                        [](const Call*) {}};
         const auto* const found = static_cast<const Frame*>(dlsym(handle, "qnm_vml_kernel_frame"));
+        if (found == nullptr)
+            dlerror();
         frame = found != nullptr ? found : &none;
         known.store(frame, std::memory_order_relaxed);
     }
     return *frame;
 }
 
-// A child has none of its parent's threads, and the runtime of OpenMP does not know it.
+// A child has none of its parent's threads, and the runtime of OpenMP does not know it. Whoever forks may have
+// used that runtime without us.
 std::atomic<bool> forked{false};
+[[gnu::constructor]] void watch_forks()
+{
+    pthread_atfork(nullptr, nullptr, [] { forked.store(true); });
+}
 
 constexpr int most_threads = 256;
 constexpr float enough = 25000; // nanoseconds: what a thread must have to do
 
-[[gnu::cold]] int threads_for(float nanoseconds, const Call& call)
+// Elements that all go to one place stay in their order.
+template <class T>
+bool is_one_place(T operand)
 {
-    static const int watched = pthread_atfork(nullptr, nullptr, [] { forked.store(true); });
-    if (watched != 0 || forked.load() || omp_in_parallel() != 0 || call.told_at_once())
+    if constexpr (requires { *operand.at = {}; })
+        return operand.step == 0;
+    else
+        return false;
+}
+
+template <class... P>
+[[gnu::cold, gnu::noinline]] int threads_for(float nanoseconds, const Call& call, P... operands)
+{
+    if (forked.load() || omp_in_parallel() != 0 || call.told_at_once() || (is_one_place(operands) || ...))
         return 1;
     const int all = std::min(vector_threads(), most_threads);
     return static_cast<int>(std::min(static_cast<float>(all), nanoseconds / enough));
@@ -88,12 +105,13 @@ void thread(void (*address)(), int n, void* handle, float cost, P... operands)
     Call call;
     frame.begin(&call);
     const float nanoseconds = static_cast<float>(n) * cost;
-    const int threads = nanoseconds < 2 * enough ? 1 : threads_for(nanoseconds, call);
-    if (threads <= 1)
+    const int threads = nanoseconds < 2 * enough ? 1 : threads_for(nanoseconds, call, operands...);
+    if (threads <= 1) [[likely]]
         kernel(n, operands..., &call);
     else
         divide(kernel, n, threads, &call, operands...);
-    frame.end(&call);
+    if (call.status != vml::ok) [[unlikely]]
+        frame.failed(&call);
 }
 
 template <class T>
