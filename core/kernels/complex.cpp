@@ -1,29 +1,162 @@
-// Complex roots: sums and products in loops, the rest by elements in long double.
+// Complex roots. Of single precision, lanes compute in double precision and round once; of double precision,
+// lanes compute in twice the precision where that is cheap, and for low accuracy else.
+#include "complex_elements.hpp"
 #include "function.hpp"
 
 namespace qnm::vml::QNM_NAMESPACE::of_complex {
 
-/// a * b - c * d, without cancellation where the processor fuses.
-template <class T>
-T difference(T a, T b, T c, T d)
+// ---- lanes
+
+template <class L>
+L smaller(L x, L y)
 {
-    const T product = c * d;
-    return exact::fma(a, b, -product) + exact::fma(-c, d, product);
+    return x < y ? x : y;
+}
+template <class L>
+L larger(L x, L y)
+{
+    return x > y ? x : y;
 }
 
-#define QNM_EACH_2(name, re, im)                                                                             \
-    struct name {                                                                                            \
-        template <class T>                                                                                   \
-        static std::complex<T> of(std::complex<T> x, std::complex<T> y)                                      \
-        {                                                                                                    \
-            const T a = x.real(), b = x.imag(), c = y.real(), d = y.imag();                                  \
-            return {re, im};                                                                                 \
-        }                                                                                                    \
+/// A sum of two, the second one less than the last place of the first.
+template <class L>
+struct Double {
+    L high, low;
+};
+
+// Exact while nothing is near the ends of the range.
+inline Double<Doubles> product(Doubles x, Doubles y)
+{
+    const Doubles high = x * y;
+#if QNM_SET == 0
+    const auto halves = [](Doubles of) {
+        const Doubles scaled = of * 134217729.0; // 2^27 + 1
+        const Doubles upper = scaled - (scaled - of);
+        return Double<Doubles>{upper, of - upper};
     };
-QNM_EACH_2(Add, a + c, b + d)
-QNM_EACH_2(Sub, a - c, b - d)
-QNM_EACH_2(Mul, difference(a, c, b, d), difference(a, d, -b, c))
-QNM_EACH_2(MulByConj, difference(a, c, -b, d), difference(b, c, a, d))
+    const auto a = halves(x), b = halves(y);
+    return {high, ((a.high * b.high - high) + a.high * b.low + a.low * b.high) + a.low * b.low};
+#elif QNM_SET == 1
+    return {high, (Doubles)_mm256_fmsub_pd((__m256d)x, (__m256d)y, (__m256d)high)};
+#else
+    return {high, (Doubles)_mm512_fmsub_pd((__m512d)x, (__m512d)y, (__m512d)high)};
+#endif
+}
+inline Double<Doubles> sum(Doubles x, Doubles y)
+{
+    const Doubles high = x + y, part = high - x;
+    return {high, (x - (high - part)) + (y - part)};
+}
+/// a * b + c * d
+inline Double<Doubles> products(Doubles a, Doubles b, Doubles c, Doubles d)
+{
+    const auto x = product(a, b), y = product(c, d);
+    const auto total = sum(x.high, y.high);
+    return {total.high, total.low + (x.low + y.low)};
+}
+
+using OfDoubles = Parts<double>;
+using OfFloats = Parts<float>;
+
+inline Doubles greatest(OfDoubles x)
+{
+    return larger(magnitude(x.re), magnitude(x.im));
+}
+inline auto is_finite(OfDoubles x)
+{
+    return (x.re - x.re == 0) & (x.im - x.im == 0);
+}
+
+// ---- single precision by double precision
+
+using Half = float __attribute__((vector_size(bytes / 2)));
+
+template <int... k>
+Half half(Floats x, int upper, std::integer_sequence<int, k...>)
+{
+    return upper != 0 ? __builtin_shufflevector(x, x, (k + static_cast<int>(sizeof...(k)))...)
+                      : __builtin_shufflevector(x, x, k...);
+}
+inline Doubles widened(Floats x, int upper)
+{
+    using Places = std::make_integer_sequence<int, LanesOf<double>::count>;
+    return __builtin_convertvector(half(x, upper, Places()), Doubles);
+}
+inline OfDoubles widened(OfFloats x, int upper)
+{
+    return {widened(x.re, upper), widened(x.im, upper)};
+}
+template <int... k>
+Floats whole(Half lower, Half upper, std::integer_sequence<int, k...>)
+{
+    return __builtin_shufflevector(lower, upper, k...);
+}
+inline Floats narrowed(Doubles lower, Doubles upper)
+{
+    using Places = std::make_integer_sequence<int, LanesOf<float>::count>;
+    return whole(__builtin_convertvector(lower, Half), __builtin_convertvector(upper, Half), Places());
+}
+inline OfFloats narrowed(OfDoubles lower, OfDoubles upper)
+{
+    return {narrowed(lower.re, upper.re), narrowed(lower.im, upper.im)};
+}
+template <class M>
+auto narrowed_mask(M lower, M upper)
+{
+    using Flags = std::int32_t __attribute__((vector_size(bytes / 2)));
+    const auto flags = [](M mask) { return __builtin_convertvector(mask, Flags); };
+    return [&]<int... k>(std::integer_sequence<int, k...>) {
+        return __builtin_shufflevector(flags(lower), flags(upper), k...);
+    }(std::make_integer_sequence<int, LanesOf<float>::count>());
+}
+
+/// A kernel by its lanes in double precision, K::lanes, and the range in which they hold, K::range, which has
+/// no results that only single precision could not hold.
+template <class K>
+struct InDouble : K {
+    static auto high(OfFloats x, auto... y)
+    {
+        return narrowed(K::lanes(widened(x, 0), widened(y, 0)...), K::lanes(widened(x, 1), widened(y, 1)...));
+    }
+    static auto holds(OfFloats x, auto... y)
+    {
+        return narrowed_mask(K::template range<float>(widened(x, 0), widened(y, 0)...),
+                             K::template range<float>(widened(x, 1), widened(y, 1)...));
+    }
+};
+/// Of double precision: rounded nearly once, or good for low accuracy.
+template <class K>
+struct Rounded : K {
+    static auto high(OfDoubles x, auto... y) { return K::lanes(x, y...); }
+    static auto holds(OfDoubles x, auto... y) { return K::template range<double>(x, y...); }
+};
+template <class K>
+struct ForLow : K {
+    static auto low(OfDoubles x, auto... y) { return K::lanes(x, y...); }
+    static auto holds(OfDoubles x, auto... y) { return K::template range<double>(x, y...); }
+};
+
+// ---- arithmetic
+
+// No multiplication or division overflows within these.
+template <class T>
+inline constexpr double smallest = std::is_same_v<T, double> ? 1e-140 : 1e-18,
+                        greatest_of = std::is_same_v<T, double> ? 1e140 : 1e18;
+
+struct Add {
+    template <class T>
+    static std::complex<T> of(std::complex<T> x, std::complex<T> y)
+    {
+        return {x.real() + y.real(), x.imag() + y.imag()};
+    }
+};
+struct Sub {
+    template <class T>
+    static std::complex<T> of(std::complex<T> x, std::complex<T> y)
+    {
+        return {x.real() - y.real(), x.imag() - y.imag()};
+    }
+};
 struct Conj {
     template <class T>
     static std::complex<T> of(std::complex<T> x)
@@ -31,65 +164,269 @@ struct Conj {
         return {x.real(), -x.imag()};
     }
 };
+
+// Infinities are those of C's Annex G, by the elements. A zero factor is in the range.
+struct Factors {
+    static constexpr unsigned codes = 0;
+
+    template <class T>
+    static auto range(OfDoubles x, OfDoubles y)
+    {
+        const auto usual = [](Doubles size) {
+            return ((size >= smallest<T>) & (size <= greatest_of<T>)) | (size == 0);
+        };
+        return usual(greatest(x)) & usual(greatest(y)) & is_finite(x) & is_finite(y);
+    }
+};
+struct Mul : Factors {
+    static OfDoubles lanes(OfDoubles x, OfDoubles y)
+    {
+        const auto re = products(x.re, y.re, -x.im, y.im), im = products(x.re, y.im, x.im, y.re);
+        return {re.high + re.low, im.high + im.low};
+    }
+    static auto exact(auto x, auto y) { return element::mul(x, y); }
+};
+struct MulByConj : Factors {
+    static OfDoubles lanes(OfDoubles x, OfDoubles y)
+    {
+        return Mul::lanes(x, {y.re, -y.im});
+    }
+    static auto exact(auto x, auto y) { return element::mul_by_conj(x, y); }
+};
+struct Div {
+    static OfDoubles lanes(OfDoubles x, OfDoubles y)
+    {
+        const auto by = products(y.re, y.re, y.im, y.im);
+        const auto re = products(x.re, y.re, x.im, y.im), im = products(x.im, y.re, -x.re, y.im);
+        const Doubles inverse = 1 / by.high;
+        const auto quotient = [&](Double<Doubles> of) {
+            const Doubles first = of.high * inverse;
+            const auto back = product(first, by.high);
+            return first + ((of.high - back.high) - back.low + (of.low - first * by.low)) * inverse;
+        };
+        return {quotient(re), quotient(im)};
+    }
+    template <class T>
+    static auto range(OfDoubles x, OfDoubles y)
+    {
+        return Factors::range<T>(x, y) & (greatest(y) != 0) & (greatest(x) != 0);
+    }
+    static auto exact(auto x, auto y) { return element::div(x, y); }
+};
+
+// ---- size and angle
+
+struct Abs {
+    static constexpr unsigned codes = 1U << overflow | 1U << underflow;
+    static Doubles lanes(OfDoubles x) { return hypot_u05(x.re, x.im); }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        const Doubles size = greatest(x);
+        constexpr bool single = std::is_same_v<T, float>;
+        return (size >= (single ? least_s : 1e-150)) & (size <= (single ? 2e38 : 1e150)) & is_finite(x);
+    }
+    static auto exact(auto x) { return element::abs(x); }
+};
+struct Arg {
+    static constexpr unsigned codes = 0;
+    static Doubles lanes(OfDoubles x) { return atan2_u10(x.im, x.re); }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        constexpr double low = std::is_same_v<T, float> ? least_s : 1e-150, high = 1e150;
+        return (magnitude(x.re) >= low) & (magnitude(x.re) <= high) & (magnitude(x.im) >= low) &
+               (magnitude(x.im) <= high);
+    }
+    static auto exact(auto x) { return element::arg(x); }
+};
 struct CIS {
+    static constexpr unsigned codes = domain_only;
+    template <class T>
+    static auto high(Lanes<T> x)
+    {
+        const auto both = sincos_u10(x);
+        return Parts<T>{both.y, both.x};
+    }
+    static auto high(Doubles x) { return high<double>(x); }
+    static auto high(Floats x) { return high<float>(x); }
+    static auto holds(auto x) { return within(x, all_finite); }
     template <class T>
     static std::complex<T> exact(T x)
     {
         return {exact::cos(x), exact::sin(x)};
     }
 };
-QNM_ONLY_EXACT(Exp, exp)
-QNM_ONLY_EXACT(Ln, log)
-QNM_ONLY_EXACT(Log10, log10)
-QNM_ONLY_EXACT(Sqrt, sqrt)
-QNM_ONLY_EXACT(Sin, sin)
-QNM_ONLY_EXACT(Cos, cos)
-QNM_ONLY_EXACT(Tan, tan)
-QNM_ONLY_EXACT(Asin, asin)
-QNM_ONLY_EXACT(Acos, acos)
-QNM_ONLY_EXACT(Atan, atan)
-QNM_ONLY_EXACT(Sinh, sinh)
-QNM_ONLY_EXACT(Cosh, cosh)
-QNM_ONLY_EXACT(Tanh, tanh)
-QNM_ONLY_EXACT(Asinh, asinh)
-QNM_ONLY_EXACT(Acosh, acosh)
-QNM_ONLY_EXACT(Atanh, atanh)
-QNM_ONLY_EXACT(Pow, pow)
-QNM_ONLY_EXACT(Div, div)
-QNM_ONLY_EXACT(Abs, abs)
-QNM_ONLY_EXACT(Arg, arg)
+
+/// The size's logarithm, near 1 too.
+inline Doubles log_of_size(OfDoubles x)
+{
+    const Doubles a = magnitude(x.re), b = magnitude(x.im);
+    const Doubles m = larger(a, b), n = smaller(a, b);
+    const Doubles size = hypot_u05(a, b);
+    const auto near = (size > 0.5) & (size < 2);
+    const auto square = products(near ? m - 1 : Doubles{}, m + 1, near ? n : Doubles{}, n);
+    return near ? 0.5 * log1p_u10(square.high + square.low) : log_u10(near ? Doubles{} + 1 : size);
+}
+struct Ln {
+    static OfDoubles lanes(OfDoubles x) { return {log_of_size(x), Arg::lanes(x)}; }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        return Arg::range<T>(x);
+    }
+    static auto exact(auto x) { return element::log(x); }
+};
+struct Log10 : Ln {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        constexpr double by = 0.43429448190325182765;
+        return {log_of_size(x) * by, Arg::lanes(x) * by};
+    }
+    static auto exact(auto x) { return element::log10(x); }
+};
+
+/// The root of the half of size and real part, and what its rounding left.
+struct Sqrt {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const Doubles a = magnitude(x.re);
+        const auto square = products(x.re, x.re, x.im, x.im);
+        const Doubles size = QNM_NAMESPACE::Sqrt_of(square.high);
+        const auto back = product(size, size);
+        const auto total = sum(a, size);
+        const Doubles rest = total.low + ((square.high - back.high) - back.low + square.low) / (2 * size);
+        const Doubles root = Sqrt_of(0.5 * total.high);
+        const auto again = product(root, root);
+        const Doubles left = ((0.5 * total.high - again.high) - again.low + 0.5 * rest) / (2 * root);
+        const Doubles part = x.im / (2 * root);
+        const auto whole = product(part, 2 * root);
+        const Doubles other = part + ((x.im - whole.high) - whole.low - 2 * part * left) / (2 * root);
+        const Doubles one = root + left;
+        const auto turned = x.re < 0;
+        return {turned ? magnitude(other) : one, turned ? (x.im < 0 ? -one : one) : other};
+    }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        const Doubles size = greatest(x);
+        return (size >= smallest<T>) & (size <= greatest_of<T>) & is_finite(x) & ((x.re > 0) | (x.im != 0));
+    }
+    static auto exact(auto x) { return element::sqrt(x); }
+};
+
+// ---- exponentials and their kin
+
+/// Where the exponential of a real part is normal and the imaginary part has a sine.
+template <class T>
+auto is_moderate(Doubles re, Doubles im)
+{
+    constexpr double most_exponent = std::is_same_v<T, float> ? 87 : 708;
+    return (magnitude(re) <= most_exponent) & (magnitude(im) <= 1e9);
+}
+struct Exp {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const Doubles size = exp_u10(x.re);
+        const auto angle = sincos_u10(x.im);
+        return {size * angle.y, size * angle.x};
+    }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        return is_moderate<T>(x.re, x.im);
+    }
+    static auto exact(auto x) { return element::exp(x); }
+};
+
+struct Hyperbolic {
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        return is_moderate<T>(x.re, x.im);
+    }
+};
+struct Sinh : Hyperbolic {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const auto angle = sincos_u10(x.im);
+        return {sinh_u10(x.re) * angle.y, cosh_u10(x.re) * angle.x};
+    }
+    static auto exact(auto x) { return element::sinh(x); }
+};
+struct Cosh : Hyperbolic {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const auto angle = sincos_u10(x.im);
+        return {cosh_u10(x.re) * angle.y, sinh_u10(x.re) * angle.x};
+    }
+    static auto exact(auto x) { return element::cosh(x); }
+};
+struct Tanh : Hyperbolic {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const auto angle = sincos_u10(x.im);
+        const Doubles s = sinh_u10(x.re), c = cosh_u10(x.re);
+        const Doubles by = 1 / (s * s + angle.y * angle.y);
+        return {s * c * by, angle.x * angle.y * by};
+    }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        return is_moderate<float>(x.re, x.im);
+    }
+    static auto exact(auto x) { return element::tanh(x); }
+};
+
+/// f(x) by the hyperbolic function of ix: -i f(ix), or f(ix) where that is even.
+template <class Of, bool even>
+struct Turned : Of {
+    static OfDoubles lanes(OfDoubles x)
+    {
+        const auto y = Of::lanes({-x.im, x.re});
+        return even ? y : OfDoubles{y.im, -y.re};
+    }
+    template <class T>
+    static auto range(OfDoubles x)
+    {
+        return Of::template range<T>({-x.im, x.re});
+    }
+};
+struct Sin : Turned<Sinh, false> {
+    static auto exact(auto x) { return element::sin(x); }
+};
+struct Cos : Turned<Cosh, true> {
+    static auto exact(auto x) { return element::cos(x); }
+};
+struct Tan : Turned<Tanh, false> {
+    static auto exact(auto x) { return element::tan(x); }
+};
+
+struct Pow {
+    static OfDoubles lanes(OfDoubles x, OfDoubles y)
+    {
+        const auto log = Ln::lanes(x);
+        return Exp::lanes({log.re * y.re - log.im * y.im, log.re * y.im + log.im * y.re});
+    }
+    /// An exponent so small that no product with a logarithm leaves the exponential's range.
+    template <class T>
+    static auto range(OfDoubles x, OfDoubles y)
+    {
+        const auto log_bound = larger(magnitude(log_u10(greatest(x))) + 0.5, Doubles{} + 3.2);
+        return Ln::range<T>(x) & (greatest(y) * log_bound <= 40);
+    }
+    static auto exact(auto x, auto y) { return element::pow(x, y); }
+};
+
+#define QNM_ONLY_COMPLEX(root, name)                                                                         \
+    struct root {                                                                                            \
+        static auto exact(auto x) { return element::name(x); }                                               \
+    };
+QNM_ONLY_COMPLEX(Asin, asin)
+QNM_ONLY_COMPLEX(Acos, acos)
+QNM_ONLY_COMPLEX(Atan, atan)
+QNM_ONLY_COMPLEX(Asinh, asinh)
+QNM_ONLY_COMPLEX(Acosh, acosh)
+QNM_ONLY_COMPLEX(Atanh, atanh)
 
 } // namespace qnm::vml::QNM_NAMESPACE::of_complex
-
-QNM_COMPLEX(Exp, of_complex::Exp, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Ln, of_complex::Ln, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Log10, of_complex::Log10, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Sqrt, of_complex::Sqrt, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Sin, of_complex::Sin, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Cos, of_complex::Cos, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Tan, of_complex::Tan, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Asin, of_complex::Asin, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Acos, of_complex::Acos, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Atan, of_complex::Atan, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Sinh, of_complex::Sinh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Cosh, of_complex::Cosh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Tanh, of_complex::Tanh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Asinh, of_complex::Asinh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Acosh, of_complex::Acosh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Atanh, of_complex::Atanh, 1, 0, 1, 300.0F)
-QNM_COMPLEX(Conj, of_complex::Conj, 1, 0, 1, 1.0F)
-QNM_COMPLEX(Add, of_complex::Add, 2, 0, 1, 1.0F)
-QNM_COMPLEX(Sub, of_complex::Sub, 2, 0, 1, 1.0F)
-QNM_COMPLEX(Mul, of_complex::Mul, 2, 0, 1, 1.0F)
-QNM_COMPLEX(MulByConj, of_complex::MulByConj, 2, 0, 1, 1.0F)
-QNM_COMPLEX(Div, of_complex::Div, 2, 0, 1, 80.0F)
-QNM_COMPLEX(Pow, of_complex::Pow, 2, 0, 1, 500.0F)
-QNM_COMPLEX(Powx, of_complex::Pow, 1, 1, 1, 500.0F)
-
-#define QNM_MODULUS(root)                                                                                    \
-    QNM_KERNEL(c, root, of_complex::root, std::complex<float>, 1, 0, float, 1, 60.0F)                        \
-    QNM_KERNEL(z, root, of_complex::root, std::complex<double>, 1, 0, double, 1, 60.0F)
-QNM_MODULUS(Abs)
-QNM_MODULUS(Arg)
-QNM_KERNEL(c, CIS, OfDomain<of_complex::CIS>, float, 1, 0, std::complex<float>, 1, 80.0F)
-QNM_KERNEL(z, CIS, OfDomain<of_complex::CIS>, double, 1, 0, std::complex<double>, 1, 80.0F)

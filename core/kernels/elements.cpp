@@ -257,28 +257,4 @@ real remainder(real x, real y)
     return ::remainderl(x, y);
 }
 
-#define QNM_BY_STANDARD(name)                                                                                \
-    Complex name(Complex x)                                                                                  \
-    {                                                                                                        \
-        return std::name(x);                                                                                 \
-    }
-QNM_COMPLEX_ELEMENTS(QNM_BY_STANDARD)
-#undef QNM_BY_STANDARD
-Complex pow(Complex x, Complex y)
-{
-    return std::pow(x, y);
-}
-Complex div(Complex x, Complex y)
-{
-    return x / y;
-}
-real abs(Complex x)
-{
-    return std::abs(x);
-}
-real arg(Complex x)
-{
-    return std::arg(x);
-}
-
 } // namespace qnm::vml::element

@@ -2,8 +2,6 @@
 // are compiled once, since templates of libraries would otherwise be shared between instruction sets.
 #pragma once
 
-#include <complex>
-
 // clang-format off
 #define QNM_ELEMENTS(M)                                                                                      \
     M(inv_sqrt) M(inv_cbrt) M(pow_2_3) M(pow_3_2)                                                            \
@@ -11,28 +9,14 @@
     M(erf_inv) M(erfc_inv) M(erfcx) M(cdf) M(cdf_inv) M(gamma_true) M(gamma_log) M(exp_int_1)                \
     M(bessel_i0) M(bessel_i1) M(bessel_j0) M(bessel_j1) M(bessel_y0) M(bessel_y1)
 #define QNM_ELEMENTS_OF_2(M) M(pow_real) M(atan2_pi) M(bessel_jn) M(bessel_yn) M(fmod) M(remainder)
-#define QNM_COMPLEX_ELEMENTS(M)                                                                              \
-    M(exp) M(log) M(log10) M(sqrt) M(sin) M(cos) M(tan) M(asin) M(acos) M(atan) M(sinh) M(cosh) M(tanh)      \
-    M(asinh) M(acosh) M(atanh)
-#define QNM_COMPLEX_ELEMENTS_OF_2(M) M(pow) M(div)
 // clang-format on
 
 namespace qnm::vml::element {
-
-using Complex = std::complex<long double>;
 
 #define QNM_DECLARE(name) long double name(long double x);
 #define QNM_DECLARE_2(name) long double name(long double x, long double y);
 QNM_ELEMENTS(QNM_DECLARE)
 QNM_ELEMENTS_OF_2(QNM_DECLARE_2)
-#define QNM_DECLARE_COMPLEX(name) Complex name(Complex x);
-#define QNM_DECLARE_COMPLEX_2(name) Complex name(Complex x, Complex y);
-QNM_COMPLEX_ELEMENTS(QNM_DECLARE_COMPLEX)
-QNM_COMPLEX_ELEMENTS_OF_2(QNM_DECLARE_COMPLEX_2)
-long double abs(Complex x);
-long double arg(Complex x);
-#undef QNM_DECLARE_COMPLEX
-#undef QNM_DECLARE_COMPLEX_2
 #undef QNM_DECLARE
 #undef QNM_DECLARE_2
 

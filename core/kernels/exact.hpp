@@ -98,40 +98,6 @@ QNM_LIBM(erf)  QNM_LIBM(erfc)
     {                                                                                                        \
         return static_cast<T>(element::name(x, y));                                                          \
     }
-                            template <class T>
-                            element::Complex wide(std::complex<T> x)
-{
-    return {x.real(), x.imag()};
-}
-template <class T>
-std::complex<T> narrow(element::Complex x)
-{
-    return {static_cast<T>(x.real()), static_cast<T>(x.imag())};
-}
-#define QNM_COMPLEX_ELEMENT(name)                                                                            \
-    template <class T>                                                                                       \
-    std::complex<T> name(std::complex<T> x)                                                                  \
-    {                                                                                                        \
-        return narrow<T>(element::name(wide(x)));                                                            \
-    }
-#define QNM_COMPLEX_ELEMENT_OF_2(name)                                                                       \
-    template <class T>                                                                                       \
-    std::complex<T> name(std::complex<T> x, std::complex<T> y)                                               \
-    {                                                                                                        \
-        return narrow<T>(element::name(wide(x), wide(y)));                                                   \
-    }
-QNM_COMPLEX_ELEMENTS(QNM_COMPLEX_ELEMENT)
-QNM_COMPLEX_ELEMENTS_OF_2(QNM_COMPLEX_ELEMENT_OF_2)
-template <class T>
-T abs(std::complex<T> x)
-{
-    return static_cast<T>(element::abs(wide(x)));
-}
-template <class T>
-T arg(std::complex<T> x)
-{
-    return static_cast<T>(element::arg(wide(x)));
-}
 QNM_ELEMENTS(QNM_ELEMENT) QNM_ELEMENTS_OF_2(QNM_ELEMENT_OF_2)
 
 } // namespace qnm::vml::QNM_NAMESPACE::exact
