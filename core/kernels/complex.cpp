@@ -18,6 +18,13 @@ L larger(L x, L y)
     return x > y ? x : y;
 }
 
+inline Doubles square_root(Doubles x)
+{
+    for (int k = 0; k < LanesOf<double>::count; ++k)
+        x[k] = __builtin_sqrt(x[k]);
+    return x;
+}
+
 /// A sum of two, the second one less than the last place of the first.
 template <class L>
 struct Double {
@@ -105,43 +112,59 @@ auto narrowed_mask(M lower, M upper)
 {
     using Flags = std::int32_t __attribute__((vector_size(bytes / 2)));
     const auto flags = [](M mask) { return __builtin_convertvector(mask, Flags); };
-    return [&]<int... k>(std::integer_sequence<int, k...>) {
+    return [&]<int... k>(std::integer_sequence<int, k...>)
+    {
         return __builtin_shufflevector(flags(lower), flags(upper), k...);
-    }(std::make_integer_sequence<int, LanesOf<float>::count>());
+    }
+    (std::make_integer_sequence<int, LanesOf<float>::count>());
 }
 
-/// A kernel by its lanes in double precision, K::lanes, and the range in which they hold, K::range, which has
-/// no results that only single precision could not hold.
+// A kernel has lanes in double precision and the range in which they hold. Where these compensate what their
+// roundings leave, quick does not.
+template <class K>
+auto quick_lanes(auto... x)
+{
+    if constexpr (requires { K::quick(x...); })
+        return K::quick(x...);
+    else
+        return K::lanes(x...);
+}
+
+/// Of single precision.
 template <class K>
 struct InDouble : K {
-    static auto high(OfFloats x, auto... y)
+    static auto high(auto... x)
     {
-        return narrowed(K::lanes(widened(x, 0), widened(y, 0)...), K::lanes(widened(x, 1), widened(y, 1)...));
+        return narrowed(quick_lanes<K>(widened(x, 0)...), quick_lanes<K>(widened(x, 1)...));
     }
-    static auto holds(OfFloats x, auto... y)
+    static auto holds(auto... x)
     {
-        return narrowed_mask(K::template range<float>(widened(x, 0), widened(y, 0)...),
-                             K::template range<float>(widened(x, 1), widened(y, 1)...));
+        return narrowed_mask(K::template range<float>(widened(x, 0)...),
+                             K::template range<float>(widened(x, 1)...));
     }
 };
-/// Of double precision: rounded nearly once, or good for low accuracy.
+/// Of double precision: compensated for high accuracy, or not accurate enough for that.
 template <class K>
-struct Rounded : K {
-    static auto high(OfDoubles x, auto... y) { return K::lanes(x, y...); }
-    static auto holds(OfDoubles x, auto... y) { return K::template range<double>(x, y...); }
+struct Compensated : K {
+    static auto high(auto... x) { return K::lanes(x...); }
+    static auto low(auto... x) { return quick_lanes<K>(x...); }
+    static auto holds(auto... x) { return K::template range<double>(x...); }
 };
 template <class K>
 struct ForLow : K {
-    static auto low(OfDoubles x, auto... y) { return K::lanes(x, y...); }
-    static auto holds(OfDoubles x, auto... y) { return K::template range<double>(x, y...); }
+    static auto low(auto... x) { return quick_lanes<K>(x...); }
+    static auto holds(auto... x) { return K::template range<double>(x...); }
 };
 
 // ---- arithmetic
 
-// No multiplication or division overflows within these.
+/// Whether products and their errors are normal, of sizes from 0 up or from above 0.
 template <class T>
-inline constexpr double smallest = std::is_same_v<T, double> ? 1e-140 : 1e-18,
-                        greatest_of = std::is_same_v<T, double> ? 1e140 : 1e18;
+auto is_usual(Doubles size)
+{
+    constexpr bool single = std::is_same_v<T, float>;
+    return (size >= (single ? 1e-18 : 1e-140)) & (size <= (single ? 1e18 : 1e140));
+}
 
 struct Add {
     template <class T>
@@ -165,20 +188,23 @@ struct Conj {
     }
 };
 
-// Infinities are those of C's Annex G, by the elements. A zero factor is in the range.
+// Infinities are those of C's Annex G, by the elements.
 struct Factors {
     static constexpr unsigned codes = 0;
 
     template <class T>
     static auto range(OfDoubles x, OfDoubles y)
     {
-        const auto usual = [](Doubles size) {
-            return ((size >= smallest<T>) & (size <= greatest_of<T>)) | (size == 0);
-        };
-        return usual(greatest(x)) & usual(greatest(y)) & is_finite(x) & is_finite(y);
+        const Doubles a = greatest(x), b = greatest(y);
+        return is_finite(x) & is_finite(y) &
+               (std::is_same_v<T, float> | ((is_usual<T>(a) | (a == 0)) & (is_usual<T>(b) | (b == 0))));
     }
 };
 struct Mul : Factors {
+    static OfDoubles quick(OfDoubles x, OfDoubles y)
+    {
+        return {x.re * y.re - x.im * y.im, x.re * y.im + x.im * y.re};
+    }
     static OfDoubles lanes(OfDoubles x, OfDoubles y)
     {
         const auto re = products(x.re, y.re, -x.im, y.im), im = products(x.re, y.im, x.im, y.re);
@@ -187,13 +213,17 @@ struct Mul : Factors {
     static auto exact(auto x, auto y) { return element::mul(x, y); }
 };
 struct MulByConj : Factors {
-    static OfDoubles lanes(OfDoubles x, OfDoubles y)
-    {
-        return Mul::lanes(x, {y.re, -y.im});
-    }
+    static OfDoubles quick(OfDoubles x, OfDoubles y) { return Mul::quick(x, {y.re, -y.im}); }
+    static OfDoubles lanes(OfDoubles x, OfDoubles y) { return Mul::lanes(x, {y.re, -y.im}); }
     static auto exact(auto x, auto y) { return element::mul_by_conj(x, y); }
 };
 struct Div {
+    static OfDoubles quick(OfDoubles x, OfDoubles y)
+    {
+        const Doubles by = 1 / (y.re * y.re + y.im * y.im);
+        const auto product = MulByConj::quick(x, y);
+        return {product.re * by, product.im * by};
+    }
     static OfDoubles lanes(OfDoubles x, OfDoubles y)
     {
         const auto by = products(y.re, y.re, y.im, y.im);
@@ -209,7 +239,7 @@ struct Div {
     template <class T>
     static auto range(OfDoubles x, OfDoubles y)
     {
-        return Factors::range<T>(x, y) & (greatest(y) != 0) & (greatest(x) != 0);
+        return is_usual<T>(greatest(x)) & is_usual<T>(greatest(y)) & is_finite(x) & is_finite(y);
     }
     static auto exact(auto x, auto y) { return element::div(x, y); }
 };
@@ -234,9 +264,10 @@ struct Arg {
     template <class T>
     static auto range(OfDoubles x)
     {
-        constexpr double low = std::is_same_v<T, float> ? least_s : 1e-150, high = 1e150;
-        return (magnitude(x.re) >= low) & (magnitude(x.re) <= high) & (magnitude(x.im) >= low) &
-               (magnitude(x.im) <= high);
+        const auto usual = [](Doubles part) {
+            return (part == 0) | ((part >= (std::is_same_v<T, float> ? least_s : 1e-150)) & (part <= 1e150));
+        };
+        return usual(magnitude(x.re)) & usual(magnitude(x.im)) & (greatest(x) != 0);
     }
     static auto exact(auto x) { return element::arg(x); }
 };
@@ -288,31 +319,44 @@ struct Log10 : Ln {
 
 /// The root of the half of size and real part, and what its rounding left.
 struct Sqrt {
+    static OfDoubles quick(OfDoubles x)
+    {
+        const Doubles root = square_root(0.5 * (magnitude(x.re) + square_root(x.re * x.re + x.im * x.im)));
+        return turned(x, root, x.im / (2 * root));
+    }
     static OfDoubles lanes(OfDoubles x)
     {
         const Doubles a = magnitude(x.re);
         const auto square = products(x.re, x.re, x.im, x.im);
-        const Doubles size = QNM_NAMESPACE::Sqrt_of(square.high);
+        const Doubles size = square_root(square.high);
         const auto back = product(size, size);
         const auto total = sum(a, size);
         const Doubles rest = total.low + ((square.high - back.high) - back.low + square.low) / (2 * size);
-        const Doubles root = Sqrt_of(0.5 * total.high);
+        const Doubles root = square_root(0.5 * total.high);
         const auto again = product(root, root);
         const Doubles left = ((0.5 * total.high - again.high) - again.low + 0.5 * rest) / (2 * root);
         const Doubles part = x.im / (2 * root);
         const auto whole = product(part, 2 * root);
         const Doubles other = part + ((x.im - whole.high) - whole.low - 2 * part * left) / (2 * root);
-        const Doubles one = root + left;
-        const auto turned = x.re < 0;
-        return {turned ? magnitude(other) : one, turned ? (x.im < 0 ? -one : one) : other};
+        return turned(x, root + left, other);
     }
     template <class T>
     static auto range(OfDoubles x)
     {
         const Doubles size = greatest(x);
-        return (size >= smallest<T>) & (size <= greatest_of<T>) & is_finite(x) & ((x.re > 0) | (x.im != 0));
+        return is_usual<T>(size) & is_finite(x);
     }
     static auto exact(auto x) { return element::sqrt(x); }
+
+private:
+    /// By the root of a number that lies to the right.
+    static OfDoubles turned(OfDoubles x, Doubles re, Doubles im)
+    {
+        constexpr auto sign = std::numeric_limits<std::int64_t>::min();
+        using Bits = Lanes<std::int64_t>;
+        const auto left = x.re < 0;
+        return {left ? magnitude(im) : re, left ? (Doubles)((Bits)re | ((Bits)x.im & sign)) : im};
+    }
 };
 
 // ---- exponentials and their kin
@@ -367,8 +411,8 @@ struct Tanh : Hyperbolic {
     {
         const auto angle = sincos_u10(x.im);
         const Doubles s = sinh_u10(x.re), c = cosh_u10(x.re);
-        const Doubles by = 1 / (s * s + angle.y * angle.y);
-        return {s * c * by, angle.x * angle.y * by};
+        const Doubles by = s * s + angle.y * angle.y;
+        return {s * c / by, angle.x * angle.y / by};
     }
     template <class T>
     static auto range(OfDoubles x)
@@ -408,14 +452,22 @@ struct Pow {
         const auto log = Ln::lanes(x);
         return Exp::lanes({log.re * y.re - log.im * y.im, log.re * y.im + log.im * y.re});
     }
-    /// An exponent so small that no product with a logarithm leaves the exponential's range.
-    template <class T>
-    static auto range(OfDoubles x, OfDoubles y)
-    {
-        const auto log_bound = larger(magnitude(log_u10(greatest(x))) + 0.5, Doubles{} + 3.2);
-        return Ln::range<T>(x) & (greatest(y) * log_bound <= 40);
-    }
     static auto exact(auto x, auto y) { return element::pow(x, y); }
+};
+
+/// Of single precision: the result tells that no product left the exponential's range.
+struct PowInDouble : Pow {
+    static auto high(OfFloats x, OfFloats y) { return InDouble<Pow>::high(x, y); }
+    static auto holds_of(OfFloats result, OfFloats x, OfFloats y)
+    {
+        const auto usual = [](Floats a, Floats b, float low, float high) {
+            const Floats size = larger(magnitude(a), magnitude(b));
+            return (size >= low) & (size <= high);
+        };
+        return usual(result.re, result.im, 1e-30F, 1e38F) & usual(x.re, x.re, least_s, 1e38F) &
+               usual(x.im, x.im, least_s, 1e38F) & usual(y.re, y.im, 0, 1e4F) & (y.re - y.re == 0) &
+               (y.im - y.im == 0);
+    }
 };
 
 #define QNM_ONLY_COMPLEX(root, name)                                                                         \
@@ -430,3 +482,42 @@ QNM_ONLY_COMPLEX(Acosh, acosh)
 QNM_ONLY_COMPLEX(Atanh, atanh)
 
 } // namespace qnm::vml::QNM_NAMESPACE::of_complex
+
+// Of each type its object, inputs, scalars, outputs, nanoseconds an element.
+#define QNM_OF_COMPLEX(root, single, single_cost, twice, twice_cost, inputs, scalars)                        \
+    QNM_KERNEL(c, root, of_complex::single, std::complex<float>, inputs, scalars, std::complex<float>, 1,    \
+               single_cost)                                                                                  \
+    QNM_KERNEL(z, root, of_complex::twice, std::complex<double>, inputs, scalars, std::complex<double>, 1,   \
+               twice_cost)
+QNM_OF_COMPLEX(Add, Add, 1.0F, Add, 1.0F, 2, 0)
+QNM_OF_COMPLEX(Sub, Sub, 1.0F, Sub, 1.0F, 2, 0)
+QNM_OF_COMPLEX(Conj, Conj, 1.0F, Conj, 1.0F, 1, 0)
+QNM_OF_COMPLEX(Mul, InDouble<of_complex::Mul>, 1.0F, Compensated<of_complex::Mul>, 1.0F, 2, 0)
+QNM_OF_COMPLEX(MulByConj, InDouble<of_complex::MulByConj>, 1.0F, Compensated<of_complex::MulByConj>, 1.0F, 2,
+               0)
+QNM_OF_COMPLEX(Div, InDouble<of_complex::Div>, 2.0F, Compensated<of_complex::Div>, 2.0F, 2, 0)
+QNM_OF_COMPLEX(Sqrt, InDouble<of_complex::Sqrt>, 4.0F, Compensated<of_complex::Sqrt>, 4.0F, 1, 0)
+QNM_OF_COMPLEX(Exp, InDouble<of_complex::Exp>, 5.0F, ForLow<of_complex::Exp>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Ln, InDouble<of_complex::Ln>, 5.0F, ForLow<of_complex::Ln>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Log10, InDouble<of_complex::Log10>, 5.0F, ForLow<of_complex::Log10>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Sin, InDouble<of_complex::Sin>, 5.0F, ForLow<of_complex::Sin>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Cos, InDouble<of_complex::Cos>, 5.0F, ForLow<of_complex::Cos>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Tan, InDouble<of_complex::Tan>, 5.0F, ForLow<of_complex::Tan>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Sinh, InDouble<of_complex::Sinh>, 5.0F, ForLow<of_complex::Sinh>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Cosh, InDouble<of_complex::Cosh>, 5.0F, ForLow<of_complex::Cosh>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Tanh, InDouble<of_complex::Tanh>, 5.0F, ForLow<of_complex::Tanh>, 200.0F, 1, 0)
+QNM_OF_COMPLEX(Asin, Asin, 200.0F, Asin, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Acos, Acos, 200.0F, Acos, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Atan, Atan, 200.0F, Atan, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Asinh, Asinh, 200.0F, Asinh, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Acosh, Acosh, 200.0F, Acosh, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Atanh, Atanh, 200.0F, Atanh, 500.0F, 1, 0)
+QNM_OF_COMPLEX(Pow, PowInDouble, 10.0F, Pow, 500.0F, 2, 0)
+QNM_OF_COMPLEX(Powx, PowInDouble, 10.0F, Pow, 500.0F, 1, 1)
+
+QNM_KERNEL(c, Abs, of_complex::InDouble<of_complex::Abs>, std::complex<float>, 1, 0, float, 1, 2.0F)
+QNM_KERNEL(z, Abs, of_complex::Compensated<of_complex::Abs>, std::complex<double>, 1, 0, double, 1, 3.0F)
+QNM_KERNEL(c, Arg, of_complex::InDouble<of_complex::Arg>, std::complex<float>, 1, 0, float, 1, 3.0F)
+QNM_KERNEL(z, Arg, of_complex::Compensated<of_complex::Arg>, std::complex<double>, 1, 0, double, 1, 4.0F)
+QNM_KERNEL(c, CIS, of_complex::CIS, float, 1, 0, std::complex<float>, 1, 2.0F)
+QNM_KERNEL(z, CIS, of_complex::CIS, double, 1, 0, std::complex<double>, 1, 4.0F)

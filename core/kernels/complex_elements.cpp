@@ -42,25 +42,20 @@ bool is_finite(std::complex<W> x)
     return std::isfinite(x.real()) && std::isfinite(x.imag());
 }
 
-/// e to the re + i im; a real part beyond all ranges overflows in the narrower type, and leaves a zero zero.
-std::complex<long double> exponential(long double re, _Float128 im)
-{
-    const long double size = std::exp(std::clamp(re, -11000.0L, 11000.0L));
-    _Float128 sine, cosine;
-    sincosf128(im, &sine, &cosine);
-    return {size * static_cast<long double>(cosine), size * static_cast<long double>(sine)};
-}
-
-/// The power by a logarithm whose product with the exponent is so large that its error would be seen.
+/// The power by a logarithm whose product with the exponent is so large that its error would be seen. A size
+/// beyond all ranges overflows in the narrower type, and leaves a zero zero.
 std::complex<long double> power_of_far(std::complex<long double> x, std::complex<long double> y)
 {
-    const _Float128 a = x.real(), b = x.imag(), c = y.real(), d = y.imag();
-    const _Float128 size = hypotf128(a, b), m = std::max(fabsf128(a), fabsf128(b)), n = std::min(fabsf128(a), fabsf128(b));
+    const _Float128 a = fabsf128(x.real()), b = fabsf128(x.imag()), c = y.real(), d = y.imag();
+    const _Float128 size = hypotf128(a, b), m = std::max(a, b), n = std::min(a, b);
     const _Float128 log = size > 0.5L && size < 2 ? log1pf128((m - 1) * (m + 1) + n * n) / 2 : logf128(size);
-    const _Float128 angle = atan2f128(b, a);
-    const _Float128 re = c * log - d * angle, im = c * angle + d * log;
-    const auto whole = static_cast<long double>(re);
-    return exponential(whole, im) * (1 + static_cast<long double>(re - whole));
+    const _Float128 angle = atan2f128(x.imag(), x.real());
+    const _Float128 exponent = std::clamp<_Float128>(c * log - d * angle, -11000, 11000);
+    const auto whole = static_cast<long double>(exponent);
+    const long double power = std::exp(whole) * (1 + static_cast<long double>(exponent - whole));
+    _Float128 sine, cosine;
+    sincosf128(c * angle + d * log, &sine, &cosine);
+    return {power * static_cast<long double>(cosine), power * static_cast<long double>(sine)};
 }
 
 template <class W>
@@ -77,11 +72,11 @@ std::complex<W> power(std::complex<W> x, std::complex<W> y)
         return y.real() < 0 ? std::complex<W>(HUGE_VAL, 0) : std::complex<W>(NAN, NAN);
     }
     const std::complex<W> log = std::log(x);
-    constexpr W near = 100;
-    const W far = (std::fabs(log.real()) + std::fabs(log.imag())) * (std::fabs(y.real()) + std::fabs(y.imag()));
-    if constexpr (sizeof(W) > sizeof(double))
-        if (far > near && is_finite(x) && is_finite(y))
-            return power_of_far(x, y);
+    constexpr W near = sizeof(W) > sizeof(double) ? 100 : 1e6;
+    const W far =
+        (std::fabs(log.real()) + std::fabs(log.imag())) * (std::fabs(y.real()) + std::fabs(y.imag()));
+    if (far > near && is_finite(x) && is_finite(y))
+        return static_cast<std::complex<W>>(power_of_far(x, y));
     return std::exp(y * log);
 }
 

@@ -1,5 +1,5 @@
-// Complex elements, computed in the next wider type: their kernels round once more. They are compiled once, as
-// the real ones.
+// Complex elements, computed in the next wider type: their kernels round once more. They are compiled once,
+// as the real ones.
 #pragma once
 
 #include <complex>

@@ -45,7 +45,7 @@ struct Call {
     int status;           // of the last error in index order
     std::uint32_t errors; // a bit for each code that occurred
     Callback callback;
-    std::int64_t first; // place of the part's first element in the whole
+    std::int64_t first;           // place of the part's first element in the whole
     std::uint32_t arithmetic = 0; // the program's control word, which its callback runs with
 
     /// Whether each error is told at once, in order: such a call is not divided.

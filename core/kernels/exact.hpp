@@ -98,6 +98,6 @@ QNM_LIBM(erf)  QNM_LIBM(erfc)
     {                                                                                                        \
         return static_cast<T>(element::name(x, y));                                                          \
     }
-QNM_ELEMENTS(QNM_ELEMENT) QNM_ELEMENTS_OF_2(QNM_ELEMENT_OF_2)
+                            QNM_ELEMENTS(QNM_ELEMENT) QNM_ELEMENTS_OF_2(QNM_ELEMENT_OF_2)
 
 } // namespace qnm::vml::QNM_NAMESPACE::exact

@@ -75,7 +75,8 @@ public:
     Libraries& operator=(const Libraries&) = delete;
 
 private:
-    static constexpr unsigned all_flags = 0x3F, told_flags = FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW;
+    static constexpr unsigned all_flags = 0x3F,
+                              told_flags = FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW;
 
     static void set_control(unsigned word)
     {
@@ -146,7 +147,8 @@ int code_of(int flags, T result, A... arguments)
 template <class T, class... A>
 int code_of(int flags, std::complex<T> result, A... arguments)
 {
-    const int codes[] = {code_of(flags, result.real(), arguments...), code_of(flags, result.imag(), arguments...)};
+    const int codes[] = {code_of(flags, result.real(), arguments...),
+                         code_of(flags, result.imag(), arguments...)};
     for (const int code : codes)
         if (code != ok && code != underflow)
             return code;
@@ -214,9 +216,13 @@ struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...
     static constexpr bool plain = requires(In x) { K::of(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_low = requires(Wide x) { K::low(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_high = requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); };
-    static constexpr bool told_by_arguments = requires(Wide x) { K::holds(((void)i, x)..., ((void)s, x)...); };
+    static constexpr bool told_by_arguments = requires(Wide x)
+    {
+        K::holds(((void)i, x)..., ((void)s, x)...);
+    };
     /// Whether nothing has to be guarded inside the range, and so in most calls.
-    static constexpr bool quiet = !requires { K::noisy; } && (plain || (has_high && told_by_arguments));
+    static constexpr bool quiet = !requires { K::noisy; }
+    &&(plain || (has_high && told_by_arguments));
 
     static void run(std::int64_t n, Repeated<Vector<const In>, i>... a, Repeated<In, s>... scalar,
                     Repeated<Vector<Out>, o>... y, Call* call)
@@ -231,7 +237,8 @@ struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...
 
 private:
     [[gnu::noinline]] static void guarded(std::int64_t n, Repeated<Vector<const In>, i>... a,
-                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y, Call* call)
+                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y,
+                                          Call* call)
     {
         const Arithmetic arithmetic(call);
         go(n, a..., scalar..., y..., call);
@@ -247,7 +254,8 @@ private:
     }
 
     [[gnu::noinline]] static void strided(std::int64_t n, Repeated<Vector<const In>, i>... a,
-                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y, Call* call)
+                                          Repeated<In, s>... scalar, Repeated<Vector<Out>, o>... y,
+                                          Call* call)
     {
         In in[sizeof...(i)][block];
         Out out[sizeof...(o)][block];
@@ -307,7 +315,8 @@ private:
     /// All lanes, or as many as `part` says.
     template <bool low, class... Part>
     [[gnu::always_inline]] static void step(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
-                                            Repeated<Out*, o>... y, std::int64_t first, Call* call, Part... left)
+                                            Repeated<Out*, o>... y, std::int64_t first, Call* call,
+                                            Part... left)
     {
         if constexpr (quiet) {
             const unsigned outside = wanted(left...) & ~bits(K::holds(x..., scalar...));
@@ -326,8 +335,14 @@ private:
                 mend(outside, x..., scalar..., y..., first, call);
         }
     }
-    static unsigned wanted() { return ~0U >> (32 - Inputs::count); }
-    static unsigned wanted(int left) { return (1U << static_cast<unsigned>(left)) - 1U; }
+    static unsigned wanted()
+    {
+        return ~0U >> (32 - Inputs::count);
+    }
+    static unsigned wanted(int left)
+    {
+        return (1U << static_cast<unsigned>(left)) - 1U;
+    }
 
     template <bool low, class... Part>
     [[gnu::always_inline]] static auto keep(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
@@ -376,7 +391,8 @@ private:
             ((x = without_denormals(x)), ...);
         const auto result = K::exact(x..., scalar...);
         ((*y = part<o>(result)), ...);
-        if ((is_unusual(part<o>(result)) || ...) && !(is_nan(x) || ...) && !(is_nan(scalar) || ... || false)) [[unlikely]]
+        if ((is_unusual(part<o>(result)) || ...) && !(is_nan(x) || ...) && !(is_nan(scalar) || ... || false))
+            [[unlikely]]
             examine(x..., scalar..., y..., index, call);
         if (flushed) [[unlikely]]
             ((*y = without_denormals(*y)), ...);

@@ -38,8 +38,8 @@ const Frame& frame_of(void* handle)
     return *frame;
 }
 
-// A child has none of its parent's threads, and the runtime of OpenMP does not know it. Whoever forks may have
-// used that runtime without us.
+// A child has none of its parent's threads, and the runtime of OpenMP does not know it. Whoever forks may
+// have used that runtime without us.
 std::atomic<bool> forked{false};
 [[gnu::constructor]] void watch_forks()
 {

@@ -93,13 +93,48 @@ int log_of_gamma(mpfr_ptr y, mpfr_srcptr x, mpfr_rnd_t)
     return mpfr_lgamma(y, &sign, x, nearest);
 }
 
+/// Of complex numbers. What infinities and zero divisors give is told by C, not by a limit: no value here.
+template <auto f>
+void complex_of(Number* y, const Number* x)
+{
+    constexpr bool unary = std::is_invocable_v<decltype(f), mpc_ptr, mpc_srcptr, mpc_rnd_t>;
+    bool is_number = true;
+    for (const Number* each = x; each != x + (unary ? 1 : 2); ++each)
+        is_number = is_number && mpfr_number_p(each->real()) != 0 && mpfr_number_p(each->imaginary()) != 0;
+    if (is_number)
+        of<f>(y, x);
+    else
+        mpfr_set_nan(y->real());
+}
+int by_conj(mpc_ptr z, mpc_srcptr x, mpc_srcptr y, mpc_rnd_t)
+{
+    mpc_conj(z, y, MPC_RNDNN);
+    return mpc_mul(z, x, z, MPC_RNDNN);
+}
+// Where a greater exponent leads is not promised.
+void power(Number* y, const Number* x)
+{
+    if (mpfr_cmpabs_ui(x[1].real(), 1000000000000) > 0 || mpfr_cmpabs_ui(x[1].imaginary(), 1000000000000) > 0)
+        mpfr_set_nan(y->real());
+    else
+        complex_of<mpc_pow>(y, x);
+}
+void cis(Number* y, const Number* x)
+{
+    mpfr_sin_cos(y->imaginary(), y->real(), x->real(), nearest);
+}
+
 constexpr double all = 1e308;
 constexpr double right = std::numbers::pi / 2;
 constexpr Form one{1, 0, 1}, two{2, 0, 1};
 constexpr Range everywhere{-all, all}, positive{0, all}, angles{-all, all, -all, all, right},
     degrees_{-1e6, 1e6, -1e6, 1e6, 15}, half_turns{-1e6, 1e6, -1e6, 1e6, 0.25}, sines{-1.01, 1.01},
     numbers{-1e9, 1e9, -1e9, 1e9, 0.5};
-constexpr Bounds exactly{0, 0}, rounded{0.5, 0.5}, usual{1.0, 4.0};
+constexpr Form complex{1, 0, 1, true, true}, complex_two{2, 0, 1, true, true},
+    complex_scalar{1, 1, 1, true, true}, to_real{1, 0, 1, true, false}, to_complex{1, 0, 1, false, true};
+constexpr Range exponents{-760, 720, -106, 90}, plane{-20, 20}, near_one{-1.5, 1.5};
+constexpr Bounds exactly{0, 0}, rounded{0.5, 0.5}, usual{1.0, 4.0}, of_complex{0.6, 4.0, 0.6, 0.6},
+    power_of_complex{1.0, 1.0, 0.6, 0.6}, angle_of_complex{1.0, 1.0, 0.6, 0.6};
 
 std::vector<Promise> make()
 {
@@ -174,6 +209,33 @@ std::vector<Promise> make()
     {"TGamma", one, of<mpfr_gamma>, {{-180, 175, -40, 36}}, usual},
     {"LGamma", one, of<log_of_gamma>, {{-200, 1000}}, usual},
     {"J0", one, of<mpfr_j0>, {{0, 2}}, usual},
+
+    {"Add", complex_two, complex_of<mpc_add>, {everywhere, everywhere}, rounded},
+    {"Sub", complex_two, complex_of<mpc_sub>, {everywhere, everywhere}, rounded},
+    {"Mul", complex_two, complex_of<mpc_mul>, {plane, plane}, of_complex},
+    {"MulByConj", complex_two, complex_of<by_conj>, {plane, plane}, of_complex},
+    {"Div", complex_two, complex_of<mpc_div>, {plane, plane}, of_complex},
+    {"Abs", to_real, of<mpc_abs>, {plane}, of_complex},
+    {"Arg", to_real, of<mpc_arg>, {plane}, angle_of_complex},
+    {"CIS", to_complex, cis, {angles}, usual},
+    {"Sqrt", complex, complex_of<mpc_sqrt>, {plane}, of_complex},
+    {"Exp", complex, complex_of<mpc_exp>, {exponents}, of_complex},
+    {"Ln", complex, complex_of<mpc_log>, {near_one}, of_complex},
+    {"Log10", complex, complex_of<mpc_log10>, {near_one}, of_complex},
+    {"Pow", complex_two, power, {plane, plane}, power_of_complex},
+    {"Powx", complex_scalar, power, {plane, plane}, power_of_complex},
+    {"Sin", complex, complex_of<mpc_sin>, {exponents}, of_complex},
+    {"Cos", complex, complex_of<mpc_cos>, {exponents}, of_complex},
+    {"Tan", complex, complex_of<mpc_tan>, {plane}, of_complex},
+    {"Sinh", complex, complex_of<mpc_sinh>, {exponents}, of_complex},
+    {"Cosh", complex, complex_of<mpc_cosh>, {exponents}, of_complex},
+    {"Tanh", complex, complex_of<mpc_tanh>, {plane}, of_complex},
+    {"Asin", complex, complex_of<mpc_asin>, {plane}, of_complex},
+    {"Acos", complex, complex_of<mpc_acos>, {plane}, of_complex},
+    {"Atan", complex, complex_of<mpc_atan>, {plane}, of_complex},
+    {"Asinh", complex, complex_of<mpc_asinh>, {plane}, of_complex},
+    {"Acosh", complex, complex_of<mpc_acosh>, {plane}, of_complex},
+    {"Atanh", complex, complex_of<mpc_atanh>, {plane}, of_complex},
     };
     // clang-format on
 }

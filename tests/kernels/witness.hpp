@@ -84,8 +84,16 @@ public:
     template <class T>
     static double ulps(std::complex<T> result, const Exact& real, const Exact& imaginary)
     {
+        if (std::isnan(real.high_) || std::isnan(imaginary.high_)) // what has no value is promised nothing
+            return 0;
         const int exponent = std::max(real.exponent_, imaginary.exponent_);
-        return std::max(real.ulps(result.real(), exponent), imaginary.ulps(result.imag(), exponent));
+        // Beside a part that overflows, one below its last place cannot be measured.
+        const auto part = [&](const Exact& exact, const Exact& other, T found) {
+            const bool lost =
+                other.special<T>() && exact.exponent_ < other.exponent_ - std::numeric_limits<T>::digits;
+            return lost ? 0 : exact.ulps(found, exponent);
+        };
+        return std::max(part(real, imaginary, result.real()), part(imaginary, real, result.imag()));
     }
 
 private:
