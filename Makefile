@@ -2,11 +2,12 @@
 
 JOBS    ?= $(shell nproc)
 PREFIX  ?= /usr/local
+POINTS  ?= 1000000
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_watch qnm_run qnm_headers
 
-.PHONY: all lib plugins demo check sanitizers bench install format clean
+.PHONY: all lib plugins demo check sanitizers bench accuracy install format clean
 
 all: lib
 
@@ -46,6 +47,14 @@ bench:
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_core_fftw qnm_bench_cost qnm_bench_copies \
 	  qnm_bench_transforms qnm_bench_vectors qnm_bench_load
 	@bench/run.sh $(BUILD)
+
+## accuracy: docs/accuracy.md, from POINTS points a function, or FULL=1: every number of single precision
+accuracy:
+	@$(PACKAGES) lib check
+	@cmake --preset release -DQNM_TESTS=ON >/dev/null
+	@cmake --build $(BUILD) --parallel $(JOBS) --target accuracy
+	@$(BUILD)/bin/accuracy $(POINTS) $(if $(FULL),all-floats) > $(BUILD)/accuracy.md; \
+	  missed=$$?; [ ! -s $(BUILD)/accuracy.md ] || mv $(BUILD)/accuracy.md docs/accuracy.md; exit $$missed
 
 ## install: library, open core, adapter, qnm-run, headers, package files (PREFIX, DESTDIR)
 install: lib

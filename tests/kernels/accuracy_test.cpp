@@ -23,7 +23,7 @@ TEST_P(Kernels, KeepTheirPromise)
     for (const char* letter = promise.letters(); *letter != '\0'; ++letter) {
         ASSERT_NE(symbol<void*>(*letter + promise.root + "_ttab"), nullptr);
         constexpr std::size_t count = 2003; // no whole number of lanes
-        with_trial(promise, *letter, count, [&](const auto& trial) {
+        with_trial(promise, *letter, {count}, [&](const auto& trial) {
             for (const Set& set : sets)
                 for (const std::uint32_t level : {low_accuracy, high_accuracy}) {
                     const Greatest found = trial.greatest(set, level);
