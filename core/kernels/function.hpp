@@ -32,6 +32,26 @@ struct OfDomain : K {
     static constexpr unsigned codes = told;
 };
 
+/// Lanes of single precision by those of double, rounded once.
+template <class K>
+struct InDoubles : K {
+    template <class V, class... W>
+    static V high(V x, W... y)
+    {
+        if constexpr (sizeof(x[0]) == sizeof(double))
+            return K::high(x, y...);
+        else
+            return narrowed(K::high(lower(x), lower(y)...), K::high(upper(x), upper(y)...));
+    }
+};
+/// The same where lanes of double are of low accuracy only.
+template <class K>
+struct SingleInDoubles : K {
+    static Doubles low(Doubles x) { return K::low(x); }
+    static Floats low(Floats x) { return high(x); }
+    static Floats high(Floats x) { return narrowed(K::low(lower(x)), K::low(upper(x))); }
+};
+
 } // namespace qnm::vml::QNM_NAMESPACE
 
 // What is bounded is x or magnitude(x).

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
+#include <utility>
 
 #if QNM_SET == 0
 #define QNM_NAMESPACE sse2
@@ -74,5 +75,46 @@ inline Floats magnitude(Floats x)
 {
     return (Floats)((Lanes<std::int32_t>)x & INT32_MAX);
 }
+
+/// Halves of single precision, and back again.
+#if QNM_SET == 0
+inline Doubles lower(Floats x)
+{
+    return (Doubles)_mm_cvtps_pd((__m128)x);
+}
+inline Doubles upper(Floats x)
+{
+    return (Doubles)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
+}
+inline Floats narrowed(Doubles low, Doubles high)
+{
+    return (Floats)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)low), _mm_cvtpd_ps((__m128d)high));
+}
+#else
+typedef float HalfOfFloats __attribute__((vector_size(bytes / 2)));
+template <int from, int... k>
+Doubles half(Floats x, std::integer_sequence<int, k...>)
+{
+    return __builtin_convertvector(__builtin_shufflevector(x, x, from + k...), Doubles);
+}
+inline Doubles lower(Floats x)
+{
+    return half<0>(x, std::make_integer_sequence<int, LanesOf<double>::count>());
+}
+inline Doubles upper(Floats x)
+{
+    return half<LanesOf<double>::count>(x, std::make_integer_sequence<int, LanesOf<double>::count>());
+}
+template <int... k>
+Floats joined(HalfOfFloats low, HalfOfFloats high, std::integer_sequence<int, k...>)
+{
+    return __builtin_shufflevector(low, high, k...);
+}
+inline Floats narrowed(Doubles low, Doubles high)
+{
+    return joined(__builtin_convertvector(low, HalfOfFloats), __builtin_convertvector(high, HalfOfFloats),
+                  std::make_integer_sequence<int, LanesOf<float>::count>());
+}
+#endif
 
 } // namespace qnm::vml::QNM_NAMESPACE

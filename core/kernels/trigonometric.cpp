@@ -1,5 +1,6 @@
 // Circular functions and their inverses: they tell of arguments outside the domain, of nothing else.
 #include "function.hpp"
+#include "turns.hpp"
 
 namespace qnm::vml::QNM_NAMESPACE {
 
@@ -59,16 +60,79 @@ struct SinCospi {
         return {exact::sin_pi(x), exact::cos_pi(x)};
     }
 };
-QNM_ONLY_EXACT(Tanpi, tan_pi)
-QNM_ONLY_EXACT(Asinpi, asin_pi)
-QNM_ONLY_EXACT(Acospi, acos_pi)
-QNM_ONLY_EXACT(Atanpi, atan_pi)
-QNM_ONLY_EXACT(Atan2pi, atan2_pi)
-QNM_ONLY_EXACT(Sind, sin_deg)
-QNM_ONLY_EXACT(Cosd, cos_deg)
-QNM_ONLY_EXACT(Tand, tan_deg)
-using TandTold = OfDomain<Tand, domain_and_pole>;
-using TanpiTold = OfDomain<Tanpi, domain_and_pole>;
+// Degrees and half turns: quarters, where results are exact, are for the elements.
+#define QNM_OF_TURNS(root, name, quarter_by_2, of_point)                                                     \
+    struct root {                                                                                            \
+        static Doubles high(Doubles x)                                                                       \
+        {                                                                                                    \
+            const Point there = point_of<quarter_by_2>(x);                                                   \
+            return of_point;                                                                                 \
+        }                                                                                                    \
+        static auto holds_of(auto result, auto x)                                                            \
+        {                                                                                                    \
+            return within(magnitude(x), {1e-250, 1e9, 1e-30F, 1e9F}) &                                       \
+                   within(magnitude(result), {least, most, least_s, most_s});                                \
+        }                                                                                                    \
+        static auto exact(auto x) { return exact::name(x); }                                                 \
+    };
+QNM_OF_TURNS(Sind, sin_deg, 180, rounded(there.sine))
+QNM_OF_TURNS(Cosd, cos_deg, 180, rounded(there.cosine))
+QNM_OF_TURNS(Tand, tan_deg, 180, quotient(there.sine, there.cosine))
+QNM_OF_TURNS(Tanpi, tan_pi, 1, quotient(there.sine, there.cosine))
+
+inline constexpr double inverse_of_pi = 0.318309886183790671537767526745028724;
+inline constexpr Bounds below_1 = {0, 1 - 0x1p-53, 0, 1 - 0x1p-24F}, //
+    some_below_1 = {1e-140, 1 - 0x1p-53, 1e-30F, 1 - 0x1p-24F};
+
+/// The other coordinate of a point on the circle.
+inline Twofold across(Doubles x)
+{
+    const Twofold square = product(x, x), left = sum(all(1.0), -square.high);
+    return root(Twofold{left.high, left.low - square.low});
+}
+struct Asinpi {
+    static Doubles high(Doubles x)
+    {
+        return half_turns(asin_u10(x) * inverse_of_pi, {x, Doubles{}}, across(x));
+    }
+    static auto low(auto x) { return asin_u10(x) * static_cast<decltype(x[0] + x[0])>(inverse_of_pi); }
+    static auto holds(auto x) { return within(magnitude(x), some_below_1); }
+    static auto exact(auto x) { return exact::asin_pi(x); }
+    static constexpr bool noisy = true;
+};
+struct Acospi {
+    static Doubles high(Doubles x)
+    {
+        return half_turns(acos_u10(x) * inverse_of_pi, across(x), {x, Doubles{}});
+    }
+    static auto low(auto x) { return acos_u10(x) * static_cast<decltype(x[0] + x[0])>(inverse_of_pi); }
+    static auto holds(auto x) { return within(magnitude(x), below_1); }
+    static auto exact(auto x) { return exact::acos_pi(x); }
+    static constexpr bool noisy = true;
+};
+struct Atanpi {
+    static Doubles high(Doubles x)
+    {
+        return half_turns(atan_u10(x) * inverse_of_pi, {x, Doubles{}}, {all(1.0), Doubles{}});
+    }
+    static auto low(auto x) { return atan_u10(x) * static_cast<decltype(x[0] + x[0])>(inverse_of_pi); }
+    static auto holds(auto x) { return within(magnitude(x), {1e-140, 1e140, 1e-30F, 1e30F}); }
+    static auto exact(auto x) { return exact::atan_pi(x); }
+};
+struct Atan2pi {
+    static Doubles high(Doubles y, Doubles x)
+    {
+        return half_turns(atan2_u10(y, x) * inverse_of_pi, {y, Doubles{}}, {x, Doubles{}});
+    }
+    static auto low(auto y, auto x)
+    {
+        return atan2_u10(y, x) * static_cast<decltype(x[0] + x[0])>(inverse_of_pi);
+    }
+    static auto holds(auto y, auto x) { return Atan2::holds(y, x); }
+    static auto exact(auto y, auto x) { return exact::atan2_pi(y, x); }
+};
+using TandTold = OfDomain<InDoubles<Tand>, domain_and_pole>;
+using TanpiTold = OfDomain<InDoubles<Tanpi>, domain_and_pole>;
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
@@ -84,10 +148,10 @@ QNM_REAL(Sinpi, OfDomain<Sinpi>, 1, 0, 1, 2.5F)
 QNM_REAL(Cospi, OfDomain<Cospi>, 1, 0, 1, 2.5F)
 QNM_REAL(SinCospi, OfDomain<SinCospi>, 1, 0, 2, 4.0F)
 QNM_REAL(Tanpi, TanpiTold, 1, 0, 1, 150.0F)
-QNM_REAL(Asinpi, OfDomain<Asinpi>, 1, 0, 1, 120.0F)
-QNM_REAL(Acospi, OfDomain<Acospi>, 1, 0, 1, 120.0F)
-QNM_REAL(Atanpi, OfDomain<Atanpi>, 1, 0, 1, 120.0F)
-QNM_REAL(Atan2pi, OfDomain<Atan2pi>, 2, 0, 1, 150.0F)
-QNM_REAL(Sind, OfDomain<Sind>, 1, 0, 1, 150.0F)
-QNM_REAL(Cosd, OfDomain<Cosd>, 1, 0, 1, 150.0F)
+QNM_REAL(Asinpi, OfDomain<InDoubles<Asinpi>>, 1, 0, 1, 120.0F)
+QNM_REAL(Acospi, OfDomain<InDoubles<Acospi>>, 1, 0, 1, 120.0F)
+QNM_REAL(Atanpi, OfDomain<InDoubles<Atanpi>>, 1, 0, 1, 120.0F)
+QNM_REAL(Atan2pi, OfDomain<InDoubles<Atan2pi>>, 2, 0, 1, 150.0F)
+QNM_REAL(Sind, OfDomain<InDoubles<Sind>>, 1, 0, 1, 150.0F)
+QNM_REAL(Cosd, OfDomain<InDoubles<Cosd>>, 1, 0, 1, 150.0F)
 QNM_REAL(Tand, TandTold, 1, 0, 1, 150.0F)
