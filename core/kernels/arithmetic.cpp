@@ -73,6 +73,11 @@ auto usual(V x)
 struct Div {
     static auto high(auto x, auto y) { return x / y; }
     static auto holds_of(auto result, auto, auto) { return usual(result); }
+    static auto quiet(auto x, auto y)
+    {
+        constexpr Bounds middle = {1e-150, 1e150, 1e-18F, 1e18F};
+        return within(magnitude(x), middle) & within(magnitude(y), middle);
+    }
     template <class T>
     static T exact(T x, T y)
     {
@@ -81,7 +86,7 @@ struct Div {
 };
 struct Inv {
     static auto high(auto x) { return 1 / x; }
-    static auto holds_of(auto result, auto) { return usual(result); }
+    static auto holds(auto x) { return within(magnitude(x), {1e-300, 1e300, 1e-37F, 1e37F}); }
     template <class T>
     static T exact(T x)
     {
@@ -116,7 +121,7 @@ QNM_REAL(Sub, Sub, 2, 0, 1, 0.3F)
 QNM_REAL(Mul, Mul, 2, 0, 1, 0.3F)
 QNM_REAL(Div, Div, 2, 0, 1, 0.5F)
 QNM_REAL(Sqr, Sqr, 1, 0, 1, 0.2F)
-QNM_REAL(Inv, Inv, 1, 0, 1, 0.5F)
+QNM_REAL(Inv, Quiet<Inv>, 1, 0, 1, 0.5F)
 QNM_REAL(Abs, Abs, 1, 0, 1, 0.2F)
 QNM_REAL(CopySign, CopySign, 2, 0, 1, 0.3F)
 QNM_REAL(Fdim, Fdim, 2, 0, 1, 0.3F)

@@ -27,6 +27,12 @@ inline constexpr Bounds normal_above_zero = {least, most, least_s, most_s};
 
 inline constexpr unsigned domain_only = 1U << domain, domain_and_pole = domain_only | 1U << pole;
 
+/// Of engines that raise no flags in their whole range.
+template <class K>
+struct Quiet : K {
+    static auto quiet(auto... x) { return K::holds(x...); }
+};
+
 template <class K, unsigned told = domain_only>
 struct OfDomain : K {
     static constexpr unsigned codes = told;

@@ -6,8 +6,9 @@
 //   exact(x...)   the element for every argument, with the IEEE flags of its error; and, if it has them,
 //   high(x...)    lanes of high accuracy, low(x...) lanes of low accuracy, either or both, of the same range,
 //   told by holds(x...)   a mask, or holds_of(result, x...) where the result is easier to test.
-// codes are the errors that it tells, all if it does not say. noisy says that lanes inside their range raise
-// flags other than that of an inexact result, as all are thought to do whose range is told by the result.
+// codes are the errors that it tells, all if it does not say. quiet(x...), beside high(x...), is a mask of
+// lanes inside the range that raise no flag but that of an inexact result: engines compute more than the
+// result is made of. Where it is said, short calls need no guard.
 //
 // exact may be called twice for an element: an unusual result is looked at more closely.
 #pragma once
@@ -40,7 +41,11 @@ public:
         if ((wanted | no_traps) != before_)
             _mm_setcsr(wanted | no_traps);
     }
-    ~Arithmetic() { _mm_setcsr(before_); }
+    ~Arithmetic()
+    {
+        asm volatile("" ::: "memory"); // results are there
+        _mm_setcsr(before_);
+    }
     Arithmetic(const Arithmetic&) = delete;
     Arithmetic& operator=(const Arithmetic&) = delete;
 
@@ -126,6 +131,18 @@ template <class T>
 [[gnu::always_inline]] inline void stay(T& value)
 {
     asm volatile("" : "+m"(value));
+}
+
+/// The same for lanes, in their registers.
+template <class T>
+[[gnu::always_inline]] inline void stay_lanes(T& lanes)
+{
+    if constexpr (requires { lanes.re; }) {
+        stay_lanes(lanes.re);
+        stay_lanes(lanes.im);
+    } else {
+        asm volatile("" : "+x"(lanes));
+    }
 }
 
 /// The code of a result, by the flags that its element raised.
@@ -216,18 +233,12 @@ struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...
     static constexpr bool plain = requires(In x) { K::of(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_low = requires(Wide x) { K::low(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_high = requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); };
-    static constexpr bool told_by_arguments = requires(Wide x)
-    {
-        K::holds(((void)i, x)..., ((void)s, x)...);
-    };
-    /// Whether nothing has to be guarded inside the range, and so in most calls.
-    static constexpr bool quiet = !requires { K::noisy; }
-    &&(plain || (has_high && told_by_arguments));
+    static constexpr bool has_quiet = requires(Wide x) { K::quiet(((void)i, x)..., ((void)s, x)...); };
 
     static void run(std::int64_t n, Repeated<Vector<const In>, i>... a, Repeated<In, s>... scalar,
                     Repeated<Vector<Out>, o>... y, Call* call)
     {
-        if constexpr (quiet)
+        if constexpr (plain || has_quiet)
             if ((call->mode & denormal_bits) == 0) [[likely]] {
                 go(n, a..., scalar..., y..., call);
                 return;
@@ -318,22 +329,39 @@ private:
                                             Repeated<Out*, o>... y, std::int64_t first, Call* call,
                                             Part... left)
     {
-        if constexpr (quiet) {
-            const unsigned outside = wanted(left...) & ~bits(K::holds(x..., scalar...));
-            if (outside == 0) [[likely]]
-                keep<low>(x..., scalar..., y..., left...);
-            else
-                mend_guarded<low>(outside, x..., scalar..., y..., first, call, left...);
+        if constexpr (has_quiet) {
+            if ((wanted(left...) & ~bits(K::quiet(x..., scalar...))) != 0) [[unlikely]] {
+                step_guarded<low>(x..., scalar..., y..., first, call, left...);
+                return;
+            }
+            (stay_lanes(x), ...);
+            keep<low>(x..., scalar..., y..., left...);
         } else {
-            const auto result = keep<low>(x..., scalar..., y..., left...);
-            unsigned held;
-            if constexpr (told_by_arguments)
-                held = bits(K::holds(x..., scalar...));
-            else
-                held = bits(K::holds_of(result, x..., scalar...));
-            if (const unsigned outside = wanted(left...) & ~held; outside != 0) [[unlikely]]
-                mend(outside, x..., scalar..., y..., first, call);
+            step_inside<low>(x..., scalar..., y..., first, call, left...);
         }
+    }
+    template <bool low, class... Part>
+    [[gnu::cold, gnu::noinline]] static void step_guarded(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
+                                                          Repeated<Out*, o>... y, std::int64_t first,
+                                                          Call* call, Part... left)
+    {
+        const Arithmetic arithmetic(call);
+        (stay_lanes(x), ...);
+        step_inside<low>(x..., scalar..., y..., first, call, left...);
+    }
+    template <bool low, class... Part>
+    [[gnu::always_inline]] static void step_inside(Repeated<Wide, i>... x, Repeated<Wide, s>... scalar,
+                                                   Repeated<Out*, o>... y, std::int64_t first, Call* call,
+                                                   Part... left)
+    {
+        const auto result = keep<low>(x..., scalar..., y..., left...);
+        unsigned held;
+        if constexpr (requires { K::holds_of(result, x..., scalar...); })
+            held = bits(K::holds_of(result, x..., scalar...));
+        else
+            held = bits(K::holds(x..., scalar...));
+        if (const unsigned outside = wanted(left...) & ~held; outside != 0) [[unlikely]]
+            mend(outside, x..., scalar..., y..., first, call);
     }
     static unsigned wanted()
     {
@@ -359,16 +387,6 @@ private:
             return K::low(x...);
         else
             return K::high(x...);
-    }
-
-    template <bool low, class... Part>
-    [[gnu::cold, gnu::noinline]] static void mend_guarded(unsigned which, Repeated<Wide, i>... x,
-                                                          Repeated<Wide, s>... scalar, Repeated<Out*, o>... y,
-                                                          std::int64_t first, Call* call, Part... left)
-    {
-        const Arithmetic arithmetic(call);
-        keep<low>(x..., scalar..., y..., left...);
-        mend(which, x..., scalar..., y..., first, call);
     }
 
     // Lanes outside the range, one by one. The outputs may be the inputs, which are read no more.

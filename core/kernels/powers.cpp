@@ -92,7 +92,7 @@ struct Powr : Pow {
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
-QNM_REAL(Sqrt, Sqrt, 1, 0, 1, 1.0F)
+QNM_REAL(Sqrt, Quiet<Sqrt>, 1, 0, 1, 1.0F)
 QNM_REAL(Cbrt, Cbrt, 1, 0, 1, 2.5F)
 QNM_REAL(Pow, Pow, 2, 0, 1, 6.0F)
 QNM_REAL(Powx, Pow, 1, 1, 1, 6.0F)
