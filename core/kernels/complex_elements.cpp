@@ -80,14 +80,6 @@ std::complex<W> power(std::complex<W> x, std::complex<W> y)
     return std::exp(y * log);
 }
 
-template <class W>
-std::complex<W> quotient(std::complex<W> x, std::complex<W> y)
-{
-    if (y == W(0) && x != W(0) && !is_nan(x) && is_finite(x))
-        std::feraiseexcept(FE_DIVBYZERO);
-    return x / y;
-}
-
 } // namespace
 
 #define QNM_BY_STANDARD(name)                                                                                \
@@ -115,7 +107,7 @@ QNM_COMPLEX_ELEMENTS(QNM_BY_STANDARD)
 QNM_OF_TWO(pow, power(x, y))
 QNM_OF_TWO(mul, x* y)
 QNM_OF_TWO(mul_by_conj, x* std::conj(y))
-QNM_OF_TWO(div, quotient(x, y))
+QNM_OF_TWO(div, x / y)
 
 #define QNM_MODULUS(name)                                                                                    \
     float name(std::complex<float> x)                                                                        \

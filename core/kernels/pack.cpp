@@ -78,18 +78,18 @@ struct UnpackM {
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
-#define QNM_DIRECT(t, root, T)                                                                               \
+#define QNM_DIRECT(t, root, T, cost)                                                                         \
     extern "C" const qnm::vml::Compiled QNM_JOIN(qnm_, t, root, QNM_NAMESPACE);                              \
     const qnm::vml::Compiled QNM_JOIN(qnm_, t, root, QNM_NAMESPACE) = {                                      \
-        reinterpret_cast<qnm::vml::AnyKernel>(qnm::vml::QNM_NAMESPACE::root::run<T>), 1.0F};
-#define QNM_ALL_DIRECT(root)                                                                                 \
-    QNM_DIRECT(s, root, float)                                                                               \
-    QNM_DIRECT(d, root, double)                                                                              \
-    QNM_DIRECT(c, root, std::complex<float>)                                                                 \
-    QNM_DIRECT(z, root, std::complex<double>)
-QNM_ALL_DIRECT(PackI)
-QNM_ALL_DIRECT(PackV)
-QNM_ALL_DIRECT(PackM)
-QNM_ALL_DIRECT(UnpackI)
-QNM_ALL_DIRECT(UnpackV)
-QNM_ALL_DIRECT(UnpackM)
+        reinterpret_cast<qnm::vml::AnyKernel>(qnm::vml::QNM_NAMESPACE::root::run<T>), cost};
+#define QNM_ALL_DIRECT(root, cost)                                                                           \
+    QNM_DIRECT(s, root, float, cost)                                                                         \
+    QNM_DIRECT(d, root, double, cost)                                                                        \
+    QNM_DIRECT(c, root, std::complex<float>, cost)                                                           \
+    QNM_DIRECT(z, root, std::complex<double>, cost)
+QNM_ALL_DIRECT(PackI, 0.3F)
+QNM_ALL_DIRECT(PackV, 0.3F)
+QNM_ALL_DIRECT(PackM, 0.6F)
+QNM_ALL_DIRECT(UnpackI, 0.3F)
+QNM_ALL_DIRECT(UnpackV, 0.3F)
+QNM_ALL_DIRECT(UnpackM, 0.4F)
