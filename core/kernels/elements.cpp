@@ -133,22 +133,138 @@ real pow_real(real x, real y)
     return std::pow(std::fabs(x), y);
 }
 
-real erf_inv(real x)
+// Each in long double and in double.
+namespace {
+
+template <class R>
+R erf_inv_of(R x)
 {
-    if (!(std::fabs(x) < 1))
-        return std::isnan(x) ? x : std::fabs(x) > 1 ? outside() : pole_of(x);
+    if (!(std::fabs(x) < 1) || x == 0)
+        return std::isnan(x) || x == 0 ? x : static_cast<R>(std::fabs(x) > 1 ? outside() : pole_of(x));
     return boost::math::erf_inv(x, Values());
 }
-real erfc_inv(real x)
+template <class R>
+R erfc_inv_of(R x)
 {
     if (!(x > 0 && x < 2))
-        return std::isnan(x) ? x : x == 0 ? pole_of(1) : x == 2 ? pole_of(-1) : outside();
+        return std::isnan(x) ? x : static_cast<R>(x == 0 ? pole_of(1) : x == 2 ? pole_of(-1) : outside());
     return boost::math::erfc_inv(x, Values());
 }
-real cdf_inv(real x)
+template <class R>
+R cdf_inv_of(R x)
 {
-    return -std::numbers::sqrt2_v<real> * erfc_inv(2 * x);
+    return -std::numbers::sqrt2_v<R> * erfc_inv_of(2 * x);
 }
+template <class R>
+R exp_int_1_of(R x)
+{
+    if (!(x > 0))
+        return std::isnan(x) ? x : static_cast<R>(x == 0 ? pole_of(1) : outside());
+    return std::isinf(x) ? 0 : boost::math::expint(1, x, Values());
+}
+template <class R>
+R bessel_i0_of(R x)
+{
+    return std::isinf(x) ? std::fabs(x) : boost::math::cyl_bessel_i(0, std::fabs(x), Values());
+}
+template <class R>
+R bessel_i1_of(R x)
+{
+    return std::isinf(x) ? x : std::copysign(boost::math::cyl_bessel_i(1, std::fabs(x), Values()), x);
+}
+
+// Whole orders go to the C library.
+real first_kind(int order, real x)
+{
+    return ::jnl(order, x);
+}
+double first_kind(int order, double x)
+{
+    return ::jn(order, x);
+}
+real second_kind(int order, real x)
+{
+    return ::ynl(order, x);
+}
+double second_kind(int order, double x)
+{
+    return ::yn(order, x);
+}
+
+template <class R>
+R bessel_j0_of(R x)
+{
+    return first_kind(0, x);
+}
+template <class R>
+R bessel_j1_of(R x)
+{
+    return first_kind(1, x);
+}
+template <class R>
+bool is_whole(R order)
+{
+    return order == std::trunc(order) && std::fabs(order) < R{1e9};
+}
+template <class R>
+R bessel_jn_of(R x, R order)
+{
+    if (std::isnan(x) || std::isnan(order))
+        return x + order;
+    if (is_whole(order))
+        return first_kind(static_cast<int>(order), x);
+    return x < 0 || std::isinf(order) ? static_cast<R>(outside())
+           : std::isinf(x)            ? 0
+                                      : boost::math::cyl_bessel_j(order, x, Values());
+}
+template <class R>
+R bessel_yn_of(R x, R order)
+{
+    if (std::isnan(x) || std::isnan(order))
+        return x + order;
+    if (x < 0 || std::isinf(order))
+        return static_cast<R>(outside());
+    if (x == 0)
+        return static_cast<R>(pole_of(-1));
+    if (is_whole(order))
+        return second_kind(static_cast<int>(order), x);
+    return std::isinf(x) ? 0 : boost::math::cyl_neumann(order, x, Values());
+}
+template <class R>
+R bessel_y0_of(R x)
+{
+    return bessel_yn_of(x, R{0});
+}
+template <class R>
+R bessel_y1_of(R x)
+{
+    return bessel_yn_of(x, R{1});
+}
+
+} // namespace
+
+#define QNM_BOTH(name)                                                                                       \
+    real name(real x)                                                                                        \
+    {                                                                                                        \
+        return name##_of(x);                                                                                 \
+    }                                                                                                        \
+    double name(double x)                                                                                    \
+    {                                                                                                        \
+        return name##_of(x);                                                                                 \
+    }
+#define QNM_BOTH_OF_2(name)                                                                                  \
+    real name(real x, real y)                                                                                \
+    {                                                                                                        \
+        return name##_of(x, y);                                                                              \
+    }                                                                                                        \
+    double name(double x, double y)                                                                          \
+    {                                                                                                        \
+        return name##_of(x, y);                                                                              \
+    }
+QNM_QUICK_ELEMENTS(QNM_BOTH)
+QNM_QUICK_ELEMENTS_OF_2(QNM_BOTH_OF_2)
+#undef QNM_BOTH
+#undef QNM_BOTH_OF_2
 
 // Half of erfc(t + e), where t is -x / sqrt(2) rounded and e is what the rounding lost.
 real cdf(real x)
@@ -183,71 +299,6 @@ real gamma_log(real x)
     int sign = 0;
     return lgammal_r(x, &sign);
 }
-real exp_int_1(real x)
-{
-    if (!(x > 0))
-        return std::isnan(x) ? x : x == 0 ? pole_of(1) : outside();
-    return std::isinf(x) ? 0 : boost::math::expint(1, x, Values());
-}
-real bessel_i0(real x)
-{
-    return std::isinf(x) ? infinity : boost::math::cyl_bessel_i(0, std::fabs(x), Values());
-}
-real bessel_i1(real x)
-{
-    return std::isinf(x) ? x : std::copysign(boost::math::cyl_bessel_i(1, std::fabs(x), Values()), x);
-}
-real bessel_j0(real x)
-{
-    return ::j0l(x);
-}
-real bessel_j1(real x)
-{
-    return ::j1l(x);
-}
-
-namespace {
-
-real second_kind(real x, real (*of)(real))
-{
-    return x < 0 ? outside() : x == 0 ? pole_of(-1) : of(x);
-}
-
-} // namespace
-
-real bessel_y0(real x)
-{
-    return second_kind(x, ::y0l);
-}
-real bessel_y1(real x)
-{
-    return second_kind(x, ::y1l);
-}
-
-// The order is real; that of the C library is whole.
-real bessel_jn(real x, real order)
-{
-    if (std::isnan(x) || std::isnan(order))
-        return x + order;
-    if (order == std::trunc(order) && std::fabs(order) < 1e9L)
-        return ::jnl(static_cast<int>(order), x);
-    return x < 0 || std::isinf(order) ? outside()
-           : std::isinf(x)            ? 0
-                                      : boost::math::cyl_bessel_j(order, x, Values());
-}
-real bessel_yn(real x, real order)
-{
-    if (std::isnan(x) || std::isnan(order))
-        return x + order;
-    if (x < 0 || std::isinf(order))
-        return outside();
-    if (x == 0)
-        return pole_of(-1);
-    if (order == std::trunc(order) && std::fabs(order) < 1e9L)
-        return ::ynl(static_cast<int>(order), x);
-    return std::isinf(x) ? 0 : boost::math::cyl_neumann(order, x, Values());
-}
-
 real fmod(real x, real y)
 {
     return ::fmodl(x, y);

@@ -86,17 +86,24 @@ QNM_LIBM(asinh) QNM_LIBM(acosh) QNM_LIBM(atanh)
 QNM_LIBM(erf)  QNM_LIBM(erfc)
 // clang-format on
 
+// Of single precision by the element in double, if there is one.
 #define QNM_ELEMENT(name)                                                                                    \
-    template <class T>                                                                                       \
-    T name(T x)                                                                                              \
+    inline double name(double x)                                                                             \
     {                                                                                                        \
-        return static_cast<T>(element::name(x));                                                             \
+        return static_cast<double>(element::name(static_cast<long double>(x)));                              \
+    }                                                                                                        \
+    inline float name(float x)                                                                               \
+    {                                                                                                        \
+        return static_cast<float>(element::name(x));                                                         \
     }
 #define QNM_ELEMENT_OF_2(name)                                                                               \
-    template <class T>                                                                                       \
-    T name(T x, T y)                                                                                         \
+    inline double name(double x, double y)                                                                   \
     {                                                                                                        \
-        return static_cast<T>(element::name(x, y));                                                          \
+        return static_cast<double>(element::name(static_cast<long double>(x), static_cast<long double>(y))); \
+    }                                                                                                        \
+    inline float name(float x, float y)                                                                      \
+    {                                                                                                        \
+        return static_cast<float>(element::name(x, y));                                                      \
     }
                             QNM_ELEMENTS(QNM_ELEMENT) QNM_ELEMENTS_OF_2(QNM_ELEMENT_OF_2)
 

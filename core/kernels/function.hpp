@@ -74,3 +74,15 @@ struct SingleInDoubles : K {
     struct root {                                                                                            \
         static auto exact(auto... x) { return exact::name(x...); }                                           \
     };
+
+// The same, of which the element in double is enough for low accuracy between two magnitudes.
+#define QNM_BY_ELEMENTS(root, name, from, to)                                                                \
+    struct root {                                                                                            \
+        static auto exact(auto... x) { return exact::name(x...); }                                           \
+        static double quick(double x)                                                                        \
+        {                                                                                                    \
+            const double size = exact::fabs(x);                                                              \
+            return size >= (from) && size < (to) ? element::name(x) : __builtin_nan("");                     \
+        }                                                                                                    \
+        static double quick(float) = delete;                                                                 \
+    };

@@ -5,7 +5,7 @@ namespace qnm::vml::QNM_NAMESPACE {
 
 QNM_FUNCTION(Sinh, sinh, u10, magnitude(x), {0, 709, 0, 88})
 QNM_FUNCTION(Cosh, cosh, u10, magnitude(x), {0, 709, 0, 88})
-QNM_FUNCTION(Tanh, tanh, u10, x, all_finite)
+QNM_FUNCTION(Tanh, tanh, u10, magnitude(x), {1e-9, most, 1e-4F, most_s})
 QNM_FUNCTION(Asinh, asinh, u10, magnitude(x), {least, 1e154, 1e-6F, 1e18F})
 QNM_FUNCTION(Acosh, acosh, u10, x, {1, 1e154, 1, 1e18F})
 QNM_FUNCTION(Atanh, atanh, u10, magnitude(x), {least, 0.99999, 1e-6F, 0.999F})

@@ -10,6 +10,9 @@
 // lanes inside the range that raise no flag but that of an inexact result: engines compute more than the
 // result is made of. Where it is said, short calls need no guard.
 //
+// An object without lanes may have quick(x...), an element of low accuracy where the
+// result is usual.
+//
 // exact may be called twice for an element: an unusual result is looked at more closely.
 #pragma once
 
@@ -232,6 +235,7 @@ struct KernelOf<K, Name, In, std::index_sequence<i...>, std::index_sequence<s...
 
     static constexpr bool plain = requires(In x) { K::of(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_low = requires(Wide x) { K::low(((void)i, x)..., ((void)s, x)...); };
+    static constexpr bool has_quick = requires(In x) { K::quick(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_high = requires(Wide x) { K::high(((void)i, x)..., ((void)s, x)...); };
     static constexpr bool has_quiet = requires(Wide x) { K::quiet(((void)i, x)..., ((void)s, x)...); };
 
@@ -302,6 +306,14 @@ private:
                 lanes<false>(n, a..., scalar..., y..., first, call);
             } else {
                 const Libraries libraries;
+                if constexpr (has_quick) {
+                    const std::uint32_t level = call->mode & level_bits;
+                    if (level == low_accuracy || level == enhanced_speed) {
+                        for (std::int64_t j = 0; j < n; ++j)
+                            one<true>(a[j]..., scalar..., y + j..., first + j, call);
+                        return;
+                    }
+                }
                 for (std::int64_t j = 0; j < n; ++j)
                     one(a[j]..., scalar..., y + j..., first + j, call);
             }
@@ -401,13 +413,23 @@ private:
         }
     }
 
+    template <bool quick, class... X>
+    [[gnu::always_inline]] static auto element_of(X... x)
+    {
+        if constexpr (quick)
+            if (const auto result = K::quick(x...); is_finite(result) && !is_tiny(result)) [[likely]]
+                return result;
+        return K::exact(x...);
+    }
+
+    template <bool quick = false>
     static void one(Repeated<In, i>... x, Repeated<In, s>... scalar, Repeated<Out*, o>... y,
                     std::int64_t index, Call* call)
     {
         const bool flushed = (call->mode & denormal_bits) == denormals_off;
         if (flushed) [[unlikely]]
             ((x = without_denormals(x)), ...);
-        const auto result = K::exact(x..., scalar...);
+        const auto result = element_of<quick>(x..., scalar...);
         ((*y = part<o>(result)), ...);
         if ((is_unusual(part<o>(result)) || ...) && !(is_nan(x) || ...) && !(is_nan(scalar) || ... || false))
             [[unlikely]]

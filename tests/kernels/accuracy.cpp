@@ -164,7 +164,7 @@ int write_costs(const Asked& asked)
     for (Promise promise : promises())
         for (const char* letter = promise.letters(); *letter != '\0' && asked.has(promise.root); ++letter) {
             for (Range& range : promise.range)
-                range = {std::max(range.low, 0.25), std::min(range.high, 4.0)};
+                range = {std::max(range.low, 0.25), std::min(range.high, 4.0) * 0.95};
             std::printf("%c%-12s", *letter, promise.root.c_str());
             with_trial(promise, *letter, {4096, 1, false, false}, [&](const auto& trial) {
                 for (const std::uint32_t level : levels)

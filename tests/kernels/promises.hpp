@@ -15,12 +15,14 @@ struct Form {
 };
 
 /// Arguments between which points are taken, those of single precision where they differ; and a distance at
-/// whose multiples, and next to them, many points lie.
+/// whose multiples, and next to them, many points lie;
+/// whether they are whole, and whether the edges of the type come ahead of them.
 struct Range {
     double low, high;
     double low_s = low, high_s = high;
     double every = 0;
     bool whole = false;
+    bool edges = !whole;
 };
 
 /// Greatest errors in units of the last place; of complex results in those of the larger part.

@@ -42,7 +42,7 @@ std::vector<T> points(const Range& range, std::size_t count, unsigned seed, bool
     for (const T edge : {T(0), Limits::denorm_min(), Limits::min(), Limits::epsilon(), T(0.5), T(1), T(2),
                          T(100), Limits::max(), Limits::infinity(), Limits::quiet_NaN()})
         for (const T x : {edge, -edge, std::nextafter(edge, T(0)), std::nextafter(-edge, T(0))})
-            if (edges)
+            if (edges && range.edges)
                 made.push_back(x);
     std::mt19937_64 random(seed);
     const double most{Limits::max()};

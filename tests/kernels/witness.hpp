@@ -20,6 +20,7 @@ public:
         mpc_init2(value_, 160);
         mpc_set_ui(value_, 0, MPC_RNDNN);
     }
+    explicit Number(double x) : Number() { set(x); }
     ~Number() { mpc_clear(value_); }
     Number(const Number&) = delete;
     Number& operator=(const Number&) = delete;
