@@ -32,6 +32,12 @@ real pole_of(real sign)
     volatile real zero = 0;
     return sign / zero;
 }
+template <class R>
+R underflow_of()
+{
+    volatile R least = std::numeric_limits<R>::min();
+    return least * least;
+}
 
 /// Sine and cosine of an angle whose quarter of a circle is given; the remainder is exact.
 struct Angle {
@@ -160,7 +166,10 @@ R exp_int_1_of(R x)
 {
     if (!(x > 0))
         return std::isnan(x) ? x : static_cast<R>(x == 0 ? pole_of(1) : outside());
-    return std::isinf(x) ? 0 : boost::math::expint(1, x, Values());
+    if (std::isinf(x))
+        return 0;
+    const R value = boost::math::expint(1, x, Values());
+    return value != 0 ? value : underflow_of<R>();
 }
 template <class R>
 R bessel_i0_of(R x)

@@ -13,8 +13,8 @@ QNM_FUNCTION(Atanh, atanh, u10, magnitude(x), {least, 0.99999, 1e-6F, 0.999F})
 } // namespace qnm::vml::QNM_NAMESPACE
 
 QNM_REAL(Sinh, Sinh, 1, 0, 1, 3.0F)
-QNM_REAL(Cosh, Cosh, 1, 0, 1, 2.5F)
-QNM_REAL(Tanh, Tanh, 1, 0, 1, 3.0F)
-QNM_REAL(Asinh, Asinh, 1, 0, 1, 3.5F)
-QNM_REAL(Acosh, Acosh, 1, 0, 1, 3.5F)
-QNM_REAL(Atanh, Atanh, 1, 0, 1, 3.0F)
+QNM_REAL(Cosh, Cosh, 1, 0, 1, 3.0F)
+QNM_REAL(Tanh, Tanh, 1, 0, 1, 4.0F)
+QNM_REAL(Asinh, Asinh, 1, 0, 1, 9.0F)
+QNM_REAL(Acosh, Acosh, 1, 0, 1, 10.0F)
+QNM_REAL(Atanh, Atanh, 1, 0, 1, 5.0F)

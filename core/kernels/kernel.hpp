@@ -498,7 +498,8 @@ using Kernel = KernelOf<K, Name, In, std::make_index_sequence<inputs>, std::make
 #define QNM_JOIN_(a, b, c, d) a##b##c##_##d
 #define QNM_JOIN(a, b, c, d) QNM_JOIN_(a, b, c, d)
 
-// A root of one type: its object, inputs, scalars and outputs, and nanoseconds an element.
+// A root of one type: its object, inputs, scalars and outputs, and nanoseconds an element, as `accuracy cost`
+// gives them for AVX2 and high accuracy.
 #define QNM_KERNEL(t, root, object, In, inputs, scalars, Out, outputs, cost)                                 \
     namespace qnm::vml::QNM_NAMESPACE {                                                                      \
     struct t##root##_name {                                                                                  \

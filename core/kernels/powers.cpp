@@ -92,13 +92,13 @@ struct Powr : Pow {
 
 } // namespace qnm::vml::QNM_NAMESPACE
 
-QNM_REAL(Sqrt, Quiet<Sqrt>, 1, 0, 1, 1.0F)
-QNM_REAL(Cbrt, Cbrt, 1, 0, 1, 2.5F)
-QNM_REAL(Pow, Pow, 2, 0, 1, 6.0F)
-QNM_REAL(Powx, Pow, 1, 1, 1, 6.0F)
-QNM_REAL(Hypot, Hypot, 2, 0, 1, 2.5F)
-QNM_REAL(InvSqrt, InDoubles<InvSqrt>, 1, 0, 1, 40.0F)
-QNM_REAL(InvCbrt, InDoubles<InvCbrt>, 1, 0, 1, 60.0F)
-QNM_REAL(Pow2o3, InDoubles<Pow2o3>, 1, 0, 1, 60.0F)
-QNM_REAL(Pow3o2, InDoubles<Pow3o2>, 1, 0, 1, 40.0F)
-QNM_REAL(Powr, Powr, 2, 0, 1, 6.0F)
+QNM_REAL(Sqrt, Quiet<Sqrt>, 1, 0, 1, 0.5F)
+QNM_REAL(Cbrt, Cbrt, 1, 0, 1, 5.0F)
+QNM_REAL(Pow, Pow, 2, 0, 1, 9.0F)
+QNM_REAL(Powx, Pow, 1, 1, 1, 9.0F)
+QNM_REAL(Hypot, Hypot, 2, 0, 1, 3.0F)
+QNM_REAL(InvSqrt, InDoubles<InvSqrt>, 1, 0, 1, 0.8F)
+QNM_REAL(InvCbrt, InDoubles<InvCbrt>, 1, 0, 1, 6.0F)
+QNM_REAL(Pow2o3, InDoubles<Pow2o3>, 1, 0, 1, 5.0F)
+QNM_REAL(Pow3o2, InDoubles<Pow3o2>, 1, 0, 1, 0.6F)
+QNM_REAL(Powr, Powr, 2, 0, 1, 9.0F)

@@ -311,8 +311,9 @@ constexpr Range everywhere{-all, all}, positive{0, all}, angles{-all, all, -all,
 constexpr Form complex{1, 0, 1, true, true}, complex_two{2, 0, 1, true, true},
     complex_scalar{1, 1, 1, true, true}, to_real{1, 0, 1, true, false}, to_complex{1, 0, 1, false, true};
 constexpr Range exponents{-760, 720, -106, 90}, plane{-20, 20}, near_one{-1.5, 1.5};
-constexpr Bounds exactly{0, 0}, rounded{0.5, 0.5}, usual{1.0, 4.0}, compensated{1.0, 4.0, 0.51, 4.0}, by_elements{0.6, 4.0, 0.51, 4.0}, of_complex{0.6, 4.0, 0.6, 0.6},
-    power_of_complex{1.0, 1.0, 0.6, 0.6}, angle_of_complex{1.0, 1.0, 0.6, 0.6};
+constexpr Bounds exactly{0, 0}, rounded{0.5, 0.5}, usual{1.0, 4.0}, compensated{1.0, 4.0, 0.51, 4.0},
+    by_elements{0.6, 4.0, 0.51, 4.0}, of_complex{0.6, 4.0, 0.6, 0.6}, power_of_complex{1.0, 1.0, 0.6, 0.6},
+    angle_of_complex{1.0, 1.0, 0.6, 0.6};
 
 std::vector<Promise> make()
 {
