@@ -183,33 +183,35 @@ R bessel_i1_of(R x)
 }
 
 // Whole orders go to the C library.
-real first_kind(int order, real x)
-{
-    return ::jnl(order, x);
-}
-double first_kind(int order, double x)
-{
-    return ::jn(order, x);
-}
-real second_kind(int order, real x)
-{
-    return ::ynl(order, x);
-}
-double second_kind(int order, double x)
-{
-    return ::yn(order, x);
-}
+#define QNM_WHOLE_ORDERS(of_0, of_1, of_n, name)                                                             \
+    real of_0(real x)                                                                                        \
+    {                                                                                                        \
+        return ::name##0l(x);                                                                                \
+    }                                                                                                        \
+    double of_0(double x)                                                                                    \
+    {                                                                                                        \
+        return ::name##0(x);                                                                                 \
+    }                                                                                                        \
+    real of_1(real x)                                                                                        \
+    {                                                                                                        \
+        return ::name##1l(x);                                                                                \
+    }                                                                                                        \
+    double of_1(double x)                                                                                    \
+    {                                                                                                        \
+        return ::name##1(x);                                                                                 \
+    }                                                                                                        \
+    real of_n(int order, real x)                                                                             \
+    {                                                                                                        \
+        return ::name##nl(order, x);                                                                         \
+    }                                                                                                        \
+    double of_n(int order, double x)                                                                         \
+    {                                                                                                        \
+        return ::name##n(order, x);                                                                          \
+    }
+QNM_WHOLE_ORDERS(bessel_j0_of, bessel_j1_of, first_kind, j)
+QNM_WHOLE_ORDERS(y0_of, y1_of, second_kind, y)
+#undef QNM_WHOLE_ORDERS
 
-template <class R>
-R bessel_j0_of(R x)
-{
-    return first_kind(0, x);
-}
-template <class R>
-R bessel_j1_of(R x)
-{
-    return first_kind(1, x);
-}
 template <class R>
 bool is_whole(R order)
 {
@@ -242,12 +244,12 @@ R bessel_yn_of(R x, R order)
 template <class R>
 R bessel_y0_of(R x)
 {
-    return bessel_yn_of(x, R{0});
+    return x > 0 ? y0_of(x) : std::isnan(x) ? x : static_cast<R>(x < 0 ? outside() : pole_of(-1));
 }
 template <class R>
 R bessel_y1_of(R x)
 {
-    return bessel_yn_of(x, R{1});
+    return x > 0 ? y1_of(x) : std::isnan(x) ? x : static_cast<R>(x < 0 ? outside() : pole_of(-1));
 }
 
 } // namespace
