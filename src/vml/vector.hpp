@@ -185,6 +185,14 @@ QNM_INLINE void run(Root& root, NoMode, A... arguments)
     call<form, Target>(root, arguments...);
 }
 
+/// Where a mode lies, computed for each call anew: kept, the address would take a register to be saved.
+QNM_INLINE unsigned* place_of(unsigned& mode)
+{
+    unsigned* place = nullptr;
+    asm volatile("lea %1, %0" : "=r"(place) : "m"(mode));
+    return place;
+}
+
 /// With the mode of this call, which is set behind the tables and ahead of the index.
 template <Form form, class Target, class M, class... A>
 QNM_INLINE void run(Root& root, M given, A... arguments)
@@ -193,11 +201,11 @@ QNM_INLINE void run(Root& root, M given, A... arguments)
     if (unlikely(fresh))
         bind_tables(root);
     unsigned mode = given.get();
-    mode = VMLSETMODE_(&mode);
+    mode = VMLSETMODE_(place_of(mode));
     if (unlikely(fresh))
         bind_index(root);
     call<form, Target>(root, arguments...);
-    VMLSETMODE_(&mode);
+    VMLSETMODE_(place_of(mode));
 }
 
 /// Integers and addresses in volatile variables: in saved registers each would cost two instructions more,
