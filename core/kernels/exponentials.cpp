@@ -6,7 +6,7 @@ namespace qnm::vml::QNM_NAMESPACE {
 // Of the functions that short calls are made of most: where nothing underflows on the way.
 template <class Of>
 struct QuietExp : Of {
-    static auto quiet(auto x) { return within(magnitude(x), {1e-50, 708, 1e-10F, 87}); }
+    static auto quiet(auto x) { return within(magnitude(x), {1e-30, 708, 1e-6F, 87}); }
 };
 
 QNM_FUNCTION(Exp, exp, u10, x, {-708, 709, -87, 88})

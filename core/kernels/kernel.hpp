@@ -29,12 +29,15 @@ namespace qnm::vml::QNM_NAMESPACE {
 /// Elements of a block through which strided vectors go.
 inline constexpr int block = 256;
 
-/// Denormals as the mode wants them, no traps, and no flags left behind: an error's flags are the threader's.
+/// Denormals as the mode wants them, no traps, and no flags or errno left behind: those of an error are the
+/// threader's, but libraries set them, those of lanes too.
 /// Reading the processor's word of control costs as much as a short call.
 class Arithmetic {
 public:
-    explicit Arithmetic(Call* call) : before_(_mm_getcsr())
+    explicit Arithmetic(Call* call) : before_(_mm_getcsr()), errno_(errno)
     {
+        // To the compiler the C library's functions set no errno: it is read here, and written at the end.
+        asm volatile("" : "+r"(errno_) : : "memory");
         constexpr unsigned no_traps = 0x1F80, off = 0x8040;
         const std::uint32_t denormals = call->mode & denormal_bits;
         const unsigned wanted = denormals == denormals_off  ? before_ | off
@@ -48,27 +51,29 @@ public:
     {
         asm volatile("" ::: "memory"); // results are there
         _mm_setcsr(before_);
+        errno = errno_;
     }
     Arithmetic(const Arithmetic&) = delete;
     Arithmetic& operator=(const Arithmetic&) = delete;
 
 private:
     unsigned before_;
+    int errno_;
 };
 
-/// The same for elements by libraries, which compute in the older unit too and set errno.
-class Libraries {
+/// Flags and traps of the older unit, for elements that compute there.
+class OlderUnit {
 public:
-    Libraries() : errno_(errno)
+    OlderUnit()
     {
-        asm volatile("fnstsw %0\n\tfnstcw %1" : "=a"(flags_), "=m"(control_));
+        asm volatile("fnstsw %0\n\tfnstcw %1" : "=a"(flags_), "=m"(control_) : : "memory");
         if ((control_ & all_flags) != all_flags)
             set_control(control_ | all_flags);
     }
-    ~Libraries()
+    ~OlderUnit()
     {
         std::uint16_t now;
-        asm volatile("fnstsw %0" : "=a"(now));
+        asm volatile("fnstsw %0" : "=a"(now) : : "memory");
         if (((now ^ flags_) & told_flags) != 0) {
             std::fenv_t environment;
             asm volatile("fnstenv %0" : "=m"(environment));
@@ -77,10 +82,9 @@ public:
         }
         if ((control_ & all_flags) != all_flags)
             set_control(control_);
-        errno = errno_;
     }
-    Libraries(const Libraries&) = delete;
-    Libraries& operator=(const Libraries&) = delete;
+    OlderUnit(const OlderUnit&) = delete;
+    OlderUnit& operator=(const OlderUnit&) = delete;
 
 private:
     static constexpr unsigned all_flags = 0x3F,
@@ -92,7 +96,6 @@ private:
         asm volatile("fldcw %0" : : "m"(control));
     }
 
-    int errno_;
     std::uint16_t flags_, control_;
 };
 
@@ -305,7 +308,7 @@ private:
             if constexpr (has_high) {
                 lanes<false>(n, a..., scalar..., y..., first, call);
             } else {
-                const Libraries libraries;
+                const OlderUnit unit;
                 if constexpr (has_quick) {
                     const std::uint32_t level = call->mode & level_bits;
                     if (level == low_accuracy || level == enhanced_speed) {
@@ -406,7 +409,7 @@ private:
                                                   Repeated<Wide, s>... scalar, Repeated<Out*, o>... y,
                                                   std::int64_t first, Call* call)
     {
-        const Libraries libraries;
+        const OlderUnit unit;
         for (; which != 0; which &= which - 1) {
             const int lane = __builtin_ctz(which);
             one(Inputs::lane(x, lane)..., Inputs::lane(scalar, lane)..., y + lane..., first + lane, call);
