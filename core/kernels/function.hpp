@@ -12,6 +12,30 @@ struct Bounds {
     double low, high;
     float low_s, high_s;
 };
+#if QNM_SET == 3
+/// The processor's own masks: as vectors they would be made only to be taken apart.
+struct Held {
+    unsigned lanes;
+};
+inline unsigned bits(Held held)
+{
+    return held.lanes;
+}
+inline Held operator&(Held x, auto y)
+{
+    return {x.lanes & bits(y)};
+}
+inline Held within(Doubles x, Bounds bounds)
+{
+    const __mmask8 above = _mm512_cmp_pd_mask((__m512d)x, _mm512_set1_pd(bounds.low), _CMP_GE_OQ);
+    return {_mm512_mask_cmp_pd_mask(above, (__m512d)x, _mm512_set1_pd(bounds.high), _CMP_LE_OQ)};
+}
+inline Held within(Floats x, Bounds bounds)
+{
+    const __mmask16 above = _mm512_cmp_ps_mask((__m512)x, _mm512_set1_ps(bounds.low_s), _CMP_GE_OQ);
+    return {_mm512_mask_cmp_ps_mask(above, (__m512)x, _mm512_set1_ps(bounds.high_s), _CMP_LE_OQ)};
+}
+#else
 inline auto within(Doubles x, Bounds bounds)
 {
     return (x >= bounds.low) & (x <= bounds.high);
@@ -20,6 +44,7 @@ inline auto within(Floats x, Bounds bounds)
 {
     return (x >= bounds.low_s) & (x <= bounds.high_s);
 }
+#endif
 inline constexpr double most = __DBL_MAX__, least = __DBL_MIN__;
 inline constexpr float most_s = __FLT_MAX__, least_s = __FLT_MIN__;
 inline constexpr Bounds all_finite = {-most, most, -most_s, most_s};
