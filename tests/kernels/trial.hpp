@@ -133,7 +133,8 @@ public:
         if (promise.form.inputs + promise.form.scalars > 1)
             b_ = arguments<In>(promise.range[1],
                                {sample.count, sample.seed ^ 0x5A5A5A5AU, false, sample.edges});
-        const auto operands = static_cast<std::size_t>(promise.form.inputs + promise.form.scalars);
+        const auto operands =
+            static_cast<std::size_t>(promise.form.inputs) + static_cast<std::size_t>(promise.form.scalars);
         std::vector<Number> x(operands), y(2), size(2);
         for (std::size_t i = 0; i < sample.count; ++i) {
             x[0].set(a_[i]);
