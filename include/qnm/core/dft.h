@@ -86,6 +86,7 @@ void qnm_dft_dfti_get_version_string(char* text, int64_t length);
 
 /* The text of a message; null if there is none. */
 const char* qnm_serv_get_msg(int number, int zero);
+/* NOLINTNEXTLINE(readability-redundant-declaration): of other families too */
 void qnm_serv_print(int severity, int number, int inserts, ...);
 /* Writes at most `*left` characters and a zero, lowers `*left` by what it wrote, and gives the new end. */
 char* qnm_serv_sprintf_char_s(char* to, size_t* left, const char* format, ...);
