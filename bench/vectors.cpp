@@ -112,7 +112,7 @@ void show(const Case& c)
         std::printf("%-7s%9d", c.name, n);
         for (const double time :
              {libm.best, fast.best, std::min(sleef.best, engine.best), high.best, low.best, two.best})
-            column(time, "%9.2f");
+            column(time, time < 1 ? "%9.3f" : "%9.2f");
         for (const double ratio : {high.best / libm.best, high.best / std::min(sleef.best, engine.best),
                                    low.best / fast.best, two.best / high.best})
             column(ratio, "%9.2f");
