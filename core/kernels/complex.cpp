@@ -2,6 +2,7 @@
 // lanes compute in twice the precision where that is cheap, and for low accuracy else.
 #include "complex_elements.hpp"
 #include "function.hpp"
+#include "twofold.hpp"
 
 namespace qnm::vml::QNM_NAMESPACE::of_complex {
 
@@ -18,47 +19,11 @@ L larger(L x, L y)
     return x > y ? x : y;
 }
 
-inline Doubles square_root(Doubles x)
-{
-    for (int k = 0; k < LanesOf<double>::count; ++k)
-        x[k] = __builtin_sqrt(x[k]);
-    return x;
-}
-
-/// A sum of two, the second one less than the last place of the first.
-template <class L>
-struct Double {
-    L high, low;
-};
-
-// Exact while nothing is near the ends of the range.
-inline Double<Doubles> product(Doubles x, Doubles y)
-{
-    const Doubles high = x * y;
-#if QNM_SET == 0
-    const auto halves = [](Doubles of) {
-        const Doubles scaled = of * 134217729.0; // 2^27 + 1
-        const Doubles upper = scaled - (scaled - of);
-        return Double<Doubles>{upper, of - upper};
-    };
-    const auto a = halves(x), b = halves(y);
-    return {high, ((a.high * b.high - high) + a.high * b.low + a.low * b.high) + a.low * b.low};
-#elif QNM_SET == 1
-    return {high, (Doubles)_mm256_fmsub_pd((__m256d)x, (__m256d)y, (__m256d)high)};
-#else
-    return {high, (Doubles)_mm512_fmsub_pd((__m512d)x, (__m512d)y, (__m512d)high)};
-#endif
-}
-inline Double<Doubles> sum(Doubles x, Doubles y)
-{
-    const Doubles high = x + y, part = high - x;
-    return {high, (x - (high - part)) + (y - part)};
-}
 /// a * b + c * d
-inline Double<Doubles> products(Doubles a, Doubles b, Doubles c, Doubles d)
+inline Twofold products(Doubles a, Doubles b, Doubles c, Doubles d)
 {
     const auto x = product(a, b), y = product(c, d);
-    const auto total = sum(x.high, y.high);
+    const auto total = exact_sum(x.high, y.high);
     return {total.high, total.low + (x.low + y.low)};
 }
 
@@ -76,32 +41,15 @@ inline auto is_finite(OfDoubles x)
 
 // ---- single precision by double precision
 
-using Half = float __attribute__((vector_size(bytes / 2)));
+using QNM_NAMESPACE::narrowed;
 
-template <int... k>
-Half half(Floats x, int upper, std::integer_sequence<int, k...>)
+inline Doubles widened(Floats x, int half)
 {
-    return upper != 0 ? __builtin_shufflevector(x, x, (k + static_cast<int>(sizeof...(k)))...)
-                      : __builtin_shufflevector(x, x, k...);
+    return half != 0 ? upper(x) : lower(x);
 }
-inline Doubles widened(Floats x, int upper)
+inline OfDoubles widened(OfFloats x, int half)
 {
-    using Places = std::make_integer_sequence<int, LanesOf<double>::count>;
-    return __builtin_convertvector(half(x, upper, Places()), Doubles);
-}
-inline OfDoubles widened(OfFloats x, int upper)
-{
-    return {widened(x.re, upper), widened(x.im, upper)};
-}
-template <int... k>
-Floats whole(Half lower, Half upper, std::integer_sequence<int, k...>)
-{
-    return __builtin_shufflevector(lower, upper, k...);
-}
-inline Floats narrowed(Doubles lower, Doubles upper)
-{
-    using Places = std::make_integer_sequence<int, LanesOf<float>::count>;
-    return whole(__builtin_convertvector(lower, Half), __builtin_convertvector(upper, Half), Places());
+    return {widened(x.re, half), widened(x.im, half)};
 }
 inline OfFloats narrowed(OfDoubles lower, OfDoubles upper)
 {
@@ -229,7 +177,7 @@ struct Div {
         const auto by = products(y.re, y.re, y.im, y.im);
         const auto re = products(x.re, y.re, x.im, y.im), im = products(x.im, y.re, -x.re, y.im);
         const Doubles inverse = 1 / by.high;
-        const auto quotient = [&](Double<Doubles> of) {
+        const auto quotient = [&](Twofold of) {
             const Doubles first = of.high * inverse;
             const auto back = product(first, by.high);
             return first + ((of.high - back.high) - back.low + (of.low - first * by.low)) * inverse;
@@ -321,18 +269,19 @@ struct Log10 : Ln {
 struct Sqrt {
     static OfDoubles quick(OfDoubles x)
     {
-        const Doubles root = square_root(0.5 * (magnitude(x.re) + square_root(x.re * x.re + x.im * x.im)));
+        const Doubles root =
+            QNM_NAMESPACE::root(0.5 * (magnitude(x.re) + QNM_NAMESPACE::root(x.re * x.re + x.im * x.im)));
         return turned(x, root, x.im / (2 * root));
     }
     static OfDoubles lanes(OfDoubles x)
     {
         const Doubles a = magnitude(x.re);
         const auto square = products(x.re, x.re, x.im, x.im);
-        const Doubles size = square_root(square.high);
+        const Doubles size = QNM_NAMESPACE::root(square.high);
         const auto back = product(size, size);
-        const auto total = sum(a, size);
+        const auto total = exact_sum(a, size);
         const Doubles rest = total.low + ((square.high - back.high) - back.low + square.low) / (2 * size);
-        const Doubles root = square_root(0.5 * total.high);
+        const Doubles root = QNM_NAMESPACE::root(0.5 * total.high);
         const auto again = product(root, root);
         const Doubles left = ((0.5 * total.high - again.high) - again.low + 0.5 * rest) / (2 * root);
         const Doubles part = x.im / (2 * root);

@@ -37,6 +37,12 @@ inline Twofold sum(Doubles x, Doubles y)
     const Doubles high = x + y;
     return {high, y - (high - x)};
 }
+/// Exact, whichever is the smaller.
+inline Twofold exact_sum(Doubles x, Doubles y)
+{
+    const Doubles high = x + y, part = high - x;
+    return {high, (x - (high - part)) + (y - part)};
+}
 /// What is left of the whole, which the product of x and y is close to.
 inline Doubles rest(Doubles whole, Doubles x, Doubles y)
 {
