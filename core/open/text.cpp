@@ -62,6 +62,17 @@ QNM_CORE int qnm_serv_snprintf_s(char* dest, std::size_t size, std::size_t most,
     return wanted >= 0 && static_cast<std::size_t>(wanted) < room ? wanted : -1;
 }
 
+// The same, as much as the text has room for.
+QNM_CORE int qnm_serv_sprintf_s(char* dest, std::size_t size, const char* format, ...)
+{
+    const qnm::core::NumbersOfC point;
+    va_list arguments;
+    va_start(arguments, format);
+    const int wanted = std::vsnprintf(dest, size, format, arguments);
+    va_end(arguments);
+    return wanted >= 0 && static_cast<std::size_t>(wanted) < size ? wanted : -1;
+}
+
 // Where the next text begins; `left` loses what was written.
 QNM_CORE char* qnm_serv_sprintf_char_s(char* to, std::size_t* left, const char* format, ...)
 {

@@ -95,6 +95,12 @@ void snprintf_s(Core&, Call& call, Answer& answer)
     answer.returns(needed < 0 ? needed : std::min(needed, static_cast<int>(room) - 1));
 }
 
+// (buffer, size, format, ...)
+void sprintf_s(Core&, Call& call, Answer& answer)
+{
+    answer.returns(formatted(call, 2, size_word(call, 1)));
+}
+
 // (buffer, characters left, format, ...): gives back the new end.
 void sprintf_char_s(Core&, Call& call, Answer& answer)
 {
@@ -167,6 +173,7 @@ Services::Service Services::find(std::string_view name)
         {"qnm_serv_free", release<Pair::malloc>},
         {"qnm_serv_lsame", lsame},
         {"qnm_serv_snprintf_s", snprintf_s},
+        {"qnm_serv_sprintf_s", sprintf_s},
         {"qnm_serv_sprintf_char_s", sprintf_char_s},
         {"qnm_serv_strnlen_s", strnlen_s},
         {"qnm_serv_strncat_s", strncat_s},

@@ -75,6 +75,10 @@ Family read_family(Lexer& lexer, const std::string& name)
         family.calls = lexer.identifier("the family whose entries are called");
     if (lexer.accept("core"))
         family.core = lexer.identifier("the pattern of core names");
+    else if ((family.kernels = lexer.accept("kernel"))) {
+        family.core = lexer.identifier("the pattern of kernels' names");
+        family.kernel_each = lexer.accept("each");
+    }
     do {
         lexer.expect("form");
         family.forms.push_back(read_form(lexer));

@@ -75,7 +75,9 @@ std::string Entry::core() const
 {
     const bool by_value = form->convention == Convention::value && !row->value_core_root.empty();
     const std::string& told = by_value ? row->value_core_root : row->core_root;
-    return spell(row->family->core, to_lower(with_letter(told.empty() ? row->root : told, precision)));
+    const std::string name =
+        row->core_without_letter ? told : with_letter(told.empty() ? row->root : told, precision);
+    return spell(row->family->core, row->family->kernels ? name : to_lower(name));
 }
 
 std::string Entry::small_core() const
@@ -146,6 +148,21 @@ std::string Entry::format() const
             add("%p");
     }
     return text + ")";
+}
+
+bool is_told(const std::string& word)
+{
+    return told_number(word, {}, Width::narrow) != nullptr;
+}
+
+const int* told_number(const std::string& word, const Precision& precision, Width width)
+{
+    static constexpr int numbers[]{0, 1, 2};
+    if (word == "field")
+        return &numbers[precision.is_complex() ? 2 : 1];
+    if (word == "precision")
+        return &numbers[precision.real == 'd' ? 2 : 1];
+    return word == "wide" ? &numbers[width == Width::wide ? 1 : 0] : nullptr;
 }
 
 Class Entry::frame() const

@@ -110,6 +110,7 @@ struct Row {
     std::vector<std::string> tested_last; // arguments whose tests stand behind all others
     std::string leaf;                     // name of the leaf size that the routine asks ilaenv for
     std::string core_root;                // where the core's name has another root
+    bool core_without_letter = false;
     std::string value_core_root;          // the same, of the form that takes values
     std::vector<std::string> places; // what the core gets, where that is not the arguments in their order
     std::string small_root;          // the kernel for small sizes, with its condition
@@ -172,6 +173,11 @@ struct Entry {
     /// The arguments of this entry that are option letters, which is the number of hidden lengths.
     int hidden_lengths() const;
 };
+
+/// A word for a place of a call whose number letter and form tell: `field` and `precision`, 1 and 2 of s d and
+/// c z, of s c and d z; `wide`, 1 in a wide form. Null: it is none.
+const int* told_number(const std::string& word, const Precision& precision, Width width);
+bool is_told(const std::string& word);
 
 /// The routine of a row and a letter, in lower case.
 std::string routine_name(const Row& row, const Precision& precision);

@@ -164,8 +164,8 @@ void check_row(const Lexer& lexer, const Row& row)
                                 [](const Form& form) { return form.check.empty(); }))
         refuse("a test", "a family with names of checks");
     for (const std::string& place : row.places)
-        if (!is_number(place.substr(place.front() == '-' ? 1 : 0)) &&
-            row.find(place.substr(place.front() == '&' ? 1 : 0)) == nullptr)
+        if (!is_number(place.substr(place.front() == '-' ? 1 : 0)) && !is_told(place) &&
+            row.find(place.substr(place.front() == '&' || place.front() == '=' ? 1 : 0)) == nullptr)
             refuse("'" + place + "'", "an argument or a number for each place of the core's call");
     for (const std::string& name : row.tested_last)
         if (const Argument* a = row.find(name); a == nullptr || !a->tested())
@@ -206,14 +206,17 @@ void read_class(Lexer& lexer, Row& row)
     }
 }
 
-/// `core ROOT`, with what it gets where that is not the arguments; `but ROOT` where values go elsewhere.
+/// `core ROOT`, or `core - ROOT` where letters share it, with what it gets where that is not the arguments; `but ROOT` where values go elsewhere.
 void read_core(Lexer& lexer, Row& row)
 {
+    row.core_without_letter = lexer.accept("-");
     row.core_root = lexer.identifier("the root of the core's name");
     if (row.entry_class == Class::handed && lexer.accept("(")) {
         do
             if (lexer.accept("&"))
                 row.places.push_back("&" + lexer.identifier("an argument whose address the core takes"));
+            else if (lexer.accept("local"))
+                row.places.push_back("=" + lexer.identifier("an argument of which the core gets a copy"));
             else
                 row.places.push_back(is_identifier(lexer.peek().text)
                                          ? lexer.next().text

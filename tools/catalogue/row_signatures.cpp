@@ -24,6 +24,13 @@ bool by_value(const Argument& a, const Entry& entry)
            (entry.form->convention == Convention::value && a.kind != Kind::handle && a.type != "void");
 }
 
+/// Whether the entry looks at the places of numbers and handles.
+bool reads_places(const Entry& entry)
+{
+    const Class told = entry.row->entry_class;
+    return (told == Class::handed || told == Class::own) && entry.form->convention == Convention::reference;
+}
+
 std::string parameter_type(const Argument& a, const Entry& entry)
 {
     const std::string type = c_type(a.type, entry.precision, entry.width);
@@ -32,9 +39,7 @@ std::string parameter_type(const Argument& a, const Entry& entry)
     if (a.type == "procedure")
         return "qnm_procedure_t";
     if (a.kind == Kind::handle) {
-        const bool read =
-            entry.row->entry_class == Class::handed && entry.form->convention == Convention::reference;
-        return read ? "void* const*" : "void*";
+        return reads_places(entry) ? "void* const*" : "void*";
     }
     if (a.pointers && a.type == "void") // handles: the addresses themselves are what is written
         return written(a) ? "void**" : "void* const*";
@@ -60,9 +65,8 @@ Travel travel(const Argument& a, const Entry& entry)
         return Travel::value;
     if (entry.row->groups && a.kind == Kind::integer && a.array)
         return Travel::integers;
-    const bool read = entry.row->entry_class == Class::handed &&
-                      entry.form->convention == Convention::reference && !a.array &&
-                      (a.kind == Kind::real || a.kind == Kind::handle) && !is_complex_number(a, entry);
+    const bool read = reads_places(entry) && !a.array && (a.kind == Kind::real || a.kind == Kind::handle) &&
+                      !is_complex_number(a, entry);
     return read ? Travel::number : usual.at(a.kind);
 }
 
@@ -96,10 +100,11 @@ Callee callee(const Signature& signature, const Entry& entry)
     };
     if (!row.places.empty()) {
         for (const std::string& told : row.places) {
-            const bool addressed = told.front() == '&';
-            const Argument* a = row.find(addressed ? told.substr(1) : told);
+            const bool addressed = told.front() == '&', local = told.front() == '=';
+            const Argument* a = row.find(addressed || local ? told.substr(1) : told);
             if (a == nullptr) {
-                core.places.push_back({Fill::constant, -1, told});
+                const int* const number = told_number(told, entry.precision, entry.width);
+                core.places.push_back({Fill::constant, -1, number == nullptr ? told : std::to_string(*number)});
                 continue;
             }
             place(signature.parameters.size() - row.arguments.size() +
@@ -108,6 +113,8 @@ Callee callee(const Signature& signature, const Entry& entry)
                 Fill& fill = core.places.back().fill;
                 fill = fill == Fill::read ? Fill::as_it_is : Fill::addressed;
             }
+            if (local)
+                core.places.back().fill = Fill::addressed;
         }
         return core;
     }
