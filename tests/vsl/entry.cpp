@@ -1,0 +1,177 @@
+#include "entry.hpp"
+
+#include <bit>
+
+namespace qnm::tests {
+
+namespace {
+
+constexpr std::uint64_t junk = 0x5A5A'5A5A'0000'0000;
+double memory[8]; // for arrays, of which nothing is read
+
+bool has(const std::string& text, const char* part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+Stream Stream::good, Stream::deleted{{}};
+
+Unbound::Unbound()
+{
+    for (const auto& [name, symbol] : layer().file().locals())
+        if (name.ends_with(".kernel") || (has(name, "vsl5Named") && symbol.type == STT_OBJECT && has(name, "cell")))
+            *reinterpret_cast<void**>(layer().base() + symbol.value) = nullptr;
+    *layer().local<void*>("vml_dll_handle") = nullptr;
+    core().ignore("qnm_serv_strnlen_s");
+}
+
+std::vector<std::string> Unbound::looked_up()
+{
+    std::vector<std::string> names;
+    for (const Call& call : core().calls("dlsym"))
+        names.push_back(call.text);
+    return names;
+}
+
+std::vector<std::string> Unbound::lines()
+{
+    std::vector<std::string> all;
+    for (const Call& call : core().calls("qnm_serv_print_verbose_info"))
+        all.push_back(call.text);
+    return all;
+}
+
+EntryCall::EntryCall(const Signature& signature)
+    : signature_(signature), bits_(signature.parameters.size()), slots_(signature.parameters.size(), &Stream::good)
+{
+    for (std::size_t i = 0; i < bits_.size(); ++i) {
+        const catalogue::Parameter& p = signature.parameters[i];
+        std::string type = p.type;
+        if (by_reference(i)) {
+            type = type.substr(0, type.rfind('*'));
+            type = type.starts_with("const ") ? type.substr(6) : type.substr(0, type.rfind(" const"));
+        }
+        types_.push_back(type);
+        if (type == "void**")
+            point(i, &slots_[i]);
+        else if (type == "void*")
+            point(i, &Stream::good);
+        else if (type == "const char*" || type == "char*")
+            point(i, "a name, and more");
+        else if (is_real(i)) // inside (0, 1), and rising
+            set(i, 0.25 + static_cast<double>(i) / 16);
+        else if (is_number(i)) // falling, but for an upper bound
+            set(i, p.name == "method" ? 0 : p.name == "mstorage" ? 2 : p.name == "b" ? 60
+                                                                   : 40 - static_cast<int>(i));
+        else
+            point(i, &memory[i]);
+    }
+}
+
+std::size_t EntryCall::index(const std::string& name) const
+{
+    for (std::size_t i = 0; i < bits_.size(); ++i)
+        if (signature_.parameters[i].name == name)
+            return i;
+    throw std::out_of_range(signature_.names.front() + " has no " + name);
+}
+
+bool EntryCall::is_number(std::size_t i) const
+{
+    return !type(i).ends_with("*") && !has(type(i), "source");
+}
+
+EntryCall& EntryCall::set(std::size_t i, double number)
+{
+    if (!is_real(i)) {
+        // Wide entries of streams take the lower half, too.
+        const bool half = type(i) == "int" || type(i) == "unsigned" || type(i) == "unsigned long long" ||
+                          (signature_.family == "vsl_streams" && signature_.parameters[i].name != "nskip");
+        const auto value = static_cast<std::int64_t>(number);
+        bits_[i] = half ? junk | static_cast<std::uint32_t>(value) : static_cast<std::uint64_t>(value);
+    } else if (type(i) == "float") {
+        bits_[i] = junk | std::bit_cast<std::uint32_t>(static_cast<float>(number));
+    } else {
+        bits_[i] = std::bit_cast<std::uint64_t>(number);
+    }
+    return *this;
+}
+
+EntryCall& EntryCall::point(std::size_t i, const void* address)
+{
+    bits_[i] = reinterpret_cast<std::uint64_t>(address);
+    return *this;
+}
+
+EntryCall& EntryCall::stream(const std::string& name, Stream* stream)
+{
+    const std::size_t i = index(name);
+    slots_[i] = stream;
+    return type(i) == "void**" ? *this : point(i, stream);
+}
+
+int EntryCall::run() const
+{
+    std::vector<support::Word> words;
+    std::vector<support::Real> reals;
+    for (std::size_t i = 0; i < bits_.size(); ++i)
+        if (by_reference(i))
+            words.emplace_back(&bits_[i]);
+        else if (is_real(i))
+            reals.emplace_back(std::bit_cast<double>(bits_[i]));
+        else
+            words.emplace_back(bits_[i]);
+    return support::call_words(layer()[signature_.names.front()], words, reals).int32();
+}
+
+std::int64_t EntryCall::number(std::size_t i) const
+{
+    return type(i) == "qnm_int64" && signature_.parameters[i].name == "nskip"
+               ? static_cast<std::int64_t>(bits_[i])
+               : static_cast<std::int32_t>(bits_[i]);
+}
+
+double EntryCall::real(std::size_t i) const
+{
+    return type(i) == "float" ? std::bit_cast<float>(static_cast<std::uint32_t>(bits_[i]))
+                              : std::bit_cast<double>(bits_[i]);
+}
+
+std::string EntryCall::shown(std::size_t i) const
+{
+    char text[64];
+    if (is_real(i))
+        std::snprintf(text, sizeof text, "%f", real(i));
+    else if (is_number(i))
+        std::snprintf(text, sizeof text, "%lld", static_cast<long long>(number(i)));
+    else
+        std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(bits_[i]));
+    return text;
+}
+
+void EntryCall::expect_passed(const Call& kernel) const
+{
+    EXPECT_TRUE(kernel.aligned());
+    std::size_t word = 0, vector = 0;
+    for (const catalogue::Place& place : signature_.callees.front().places) {
+        const auto i = static_cast<std::size_t>(std::max(place.parameter, 0));
+        const std::string& name = signature_.parameters.at(i).name;
+        if (place.parameter < 0) {
+            EXPECT_EQ(kernel.int32(word++), std::stoi(place.constant));
+        } else if (place.fill == Fill::addressed) { // a seed, in a place of the entry's own
+            expect_local(kernel, word, name);
+            EXPECT_EQ(kernel.behind<std::int32_t>(word++), number(i)) << name;
+        } else if (is_real(i)) {
+            EXPECT_EQ(type(i) == "float" ? kernel.real32(vector) : kernel.real(vector), real(i)) << name;
+            ++vector;
+        } else if (is_number(i) && name != "nskip") {
+            EXPECT_EQ(kernel.int32(word++), number(i)) << name;
+        } else {
+            EXPECT_EQ(kernel.word(word++), bits_[i]) << name;
+        }
+    }
+}
+
+} // namespace qnm::tests

@@ -1,0 +1,57 @@
+// A call of any entry of streams or generators, made from its signature; and the fixture that unbinds kernels.
+#pragma once
+
+#include "support/function_call.hpp"
+
+namespace qnm::tests {
+
+/// Every kernel's cell, and the library's handle, as they were at the start.
+class Unbound : public recording::RecordedTest {
+protected:
+    Unbound();
+    /// What was looked up since the core was cleared.
+    static std::vector<std::string> looked_up();
+    /// Names and lines of what was printed.
+    static std::vector<std::string> lines();
+};
+
+/// A record that the layer takes for a stream, or for none.
+struct Stream {
+    unsigned char bytes[16]{0, 0, 0, 0, 1};
+    static Stream good, deleted;
+};
+
+/// Good arguments that are all different, with junk where nothing is to be read.
+class EntryCall {
+public:
+    explicit EntryCall(const Signature& signature);
+
+    std::size_t index(const std::string& name) const;
+    bool is_real(std::size_t i) const { return type(i) == "float" || type(i) == "double"; }
+    bool is_number(std::size_t i) const;
+    /// A number, or an address: at a place, from 0.
+    EntryCall& set(std::size_t i, double number);
+    EntryCall& point(std::size_t i, const void* address);
+    /// What the slot or the handle at this place leads to.
+    EntryCall& stream(const std::string& name, Stream* stream);
+    int run() const;
+
+    std::int64_t number(std::size_t i) const;
+    double real(std::size_t i) const;
+    /// An argument as the line has it.
+    std::string shown(std::size_t i) const;
+    /// Expects the kernel's arguments where the signature tells.
+    void expect_passed(const Call& kernel) const;
+
+private:
+    /// The type of what is meant, without the address at which it may stand.
+    const std::string& type(std::size_t i) const { return types_[i]; }
+    bool by_reference(std::size_t i) const { return signature_.parameters[i].travel == Travel::number; }
+
+    const Signature& signature_;
+    std::vector<std::string> types_;
+    std::vector<std::uint64_t> bits_;
+    std::vector<Stream*> slots_;
+};
+
+} // namespace qnm::tests
