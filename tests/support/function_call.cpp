@@ -111,12 +111,14 @@ FunctionCall::Type FunctionCall::type_of(std::size_t i, std::size_t& parts) cons
         return Type::int32;
     if (is_integer(i))
         return narrow() ? Type::int32 : Type::int64;
-    if (p.argument == nullptr || p.argument->pointers)
+    if (p.argument == nullptr || p.argument->pointers ||
+        (p.argument->kind == catalogue::Kind::handle && p.travel == Travel::number))
         return Type::int64; // the length of a result, addresses
     const std::string type = catalogue::c_type(p.argument->type, signature_->letter, signature_->form->width);
     const bool is_complex = type == "qnm_complex8" || type == "qnm_complex16";
     parts = is_complex ? 2 : 1;
-    return type == "float" || type == "qnm_complex8"     ? Type::float32
+    return type == "int"                                 ? Type::int32 // in either width
+           : type == "float" || type == "qnm_complex8"     ? Type::float32
            : type == "double" || type == "qnm_complex16" ? Type::float64
                                                          : Type::byte;
 }
