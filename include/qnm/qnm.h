@@ -4,6 +4,7 @@
 
 #include <qnm/blas.h>
 #include <qnm/cblas.h>
+#include <qnm/df.h>
 #include <qnm/dfti.h>
 #include <qnm/lapack.h>
 #include <qnm/lapacke_helpers.h>
@@ -12,5 +13,6 @@
 #include <qnm/trans.h>
 #include <qnm/types.h>
 #include <qnm/vml.h>
+#include <qnm/vsl.h>
 
 #endif

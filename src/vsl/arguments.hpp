@@ -80,8 +80,7 @@ struct Shown<FortranText> {
 
 // The call of a kernel: of a wide integer it gets the lower half.
 template <class... P, class... A>
-    requires(sizeof...(P) == sizeof...(A))
-QNM_INLINE int call(int (*kernel)(P...), A... arguments)
+requires(sizeof...(P) == sizeof...(A)) QNM_INLINE int call(int (*kernel)(P...), A... arguments)
 {
     return kernel(static_cast<P>(given(arguments))...);
 }

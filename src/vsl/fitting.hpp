@@ -68,7 +68,6 @@ QNM_INLINE core_int or_zero(int value)
     return value;
 }
 
-
 /// An argument, or one that stays on the caller's stack until it is asked for.
 template <class V>
 QNM_INLINE V value(V argument)
@@ -175,8 +174,9 @@ QNM_INLINE int interpolate(const Fitting* task, core_int type, core_int method, 
             type = at_given;
         return run<T, entry, "DFInterpolate1D">(
             task, type, method, count, sites, hint, or_zero(derivatives), as_it_is(list), as_it_is(datahint),
-            as_it_is(r), or_zero(rhint), as_it_is(cells), callbacks.left, callbacks.left_params, callbacks.right,
-            callbacks.right_params, callbacks.inner, callbacks.inner_params, told.search, told.params);
+            as_it_is(r), or_zero(rhint), as_it_is(cells), callbacks.left, callbacks.left_params,
+            callbacks.right, callbacks.right_params, callbacks.inner, callbacks.inner_params, told.search,
+            told.params);
     }
     if (unlikely((type & found) == 0))
         return no_operation;
@@ -205,10 +205,10 @@ QNM_INLINE int integrate(const Fitting* task, core_int method, core_int count, c
         return null_coefficients;
     if (unlikely(r == nullptr))
         return null_integrals;
-    return run<T, entry, "DFIntegrate1D">(task, method, count, left, lefthint, right, righthint, left_datahint,
-                                          right_datahint, r, rhint, callbacks.left, callbacks.left_params,
-                                          callbacks.right, callbacks.right_params, callbacks.inner,
-                                          callbacks.inner_params, told.search, told.params);
+    return run<T, entry, "DFIntegrate1D">(task, method, count, left, lefthint, right, righthint,
+                                          left_datahint, right_datahint, r, rhint, callbacks.left,
+                                          callbacks.left_params, callbacks.right, callbacks.right_params,
+                                          callbacks.inner, callbacks.inner_params, told.search, told.params);
 }
 
 template <class T, Text entry>
@@ -236,9 +236,7 @@ int construct(const Fitting* task, core_int format, core_int method)
         return null_task;
     if (unlikely(lacks_coefficients(*task)))
         return null_coefficients;
-    const auto made = [&]<Text kernel>() {
-        return run<T, "Construct1D", kernel>(task, format, method);
-    };
+    const auto made = [&]<Text kernel>() { return run<T, "Construct1D", kernel>(task, format, method); };
     const auto of_order = [&]<Text kernel>(core_int order) {
         return task->order == order ? made.template operator()<kernel>() : int{bad_order};
     };
@@ -285,32 +283,31 @@ template <class T, class I, class Task, class N>
 QNM_INLINE int Interpolate1D(Task task, N type, N method, N count, const T* sites, N hint, N& derivatives,
                              const int*& list, const T*& datahint, T*& r, N& rhint, int*& cells)
 {
-    return interpolate<T, "Interpolate1D">(task_of(task), or_zero(type), or_zero(method), or_zero(count), sites,
-                                           or_zero(hint), In<N>{derivatives}, In<const int*>{list},
-                                           In<const T*>{datahint}, In<T*>{r}, In<N>{rhint}, In<int*>{cells}, {},
-                                           {});
+    return interpolate<T, "Interpolate1D">(task_of(task), or_zero(type), or_zero(method), or_zero(count),
+                                           sites, or_zero(hint), In<N>{derivatives}, In<const int*>{list},
+                                           In<const T*>{datahint}, In<T*>{r}, In<N>{rhint}, In<int*>{cells},
+                                           {}, {});
 }
 template <class T, class I, class Task, class N>
 QNM_INLINE int InterpolateEx1D(Task task, N type, N method, N count, const T* sites, N hint, N& derivatives,
                                const int*& list, const T*& datahint, T*& r, N& rhint, int*& cells,
-                               const void* left,
-                               const void* left_params, const void* right, const void* right_params,
-                               const void* inner, const void* inner_params, const void* search,
-                               const void* params)
+                               const void* left, const void* left_params, const void* right,
+                               const void* right_params, const void* inner, const void* inner_params,
+                               const void* search, const void* params)
 {
     return interpolate<T, "InterpolateEx1D">(
-        task_of(task), or_zero(type), or_zero(method), or_zero(count), sites, or_zero(hint), In<N>{derivatives},
-        In<const int*>{list}, In<const T*>{datahint}, In<T*>{r}, In<N>{rhint}, In<int*>{cells},
-        {left, left_params, right, right_params, inner, inner_params}, {search, params});
+        task_of(task), or_zero(type), or_zero(method), or_zero(count), sites, or_zero(hint),
+        In<N>{derivatives}, In<const int*>{list}, In<const T*>{datahint}, In<T*>{r}, In<N>{rhint},
+        In<int*>{cells}, {left, left_params, right, right_params, inner, inner_params}, {search, params});
 }
 
 template <class T, class I, class Task, class N>
-QNM_INLINE int Integrate1D(Task task, N method, N count, const T* left, N lefthint, const T* right, N righthint,
-                           const T* left_datahint, const T* right_datahint, T* r, N rhint)
+QNM_INLINE int Integrate1D(Task task, N method, N count, const T* left, N lefthint, const T* right,
+                           N righthint, const T* left_datahint, const T* right_datahint, T* r, N rhint)
 {
-    return integrate<T, "Integrate1D">(task_of(task), or_zero(method), or_zero(count), left, or_zero(lefthint),
-                                       right, or_zero(righthint), left_datahint, right_datahint, r,
-                                       or_zero(rhint), {}, {});
+    return integrate<T, "Integrate1D">(task_of(task), or_zero(method), or_zero(count), left,
+                                       or_zero(lefthint), right, or_zero(righthint), left_datahint,
+                                       right_datahint, r, or_zero(rhint), {}, {});
 }
 template <class T, class I, class Task, class N>
 QNM_INLINE int IntegrateEx1D(Task task, N method, N count, const T* left, N lefthint, const T* right,
@@ -319,15 +316,15 @@ QNM_INLINE int IntegrateEx1D(Task task, N method, N count, const T* left, N left
                              const void* right_params, const void* inner, const void* inner_params,
                              const void* search, const void* params)
 {
-    return integrate<T, "IntegrateEx1D">(task_of(task), or_zero(method), or_zero(count), left,
-                                         or_zero(lefthint), right, or_zero(righthint), left_datahint,
-                                         right_datahint, r, or_zero(rhint),
-                                         {left_cb, left_params, right_cb, right_params, inner, inner_params},
-                                         {search, params});
+    return integrate<T, "IntegrateEx1D">(
+        task_of(task), or_zero(method), or_zero(count), left, or_zero(lefthint), right, or_zero(righthint),
+        left_datahint, right_datahint, r, or_zero(rhint),
+        {left_cb, left_params, right_cb, right_params, inner, inner_params}, {search, params});
 }
 
 template <class T, class I, class Task, class N>
-QNM_INLINE int SearchCells1D(Task task, N method, N count, const T* sites, N hint, const T* datahint, int* cells)
+QNM_INLINE int SearchCells1D(Task task, N method, N count, const T* sites, N hint, const T* datahint,
+                             int* cells)
 {
     return search_cells<T, "SearchCells1D">(task_of(task), or_zero(method), or_zero(count), sites,
                                             or_zero(hint), datahint, cells, {});

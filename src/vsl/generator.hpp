@@ -26,9 +26,7 @@ constexpr int go_on = 1;
 template <Methods methods, class M, class S, class N, class T>
 QNM_INLINE int tested_generator(const Facts& facts, M method, S stream, N n, const void* r, T parameters)
 {
-    const auto refused = [&](int place) QNM_INLINE_LAMBDA {
-        return refuse(facts.name, place, bad_argument);
-    };
+    const auto refused = [&](int place) QNM_INLINE_LAMBDA { return refuse(facts.name, place, bad_argument); };
     if (unlikely(given(method) < 0))
         return refused(1);
     if (const int status = validity(given(stream)); unlikely(status != 0))
@@ -85,8 +83,8 @@ QNM_INLINE int generator(const Facts& facts, M method, S stream, N n, E* r, T pa
         }(method, stream, n, as<AsItIs>(r), arguments...);
     };
     if (unlikely(*mode != 0))
-        return with_values(Kernel::cell, Timed<typename Kernel::Type>::generator, facts.shown, facts.format, mode,
-                           Kernel::cell);
+        return with_values(Kernel::cell, Timed<typename Kernel::Type>::generator, facts.shown, facts.format,
+                           mode, Kernel::cell);
     const int status = with_values(Kernel::cell, Kernel::cell);
     if (unlikely(*mode != 0))
         return with_values(Kernel::cell, Timed<typename Kernel::Type>::ended, facts.shown, facts.format, 0.0,
@@ -96,8 +94,8 @@ QNM_INLINE int generator(const Facts& facts, M method, S stream, N n, E* r, T pa
 
 constexpr core_int block = 2147483647;
 
-/// More numbers than a kernel takes at once. Arrays among the parameters stand still, and so much of the result
-/// is skipped for a block as if each number had one element.
+/// More numbers than a kernel takes at once. Arrays among the parameters stand still, and so much of the
+/// result is skipped for a block as if each number had one element.
 template <class Kernel, class Type = typename Kernel::Type>
 struct Blocks;
 template <class Kernel, class E, class... P>
@@ -116,8 +114,8 @@ struct Blocks<Kernel, int(int, void*, int, E*, P...)> {
 
 /// The wide form.
 template <class Kernel, Methods methods, class E, class T, class... A>
-QNM_INLINE int wide_generator(const Facts& facts, core_int method, void* stream, core_int n, E* r, T parameters,
-                              A... arguments)
+QNM_INLINE int wide_generator(const Facts& facts, core_int method, void* stream, core_int n, E* r,
+                              T parameters, A... arguments)
 {
     const int verdict = tested_generator<methods>(facts, method, stream, n, r, parameters);
     if (verdict <= 0)

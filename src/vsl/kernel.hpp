@@ -1,4 +1,5 @@
-// A kernel of statistics or fitting: found by name at the first call of an entry, and kept in the entry's cell.
+// A kernel of statistics or fitting: found by name at the first call of an entry, and kept in the entry's
+// cell.
 #pragma once
 
 #include "vml/binding.hpp"

@@ -64,8 +64,8 @@ const char* copied(FortranText text, char (&room)[256])
 
 } // namespace qnm::vsl
 
-// How the first call of a forwarder finds its kernel: the cell comes in rax, the name in r10, and the caller's
-// arguments, all words, stay where they are.
+// How the first call of a forwarder finds its kernel: the cell comes in rax, the name in r10, and the
+// caller's arguments, all words, stay where they are.
 asm(".pushsection .text.unlikely,\"ax\",@progbits\n"
     ".hidden qnm_vsl_first_call\n"
     ".globl qnm_vsl_first_call\n"

@@ -120,8 +120,8 @@ QNM_INLINE int run(const Facts& facts, A... arguments)
 }
 
 /// Arguments wait in volatile variables while functions are called: in saved registers each would cost two
-/// instructions more, and other ways to keep them out of registers lose the jump at the end. Real numbers have
-/// no saved registers. Each in turn comes from the front and goes to the end.
+/// instructions more, and other ways to keep them out of registers lose the jump at the end. Real numbers
+/// have no saved registers. Each in turn comes from the front and goes to the end.
 template <class Kernel, Steps steps, std::size_t left, class... A>
 QNM_INLINE int keep(const Facts& facts, A... arguments)
 {
@@ -135,7 +135,8 @@ QNM_INLINE int keep(const Facts& facts, A... arguments)
                         return keep<Kernel, steps, left - 1>(facts, rest..., argument);
                     } else {
                         const volatile V kept = argument.value;
-                        return keep<Kernel, steps, left - 1>(facts, rest..., As<Kind, const volatile V&>{kept});
+                        return keep<Kernel, steps, left - 1>(facts, rest...,
+                                                             As<Kind, const volatile V&>{kept});
                     }
                 }(first);
             else

@@ -200,6 +200,73 @@ void add_vectors(std::vector<Names>& all)
         all.push_back({"qnm_vml_serv_" + name});
 }
 
+/// Streams and generators, summary statistics, convolution, data fitting.
+void add_statistics(std::vector<Names>& all)
+{
+    const auto add = [&](const std::string& forms, const Names& names) {
+        for (const std::string& form : words(forms))
+            for (const std::string& name : names)
+                all.push_back(spelled(form, name));
+    };
+    const auto both = [&](const std::string& upper, const std::string& lower, const Names& names) {
+        for (const std::string& name : names)
+            all.push_back(spelled(upper + " " + lower, name));
+    };
+    Names generators =
+        lettered("sd", "RngCauchy RngExponential RngGaussian RngGaussianMV RngGumbel RngLaplace RngLognormal "
+                       "RngRayleigh RngUniform RngWeibull RngBeta RngGamma RngChiSquare");
+    for (const std::string& name :
+         lettered("i", "RngBernoulli RngBinomial RngMultinomial RngGeometric RngHypergeometric RngPoisson "
+                       "RngPoissonV RngUniform RngUniformBits RngUniformBits32 RngUniformBits64"))
+        generators.push_back(name);
+    add("vName vName_64", generators);
+    both("VNAME_", "vname_", generators);
+    all.push_back({"viRngNegbinomial", "viRngNegBinomial"});
+    add("vName_64", {"iRngNegbinomial"});
+    both("VNAME_", "vname_", {"iRngNegbinomial"});
+
+    const Names wide =
+                    words("NewStream NewStreamEx DeleteStream CopyStream CopyStreamState LeapfrogStream "
+                          "SkipAheadStream SkipAheadStreamEx SaveStreamF LoadStreamF SaveStreamM LoadStreamM "
+                          "GetStreamSize"),
+                narrow = words("GetStreamStateBrng GetNumRegBrngs RegisterBrng GetBrngProperties "
+                               "iNewAbstractStream sNewAbstractStream dNewAbstractStream");
+    add("vslName_64", wide);
+    for (const Names* names : {&wide, &narrow}) {
+        add("vslName", *names);
+        both("VSLNAME_", "vslname_", *names);
+    }
+    all.push_back({"qnm_vml_service_IsStreamValid"});
+
+    add("vslName VSLNAME_ vslname_",
+        lettered("sd",
+                 "SSNewTask SSEditTask SSEditMoments SSEditSums SSEditCovCor SSEditCP SSEditPartialCovCor "
+                 "SSEditQuantiles SSEditStreamQuantiles SSEditPooledCovariance SSEditRobustCovariance "
+                 "SSEditOutliersDetection SSEditMissingValues SSEditCorParameterization SSCompute"));
+    add("vslName VSLNAME_ vslname_", {"iSSEditTask", "SSDeleteTask"});
+    add("vslName_64", {"sSSNewTask", "dSSNewTask"});
+
+    for (const char* kind : {"Conv", "Corr"})
+        for (const std::string& patterns :
+             {std::string("vslName"), std::string("VSLNAME_ vslname vslname_")}) {
+            for (const std::string& entry :
+                 words("NewTask NewTask1D NewTaskX NewTaskX1D Exec Exec1D ExecX ExecX1D"))
+                for (const std::string& name : lettered("sdcz", kind + entry))
+                    all.push_back(spelled(patterns, name));
+            for (const std::string& entry :
+                 words("SetMode SetInternalPrecision SetStart SetDecimation CopyTask DeleteTask"))
+                all.push_back(spelled(patterns, kind + entry));
+        }
+
+    Names fitting =
+        lettered("sd", "NewTask1D EditPPSpline1D EditPtr QueryPtr EditIdxPtr QueryIdxPtr Construct1D "
+                       "Interpolate1D InterpolateEx1D Integrate1D IntegrateEx1D SearchCells1D "
+                       "SearchCellsEx1D");
+    fitting.insert(fitting.end(), {"DeleteTask", "iEditVal", "iQueryVal"});
+    add("dfName", fitting);
+    both("DFNAME_", "dfname_", fitting);
+}
+
 /// Those that are published with LAPACK too.
 bool with_lapack(const std::string& name)
 {
@@ -370,6 +437,7 @@ std::vector<Names> bodies()
     add_solvers(all);
     add_plans(all);
     add_vectors(all);
+    add_statistics(all);
     for (const TwoForms& row : two_forms()) {
         all.push_back(row.fortran);
         alone({row.c}, "Name");

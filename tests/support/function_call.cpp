@@ -118,7 +118,7 @@ FunctionCall::Type FunctionCall::type_of(std::size_t i, std::size_t& parts) cons
     const bool is_complex = type == "qnm_complex8" || type == "qnm_complex16";
     parts = is_complex ? 2 : 1;
     return type == "int"                                 ? Type::int32 // in either width
-           : type == "float" || type == "qnm_complex8"     ? Type::float32
+           : type == "float" || type == "qnm_complex8"   ? Type::float32
            : type == "double" || type == "qnm_complex16" ? Type::float64
                                                          : Type::byte;
 }

@@ -40,7 +40,8 @@ FunctionCall::Passed FunctionCall::expect_passed(const Call& noted, const Callee
                     << name << " is " << static_cast<double>(this->number(i));
             continue;
         }
-        if ((place.fill == Fill::widened || place.fill == Fill::addressed) && !slot.by_value && !slot.pointed) {
+        if ((place.fill == Fill::widened || place.fill == Fill::addressed) && !slot.by_value &&
+            !slot.pointed) {
             expect_local(noted, word, name);
             EXPECT_TRUE(copies.insert(noted.word(word)).second) << name;
         }

@@ -21,7 +21,8 @@ Stream Stream::good, Stream::deleted{{}};
 Unbound::Unbound()
 {
     for (const auto& [name, symbol] : layer().file().locals())
-        if (name.ends_with(".kernel") || (has(name, "vsl5Named") && symbol.type == STT_OBJECT && has(name, "cell")))
+        if (name.ends_with(".kernel") ||
+            (has(name, "vsl5Named") && symbol.type == STT_OBJECT && has(name, "cell")))
             *reinterpret_cast<void**>(layer().base() + symbol.value) = nullptr;
     *layer().local<void*>("vml_dll_handle") = nullptr;
     core().ignore("qnm_serv_strnlen_s");
@@ -44,7 +45,9 @@ std::vector<std::string> Unbound::lines()
 }
 
 EntryCall::EntryCall(const Signature& signature)
-    : signature_(signature), bits_(signature.parameters.size()), slots_(signature.parameters.size(), &Stream::good)
+    : signature_(signature),
+      bits_(signature.parameters.size()),
+      slots_(signature.parameters.size(), &Stream::good)
 {
     for (std::size_t i = 0; i < bits_.size(); ++i) {
         const catalogue::Parameter& p = signature.parameters[i];
@@ -63,8 +66,10 @@ EntryCall::EntryCall(const Signature& signature)
         else if (is_real(i)) // inside (0, 1), and rising
             set(i, 0.25 + static_cast<double>(i) / 16);
         else if (is_number(i)) // falling, but for an upper bound
-            set(i, p.name == "method" ? 0 : p.name == "mstorage" ? 2 : p.name == "b" ? 60
-                                                                   : 40 - static_cast<int>(i));
+            set(i, p.name == "method"     ? 0
+                   : p.name == "mstorage" ? 2
+                   : p.name == "b"        ? 60
+                                          : 40 - static_cast<int>(i));
         else
             point(i, &memory[i]);
     }

@@ -1,4 +1,5 @@
-// A call of any entry of streams or generators, made from its signature; and the fixture that unbinds kernels.
+// A call of any entry of streams or generators, made from its signature; and the fixture that unbinds
+// kernels.
 #pragma once
 
 #include "support/function_call.hpp"

@@ -26,7 +26,8 @@ class Estimates : public Unbound {
 protected:
     struct Task {
         int wide = 0;
-        const void *unread = nullptr, *p = nullptr, *n = nullptr, *w = nullptr, *x = nullptr, *indices[2]{}, *storage = nullptr;
+        const void *unread = nullptr, *p = nullptr, *n = nullptr, *w = nullptr, *x = nullptr, *indices[2]{},
+                   *storage = nullptr;
     } task_;
     std::int64_t p_ = 1, n_ = 1, x_ = 1, storage_ = 0x20000;
 
@@ -114,7 +115,8 @@ TEST_F(Estimates, ATaskIsLookedAtInOrder)
         refused(-4001);
         task_.p = &p_;
         // The integers that are told have 32 bits, or 64.
-        for (const std::int64_t bad : {std::int64_t{0}, std::int64_t{-1}, wide == 0 ? 0x100000000 : -0x100000000}) {
+        for (const std::int64_t bad :
+             {std::int64_t{0}, std::int64_t{-1}, wide == 0 ? 0x100000000 : -0x100000000}) {
             p_ = bad;
             refused(-4001);
         }

@@ -35,7 +35,8 @@ protected:
         for (std::size_t i = 0; i < words.size(); ++i)
             if (integers.contains(i)) {
                 by_value.emplace_back(static_cast<int>(words[i]));
-                words[i] = static_cast<std::int64_t>(0x5A5A5A5A00000000U | static_cast<std::uint32_t>(words[i]));
+                words[i] =
+                    static_cast<std::int64_t>(0x5A5A5A5A00000000U | static_cast<std::uint32_t>(words[i]));
                 by_reference.emplace_back(&words[i]);
             } else {
                 by_value.emplace_back(words[i]);
@@ -43,7 +44,8 @@ protected:
             }
         core().clear();
         const int status = support::call_words(layer()["df" + name], by_value).int32();
-        EXPECT_EQ(support::call_words(layer()["DF" + catalogue::to_upper(name) + "_"], by_reference).int32(), status);
+        EXPECT_EQ(support::call_words(layer()["DF" + catalogue::to_upper(name) + "_"], by_reference).int32(),
+                  status);
         return status;
     }
     static void expect_kernel(const std::string& name, Words words)
@@ -72,7 +74,8 @@ protected:
     };
     Entry interpolate() const
     {
-        return {"dInterpolateEx1D", {task(), 1, 1, 5, 104, 0, 2, 107, 108, 109, -10, 111, 112, 113, 114, 115, 116, 117, 118, 119},
+        return {"dInterpolateEx1D",
+                {task(), 1, 1, 5, 104, 0, 2, 107, 108, 109, -10, 111, 112, 113, 114, 115, 116, 117, 118, 119},
                 {1, 2, 3, 5, 6, 10}};
     }
     static Entry plain(Entry entry, std::size_t callbacks)
@@ -88,8 +91,8 @@ TEST_F(Fitting, InterpolationTestsInOrder)
     for (const Entry& entry : {interpolate(), plain(interpolate(), 8)}) {
         task_.trusted = 0;
         Entry bad = entry; // all is, but what is made good on the way
-        bad.words[1] = 8, bad.words[2] = 0, bad.words[3] = 0, bad.words[4] = 0, bad.words[5] = 2, bad.words[6] = 0,
-        bad.words[9] = 0, bad.words[11] = 0;
+        bad.words[1] = 8, bad.words[2] = 0, bad.words[3] = 0, bad.words[4] = 0, bad.words[5] = 2,
+        bad.words[6] = 0, bad.words[9] = 0, bad.words[11] = 0;
         task_.coefficients = nullptr;
         EXPECT_EQ(bad(0, 0), -1000);
         EXPECT_EQ(bad(), -1003);
@@ -173,9 +176,10 @@ TEST_F(Fitting, InterpolationGetsEveryArgument)
 
 TEST_F(Fitting, Integration)
 {
-    const Entry with{"sIntegrateEx1D",
-                     {task(), -1, 5, 103, -4, 105, -6, 107, 108, 109, -10, 111, 112, 113, 114, 115, 116, 117, 118},
-                     {1, 2, 4, 6, 10}};
+    const Entry with{
+        "sIntegrateEx1D",
+        {task(), -1, 5, 103, -4, 105, -6, 107, 108, 109, -10, 111, 112, 113, 114, 115, 116, 117, 118},
+        {1, 2, 4, 6, 10}};
     for (const Entry& entry : {with, plain(with, 8)}) {
         task_.trusted = 0;
         EXPECT_EQ(entry(), 0);
@@ -254,9 +258,9 @@ TEST_F(Fitting, TypeAndOrderChooseAKernel)
                                   {task(), -5, 7});
                 } else {
                     EXPECT_THAT(story(), IsEmpty());
-                    EXPECT_EQ(status, type != kernels.end()                   ? -1010
+                    EXPECT_EQ(status, type != kernels.end()                ? -1010
                                       : task_.type >= 6 && task_.type <= 8 ? 0
-                                                                             : -1011);
+                                                                           : -1011);
                 }
             }
         }

@@ -45,7 +45,8 @@ TEST_F(Forwarders, EachFormOfStatisticsFindsItsKernel)
         EXPECT_THAT(story(), ElementsAre(name));
     }
     int integer = 5;
-    for (const auto& [entry, wide] : {std::pair{"vsldSSNewTask", 0}, {"vsldSSNewTask_64", 1}, {"VSLDSSNEWTASK_", 0}}) {
+    for (const auto& [entry, wide] :
+         {std::pair{"vsldSSNewTask", 0}, {"vsldSSNewTask_64", 1}, {"VSLDSSNEWTASK_", 0}}) {
         core().clear();
         support::call_words(layer()[entry], {&integer, 1UL, 2UL, 3UL, 4UL, 5UL, 6UL});
         EXPECT_EQ(core().calls("__vsldSSNewTask").at(0).int32(7), wide);
@@ -59,8 +60,9 @@ TEST_F(Forwarders, FormsOfFittingShareTheirKernel)
     for (const Signature* s : entries) {
         expect_handed_on(*s);
         const bool first = s->form->name == "value";
-        EXPECT_EQ(looked_up(), first ? std::vector{"qnm_df_kernel_" + catalogue::with_letter(s->root, s->letter)}
-                                     : std::vector<std::string>{});
+        EXPECT_EQ(looked_up(),
+                  first ? std::vector{"qnm_df_kernel_" + catalogue::with_letter(s->root, s->letter)}
+                        : std::vector<std::string>{});
     }
 }
 

@@ -48,7 +48,10 @@ const std::vector<Published> published{
     {"viRngBinomial", "%d,F", {0}, {count5, closed6}},
     {"viRngMultinomial", "%d,%d,%p", {0}, {natural5, {6, {0, -1}, {1}}, {7, {none}, {}}}},
     {"viRngGeometric", "F", {0}, {open5}},
-    {"viRngHypergeometric", "%d,%d,%d", {0}, {{6, {-1}, {0}}, {7, {-1}, {0}}, {5, {34, -1}, {35}}}}, // s is 35
+    {"viRngHypergeometric",
+     "%d,%d,%d",
+     {0},
+     {{6, {-1}, {0}}, {7, {-1}, {0}}, {5, {34, -1}, {35}}}}, // s is 35
     {"viRngNegbinomial", "F,F", {0}, {positive5, open6}},
     {"viRngPoisson", "F", {0, 1}, {positive5}},
     {"viRngPoissonV", "%p", {0}, {{5, {none}, {}}}},
@@ -236,10 +239,12 @@ TEST_F(Generators, NarrowFormsPrintOneLineBehindTheKernel)
             EXPECT_THAT(lines(), IsEmpty());
             return;
         }
-        EXPECT_THAT(story(), ElementsAre("qnm_serv_verbose_mode", "qnm_serv_dsecnd", kernel(name), "qnm_serv_dsecnd",
-                                         "qnm_serv_sprintf_s", "qnm_serv_print_verbose_info"));
+        EXPECT_THAT(story(),
+                    ElementsAre("qnm_serv_verbose_mode", "qnm_serv_dsecnd", kernel(name), "qnm_serv_dsecnd",
+                                "qnm_serv_sprintf_s", "qnm_serv_print_verbose_info"));
         const std::string real = name[1] == 's' ? "%f" : "%lf";
-        std::string format = std::string("%s(%d,%p,%d,%p") + (*facts.format == '\0' ? "" : ",") + facts.format + ")",
+        std::string format = std::string("%s(%d,%p,%d,%p") + (*facts.format == '\0' ? "" : ",") +
+                             facts.format + ")",
                     line = name + "(";
         for (std::size_t at = 0; (at = format.find('F', at)) != std::string::npos;)
             format.replace(at, 1, real);

@@ -36,8 +36,20 @@ const std::vector<Published> published{
     {"RegisterBrng", "RegisterBrng", "", "vslRegisterBrng", false, false, {}},
     {"GetBrngProperties", "GetBrngProperties", "(%d,%p)", "vslGetBrngProperties", false, false, {}},
     {"iNewAbstractStream", "iNewAbstractStream", "(%p,%d,%p,%p)", "vsliNewAbstractStream", false, true, {}},
-    {"sNewAbstractStream", "sNewAbstractStream", "(%p,%d,%p,%f,%f,%p)", "vslsNewAbstractStream", false, true, {}},
-    {"dNewAbstractStream", "dNewAbstractStream", "(%p,%d,%p,%lf,%lf,%p)", "vsldNewAbstractStream", false, true, {}}};
+    {"sNewAbstractStream",
+     "sNewAbstractStream",
+     "(%p,%d,%p,%f,%f,%p)",
+     "vslsNewAbstractStream",
+     false,
+     true,
+     {}},
+    {"dNewAbstractStream",
+     "dNewAbstractStream",
+     "(%p,%d,%p,%lf,%lf,%p)",
+     "vsldNewAbstractStream",
+     false,
+     true,
+     {}}};
 
 class Streams : public Unbound {
 protected:
@@ -147,8 +159,8 @@ TEST_F(Streams, NarrowFormsPrintOneLineThatIsMadeAheadOfTheKernel)
             for (std::size_t i = 0; *facts.format != '\0' && i < s.parameters.size(); ++i) {
                 const std::string& name = s.parameters[i].name;
                 text += (i == 0 ? "(" : ",") + (names && name == "brng" ? "Unknown engine"
-                                                : name == "fname" ? "a name, and more"
-                                                                  : call.shown(i));
+                                                : name == "fname"       ? "a name, and more"
+                                                                        : call.shown(i));
                 if (name == "fname" && s.form->name == "narrow")
                     text += ",-1"; // in C
             }
@@ -224,7 +236,8 @@ TEST_F(Streams, NamesOfFilesEndAtTheirLength)
     void* const stream = &Stream::good;
     std::string text(300, 'x');
     text[150] = '\0';
-    for (const auto& [length, shown] : {std::pair{3, 3}, {0, 0}, {149, 149}, {151, 150}, {-1, 150}, {290, 150}}) {
+    for (const auto& [length, shown] :
+         {std::pair{3, 3}, {0, 0}, {149, 149}, {151, 150}, {-1, 150}, {290, 150}}) {
         core().clear();
         support::call_words(layer()["vslsavestreamf_"], {&stream, text.data(), length});
         EXPECT_EQ(core().calls("__vslSaveStreamF").at(0).int32(2), length);

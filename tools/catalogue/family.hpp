@@ -33,11 +33,11 @@ struct Form {
 
 struct Family {
     std::string name;
-    std::string room;  // the folder of its templates, and the namespace
-    std::string core;  // pattern of the core's functions, or of kernels; empty: there are none
-    bool kernels = false;      // these are found by name, at the first call
-    bool kernel_each = false;  // of each form for itself
-    std::string calls; // of an interface upon another one: the family whose entries it calls
+    std::string room;         // the folder of its templates, and the namespace
+    std::string core;         // pattern of the core's functions, or of kernels; empty: there are none
+    bool kernels = false;     // these are found by name, at the first call
+    bool kernel_each = false; // of each form for itself
+    std::string calls;        // of an interface upon another one: the family whose entries it calls
     std::vector<Form> forms;
 
     /// The form of that name; null if the family has none.

@@ -111,7 +111,7 @@ struct Row {
     std::string leaf;                     // name of the leaf size that the routine asks ilaenv for
     std::string core_root;                // where the core's name has another root
     bool core_without_letter = false;
-    std::string value_core_root;          // the same, of the form that takes values
+    std::string value_core_root;     // the same, of the form that takes values
     std::vector<std::string> places; // what the core gets, where that is not the arguments in their order
     std::string small_root;          // the kernel for small sizes, with its condition
     ExpressionPtr small_condition;
@@ -174,8 +174,8 @@ struct Entry {
     int hidden_lengths() const;
 };
 
-/// A word for a place of a call whose number letter and form tell: `field` and `precision`, 1 and 2 of s d and
-/// c z, of s c and d z; `wide`, 1 in a wide form. Null: it is none.
+/// A word for a place of a call whose number letter and form tell: `field` and `precision`, 1 and 2 of s d
+/// and c z, of s c and d z; `wide`, 1 in a wide form. Null: it is none.
 const int* told_number(const std::string& word, const Precision& precision, Width width);
 bool is_told(const std::string& word);
 

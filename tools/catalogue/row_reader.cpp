@@ -206,7 +206,8 @@ void read_class(Lexer& lexer, Row& row)
     }
 }
 
-/// `core ROOT`, or `core - ROOT` where letters share it, with what it gets where that is not the arguments; `but ROOT` where values go elsewhere.
+/// `core ROOT`, or `core - ROOT` where letters share it, with what it gets where that is not the arguments;
+/// `but ROOT` where values go elsewhere.
 void read_core(Lexer& lexer, Row& row)
 {
     row.core_without_letter = lexer.accept("-");

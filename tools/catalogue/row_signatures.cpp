@@ -104,7 +104,8 @@ Callee callee(const Signature& signature, const Entry& entry)
             const Argument* a = row.find(addressed || local ? told.substr(1) : told);
             if (a == nullptr) {
                 const int* const number = told_number(told, entry.precision, entry.width);
-                core.places.push_back({Fill::constant, -1, number == nullptr ? told : std::to_string(*number)});
+                core.places.push_back(
+                    {Fill::constant, -1, number == nullptr ? told : std::to_string(*number)});
                 continue;
             }
             place(signature.parameters.size() - row.arguments.size() +

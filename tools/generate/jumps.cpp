@@ -44,7 +44,8 @@ std::pair<std::string, std::string> handed_place(const Place& place, const Signa
     const bool integer = p.argument->is_integer();
     switch (place.fill) {
     case Fill::read:
-        return {integer ? "core_int" : pointee(p.type), (or_zero && integer ? "or_zero(" + p.name + ")" : "*" + p.name)};
+        return {integer ? "core_int" : pointee(p.type),
+                (or_zero && integer ? "or_zero(" + p.name + ")" : "*" + p.name)};
     case Fill::widened:
         return {"core_int", p.name};
     case Fill::addressed:
@@ -143,9 +144,10 @@ std::string same_names(const Signature& s)
 std::string entry_text(const Signature& s, const Row& row, const std::string& cell, bool fresh)
 {
     const bool alone = row.family->kernel_each; // no other form needs the cell
-    const std::string jump = cell.empty() ? is_jump(s) ? jump_text(s.names.front(), s.callees.front().name, row) : ""
-                             : alone      ? bound_jump_text(s)
-                                          : "";
+    const std::string jump = cell.empty()
+                                 ? is_jump(s) ? jump_text(s.names.front(), s.callees.front().name, row) : ""
+                             : alone ? bound_jump_text(s)
+                                     : "";
     return jump.empty() ? handed_text(s, cell, fresh) : jump;
 }
 
@@ -176,8 +178,9 @@ std::string jumps_text(const Row& row)
             continue;
         const Family& family = *row.family;
         const bool fresh = family.kernel_each || s.form == &family.forms.front();
-        const std::string cell =
-            !family.kernels ? "" : fresh ? s.names.front() : Entry(row, s.letter, family.forms.front()).name();
+        const std::string cell = !family.kernels ? ""
+                                 : fresh         ? s.names.front()
+                                                 : Entry(row, s.letter, family.forms.front()).name();
         if (row.entry_class == Class::own)
             text += row.source.empty() ? template_text(s, row) : "";
         else

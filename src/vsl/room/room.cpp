@@ -84,9 +84,9 @@ std::vector<Parameter> parameters(const Statement& s, const Precision& letter, c
         }
         const std::string type = number_type(a, letter, is_wide(form));
         all.push_back({a.name,
-                       !by_reference(form)   ? type
+                       !by_reference(form)  ? type
                        : type.back() == '*' ? type + " const*"
-                                             : "const " + type + "*",
+                                            : "const " + type + "*",
                        by_reference(form) ? Travel::number : Travel::value, nullptr, ""});
     }
     return all;
@@ -111,13 +111,13 @@ std::string format(const Statement& s, const Precision& letter)
     Words conversions;
     for (const Told& a : arguments(s)) {
         const std::string type = is_address(a) ? "" : number_type(a, letter, false);
-        conversions.emplace_back(a.is("brng")          ? "%s"
-                                 : a.is("text")        ? "%s,%d"
-                                 : type == "float"     ? "%f"
-                                 : type == "double"    ? "%lf"
-                                 : type == "qnm_int64" ? "%lli"
+        conversions.emplace_back(a.is("brng")                      ? "%s"
+                                 : a.is("text")                    ? "%s,%d"
+                                 : type == "float"                 ? "%f"
+                                 : type == "double"                ? "%lf"
+                                 : type == "qnm_int64"             ? "%lli"
                                  : is_address(a) || a.is("stream") ? "%p"
-                                                       : "%d");
+                                                                   : "%d");
     }
     return conversions.empty() || s.shown_alone ? "%s" : "%s(" + generate::joined(conversions, ",") + ")";
 }
@@ -178,7 +178,8 @@ std::string passed(const Told& a, const Form& form)
         return std::string("as<") + kind + ">(" + name + ")";
     };
     if (a.is("text"))
-        return (by_reference(form) ? "FortranText{" + a.name + ", " + a.name + "_length}" : as("AsItIs", a.name)) +
+        return (by_reference(form) ? "FortranText{" + a.name + ", " + a.name + "_length}"
+                                   : as("AsItIs", a.name)) +
                ", " + as("Number", by_reference(form) ? a.name + "_length" : "-1");
     return as(a.is("brng") ? "Engine" : a.is("seed") ? "Seed" : is_address(a) ? "AsItIs" : "Number", a.name);
 }
@@ -210,7 +211,8 @@ public:
         std::string own;
         for (const Statement& s : statements_)
             if (s.file == table)
-                each(s, [&](const Signature& made, const Precision& letter) { own += text(s, made, letter); });
+                each(s,
+                     [&](const Signature& made, const Precision& letter) { own += text(s, made, letter); });
         return own.empty()
                    ? RowsRoom::source(house, table)
                    : generate::source_head(table, "vsl", "qnm::vsl") + own + "} // namespace qnm::vsl\n";
@@ -247,17 +249,16 @@ private:
                        {1, 2, "stream is a stream"},
                        {2, 3, "n >= 0"},
                        {3, 4, "r != null, unless n is 0"},
-                       {0, 1, "method in 0 to " + std::to_string(told.methods) +
-                                  (told.accurate ? ", accurate or not" : "")}};
+                       {0, 1,
+                        "method in 0 to " + std::to_string(told.methods) +
+                            (told.accurate ? ", accurate or not" : "")}};
         for (const std::size_t i : vsl::test_order(told))
             s.tests.push_back({ahead + static_cast<int>(i), ahead + static_cast<int>(i) + 1,
                                vsl::rule_text(told.arguments[i])});
         if (narrow)
             s.trace = (told.shown.empty() ? s.report_name : told.shown) + format(told, letter).substr(2);
-        Callee kernel{spell(told.family->core,
-                            told.kernel.empty() ? name : with_letter(told.kernel, letter)),
-                      "",
-                      {}};
+        Callee kernel{
+            spell(told.family->core, told.kernel.empty() ? name : with_letter(told.kernel, letter)), "", {}};
         int parameter = 0;
         for (const Told& a : all) {
             const Parameter& p = s.parameters[static_cast<std::size_t>(parameter)];
@@ -280,8 +281,8 @@ private:
     {
         const Form& form = *s.form;
         Words declared, given{"Facts{" + generate::quoted(s.report_name) + ", " +
-                                  generate::quoted(told.shown.empty() ? s.report_name : told.shown) + ", " +
-                                  generate::quoted(format(told, letter)) + "}"};
+                              generate::quoted(told.shown.empty() ? s.report_name : told.shown) + ", " +
+                              generate::quoted(format(told, letter)) + "}"};
         for (const Parameter& p : s.parameters)
             declared.push_back(p.type + " " + p.name);
         if (told.is_generator())
@@ -296,9 +297,10 @@ private:
             facts.emplace_back(".traced = true");
         const std::string kernel = s.report_name + "_kernel";
         const std::string steps =
-            told.is_generator() ? std::string(is_wide(form) ? "wide_" : "") + "generator<" + kernel + ", Methods{" +
-                                      std::to_string(told.methods) + (told.accurate ? ", true" : "") + "}>"
-                                : "stream_entry<" + kernel + ", Steps{" + generate::joined(facts) + "}>";
+            told.is_generator()
+                ? std::string(is_wide(form) ? "wide_" : "") + "generator<" + kernel + ", Methods{" +
+                      std::to_string(told.methods) + (told.accurate ? ", true" : "") + "}>"
+                : "stream_entry<" + kernel + ", Steps{" + generate::joined(facts) + "}>";
         Words cell{s.report_name, generate::quoted(s.callees.front().name), "int"};
         for (const std::string& type : kernel_types(told, letter))
             cell.push_back(type);

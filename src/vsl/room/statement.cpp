@@ -91,8 +91,9 @@ void read_clauses(Lexer& lexer, Statement& s)
         } else if (lexer.accept("shown_alone")) {
             s.shown_alone = true;
         } else {
-            lexer.fail("'methods', 'bits', 'also', 'creates', 'narrow_only', 'kernel', 'shown', 'shown_alone' "
-                       "or ':'");
+            lexer.fail(
+                "'methods', 'bits', 'also', 'creates', 'narrow_only', 'kernel', 'shown', 'shown_alone' "
+                "or ':'");
         }
     }
 }

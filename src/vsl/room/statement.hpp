@@ -21,7 +21,7 @@ struct Told {
     bool array = false;
     Rule rule = Rule::none;
     ExpressionPtr bound = nullptr; // of at_least, above and below
-    int last = 0;        // of among: 0 and all up to this
+    int last = 0;                  // of among: 0 and all up to this
     bool is(const char* word) const { return type == word; }
 };
 
