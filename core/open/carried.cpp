@@ -85,7 +85,8 @@ int run(const std::vector<std::string>& words)
     for (const Signature& s : tables.signatures()) {
         const Family& family = tables.families().at(s.family);
         const std::string& pattern = family.core;
-        if (s.callees.empty() || pattern.empty() || !family.calls.empty() || s.form->width == Width::wide)
+        if (s.callees.empty() || pattern.empty() || family.kernels || !family.calls.empty() ||
+            s.form->width == Width::wide)
             continue;
         const std::string core = s.callees.front().name;
         const std::string prefix = pattern.substr(0, pattern.size() - std::string("name").size());

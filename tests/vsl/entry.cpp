@@ -65,7 +65,7 @@ EntryCall::EntryCall(const Signature& signature)
             point(i, "a name, and more");
         else if (is_real(i)) // inside (0, 1), and rising
             set(i, 0.25 + static_cast<double>(i) / 16);
-        else if (is_number(i)) // falling, but for an upper bound
+        else if (is_half(i) || p.name == "nskip") // falling, but for an upper bound
             set(i, p.name == "method"     ? 0
                    : p.name == "mstorage" ? 2
                    : p.name == "b"        ? 60
@@ -83,17 +83,17 @@ std::size_t EntryCall::index(const std::string& name) const
     throw std::out_of_range(signature_.names.front() + " has no " + name);
 }
 
-bool EntryCall::is_number(std::size_t i) const
+bool EntryCall::is_half(std::size_t i) const
 {
-    return !type(i).ends_with("*") && !has(type(i), "source");
+    return type(i) == "int" || type(i) == "unsigned" || type(i) == "unsigned long long" ||
+           (type(i) == "qnm_int64" && signature_.parameters[i].name != "nskip");
 }
 
 EntryCall& EntryCall::set(std::size_t i, double number)
 {
     if (!is_real(i)) {
-        // Wide entries of streams take the lower half, too.
-        const bool half = type(i) == "int" || type(i) == "unsigned" || type(i) == "unsigned long long" ||
-                          (signature_.family == "vsl_streams" && signature_.parameters[i].name != "nskip");
+        // Of a wide integer entries of streams look at the lower half alone.
+        const bool half = is_half(i) && (type(i) != "qnm_int64" || signature_.family == "vsl_streams");
         const auto value = static_cast<std::int64_t>(number);
         bits_[i] = half ? junk | static_cast<std::uint32_t>(value) : static_cast<std::uint64_t>(value);
     } else if (type(i) == "float") {
@@ -131,50 +131,28 @@ int EntryCall::run() const
     return support::call_words(layer()[signature_.names.front()], words, reals).int32();
 }
 
-std::int64_t EntryCall::number(std::size_t i) const
+void EntryCall::expect_passed(const Call& noted, std::size_t ahead) const
 {
-    return type(i) == "qnm_int64" && signature_.parameters[i].name == "nskip"
-               ? static_cast<std::int64_t>(bits_[i])
-               : static_cast<std::int32_t>(bits_[i]);
-}
-
-double EntryCall::real(std::size_t i) const
-{
-    return type(i) == "float" ? std::bit_cast<float>(static_cast<std::uint32_t>(bits_[i]))
-                              : std::bit_cast<double>(bits_[i]);
-}
-
-std::string EntryCall::shown(std::size_t i) const
-{
-    char text[64];
-    if (is_real(i))
-        std::snprintf(text, sizeof text, "%f", real(i));
-    else if (is_number(i))
-        std::snprintf(text, sizeof text, "%lld", static_cast<long long>(number(i)));
-    else
-        std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(bits_[i]));
-    return text;
-}
-
-void EntryCall::expect_passed(const Call& kernel) const
-{
-    EXPECT_TRUE(kernel.aligned());
-    std::size_t word = 0, vector = 0;
+    EXPECT_TRUE(noted.aligned());
+    std::size_t word = ahead, vector = 0;
     for (const catalogue::Place& place : signature_.callees.front().places) {
         const auto i = static_cast<std::size_t>(std::max(place.parameter, 0));
-        const std::string& name = signature_.parameters.at(i).name;
+        const auto low = static_cast<std::uint32_t>(bits_.at(i));
+        SCOPED_TRACE(signature_.parameters[i].name);
         if (place.parameter < 0) {
-            EXPECT_EQ(kernel.int32(word++), std::stoi(place.constant));
+            EXPECT_EQ(noted.int32(word++), std::stoi(place.constant));
         } else if (place.fill == Fill::addressed) { // a seed, in a place of the entry's own
-            expect_local(kernel, word, name);
-            EXPECT_EQ(kernel.behind<std::int32_t>(word++), number(i)) << name;
-        } else if (is_real(i)) {
-            EXPECT_EQ(type(i) == "float" ? kernel.real32(vector) : kernel.real(vector), real(i)) << name;
+            expect_local(noted, word, "seed");
+            EXPECT_EQ(noted.behind<std::uint32_t>(word++), low);
+        } else if (type(i) == "float") {
+            EXPECT_EQ(ahead == 0 ? noted.real32(vector) : noted.real(vector), std::bit_cast<float>(low));
             ++vector;
-        } else if (is_number(i) && name != "nskip") {
-            EXPECT_EQ(kernel.int32(word++), number(i)) << name;
+        } else if (type(i) == "double") {
+            EXPECT_EQ(noted.real(vector++), std::bit_cast<double>(bits_[i]));
+        } else if (is_half(i)) {
+            EXPECT_EQ(static_cast<std::uint32_t>(noted.word(word++)), low);
         } else {
-            EXPECT_EQ(kernel.word(word++), bits_[i]) << name;
+            EXPECT_EQ(noted.word(word++), bits_[i]);
         }
     }
 }

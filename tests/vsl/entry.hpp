@@ -29,7 +29,6 @@ public:
 
     std::size_t index(const std::string& name) const;
     bool is_real(std::size_t i) const { return type(i) == "float" || type(i) == "double"; }
-    bool is_number(std::size_t i) const;
     /// A number, or an address: at a place, from 0.
     EntryCall& set(std::size_t i, double number);
     EntryCall& point(std::size_t i, const void* address);
@@ -37,16 +36,15 @@ public:
     EntryCall& stream(const std::string& name, Stream* stream);
     int run() const;
 
-    std::int64_t number(std::size_t i) const;
-    double real(std::size_t i) const;
-    /// An argument as the line has it.
-    std::string shown(std::size_t i) const;
-    /// Expects the kernel's arguments where the signature tells.
-    void expect_passed(const Call& kernel) const;
+    /// Expects the kernel's arguments where the signature tells; behind so many words in the call that makes
+    /// the line.
+    void expect_passed(const Call& noted, std::size_t ahead = 0) const;
 
 private:
     /// The type of what is meant, without the address at which it may stand.
     const std::string& type(std::size_t i) const { return types_[i]; }
+    /// Whether a kernel gets 32 bits of it.
+    bool is_half(std::size_t i) const;
     bool by_reference(std::size_t i) const { return signature_.parameters[i].travel == Travel::number; }
 
     const Signature& signature_;

@@ -7,49 +7,40 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A bad argument, by its place, and the status that it is refused with.
+/// A bad argument, by its place, and the status that it is refused with: -5 stands for a stream.
 struct Refusal {
     int place, status;
 };
 struct Published {
-    const char *name, *kernel, *format, *shown;
+    std::string name, format;
     bool has_wide, creates;
-    std::vector<Refusal> tests; // -5 stands for a stream
+    std::vector<Refusal> tests;
+
+    bool makes_stream() const { return name.starts_with("NewStream"); }
+    std::string kernel() const { return "__vsl" + (makes_stream() ? "NewStreamEx" : name); }
+    std::string shown() const { return (name == "GetStreamSize" ? "" : "vsl") + name; }
 };
 
-const std::vector<Published> published{
-    {"NewStream", "NewStreamEx", "(%p,%s,%d)", "vslNewStream", true, true, {{2, -1000}}},
-    {"NewStreamEx", "NewStreamEx", "(%p,%s,%d,%p)", "vslNewStreamEx", true, true, {{2, -1000}}},
-    {"DeleteStream", "DeleteStream", "(%p)", "vslDeleteStream", true, false, {{1, -5}}},
-    {"CopyStream", "CopyStream", "(%p,%p)", "vslCopyStream", true, false, {{2, -5}}},
-    {"CopyStreamState", "CopyStreamState", "(%p,%p)", "vslCopyStreamState", true, false, {{1, -5}, {2, -5}}},
-    {"LeapfrogStream", "LeapfrogStream", "(%p,%d,%d)", "vslLeapfrogStream", true, false, {{1, -5}}},
-    {"SkipAheadStream", "SkipAheadStream", "(%p,%lli)", "vslSkipAheadStream", true, false, {{1, -5}}},
-    {"SkipAheadStreamEx", "SkipAheadStreamEx", "(%p,%d,%p)", "vslSkipAheadStreamEx", true, false, {{1, -5}}},
-    {"SaveStreamF", "SaveStreamF", "(%p,%s,%d)", "vslSaveStreamF", true, false, {{1, -5}, {2, -3}}},
-    {"LoadStreamF", "LoadStreamF", "(%p,%s,%d)", "vslLoadStreamF", true, true, {{2, -3}}},
-    {"SaveStreamM", "SaveStreamM", "(%p,%p)", "vslSaveStreamM", true, false, {{1, -5}, {2, -3}}},
-    {"LoadStreamM", "LoadStreamM", "(%p,%p)", "vslLoadStreamM", true, true, {{2, -3}}},
-    {"GetStreamSize", "GetStreamSize", "(%p)", "GetStreamSize", true, false, {{1, -5}}},
-    {"GetStreamStateBrng", "GetStreamStateBrng", "(%p)", "vslGetStreamStateBrng", false, false, {{1, -5}}},
-    {"GetNumRegBrngs", "GetNumRegBrngs", "", "vslGetNumRegBrngs", false, false, {}},
-    {"RegisterBrng", "RegisterBrng", "", "vslRegisterBrng", false, false, {}},
-    {"GetBrngProperties", "GetBrngProperties", "(%d,%p)", "vslGetBrngProperties", false, false, {}},
-    {"iNewAbstractStream", "iNewAbstractStream", "(%p,%d,%p,%p)", "vsliNewAbstractStream", false, true, {}},
-    {"sNewAbstractStream",
-     "sNewAbstractStream",
-     "(%p,%d,%p,%f,%f,%p)",
-     "vslsNewAbstractStream",
-     false,
-     true,
-     {}},
-    {"dNewAbstractStream",
-     "dNewAbstractStream",
-     "(%p,%d,%p,%lf,%lf,%p)",
-     "vsldNewAbstractStream",
-     false,
-     true,
-     {}}};
+const std::vector<Published> published{{"NewStream", "%s(%p,%s,%d)", true, true, {{2, -1000}}},
+                                       {"NewStreamEx", "%s(%p,%s,%d,%p)", true, true, {{2, -1000}}},
+                                       {"DeleteStream", "%s(%p)", true, false, {{1, -5}}},
+                                       {"CopyStream", "%s(%p,%p)", true, false, {{2, -5}}},
+                                       {"CopyStreamState", "%s(%p,%p)", true, false, {{1, -5}, {2, -5}}},
+                                       {"LeapfrogStream", "%s(%p,%d,%d)", true, false, {{1, -5}}},
+                                       {"SkipAheadStream", "%s(%p,%lli)", true, false, {{1, -5}}},
+                                       {"SkipAheadStreamEx", "%s(%p,%d,%p)", true, false, {{1, -5}}},
+                                       {"SaveStreamF", "%s(%p,%s,%d)", true, false, {{1, -5}, {2, -3}}},
+                                       {"LoadStreamF", "%s(%p,%s,%d)", true, true, {{2, -3}}},
+                                       {"SaveStreamM", "%s(%p,%p)", true, false, {{1, -5}, {2, -3}}},
+                                       {"LoadStreamM", "%s(%p,%p)", true, true, {{2, -3}}},
+                                       {"GetStreamSize", "%s(%p)", true, false, {{1, -5}}},
+                                       {"GetStreamStateBrng", "%s(%p)", false, false, {{1, -5}}},
+                                       {"GetNumRegBrngs", "%s", false, false, {}},
+                                       {"RegisterBrng", "%s", false, false, {}},
+                                       {"GetBrngProperties", "%s(%d,%p)", false, false, {}},
+                                       {"iNewAbstractStream", "%s(%p,%d,%p,%p)", false, true, {}},
+                                       {"sNewAbstractStream", "%s(%p,%d,%p,%f,%f,%p)", false, true, {}},
+                                       {"dNewAbstractStream", "%s(%p,%d,%p,%lf,%lf,%p)", false, true, {}}};
 
 class Streams : public Unbound {
 protected:
@@ -65,7 +56,7 @@ protected:
                 const Signature& s = signature(catalogue::spell(form, facts.name));
                 QNM_TRACE_SIGNATURE(s);
                 core().clear();
-                visit(facts, s, "__vsl" + std::string(facts.kernel));
+                visit(facts, s, facts.kernel());
                 ++seen;
                 if (::testing::Test::HasFailure())
                     return; // the others fail alike
@@ -116,7 +107,7 @@ TEST_F(Streams, RefuseWithAllLaterArgumentsBadToo)
             const auto expect_refused = [&](int status) {
                 core().clear();
                 EXPECT_EQ(call.run(), status);
-                EXPECT_EQ(reports(), (Reports{{"vsl" + std::string(facts.name), facts.tests[k].place}}));
+                EXPECT_EQ(reports(), (Reports{{"vsl" + facts.name, facts.tests[k].place}}));
                 EXPECT_THAT(story(), ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_xerbla"));
             };
             expect_refused(facts.tests[k].status);
@@ -131,41 +122,31 @@ TEST_F(Streams, RefuseWithAllLaterArgumentsBadToo)
 
 TEST_F(Streams, NarrowFormsPrintOneLineThatIsMadeAheadOfTheKernel)
 {
+    core().mode(1);
     each([](const Published& facts, const Signature& s, const std::string& kernel) {
         if (!is_narrow(s))
             return;
-        core().mode(1);
-        for (const std::vector<std::string>& look_up : {std::vector<std::string>{"dlsym"}, {}}) {
-            core().clear();
-            core().clock({1.5, 4});
-            const EntryCall call(s);
-            call.run();
-            std::vector<std::string> expected{"qnm_serv_sprintf_s", "qnm_serv_dsecnd"}, told = story();
-            std::erase(told, "qnm_serv_load_vml"), std::erase(told, "qnm_serv_get_dynamic");
-            const bool names = facts.kernel == std::string("NewStreamEx"); // a generator, ahead of the line
-            if (names)
-                expected.insert(expected.begin(), "qnm_serv_sprintf_s");
-            if (s.form->name == "narrow")
-                expected.insert(expected.end(), look_up.begin(), look_up.end());
-            expected.insert(expected.begin(), "qnm_serv_verbose_mode");
-            expected.insert(expected.end(), {kernel, "qnm_serv_dsecnd", "qnm_serv_print_verbose_info"});
-            EXPECT_EQ(told, expected);
-            call.expect_passed(core().calls(kernel).at(0));
-            const Call line = core().calls("qnm_serv_sprintf_s").back();
-            EXPECT_EQ(line.word(1), 256U);
-            EXPECT_STREQ(line.pointer<const char>(2), ("%s" + std::string(facts.format)).c_str());
-            EXPECT_EQ(core().calls().back().real(0), 2.5);
-            std::string text = facts.shown;
-            for (std::size_t i = 0; *facts.format != '\0' && i < s.parameters.size(); ++i) {
-                const std::string& name = s.parameters[i].name;
-                text += (i == 0 ? "(" : ",") + (names && name == "brng" ? "Unknown engine"
-                                                : name == "fname"       ? "a name, and more"
-                                                                        : call.shown(i));
-                if (name == "fname" && s.form->name == "narrow")
-                    text += ",-1"; // in C
-            }
-            EXPECT_EQ(lines(), std::vector{text + (*facts.format == '\0' ? "" : ")")});
-        }
+        core().clock({1.5, 4});
+        const EntryCall call(s);
+        call.run();
+        std::vector<std::string> expected{"qnm_serv_verbose_mode"}, told = story();
+        if (facts.makes_stream()) // a generator is named ahead of the line
+            expected.emplace_back("qnm_serv_sprintf_s");
+        expected.insert(expected.end(), {"qnm_serv_sprintf_s", "qnm_serv_dsecnd"});
+        if (s.form->name == "narrow") // the time of finding the kernel counts
+            expected.emplace_back("dlsym");
+        expected.insert(expected.end(), {kernel, "qnm_serv_dsecnd", "qnm_serv_print_verbose_info"});
+        std::erase(told, "qnm_serv_load_vml");
+        std::erase(told, "qnm_serv_get_dynamic");
+        EXPECT_EQ(told, expected);
+        call.expect_passed(core().calls(kernel).at(0));
+        const Call line = core().calls("qnm_serv_sprintf_s").back();
+        EXPECT_EQ(line.word(1), 256U);
+        EXPECT_EQ(line.pointer<const char>(2), facts.format);
+        EXPECT_EQ(core().calls().back().real(0), 2.5);
+        EXPECT_TRUE(lines().at(0).starts_with(facts.shown())) << lines()[0];
+        if (facts.format.find("%s", 1) == std::string::npos && facts.format != "%s") // told by hand below
+            call.expect_passed(line, 4);
     });
 }
 
@@ -198,34 +179,21 @@ TEST_F(Streams, ASeedIsAnArrayOfOneWordOrTwo)
 TEST_F(Streams, GeneratorsHaveNames)
 {
     core().mode(1);
-    const std::pair<int, const char*> names[]{{0x100000, "VSL_BRNG_MCG31"},
-                                              {0x200000, "VSL_BRNG_R250"},
-                                              {0x300000, "VSL_BRNG_MRG32K3A"},
-                                              {0x400000, "VSL_BRNG_MCG59"},
-                                              {0x500000, "VSL_BRNG_WH_substream0"},
-                                              {0x500110, "VSL_BRNG_WH_substream272"},
-                                              {0x500111, "Unknown engine"},
-                                              {0x600000, "VSL_BRNG_SOBOL"},
-                                              {0x700000, "VSL_BRNG_NIEDERR"},
-                                              {0x800000, "VSL_BRNG_MT19937"},
-                                              {0x800001, "Unknown engine"},
-                                              {0x900000, "VSL_BRNG_MT2203_substream0"},
-                                              {0x901787, "VSL_BRNG_MT2203_substream6023"},
-                                              {0x901788, "Unknown engine"},
-                                              {0xa00000, "Unknown engine"},
-                                              {0xc00000, "Unknown engine"},
-                                              {0xd00000, "VSL_BRNG_SFMT19937"},
-                                              {0xe00000, "VSL_BRNG_NONDETERM"},
-                                              {0xf00000, "VSL_BRNG_ARS5"},
-                                              {0x1000000, "VSL_BRNG_PHILOX4X32X10"},
-                                              {0x1100000, "Unknown engine"},
-                                              {0, "Unknown engine"}};
+    std::vector<std::pair<int, std::string>> names{{0x500110, "WH_substream272"},
+                                                   {0x500111, "-"},
+                                                   {0x901787, "MT2203_substream6023"},
+                                                   {0x901788, "-"},
+                                                   {0x800001, "-"},
+                                                   {0, "-"}};
+    for (const char* family :
+         {"MCG31", "R250", "MRG32K3A", "MCG59", "WH_substream0", "SOBOL", "NIEDERR", "MT19937",
+          "MT2203_substream0", "-", "-", "-", "SFMT19937", "NONDETERM", "ARS5", "PHILOX4X32X10", "-"})
+        names.emplace_back((static_cast<int>(names.size()) - 5) << 20, family);
     for (const auto& [id, name] : names) {
         core().clear();
         support::call_words(layer()["vslNewStream"], {nullptr, id, 777});
-        EXPECT_EQ(lines(), std::vector{"vslNewStream((nil)," + std::string(name) + ",777)"});
-        for (const Call& call : core().calls("qnm_serv_sprintf_s"))
-            EXPECT_GE(call.word(1), 32U);
+        const std::string shown = name == "-" ? "Unknown engine" : "VSL_BRNG_" + name;
+        EXPECT_THAT(lines(), ElementsAre("vslNewStream((nil)," + shown + ",777)"));
     }
 }
 
@@ -244,10 +212,11 @@ TEST_F(Streams, NamesOfFilesEndAtTheirLength)
         const std::string line = lines().at(0);
         EXPECT_EQ(std::ranges::count(line.substr(line.find(',')), 'x'), shown) << length;
     }
-    char unended[3]{'a', 'b', 'c'};
+    const char unended[3]{'a', 'b', 'c'};
     core().clear();
     support::call_words(layer()["VSLLOADSTREAMF_"], {nullptr, unended, 3});
-    EXPECT_THAT(lines(), ElementsAre("vslLoadStreamF((nil),abc,3)"));
+    support::call_words(layer()["vslLoadStreamF"], {nullptr, "abc"});
+    EXPECT_THAT(lines(), ElementsAre("vslLoadStreamF((nil),abc,3)", "vslLoadStreamF((nil),abc,-1)"));
 }
 
 } // namespace
