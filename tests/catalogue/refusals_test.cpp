@@ -120,6 +120,8 @@ TEST(Refusals, OfArgumentsAndClauses)
             entry;
         handed int n core hand(m) => 'm': expected an argument or a number for each place of the core's call;
         handed int n core do(&3) => '3': expected an argument whose address the core takes;
+        handed int n core do(local 3) => '3': expected an argument of which the core gets a copy;
+        handed int n core - do(local n, wide, -1, field) => accepted;
         chain do_ DO => end of the row: expected a further name of the chain, or its arguments;
         passed double x, more, int n => ',': expected ',', ...;
         own in frame/ => end of the row: expected the file's name;
@@ -257,6 +259,22 @@ TEST(Refusals, OfVectorMathematics)
         SetMode : int -> int => accepted;  SetMode int => 4: 'int': expected ':';
         SetMode : thing -> int => 4: 'thing': expected a type;  GetMode : -> => 4: end of the row: expected a type;
         GetMode : -> int int => 4: 'int': expected the end of the row;)");
+TEST(Refusals, OfGeneratorsAndStreams)
+{
+    expect_refusals("streams room vsl kernel _name form narrow value int32 name form wide value int64 name_64\n", R"(
+        go z : R a => 'z': expected letters (s d i, or -);
+        go s methods 0 2 : R a => '2': expected '1';
+        go s sometimes : R a => 'sometimes': expected 'methods', 'bits', ...;
+        go s : T* a => '*': expected the argument's name;
+        go s : bool a => 'bool': expected a type of argument;
+        go s : R a in 0 2 => '2': expected '1';
+        go s : R a inside 0 2 => '2': expected '1';
+        go s : R a < c, R b => 'c': expected a number of the row;
+        go s : R a[], R b < a => 'a': expected a number of the row;
+        go s : R a[] > 0 => '>': expected ',', 'tested last' or the end of the row;
+        go s : R a tested last b => 'b': expected a number of the row;
+        go s : nothing|go s : nothing => 3: 'sgo': expected a name that x.tab:2 does not export;
+        go s d i : R a < b, R b, R p inside 0 1 tested last a => accepted;)");
 }
 
 TEST(Refusals, AreNotForGoodRows)

@@ -44,6 +44,30 @@ std::vector<std::string> Unbound::lines()
     return all;
 }
 
+void Unbound::expect_handed_on(const Signature& s, const std::string& kernel, std::vector<std::string> calls)
+{
+    core().clear();
+    core().answers(kernel).with(-77);
+    const EntryCall call(s);
+    EXPECT_EQ(call.run(), -77);
+    EXPECT_EQ(looked_up(), s.form->name == "narrow" ? std::vector{kernel} : std::vector<std::string>{});
+    core().clear();
+    EXPECT_EQ(call.run(), -77);
+    if (is_narrow(s))
+        calls.emplace_back("qnm_serv_verbose_mode");
+    calls.push_back(kernel);
+    EXPECT_EQ(story(), calls);
+    call.expect_passed(core().calls(kernel).at(0));
+}
+
+void Unbound::expect_refused(const EntryCall& call, const std::string& name, int place, int status)
+{
+    core().clear();
+    EXPECT_EQ(call.run(), status);
+    EXPECT_EQ(reports(), (Reports{{name, place}}));
+    EXPECT_THAT(story(), ::testing::ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_xerbla"));
+}
+
 EntryCall::EntryCall(const Signature& signature)
     : signature_(signature),
       bits_(signature.parameters.size()),

@@ -6,16 +6,6 @@
 
 namespace qnm::tests {
 
-/// Every kernel's cell, and the library's handle, as they were at the start.
-class Unbound : public recording::RecordedTest {
-protected:
-    Unbound();
-    /// What was looked up since the core was cleared.
-    static std::vector<std::string> looked_up();
-    /// Names and lines of what was printed.
-    static std::vector<std::string> lines();
-};
-
 /// A record that the layer takes for a stream, or for none.
 struct Stream {
     unsigned char bytes[16]{0, 0, 0, 0, 1};
@@ -51,6 +41,21 @@ private:
     std::vector<std::string> types_;
     std::vector<std::uint64_t> bits_;
     std::vector<Stream*> slots_;
+};
+
+/// Every kernel's cell, and the library's handle, as they were at the start.
+class Unbound : public recording::RecordedTest {
+protected:
+    Unbound();
+    /// What was looked up since the core was cleared, and the lines that were printed.
+    static std::vector<std::string> looked_up();
+    static std::vector<std::string> lines();
+    /// Expects that the kernel is looked up by the first form alone, and gets every argument; and these
+    /// calls.
+    static void expect_handed_on(const Signature& s, const std::string& kernel,
+                                 std::vector<std::string> story);
+    /// Expects a report of the entry's place and nothing else.
+    static void expect_refused(const EntryCall& call, const std::string& name, int place, int status = -3);
 };
 
 } // namespace qnm::tests

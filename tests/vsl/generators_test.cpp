@@ -88,13 +88,6 @@ protected:
         const auto i = static_cast<std::size_t>(place - 1);
         value == none ? call.point(i, nullptr) : call.set(i, value);
     }
-    static void expect_refused(const EntryCall& call, const std::string& name, int place, int status = -3)
-    {
-        core().clear();
-        EXPECT_EQ(call.run(), status);
-        EXPECT_EQ(reports(), (Reports{{name, place}}));
-        EXPECT_THAT(story(), ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_xerbla"));
-    }
     static void expect_accepted(const EntryCall& call, const std::string& name)
     {
         core().clear();
@@ -106,25 +99,8 @@ protected:
 
 TEST_F(Generators, FindTheKernelOnceAndHandOn)
 {
-    std::string before;
-    each([&](const Published&, const Signature& s, const std::string& name) {
-        core().clear();
-        core().answers(kernel(name)).with(-77);
-        const EntryCall call(s);
-        EXPECT_EQ(call.run(), -77);
-        const bool first = before != name; // forms share their cell
-        EXPECT_EQ(looked_up(), first ? std::vector{kernel(name)} : std::vector<std::string>{});
-        before = name;
-        std::vector<std::string> expected;
-        if (first) // bound ahead of the question for the mode
-            expected.emplace_back("dlsym");
-        if (is_narrow(s))
-            expected.emplace_back("qnm_serv_verbose_mode");
-        expected.push_back(kernel(name));
-        std::vector<std::string> calls = story();
-        std::erase(calls, "qnm_serv_load_vml"); // once
-        EXPECT_EQ(calls, expected);
-        call.expect_passed(core().calls(kernel(name)).at(0));
+    each([](const Published&, const Signature& s, const std::string& name) {
+        expect_handed_on(s, kernel(name), {});
     });
 }
 
@@ -257,8 +233,11 @@ TEST_F(Generators, NarrowFormsPrintOneLineBehindTheKernel)
     });
 }
 
-TEST_F(Generators, TheModeIsReadAgainBehindTheKernel)
+TEST_F(Generators, TheModeIsAskedBehindTheLookUpAndReadAgainBehindTheKernel)
 {
+    EntryCall(signature("vdRngUniform")).run();
+    EXPECT_THAT(story(),
+                ElementsAre("qnm_serv_load_vml", "dlsym", "qnm_serv_verbose_mode", "_vsldRngUniform"));
     for (const int at_first : {0, 1}) {
         core().mode(at_first);
         core().answers("_vsldRngUniform").calling([&](Call&, Answer& answer) {

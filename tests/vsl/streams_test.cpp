@@ -77,23 +77,10 @@ protected:
 
 TEST_F(Streams, FindTheKernelOnceAndHandOn)
 {
-    std::string before;
-    each([&](const Published& facts, const Signature& s, const std::string& kernel) {
-        core().answers(kernel).with(-77);
-        const EntryCall call(s);
-        EXPECT_EQ(call.run(), -77);
-        EXPECT_EQ(looked_up(), before == facts.name ? std::vector<std::string>{} : std::vector{kernel});
-        before = facts.name;
-        core().clear();
-        EXPECT_EQ(call.run(), -77);
-        std::vector<std::string> expected;
-        if (facts.creates)
-            expected.emplace_back("qnm_serv_get_dynamic");
-        if (is_narrow(s))
-            expected.emplace_back("qnm_serv_verbose_mode");
-        expected.push_back(kernel);
-        EXPECT_EQ(story(), expected);
-        call.expect_passed(core().calls(kernel).at(0));
+    each([](const Published& facts, const Signature& s, const std::string& kernel) {
+        expect_handed_on(s, kernel,
+                         facts.creates ? std::vector<std::string>{"qnm_serv_get_dynamic"}
+                                       : std::vector<std::string>{});
     });
 }
 
@@ -104,17 +91,12 @@ TEST_F(Streams, RefuseWithAllLaterArgumentsBadToo)
             EntryCall call(s);
             for (std::size_t later = k; later < facts.tests.size(); ++later)
                 spoil(call, s, facts.tests[later]);
-            const auto expect_refused = [&](int status) {
-                core().clear();
-                EXPECT_EQ(call.run(), status);
-                EXPECT_EQ(reports(), (Reports{{"vsl" + facts.name, facts.tests[k].place}}));
-                EXPECT_THAT(story(), ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_xerbla"));
-            };
-            expect_refused(facts.tests[k].status);
+            const std::string name = "vsl" + facts.name;
+            expect_refused(call, name, facts.tests[k].place, facts.tests[k].status);
             if (facts.tests[k].status == -5) {
                 const auto i = static_cast<std::size_t>(facts.tests[k].place - 1);
                 call.stream(s.parameters[i].name, &Stream::deleted);
-                expect_refused(-1006);
+                expect_refused(call, name, facts.tests[k].place, -1006);
             }
         }
     });
