@@ -158,7 +158,9 @@ std::string source_of(const Entry& entry)
     case Class::called:
         return word + ", src/frame/jumps.hpp";
     case Class::handed:
-        return word + (entry.row->has_check() ? ", " + folder + "entry.hpp" : ", src/frame/jumps.hpp");
+        return word + (entry.row->has_check()       ? ", " + folder + "entry.hpp"
+                       : entry.row->family->kernels ? ", " + folder + "kernel.hpp"
+                                                    : ", src/frame/jumps.hpp");
     default:
         // The LAPACK classes differ in one step of one template; a class with and one without checks share
         // theirs.

@@ -245,13 +245,13 @@ private:
         const std::vector<Told> all = arguments(told);
         const int ahead = static_cast<int>(all.size() - told.arguments.size());
         if (told.is_generator())
-            s.tests = {{0, 1, "method >= 0"},
-                       {1, 2, "stream is a stream"},
-                       {2, 3, "n >= 0"},
-                       {3, 4, "r != null, unless n is 0"},
-                       {0, 1,
-                        "method in 0 to " + std::to_string(told.methods) +
-                            (told.accurate ? ", accurate or not" : "")}};
+            s.tests = {
+                {0, 1, "method >= 0"},
+                {1, 2, "stream is a stream"},
+                {2, 3, "n >= 0"},
+                {3, 4, "r != null, unless n is 0"},
+                {0, 1,
+                 "method <= " + std::to_string(told.methods) + (told.accurate ? ", accurate or not" : "")}};
         for (const std::size_t i : vsl::test_order(told))
             s.tests.push_back({ahead + static_cast<int>(i), ahead + static_cast<int>(i) + 1,
                                vsl::rule_text(told.arguments[i])});
