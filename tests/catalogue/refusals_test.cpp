@@ -261,19 +261,22 @@ TEST(Refusals, OfVectorMathematics)
         GetMode : -> int int => 4: 'int': expected the end of the row;)");
 TEST(Refusals, OfGeneratorsAndStreams)
 {
-    expect_refusals("streams room vsl kernel _name form narrow value int32 name form wide value int64 name_64\n", R"(
-        go z : R a => 'z': expected letters (s d i, or -);
-        go s methods 0 2 : R a => '2': expected '1';
-        go s sometimes : R a => 'sometimes': expected 'methods', 'bits', ...;
-        go s : T* a => '*': expected the argument's name;
-        go s : bool a => 'bool': expected a type of argument;
-        go s : R a in 0 2 => '2': expected '1';
-        go s : R a inside 0 2 => '2': expected '1';
-        go s : R a < c, R b => 'c': expected a number of the row;
-        go s : R a[], R b < a => 'a': expected a number of the row;
-        go s : R a[] > 0 => '>': expected ',', 'tested last' or the end of the row;
-        go s : R a tested last b => 'b': expected a number of the row;
-        go s : nothing|go s : nothing => 3: 'sgo': expected a name that x.tab:2 does not export;
+    expect_refusals(
+        "streams room vsl kernel _name form narrow value int32 name form wide value int64 name_64\n"
+        "family streams\n",
+        R"(
+        go z : R a => 3: 'z': expected letters (s d i, or -);
+        go s methods 0 2 : R a => 3: '2': expected '1';
+        go s sometimes : R a => 3: 'sometimes': expected 'methods', 'bits', ...;
+        go s : T* a => 3: '*': expected the argument's name;
+        go s : bool a => 3: 'bool': expected a type of argument;
+        go s : R a in 0 2 => 3: '2': expected '1';
+        go s : R a inside 0 2 => 3: '2': expected '1';
+        go s : R a < c, R b => 3: 'c': expected a number of the row;
+        go s : R a[], R b < a => 3: 'a': expected a number of the row;
+        go s : R a[] > 0 => 3: '>': expected ',', 'tested last' or the end of the row;
+        go s : R a tested last b => 3: 'b': expected a number of the row;
+        go s : nothing|go s : nothing => 4: 'sgo': expected a name that x.tab:3 does not export;
         go s d i : R a < b, R b, R p inside 0 1 tested last a => accepted;)");
 }
 
