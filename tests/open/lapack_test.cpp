@@ -6,6 +6,7 @@
 #include <cmath>
 #include <fstream>
 #include <map>
+#include <set>
 
 namespace qnm::test {
 namespace {
@@ -18,15 +19,14 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
     for (std::string name, carrier; list >> name >> carrier;)
         who[name] = carrier;
     const catalogue::Catalogue& tables = support::tables();
-    int stubs = 0;
+    std::set<std::string> stubs; // some stand behind many entries, and tell the first one's name
     for (const catalogue::Entry& entry : tables.entries()) {
         if (entry.width != catalogue::Width::narrow || entry.row->entry_class == catalogue::Class::own ||
-            !entry.row->family->calls.empty()) // which calls entries
+            !entry.row->family->calls.empty() || entry.row->family->kernels) // these call something else
             continue;
         ASSERT_NO_THROW(core_symbol(entry.core()));
-        if (who.at(entry.core()) != "stub")
+        if (who.at(entry.core()) != "stub" || !stubs.insert(entry.core()).second)
             continue;
-        ++stubs;
         std::vector<core_int> place(entry.row->arguments.size(), 1), expected = place; // one problem
         std::vector<const void*> addresses;
         for (const core_int& each : place)
@@ -34,7 +34,7 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
         testing::internal::CaptureStderr();
         EXPECT_EQ(by_pointers(entry.core(), addresses).int64(), 0) << entry.core();
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "QNM ERROR: " + entry.name() + " is not carried by this core.\n");
+                  "QNM ERROR: " + catalogue::to_upper(entry.name()) + " is not carried by this core.\n");
         const catalogue::Argument* info = entry.row->find("info");
         if (info != nullptr && info->direction != catalogue::Direction::none)
             expected[static_cast<std::size_t>(entry.row->position(*info) - 1)] = -1001;
@@ -45,7 +45,7 @@ TEST(Carried, StubsTellTheirNameAndSetInfo)
             EXPECT_EQ(who.at(s.names.front()), "own") << s.names.front();
             EXPECT_NO_THROW(core_symbol(s.names.front()));
         }
-    EXPECT_EQ(stubs,
+    EXPECT_EQ(static_cast<std::ptrdiff_t>(stubs.size()),
               std::count_if(who.begin(), who.end(), [](const auto& line) { return line.second == "stub"; }));
 }
 
