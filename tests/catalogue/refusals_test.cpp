@@ -259,6 +259,8 @@ TEST(Refusals, OfVectorMathematics)
         SetMode : int -> int => accepted;  SetMode int => 4: 'int': expected ':';
         SetMode : thing -> int => 4: 'thing': expected a type;  GetMode : -> => 4: end of the row: expected a type;
         GetMode : -> int int => 4: 'int': expected the end of the row;)");
+}
+
 TEST(Refusals, OfGeneratorsAndStreams)
 {
     expect_refusals(
