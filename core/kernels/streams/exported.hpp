@@ -1,0 +1,4 @@
+// Names that callers look up.
+#pragma once
+
+#define QNM_STREAMS extern "C" __attribute__((visibility("default")))
