@@ -118,7 +118,8 @@ private:
     }
 };
 
-/// Recurrences that make N words at once: K::next(state) replaces state.word, K::output(word) is one's output.
+/// Recurrences that make N words at once: K::next(state) replaces state.word, K::output(word) is one's
+/// output.
 template <class K, int N>
 struct InBatches {
     /// The next words are all to be made.

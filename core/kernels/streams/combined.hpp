@@ -13,10 +13,7 @@ struct Recurrence {
     struct Matrix {
         std::uint64_t row[3][3];
     };
-    Matrix step() const
-    {
-        return {{{0, 1, 0}, {0, 0, 1}, {coefficient[0], coefficient[1], coefficient[2]}}};
-    }
+    Matrix step() const { return {{{0, 1, 0}, {0, 0, 1}, {coefficient[0], coefficient[1], coefficient[2]}}}; }
     Matrix product(const Matrix& x, const Matrix& y) const
     {
         Matrix result;

@@ -25,8 +25,8 @@ struct Counter : Whole, InBatches<K, 64> {
         for (int i = 0; i < key_words; ++i)
             state.key[i] = given[i];
         for (int i = 0; i < 2; ++i)
-            state.counter[i] = given[key_words + 2 * i] |
-                               static_cast<std::uint64_t>(given[key_words + 2 * i + 1]) << 32;
+            state.counter[i] =
+                given[key_words + 2 * i] | static_cast<std::uint64_t>(given[key_words + 2 * i + 1]) << 32;
         InBatches<K, 64>::empty(state);
     }
     static int next(State& state)

@@ -35,8 +35,8 @@ std::vector<std::size_t> exponents()
     const auto times = [&](std::size_t high, std::size_t low) {
         Square product{};
         for (std::size_t i = 0; i <= words; ++i) {
-            add_shifted(product, power[i], high);
-            add_shifted(product, power[i], low);
+            add_shifted(product, power[i], 64 * i + high);
+            add_shifted(product, power[i], 64 * i + low);
         }
         power = product;
     };
@@ -92,7 +92,8 @@ Polynomial power_of_t(std::uint64_t exponent)
         const bool odd = (exponent >> bit & 1) != 0;
         for (std::size_t i = 0; i < words; ++i) {
             add_shifted(square, spread(static_cast<std::uint32_t>(result[i])), 128 * i + (odd ? 1 : 0));
-            add_shifted(square, spread(static_cast<std::uint32_t>(result[i] >> 32)), 128 * i + 64 + (odd ? 1 : 0));
+            add_shifted(square, spread(static_cast<std::uint32_t>(result[i] >> 32)),
+                        128 * i + 64 + (odd ? 1 : 0));
         }
         reduce(square, terms);
         for (std::size_t i = 0; i < words; ++i)

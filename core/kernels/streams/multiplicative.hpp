@@ -13,7 +13,7 @@ struct Multiplicative {
     static constexpr int lanes = 16;
     struct State {
         std::int32_t set;
-        Residue next[F::parts];               // not yet given out
+        Residue next[F::parts];              // not yet given out
         Residue powers[F::parts][lanes + 1]; // of the factor
     };
     static constexpr bool wide_skip = false;

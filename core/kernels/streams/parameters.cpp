@@ -6,7 +6,10 @@
 namespace qnm::vsl {
 
 constinit const WichmannHillPart wichmann_hill[wichmann_hill_sets][4] = {
-#define QNM_PART(modulus, factor) {modulus, factor}
+#define QNM_PART(modulus, factor)                                                                            \
+    {                                                                                                        \
+        modulus, factor                                                                                      \
+    }
 #define QNM_SET_OF_PARTS(a, b, c, d) {a, b, c, d},
 #include "search/wichmann_hill.inc"
 #undef QNM_SET_OF_PARTS
@@ -14,17 +17,11 @@ constinit const WichmannHillPart wichmann_hill[wichmann_hill_sets][4] = {
 };
 
 // A multiplier ends in the number of its set.
-constinit const Twisters twisters = [] {
-    constexpr std::uint32_t found[] = {
+constinit const std::uint32_t twisters[twister_sets] = {
 #define QNM_TWISTER(multiplier) multiplier,
 #include "search/twisters.inc"
 #undef QNM_TWISTER
-    };
-    Twisters result{};
-    for (const std::uint32_t multiplier : found)
-        result.multiplier[multiplier & 0xFFFF] = multiplier;
-    return result;
-}();
+};
 
 namespace {
 
@@ -49,12 +46,12 @@ constexpr Initial initial[] = {
          3, 1, 3, 3, 1, 3, 1, 3, 1, 3, 1, 1, 3, 1, 3, 1, 3, 1, 3}},
     {4, {7, 5, 1, 3, 3, 7, 5, 5, 7, 7, 1, 3, 3, 7, 5, 1, 1, 5, 3,
          3, 1, 7, 5, 1, 3, 3, 7, 5, 1, 1, 5, 7, 7, 5, 1, 3, 3}},
-    {6, {1, 7, 9, 13, 11, 1, 3, 7, 9, 5, 13, 13, 11, 3, 15, 5, 3, 15, 7, 9, 13, 9, 1, 11, 7, 5, 15, 1, 15,
-         11, 5, 3, 1, 7, 9}},
-    {8, {9, 3, 27, 15, 29, 21, 23, 19, 11, 25, 7, 13, 17, 1, 25, 29, 3, 31, 11, 5, 23, 27, 19, 21, 5, 1, 17,
-         13, 7, 15, 9, 31, 9}},
-    {14, {37, 33, 7, 5, 11, 39, 63, 27, 17, 15, 23, 29, 3, 21, 13, 31, 25, 9, 49, 33, 19, 29, 11, 19, 27, 15,
-          25}},
+    {6, {1, 7, 9,  13, 11, 1,  3, 7, 9,  5, 13, 13, 11, 3, 15, 5, 3, 15,
+         7, 9, 13, 9,  1,  11, 7, 5, 15, 1, 15, 11, 5,  3, 1,  7, 9}},
+    {8, {9,  3,  27, 15, 29, 21, 23, 19, 11, 25, 7,  13, 17, 1, 25, 29, 3,
+         31, 11, 5,  23, 27, 19, 21, 5,  1,  17, 13, 7,  15, 9, 31, 9}},
+    {14, {37, 33, 7,  5, 11, 39, 63, 27, 17, 15, 23, 29, 3, 21,
+          13, 31, 25, 9, 49, 33, 19, 29, 11, 19, 27, 15, 25}},
     {20, {13, 33, 115, 41, 79, 17, 29, 119, 75, 73, 105, 7, 59, 65, 21, 3, 113, 61, 89, 45, 107}},
     {38, {7, 23, 39}},
 };
@@ -86,7 +83,8 @@ Directions<sobol_dimensions> sobol()
 }
 
 // Bratley, Fox, Niederreiter 1992: an irreducible polynomial for each dimension, in their order as numbers.
-// The direction numbers come out of the expansion of x^r / p^q, by a linear recurrence whose polynomial is p^q.
+// The direction numbers come out of the expansion of x^r / p^q, by a linear recurrence whose polynomial is
+// p^q.
 using Wide = std::uint64_t;
 
 Wide product(Wide x, Wide y)
@@ -119,9 +117,9 @@ Directions<niederreiter_dimensions> niederreiter()
             ++p;
         while (!irreducible(p));
         const int degree = degree_of(p);
-        Wide power = 1;             // p^q
-        int length = 0;             // its degree
-        std::array<bool, 64> v{};  // the recurrence
+        Wide power = 1;           // p^q
+        int length = 0;           // its degree
+        std::array<bool, 64> v{}; // the recurrence
         for (int row = 0; row < digits; ++row) {
             const int u = row % degree;
             if (u == 0) {

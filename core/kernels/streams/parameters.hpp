@@ -12,12 +12,9 @@ struct WichmannHillPart {
 inline constexpr int wichmann_hill_sets = 273;
 extern const WichmannHillPart wichmann_hill[wichmann_hill_sets][4];
 
-/// Multipliers of twisters of degree 2203; 0 where none is known yet.
+/// Multipliers of twisters of degree 2203.
 inline constexpr int twister_sets = 6024;
-struct Twisters {
-    std::uint32_t multiplier[twister_sets];
-};
-extern const Twisters twisters;
+extern const std::uint32_t twisters[twister_sets];
 
 /// Direction numbers of base 2, a row for each bit of the Gray code.
 inline constexpr int sobol_dimensions = 40, niederreiter_dimensions = 318, digits = 32;

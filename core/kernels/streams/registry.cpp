@@ -1,6 +1,6 @@
 // Which generator an id means: those of the library, and those that programs register.
-#include "../tables.hpp"
 #include "registry.hpp"
+#include "../tables.hpp"
 
 #include <atomic>
 #include <mutex>
@@ -62,15 +62,13 @@ int words(Stream* stream, std::int64_t n, std::uint32_t* r)
 }
 int doubles(Stream* stream, std::int64_t n, double* r, double a, double b)
 {
-    return in_parts(n, r, [=](int count, auto* at) {
-        return functions_of(stream).doubles(stream, count, at, a, b);
-    });
+    return in_parts(
+        n, r, [=](int count, auto* at) { return functions_of(stream).doubles(stream, count, at, a, b); });
 }
 int floats(Stream* stream, std::int64_t n, float* r, float a, float b)
 {
-    return in_parts(n, r, [=](int count, auto* at) {
-        return functions_of(stream).floats(stream, count, at, a, b);
-    });
+    return in_parts(
+        n, r, [=](int count, auto* at) { return functions_of(stream).floats(stream, count, at, a, b); });
 }
 int leapfrog(Stream* stream, int k, int streams)
 {

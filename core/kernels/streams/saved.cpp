@@ -103,8 +103,9 @@ class Path {
 public:
     Path(const char* name, int length)
     {
-        std::string_view text = length < 0 ? std::string_view(name)
-                                           : std::string_view(name, strnlen(name, static_cast<std::size_t>(length)));
+        std::string_view text = length < 0
+                                    ? std::string_view(name)
+                                    : std::string_view(name, strnlen(name, static_cast<std::size_t>(length)));
         while (length >= 0 && !text.empty() && text.back() == ' ')
             text.remove_suffix(1);
         if (text.size() < sizeof path_) {
@@ -173,9 +174,10 @@ QNM_STREAMS int __vslLoadStreamF(Stream** slot, const char* name, int length)
     Head head;
     int status = file_not_read;
     if (std::fread(&head, sizeof head, 1, file) == 1)
-        status = load(slot, head, {file_damaged, file_of_other_version}, [file](void* state, std::size_t size) {
-            return std::fread(state, size, 1, file) == 1 ? int{ok} : int{file_not_read};
-        });
+        status =
+            load(slot, head, {file_damaged, file_of_other_version}, [file](void* state, std::size_t size) {
+                return std::fread(state, size, 1, file) == 1 ? int{ok} : int{file_not_read};
+            });
     std::fclose(file);
     return status;
 }

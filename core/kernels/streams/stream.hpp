@@ -64,7 +64,7 @@ struct Generator {
 struct Spare {
     double of_double;
     float of_float;
-    std::uint8_t has_double, has_float, unused[2];
+    bool has_double, has_float;
 };
 
 inline std::size_t spare_offset(const Generator& generator)

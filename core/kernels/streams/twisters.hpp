@@ -42,7 +42,10 @@ struct R250 : Whole, InBatches<R250, 250> {
             x[i] ^= x[i - 103];
         return ok;
     }
-    static std::uint32_t output(std::uint32_t x) { return x; }
+    static std::uint32_t output(std::uint32_t x)
+    {
+        return x;
+    }
 };
 
 /// Matsumoto, Nishimura 1998: n words without their r lowest bits, a middle word m; seeding of 2002.
@@ -149,9 +152,7 @@ struct Mt2203 : Twister<Mt2203, 69, 34, 5> {
 
     static int start(State& state, int set, int n, Seeds seeds)
     {
-        if (twisters.multiplier[set] == 0)
-            return unknown_generator;
-        begin(state, twisters.multiplier[set], n, seeds);
+        begin(state, twisters[set], n, seeds);
         return ok;
     }
 };
@@ -187,8 +188,8 @@ struct Sfmt19937 : Whole, InBatches<Sfmt19937, 624> {
             const __m128i a = _mm_loadu_si128(x + i), b = _mm_loadu_si128(x + other);
             const __m128i known = _mm_xor_si128(_mm_xor_si128(a, _mm_slli_si128(a, 1)),
                                                 _mm_and_si128(_mm_srli_epi32(b, 11), mask));
-            const __m128i made = _mm_xor_si128(_mm_xor_si128(known, _mm_srli_si128(before, 1)),
-                                               _mm_slli_epi32(last, 18));
+            const __m128i made =
+                _mm_xor_si128(_mm_xor_si128(known, _mm_srli_si128(before, 1)), _mm_slli_epi32(last, 18));
             _mm_storeu_si128(x + i, made);
             before = last;
             last = made;

@@ -1,10 +1,10 @@
-// Looks for Mersenne twisters of degree 2203 (69 words of 32 bits without 5, middle word 34), whose multiplier
-// ends in the number of the set, and appends what it finds: twisters FILE [FIRST LAST].
+// Looks for Mersenne twisters of degree 2203 (69 words of 32 bits without 5, middle word 34), whose
+// multiplier ends in the number of the set, and appends what it finds: twisters FILE [FIRST LAST].
 //
 // The characteristic polynomial is linear in the bits of the multiplier (Matsumoto, Nishimura 1998), so what
 // a small irreducible polynomial divides is an affine space of multipliers, which is struck out whole. What
-// is left is tested: 2203 is prime, so a polynomial without roots is irreducible if it divides t^(2^2203) - t;
-// 2^2203 - 1 is prime, so it is primitive then.
+// is left is tested: 2203 is prime, so a polynomial without roots is irreducible if it divides t^(2^2203) -
+// t; 2^2203 - 1 is prime, so it is primitive then.
 //
 // Needs the processor's carry-less product: g++ -std=c++20 -O2 -mpclmul.
 #include <array>
@@ -189,8 +189,8 @@ bool divides(const Polynomial& p)
             const __m128i high = _mm_cvtsi64_si128(static_cast<long long>(r[words + j]));
             Word carry = 0;
             for (int i = 0; i < words; ++i) {
-                const __m128i x = _mm_clmulepi64_si128(
-                    high, _mm_cvtsi64_si128(static_cast<long long>(low[i])), 0);
+                const __m128i x =
+                    _mm_clmulepi64_si128(high, _mm_cvtsi64_si128(static_cast<long long>(low[i])), 0);
                 r[i + j] ^= static_cast<Word>(_mm_cvtsi128_si64(x)) ^ carry;
                 carry = static_cast<Word>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(x, x)));
             }
@@ -233,8 +233,7 @@ int main(int count, char** arguments)
         std::uint32_t member = static_cast<std::uint32_t>(set) * 0x9E3779B9U >> 17;
         for (std::uint32_t tried = 0; tried < 1U << free_bits; ++tried) {
             member = (member * 1103515245U + 12345U) & ((1U << free_bits) - 1);
-            const std::uint32_t multiplier =
-                0x80000000U | member << 16 | static_cast<std::uint32_t>(set);
+            const std::uint32_t multiplier = 0x80000000U | member << 16 | static_cast<std::uint32_t>(set);
             if (struck[member] || !divides(parts.with(multiplier)))
                 continue;
             std::FILE* const file = std::fopen(arguments[1], "a");

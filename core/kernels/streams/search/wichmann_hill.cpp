@@ -1,8 +1,9 @@
 // Chooses the parameters of sets of four multiplicative generators, and writes them: wichmann_hill > FILE.
 //
 // Moduli are primes between 16718909 and 16776971, multipliers primitive roots between 112 and 127. A prime's
-// multiplier is the one of the best spectral test in 4 to 6 dimensions (in 2 and 3 all are alike: (-a, 1) is short);
-// the best primes are taken, and put together so that in a set no two periods have more than 2 in common.
+// multiplier is the one of the best spectral test in 4 to 6 dimensions (in 2 and 3 all are alike: (-a, 1) is
+// short); the best primes are taken, and put together so that in a set no two periods have more than 2 in
+// common.
 #include <algorithm>
 #include <array>
 #include <cmath>
