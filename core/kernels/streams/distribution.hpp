@@ -35,15 +35,6 @@ namespace qnm::vsl::QNM_NAMESPACE {
 
 enum Method : int { accurate = 0x40000000 };
 
-inline int fractions(Stream* stream, std::int64_t n, double* r, double a = 0, double b = 1)
-{
-    return stream->generator->doubles(stream, n, r, a, b);
-}
-inline int fractions(Stream* stream, std::int64_t n, float* r, float a = 0, float b = 1)
-{
-    return stream->generator->floats(stream, n, r, a, b);
-}
-
 /// What stands for 0 where its logarithm is taken: half of the least fraction above it.
 template <class T>
 inline constexpr T above_zero = sizeof(T) == 8 ? T(0x1p-33) : T(0x1p-25);

@@ -32,6 +32,4 @@ using qnm::vsl::Stream;
 
 #define QNM_INVERTED QNM_DISTRIBUTION
 #define QNM_NORMAL QNM_DISTRIBUTION
-#define QNM_REJECTED QNM_DISTRIBUTION
-#define QNM_COUNTED QNM_DISTRIBUTION
 #include "distributions.inc"

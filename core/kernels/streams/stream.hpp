@@ -67,18 +67,31 @@ struct Spare {
     bool has_double, has_float;
 };
 
-inline std::size_t spare_offset(const Generator& generator)
+// Never calls: what is compiled for several instruction sets must not be merged.
+[[gnu::always_inline]] inline std::size_t spare_offset(const Generator& generator)
 {
     const std::size_t size = static_cast<std::size_t>(generator.properties.state_size);
     return (size + alignof(Spare) - 1) / alignof(Spare) * alignof(Spare);
 }
-inline std::size_t stream_size(const Generator& generator)
+[[gnu::always_inline]] inline std::size_t stream_size(const Generator& generator)
 {
     return spare_offset(generator) + sizeof(Spare);
 }
-inline Spare& spare_of(Stream* stream)
+[[gnu::always_inline]] inline Spare& spare_of(Stream* stream)
 {
     return *reinterpret_cast<Spare*>(reinterpret_cast<char*>(stream) + spare_offset(*stream->generator));
+}
+
+/// u of the next words, or what an interval makes of it.
+[[gnu::always_inline]] inline int fractions(Stream* stream, std::int64_t n, double* r, double a = 0,
+                                            double b = 1)
+{
+    return stream->generator->doubles(stream, n, r, a, b);
+}
+[[gnu::always_inline]] inline int fractions(Stream* stream, std::int64_t n, float* r, float a = 0,
+                                            float b = 1)
+{
+    return stream->generator->floats(stream, n, r, a, b);
 }
 
 /// The generators of the library, compiled for the best instruction set that this processor has.
