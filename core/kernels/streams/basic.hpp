@@ -31,6 +31,34 @@ typename G::State& state_of(Stream* stream)
     return *reinterpret_cast<typename G::State*>(stream + 1);
 }
 
+/// Numbers side by side, in as many registers as that takes.
+typedef std::uint64_t Eight __attribute__((vector_size(64)));
+
+/// Products of the lower halves.
+[[gnu::always_inline]] inline Eight low_product(Eight x, Eight y)
+{
+#if QNM_SET == 3
+    return (Eight)_mm512_maskz_mul_epu32(0xFF, (__m512i)x, (__m512i)y); // the plain one is warned of
+#else
+    constexpr int parts = 64 / vml::QNM_NAMESPACE::bytes;
+    using Part = vml::QNM_NAMESPACE::Lanes<std::uint64_t>;
+    struct {
+        Part part[parts];
+    } a, b, r;
+    __builtin_memcpy(&a, &x, sizeof x);
+    __builtin_memcpy(&b, &y, sizeof y);
+    for (int i = 0; i < parts; ++i)
+#if QNM_SET == 1
+        r.part[i] = (Part)_mm256_mul_epu32((__m256i)a.part[i], (__m256i)b.part[i]);
+#else
+        r.part[i] = (Part)_mm_mul_epu32((__m128i)a.part[i], (__m128i)b.part[i]);
+#endif
+    Eight result;
+    __builtin_memcpy(&result, &r, sizeof r);
+    return result;
+#endif
+}
+
 /// Upper 24 bits, so that no result is 1.
 inline float single_of(double u)
 {

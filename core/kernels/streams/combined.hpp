@@ -5,96 +5,165 @@
 
 namespace qnm::vsl::QNM_NAMESPACE {
 
-/// A recurrence of order three, x(n) = a x(n-2) + b x(n-3) or so, modulo a prime below 2^32.
+/// A recurrence of order three modulo 2^32 - less.
 struct Recurrence {
-    std::uint64_t modulus;
-    std::uint64_t coefficient[3]; // of x(n-3), x(n-2), x(n-1)
+    std::uint64_t less;
+    std::uint64_t coefficient[3]; // of the oldest number first
 
     struct Matrix {
         std::uint64_t row[3][3];
     };
-    Matrix step() const { return {{{0, 1, 0}, {0, 0, 1}, {coefficient[0], coefficient[1], coefficient[2]}}}; }
-    Matrix product(const Matrix& x, const Matrix& y) const
+    constexpr std::uint64_t modulus() const { return (std::uint64_t{1} << 32) - less; }
+    constexpr Matrix step() const
     {
-        Matrix result;
+        return {{{0, 1, 0}, {0, 0, 1}, {coefficient[0], coefficient[1], coefficient[2]}}};
+    }
+    constexpr Matrix product(const Matrix& x, const Matrix& y) const
+    {
+        Matrix result{};
         for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) {
-                std::uint64_t sum = 0;
+            for (int j = 0; j < 3; ++j)
                 for (int k = 0; k < 3; ++k)
-                    sum = (sum + x.row[i][k] * y.row[k][j] % modulus) % modulus;
-                result.row[i][j] = sum;
-            }
+                    result.row[i][j] = (result.row[i][j] + x.row[i][k] * y.row[k][j] % modulus()) % modulus();
         return result;
     }
-    /// Goes on by a number of steps.
-    void advance(std::uint32_t* x, Distance distance) const
+    constexpr Matrix steps(Distance distance) const
     {
         Matrix power = step(), whole = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
         for (int word = 0; word < distance.n; ++word)
             for (int bit = 0; bit < 64; ++bit, power = product(power, power))
                 if ((distance.word[word] >> bit & 1) != 0)
                     whole = product(whole, power);
-        std::uint32_t result[3];
+        return whole;
+    }
+    constexpr Matrix steps(std::uint64_t distance) const { return steps(Distance{1, &distance}); }
+
+    void apply(const Matrix& matrix, const std::uint64_t* x, std::uint64_t* result) const
+    {
         for (int i = 0; i < 3; ++i) {
             std::uint64_t sum = 0;
             for (int k = 0; k < 3; ++k)
-                sum = (sum + whole.row[i][k] * x[k] % modulus) % modulus;
-            result[i] = static_cast<std::uint32_t>(sum);
+                sum = (sum + matrix.row[i][k] * x[k] % modulus()) % modulus();
+            result[i] = sum;
+        }
+    }
+
+    /// Of numbers below 2^64: the upper half comes down `less` times, until little is left of it.
+    [[gnu::always_inline]] Eight residue(Eight x) const
+    {
+        for (int i = 0; i < 3; ++i)
+            x = (x & UINT32_MAX) + low_product(x >> 32, Eight{} + less);
+        return x - ((Eight)(x >= modulus()) & modulus());
+    }
+    [[gnu::always_inline]] void apply(const Matrix& matrix, Eight* x) const
+    {
+        Eight result[3];
+        for (int i = 0; i < 3; ++i) {
+            Eight sum = residue(low_product(x[0], Eight{} + matrix.row[i][0]));
+            for (int k = 1; k < 3; ++k)
+                sum += residue(low_product(x[k], Eight{} + matrix.row[i][k]));
+            result[i] = residue(sum);
         }
         for (int i = 0; i < 3; ++i)
             x[i] = result[i];
     }
 };
 
-struct Mrg32k3a {
+/// Eight lanes make eight stretches of a batch.
+struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
     using Word = std::uint32_t;
     static constexpr std::uint32_t id = 0x300000, sets = 1;
     static constexpr int seeds = 6, word_size = 4, bits = 32;
     static constexpr bool zero = false, random = false, wide_skip = true;
+    static constexpr int batch = 512, lanes = 8, stretch = batch / lanes;
     struct State {
-        std::uint32_t x[3], y[3]; // the oldest first
+        std::uint32_t word[batch];
+        std::int32_t at;
+        std::uint64_t origin_x[3], origin_y[3];      // of the batch; the oldest first
+        std::uint64_t x[3][lanes], y[3][lanes]; // where the stretches of the next batch begin
     };
-    static constexpr std::int64_t m1 = 4294967087, m2 = 4294944443;
-    static constexpr std::int64_t a12 = 1403580, a13 = 810728, a21 = 527612, a23 = 1370589;
-    static constexpr Recurrence first = {m1, {m1 - a13, a12, 0}}, second = {m2, {m2 - a23, 0, a21}};
+    static constexpr std::uint64_t a12 = 1403580, a13 = 810728, a21 = 527612, a23 = 1370589;
+    static constexpr std::uint64_t m1 = 4294967087, m2 = 4294944443;
+    static constexpr Recurrence first = {209, {m1 - a13, a12, 0}}, second = {22853, {m2 - a23, 0, a21}};
 
     static int start(State& state, int, int n, Seeds seeds)
     {
         for (int i = 0; i < 3; ++i) {
-            state.x[i] = i < n ? static_cast<std::uint32_t>(seeds[i] % m1) : 1;
-            state.y[i] = 3 + i < n ? static_cast<std::uint32_t>(seeds[3 + i] % m2) : 1;
+            state.origin_x[i] = i < n ? seeds[i] % m1 : 1;
+            state.origin_y[i] = 3 + i < n ? seeds[3 + i] % m2 : 1;
         }
-        if ((state.x[0] | state.x[1] | state.x[2]) == 0)
-            state.x[0] = 1;
-        if ((state.y[0] | state.y[1] | state.y[2]) == 0)
-            state.y[0] = 1;
-        return ok;
+        std::uint64_t* const origins[] = {state.origin_x, state.origin_y};
+        for (std::uint64_t* const origin : origins)
+            if ((origin[0] | origin[1] | origin[2]) == 0)
+                origin[0] = 1;
+        return begin(state);
     }
-    static int fill(State& state, std::int64_t n, Word* r)
+    static int next(State& state)
     {
-        std::int64_t x0 = state.x[0], x1 = state.x[1], x2 = state.x[2];
-        std::int64_t y0 = state.y[0], y1 = state.y[1], y2 = state.y[2];
-        for (std::int64_t i = 0; i < n; ++i) {
-            // Never below zero: a multiple of the modulus is added.
-            const std::int64_t x = (a12 * x1 + a13 * (m1 - x0)) % m1;
-            const std::int64_t y = (a21 * y2 + a23 * (m2 - y0)) % m2;
-            x0 = x1, x1 = x2, x2 = x;
-            y0 = y1, y1 = y2, y2 = y;
-            r[i] = static_cast<Word>(x > y ? x - y : x - y + m1);
+        Eight x[3], y[3];
+        for (int i = 0; i < 3; ++i) {
+            state.origin_x[i] = state.x[i][0];
+            state.origin_y[i] = state.y[i][0];
         }
-        state = {{static_cast<Word>(x0), static_cast<Word>(x1), static_cast<Word>(x2)},
-                 {static_cast<Word>(y0), static_cast<Word>(y1), static_cast<Word>(y2)}};
+        __builtin_memcpy(x, state.x, sizeof x);
+        __builtin_memcpy(y, state.y, sizeof y);
+        std::uint64_t made[stretch][lanes];
+        for (auto& row : made) {
+            // Never below zero: a multiple of the modulus is added.
+            const Eight sum_x = low_product(x[1], Eight{} + a12) + low_product(m1 - x[0], Eight{} + a13);
+            const Eight sum_y = low_product(y[2], Eight{} + a21) + low_product(m2 - y[0], Eight{} + a23);
+            x[0] = x[1], x[1] = x[2], x[2] = first.residue(sum_x);
+            y[0] = y[1], y[1] = y[2], y[2] = second.residue(sum_y);
+            const Eight z = x[2] - y[2] + ((Eight)(x[2] <= y[2]) & m1);
+            __builtin_memcpy(row, &z, sizeof z);
+        }
+        for (int lane = 0; lane < lanes; ++lane)
+            for (int i = 0; i < stretch; ++i)
+                state.word[lane * stretch + i] = static_cast<std::uint32_t>(made[i][lane]);
+        constexpr Recurrence::Matrix ahead_x = first.steps(batch - stretch), ahead_y = second.steps(batch - stretch);
+        first.apply(ahead_x, x);
+        second.apply(ahead_y, y);
+        __builtin_memcpy(state.x, x, sizeof x);
+        __builtin_memcpy(state.y, y, sizeof y);
         return ok;
     }
+    static std::uint32_t output(std::uint32_t z) { return z; }
+
     static int skip(State& state, Distance distance)
     {
-        first.advance(state.x, distance);
-        second.advance(state.y, distance);
-        return ok;
+        const auto move = [&](const Recurrence& recurrence, std::uint64_t* origin) {
+            std::uint64_t here[3];
+            recurrence.apply(recurrence.steps(static_cast<std::uint64_t>(state.at)), origin, here);
+            recurrence.apply(recurrence.steps(distance), here, origin);
+        };
+        move(first, state.origin_x);
+        move(second, state.origin_y);
+        return begin(state);
     }
-    static double real(Word z) { return z * (1.0 / (m1 + 1)); }
+    static double real(Word z) { return z * (1.0 / static_cast<double>(m1 + 1)); }
     static float single(Word z) { return single_of(real(z)); }
     static std::uint32_t top(Word z) { return z; }
+
+private:
+    /// The batch of an origin.
+    static int begin(State& state)
+    {
+        const auto spread = [](const Recurrence& recurrence, const std::uint64_t* origin, std::uint64_t (*x)[lanes]) {
+            std::uint64_t here[3] = {origin[0], origin[1], origin[2]};
+            const Recurrence::Matrix ahead = recurrence.steps(stretch);
+            for (int lane = 0; lane < lanes; ++lane) {
+                for (int i = 0; i < 3; ++i)
+                    x[i][lane] = here[i];
+                std::uint64_t next[3];
+                recurrence.apply(ahead, here, next);
+                __builtin_memcpy(here, next, sizeof here);
+            }
+        };
+        spread(first, state.origin_x, state.x);
+        spread(second, state.origin_y, state.y);
+        state.at = 0;
+        return next(state);
+    }
 };
 
 } // namespace qnm::vsl::QNM_NAMESPACE

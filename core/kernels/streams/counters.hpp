@@ -7,8 +7,8 @@ namespace qnm::vsl::QNM_NAMESPACE {
 
 /// Blocks of four words of K::blocks(key, counter, words), `width` counters at once.
 template <class K, int key_words>
-struct Counter : Whole, InBatches<K, 64> {
-    static constexpr int width = 16, seeds = key_words + 4;
+struct Counter : Whole, InBatches<K, 128> {
+    static constexpr int width = 32, seeds = key_words + 4;
     static constexpr bool random = true, wide_skip = true;
     struct State {
         std::uint32_t word[4 * width];
@@ -27,7 +27,7 @@ struct Counter : Whole, InBatches<K, 64> {
         for (int i = 0; i < 2; ++i)
             state.counter[i] =
                 given[key_words + 2 * i] | static_cast<std::uint64_t>(given[key_words + 2 * i + 1]) << 32;
-        InBatches<K, 64>::empty(state);
+        InBatches<K, 4 * width>::empty(state);
     }
     static int next(State& state)
     {
@@ -70,28 +70,36 @@ struct Philox4x32x10 : Counter<Philox4x32x10, 2> {
     }
     static void blocks(const std::uint32_t* key, const std::uint64_t* counter, std::uint32_t* r)
     {
-        std::uint32_t x[4][width];
-        for (int i = 0; i < width; ++i) {
-            const std::uint64_t low = counter[0] + static_cast<std::uint64_t>(i);
-            const std::uint64_t high = counter[1] + (low < counter[0] ? 1 : 0);
-            x[0][i] = static_cast<std::uint32_t>(low);
-            x[1][i] = static_cast<std::uint32_t>(low >> 32);
-            x[2][i] = static_cast<std::uint32_t>(high);
-            x[3][i] = static_cast<std::uint32_t>(high >> 32);
+        // Numbers of 32 bits in lanes of 64, whose upper halves mean nothing on the way.
+        constexpr int parts = width / 8;
+        constexpr Eight places = {0, 1, 2, 3, 4, 5, 6, 7};
+        Eight x[parts][4];
+        for (int i = 0; i < parts; ++i) {
+            const Eight low = counter[0] + (places + static_cast<std::uint64_t>(8 * i));
+            const Eight high = counter[1] + ((Eight)(low < counter[0]) & 1);
+            x[i][0] = low;
+            x[i][1] = low >> 32;
+            x[i][2] = high;
+            x[i][3] = high >> 32;
         }
         std::uint32_t k0 = key[0], k1 = key[1];
         for (int round = 0; round < 10; ++round, k0 += 0x9E3779B9U, k1 += 0xBB67AE85U)
-            for (int i = 0; i < width; ++i) {
-                const std::uint64_t p = std::uint64_t{0xD2511F53U} * x[0][i];
-                const std::uint64_t q = std::uint64_t{0xCD9E8D57U} * x[2][i];
-                x[0][i] = static_cast<std::uint32_t>(q >> 32) ^ x[1][i] ^ k0;
-                x[2][i] = static_cast<std::uint32_t>(p >> 32) ^ x[3][i] ^ k1;
-                x[1][i] = static_cast<std::uint32_t>(q);
-                x[3][i] = static_cast<std::uint32_t>(p);
+            for (int i = 0; i < parts; ++i) {
+                const Eight p = low_product(x[i][0], Eight{} + 0xD2511F53U);
+                const Eight q = low_product(x[i][2], Eight{} + 0xCD9E8D57U);
+                x[i][0] = q >> 32 ^ x[i][1] ^ k0;
+                x[i][2] = p >> 32 ^ x[i][3] ^ k1;
+                x[i][1] = q;
+                x[i][3] = p;
             }
-        for (int i = 0; i < width; ++i)
-            for (int j = 0; j < 4; ++j)
-                r[4 * i + j] = x[j][i];
+        for (int i = 0; i < parts; ++i) {
+            const Eight first = (x[i][0] & UINT32_MAX) | x[i][1] << 32;
+            const Eight second = (x[i][2] & UINT32_MAX) | x[i][3] << 32;
+            constexpr Eight to_front = {0, 8, 1, 9, 2, 10, 3, 11}, to_end = to_front + 4;
+            const Eight pairs[] = {__builtin_shuffle(first, second, to_front),
+                                   __builtin_shuffle(first, second, to_end)};
+            __builtin_memcpy(r + 32 * i, pairs, sizeof pairs);
+        }
     }
 };
 

@@ -1,6 +1,6 @@
 // Kernels of streams: made, copied, moved on, deleted.
+#include "buffer.hpp"
 #include "exported.hpp"
-#include "outside.hpp"
 #include "registry.hpp"
 
 #include <cstdlib>
