@@ -6,6 +6,9 @@
 #include <Random123/philox.h>
 #include <boost/random/niederreiter_base2.hpp>
 #include <random>
+#ifdef QNM_NTL
+#include <NTL/GF2XFactoring.h>
+#endif
 
 namespace {
 
@@ -167,6 +170,34 @@ TEST(Generators, PlainRecurrences)
     }
 }
 
+TEST(Generators, PlainCombinedRecurrences)
+{
+    std::uint64_t x[] = {1, 2, 3}, y[] = {4, 5, 6};
+    for (const double u : Owned(mrg32k3a, {1, 2, 3, 4, 5, 6}).doubles(5000)) {
+        constexpr std::uint64_t m1 = 4294967087, m2 = 4294944443;
+        const std::uint64_t next_x = (1403580 * x[1] + 810728 * (m1 - x[0])) % m1;
+        const std::uint64_t next_y = (527612 * y[2] + 1370589 * (m2 - y[0])) % m2;
+        x[0] = x[1], x[1] = x[2], x[2] = next_x;
+        y[0] = y[1], y[1] = y[2], y[2] = next_y;
+        const std::uint64_t z = next_x > next_y ? next_x - next_y : next_x + m1 - next_y;
+        ASSERT_EQ(u, static_cast<double>(z) * (1.0 / 4294967088.0));
+    }
+}
+
+// The point whose number's Gray code has 25 ones, of QuantLib's table of the same direction numbers.
+TEST(Generators, SobolOfAnotherImplementation)
+{
+    const Words known = {0xFFFFFF80, 0x81818180, 0x8000AD80, 0xEA124980, 0x5551ED80, 0xC1471F80, 0x57FF1180,
+                         0x92277F80, 0x14880E80, 0xC97FD080, 0x90800080, 0xF2C48780, 0x08673780, 0x977DF780,
+                         0x386AF980, 0x6124D980, 0x65F70580, 0x6DB4D380, 0x1BBD1B80, 0xEC17DC80, 0xF45A7A80,
+                         0xD2A04080, 0x23EB4680, 0x295C3080, 0x2F209A80, 0xF268E980, 0x90554180, 0xE761D380,
+                         0xF00F2780, 0x8EA33C80, 0xF3DE8680, 0x74999280, 0x33A92280, 0x588ED780, 0x0CAB7180,
+                         0xE619E880, 0x177E0B80, 0x31FE9980, 0x3F15CF80, 0x4CA2F980};
+    Owned stream(sobol, {40});
+    EXPECT_EQ(call("__vslSkipAheadStream", static_cast<Stream*>(stream), 40 * (0x1555555LL - 1)), 0);
+    EXPECT_EQ(stream.words(40), known);
+}
+
 // Direction numbers have as many independent rows as a net needs: each stretch of 2^k points has one in each
 // interval of length 2^-k, in each coordinate.
 TEST(Generators, SobolPointsAreANet)
@@ -184,6 +215,22 @@ TEST(Generators, SobolPointsAreANet)
         }
     }
 }
+
+#ifdef QNM_NTL
+// The least recurrence of one bit of the output is of degree 2203, and irreducible; 2^2203 - 1 is prime.
+TEST(Generators, SmallTwistersHaveTheWholePeriod)
+{
+    for (int set = 3; set < 6024; set += 669) {
+        NTL::vec_GF2 bits;
+        for (const std::uint32_t word : Owned(mt2203 + set, {1}).words(2 * 2203))
+            bits.append(NTL::to_GF2(static_cast<long>(word >> 9 & 1U)));
+        NTL::GF2X recurrence;
+        NTL::MinPolySeq(recurrence, bits, 2203);
+        EXPECT_EQ(NTL::deg(recurrence), 2203) << set;
+        EXPECT_EQ(NTL::IterIrredTest(recurrence), 1) << set;
+    }
+}
+#endif
 
 /// All generators, with what they can do.
 struct Ability {

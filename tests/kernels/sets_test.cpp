@@ -44,7 +44,8 @@ TEST(Generators, SameBitsOfEachInstructionSet)
             continue;
         const std::size_t place = static_cast<std::size_t>(&first - sse2::generators);
         for (const Generator* const other : {avx2::generators, avx512::generators}) {
-            if (best == qnm::vml::sse2_table || (other == avx512::generators && best != qnm::vml::avx512_table))
+            if (best == qnm::vml::sse2_table ||
+                (other == avx512::generators && best != qnm::vml::avx512_table))
                 continue;
             const auto x = begun(first), y = begun(other[place]);
             const std::uint64_t distance = 1234567;

@@ -34,7 +34,9 @@ void expect_ring(const std::string& letter, Interval... interval)
     using R = Refilling<T>;
     T buffer[] = {0, 1, 2, 3, 4};
     Owned stream, copy;
-    ASSERT_EQ(call("__vsl" + letter + "NewAbstractStream", stream.slot(), 5, &buffer[0], interval..., &R::refill), 0);
+    ASSERT_EQ(
+        call("__vsl" + letter + "NewAbstractStream", stream.slot(), 5, &buffer[0], interval..., &R::refill),
+        0);
     R::next = 5;
     R::calls = 0;
     // Three at a time behind the first five: the ring's place goes on.
@@ -57,7 +59,9 @@ void expect_ring(const std::string& letter, Interval... interval)
     EXPECT_EQ(call("__vslSaveStreamM", plain, &memory[0]), -3);
     EXPECT_EQ(call("__vslSaveStreamF", plain, "/dev/null", -1), -3);
     for (const int n : {0, -1})
-        EXPECT_EQ(call("__vsl" + letter + "NewAbstractStream", copy.slot(), n, &buffer[0], interval..., &R::refill), -3);
+        EXPECT_EQ(
+            call("__vsl" + letter + "NewAbstractStream", copy.slot(), n, &buffer[0], interval..., &R::refill),
+            -3);
 }
 
 TEST(Streams, BuffersOfPrograms)
@@ -84,8 +88,11 @@ struct Counting {
             self->next += parameters[0] * self->step;
             self->step *= parameters[1];
             return 0;
-        case qnm::vsl::start_skip: self->next += parameters[0] * self->step; return n == 2 ? 0 : -3;
-        default: return -1004;
+        case qnm::vsl::start_skip:
+            self->next += parameters[0] * self->step;
+            return n == 2 ? 0 : -3;
+        default:
+            return -1004;
         }
     }
     template <class T>
@@ -108,9 +115,12 @@ struct Counting {
 TEST(Streams, GeneratorsOfPrograms)
 {
     EXPECT_EQ(call("__vslGetNumRegBrngs"), 16);
-    const Properties good = {sizeof(Counting), 1, 0, 4, 32, Counting::start, Counting::fill<float>,
-                             Counting::fill<double>, Counting::words};
-    const auto add = [](Properties properties) { return call("__vslRegisterBrng", static_cast<const Properties*>(&properties)); };
+    const Properties good = {
+        sizeof(Counting), 1, 0, 4, 32, Counting::start, Counting::fill<float>, Counting::fill<double>,
+        Counting::words};
+    const auto add = [](Properties properties) {
+        return call("__vslRegisterBrng", static_cast<const Properties*>(&properties));
+    };
     const auto refused = [&](auto change) {
         Properties properties = good;
         change(properties);
@@ -137,7 +147,8 @@ TEST(Streams, GeneratorsOfPrograms)
     EXPECT_EQ(stream.words(3), (std::vector<std::uint32_t>{10, 11, 12}));
     EXPECT_EQ(call("__vslSkipAheadStream", static_cast<Stream*>(stream), 7LL), 0);
     EXPECT_EQ(call("__vslLeapfrogStream", static_cast<Stream*>(stream), 1, 3), 0);
-    std::vector<char> memory(static_cast<std::size_t>(call("__vslGetStreamSize", static_cast<Stream*>(stream))));
+    std::vector<char> memory(
+        static_cast<std::size_t>(call("__vslGetStreamSize", static_cast<Stream*>(stream))));
     EXPECT_EQ(call("__vslSaveStreamM", static_cast<Stream*>(stream), memory.data()), 0);
     EXPECT_EQ(stream.words(2), (std::vector<std::uint32_t>{21, 24}));
     EXPECT_EQ(call("__vslLoadStreamM", copy.slot(), memory.data()), 0);

@@ -79,7 +79,7 @@ struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
     struct State {
         std::uint32_t word[batch];
         std::int32_t at;
-        std::uint64_t origin_x[3], origin_y[3];      // of the batch; the oldest first
+        std::uint64_t origin_x[3], origin_y[3]; // of the batch; the oldest first
         std::uint64_t x[3][lanes], y[3][lanes]; // where the stretches of the next batch begin
     };
     static constexpr std::uint64_t a12 = 1403580, a13 = 810728, a21 = 527612, a23 = 1370589;
@@ -120,7 +120,8 @@ struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
         for (int lane = 0; lane < lanes; ++lane)
             for (int i = 0; i < stretch; ++i)
                 state.word[lane * stretch + i] = static_cast<std::uint32_t>(made[i][lane]);
-        constexpr Recurrence::Matrix ahead_x = first.steps(batch - stretch), ahead_y = second.steps(batch - stretch);
+        constexpr Recurrence::Matrix ahead_x = first.steps(batch - stretch),
+                                     ahead_y = second.steps(batch - stretch);
         first.apply(ahead_x, x);
         second.apply(ahead_y, y);
         __builtin_memcpy(state.x, x, sizeof x);
@@ -148,7 +149,8 @@ private:
     /// The batch of an origin.
     static int begin(State& state)
     {
-        const auto spread = [](const Recurrence& recurrence, const std::uint64_t* origin, std::uint64_t (*x)[lanes]) {
+        const auto spread = [](const Recurrence& recurrence, const std::uint64_t* origin,
+                               std::uint64_t(*x)[lanes]) {
             std::uint64_t here[3] = {origin[0], origin[1], origin[2]};
             const Recurrence::Matrix ahead = recurrence.steps(stretch);
             for (int lane = 0; lane < lanes; ++lane) {

@@ -4,9 +4,9 @@
 #include "status.hpp"
 
 #include <array>
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
-#include <new>
-#include <vector>
 
 namespace qnm::vsl {
 namespace {
@@ -27,9 +27,16 @@ void add_shifted(P& sum, std::uint64_t word, std::size_t by)
         sum[by / 64 + 1] ^= word >> (64 - bit);
 }
 
-/// Exponents of the characteristic polynomial but the highest. With X = t^624 + t^397 and Y = X/t it is
+/// Exponents of the characteristic polynomial but the highest.
+struct Terms {
+    std::array<std::uint16_t, 134> exponent;
+    auto begin() const { return exponent.begin(); }
+    auto end() const { return exponent.end(); }
+};
+
+/// With X = t^624 + t^397 and Y = X/t it is
 /// X Y^31 and, for each bit i of the multiplier, X Y^(30-i); for the last one 1.
-std::vector<std::size_t> exponents()
+Terms characteristic()
 {
     Square sum{}, power{};
     const auto times = [&](std::size_t high, std::size_t low) {
@@ -50,15 +57,16 @@ std::vector<std::size_t> exponents()
         if (i >= 0)
             times(n - 1, middle - 1);
     }
-    std::vector<std::size_t> result;
+    Terms result{};
+    std::size_t count = 0;
     for (std::size_t i = 0; i < degree; ++i)
         if ((sum[i / 64] >> (i % 64) & 1) != 0)
-            result.push_back(i);
+            result.exponent[count++] = static_cast<std::uint16_t>(i);
     return result;
 }
 
 /// The highest exponents lie far apart, so a word of 64 powers goes at a time.
-void reduce(Square& p, const std::vector<std::size_t>& terms)
+void reduce(Square& p, const Terms& terms)
 {
     for (std::size_t i = p.size() - 1; i >= words; --i) {
         const std::uint64_t high = p[i];
@@ -85,7 +93,7 @@ std::uint64_t spread(std::uint32_t x)
 
 Polynomial power_of_t(std::uint64_t exponent)
 {
-    static const std::vector<std::size_t> terms = exponents();
+    static const Terms terms = characteristic();
     Polynomial result{1};
     for (int bit = 63; bit >= 0; --bit) {
         Square square{};
@@ -108,9 +116,11 @@ int jump_twister(std::uint32_t* word, std::uint64_t steps)
 {
     // The low bits of the first word are not the state's, so the sum begins at the second.
     constexpr std::size_t needed = degree + n + 1;
-    const std::unique_ptr<std::uint32_t[]> x(new (std::nothrow) std::uint32_t[needed]);
-    if (x == nullptr)
+    const std::unique_ptr<std::uint32_t, decltype(&std::free)> room(
+        static_cast<std::uint32_t*>(std::malloc(needed * sizeof(std::uint32_t))), &std::free);
+    if (room == nullptr)
         return out_of_memory;
+    std::uint32_t* const x = room.get();
     for (std::size_t i = 0; i < n; ++i)
         x[i] = word[i];
     for (std::size_t i = n; i < needed; ++i) {

@@ -2,9 +2,10 @@
 #include "registry.hpp"
 #include "../tables.hpp"
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <mutex>
-#include <new>
 
 namespace qnm::vsl {
 namespace sse2 {
@@ -121,7 +122,7 @@ int add_generator(const Properties& properties)
     const int place = own_count.load(std::memory_order_relaxed);
     if (place == most - built_in)
         return registry_full;
-    auto* const generator = new (std::nothrow) Generator{};
+    auto* const generator = static_cast<Generator*>(std::calloc(1, sizeof(Generator)));
     if (generator == nullptr)
         return out_of_memory;
     generator->id = first_own + static_cast<std::uint32_t>(place) * family;
