@@ -119,14 +119,14 @@ TEST(Generators, PlainRecurrences)
     EXPECT_EQ(Owned(r250, {7}).words(3000),
               recurrence(start, 3000, [](const Words& x, std::size_t n) { return x[n - 103] ^ x[n - 250]; }));
 
-    static const std::uint32_t multipliers[] = {
-#define QNM_TWISTER(multiplier) multiplier,
+    static const std::uint32_t twisters[][3] = {
+#define QNM_TWISTER(multiplier, b, c) {multiplier, b, c},
 #include "kernels/streams/search/twisters.inc"
 #undef QNM_TWISTER
     };
-    ASSERT_EQ(std::size(multipliers), 6024U);
+    ASSERT_EQ(std::size(twisters), 6024U);
     for (const int set : {0, 1, 1000, 6023}) {
-        const std::uint32_t multiplier = multipliers[set];
+        const auto& [multiplier, b, c] = twisters[set];
         ASSERT_EQ(multiplier & 0xFFFFU, static_cast<unsigned>(set));
         Words first(69, 5489);
         for (std::uint32_t i = 1; i < 69; ++i)
@@ -137,8 +137,8 @@ TEST(Generators, PlainRecurrences)
         });
         for (std::uint32_t& x : plain) {
             x ^= x >> 11;
-            x ^= (x << 7) & 0x9D2C5680U;
-            x ^= (x << 15) & 0xEFC60000U;
+            x ^= (x << 7) & b;
+            x ^= (x << 15) & c;
             x ^= x >> 18;
         }
         EXPECT_EQ(Owned(mt2203 + set, {5489}).words(2000), plain) << set;

@@ -164,9 +164,13 @@ struct InBatches {
             }
             const std::int64_t count = least<std::int64_t>(n, N - state.at);
             const std::uint32_t* const from = state.word + state.at;
+            if constexpr (requires { K::tempering(state); }) {
+                const auto tempering = K::tempering(state);
 #pragma GCC ivdep
-            for (std::int64_t i = 0; i < count; ++i)
-                r[i] = K::output(from[i]);
+                for (std::int64_t i = 0; i < count; ++i)
+                    r[i] = K::output(from[i], tempering);
+            } else
+                __builtin_memcpy(r, from, static_cast<std::size_t>(count) * sizeof *r);
             r += count;
             n -= count;
             state.at += static_cast<std::int32_t>(count);

@@ -128,7 +128,6 @@ struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
         __builtin_memcpy(state.y, y, sizeof y);
         return ok;
     }
-    static std::uint32_t output(std::uint32_t z) { return z; }
 
     static int skip(State& state, Distance distance)
     {

@@ -35,7 +35,6 @@ struct Counter : Whole, InBatches<K, 128> {
         set_counter(state, counter_of(state) + width);
         return ok;
     }
-    static std::uint32_t output(std::uint32_t x) { return x; }
     static int skip(State& state, Distance distance)
     {
         const auto word = [&](int i) -> Wide { return i < distance.n ? distance.word[i] : 0; };

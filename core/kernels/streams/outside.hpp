@@ -31,7 +31,6 @@ struct Entropy : Whole, InBatches<Entropy, 64> {
         while (got < 0 && errno == EINTR);
         return got == sizeof state.word ? ok : no_entropy;
     }
-    static std::uint32_t output(std::uint32_t x) { return x; }
 };
 
 template <class T, std::uint32_t number>

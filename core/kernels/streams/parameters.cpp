@@ -17,8 +17,8 @@ constinit const WichmannHillPart wichmann_hill[wichmann_hill_sets][4] = {
 };
 
 // A multiplier ends in the number of its set.
-constinit const std::uint32_t twisters[twister_sets] = {
-#define QNM_TWISTER(multiplier) multiplier,
+constinit const TwisterParameters twisters[twister_sets] = {
+#define QNM_TWISTER(multiplier, b, c) {multiplier, b, c},
 #include "search/twisters.inc"
 #undef QNM_TWISTER
 };

@@ -12,9 +12,13 @@ struct WichmannHillPart {
 inline constexpr int wichmann_hill_sets = 273;
 extern const WichmannHillPart wichmann_hill[wichmann_hill_sets][4];
 
-/// Multipliers of twisters of degree 2203.
+/// The matrix of a twister and the masks of its tempering.
+struct TwisterParameters {
+    std::uint32_t multiplier, b, c;
+};
+/// Those of degree 2203.
 inline constexpr int twister_sets = 6024;
-extern const std::uint32_t twisters[twister_sets];
+extern const TwisterParameters twisters[twister_sets];
 
 /// Direction numbers of base 2, a row for each bit of the Gray code.
 inline constexpr int sobol_dimensions = 40, niederreiter_dimensions = 318, digits = 32;

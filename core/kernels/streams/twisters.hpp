@@ -42,10 +42,6 @@ struct R250 : Whole, InBatches<R250, 250> {
             x[i] ^= x[i - 103];
         return ok;
     }
-    static std::uint32_t output(std::uint32_t x)
-    {
-        return x;
-    }
 };
 
 /// Matsumoto, Nishimura 1998: n words without their r lowest bits, a middle word m; seeding of 2002.
@@ -56,13 +52,13 @@ struct Twister : Whole, InBatches<G, n_> {
     struct State {
         std::uint32_t word[n_];
         std::int32_t at;
-        std::uint32_t multiplier;
+        TwisterParameters parameters;
     };
 
-    static void begin(State& state, std::uint32_t multiplier, int n, Seeds seeds)
+    static void begin(State& state, const TwisterParameters& parameters, int n, Seeds seeds)
     {
         std::uint32_t* const x = state.word;
-        state.multiplier = multiplier;
+        state.parameters = parameters;
         InBatches<G, n_>::empty(state);
         if (n < 2) {
             fill_from(x, n == 1 ? seeds[0] : 1);
@@ -86,7 +82,7 @@ struct Twister : Whole, InBatches<G, n_> {
     static int next(State& state)
     {
         std::uint32_t* const x = state.word;
-        const std::uint32_t multiplier = state.multiplier;
+        const std::uint32_t multiplier = state.parameters.multiplier;
         const auto twisted = [multiplier](std::uint32_t high, std::uint32_t low) {
             constexpr std::uint32_t lower = (1U << r) - 1U;
             return ((high & ~lower) | (low & lower)) >> 1 ^ ((0U - (low & 1U)) & multiplier);
@@ -100,11 +96,15 @@ struct Twister : Whole, InBatches<G, n_> {
         x[n_ - 1] = x[m - 1] ^ twisted(x[n_ - 1], x[0]);
         return ok;
     }
-    static std::uint32_t output(std::uint32_t x)
+    static TwisterParameters tempering(const State& state)
+    {
+        return state.parameters;
+    }
+    static std::uint32_t output(std::uint32_t x, const TwisterParameters& with)
     {
         x ^= x >> 11;
-        x ^= (x << 7) & 0x9D2C5680U;
-        x ^= (x << 15) & 0xEFC60000U;
+        x ^= (x << 7) & with.b;
+        x ^= (x << 15) & with.c;
         return x ^ x >> 18;
     }
 
@@ -123,7 +123,7 @@ struct Mt19937 : Twister<Mt19937, 624, 397, 31> {
 
     static int start(State& state, int, int n, Seeds seeds)
     {
-        begin(state, 0x9908B0DFU, n, seeds);
+        begin(state, {0x9908B0DFU, 0x9D2C5680U, 0xEFC60000U}, n, seeds);
         return ok;
     }
     static int skip(State& state, Distance distance)
@@ -146,7 +146,7 @@ struct Mt19937 : Twister<Mt19937, 624, 397, 31> {
     }
 };
 
-/// The same with 2203 bits, and a multiplier for each set.
+/// The same with 2203 bits, and parameters for each set.
 struct Mt2203 : Twister<Mt2203, 69, 34, 5> {
     static constexpr std::uint32_t id = 0x900000, sets = twister_sets;
 
@@ -201,7 +201,6 @@ struct Sfmt19937 : Whole, InBatches<Sfmt19937, 624> {
             step(i, i + middle - count);
         return ok;
     }
-    static std::uint32_t output(std::uint32_t x) { return x; }
     static int skip(State& state, Distance distance)
     {
         std::uint64_t left = distance.word[0];
