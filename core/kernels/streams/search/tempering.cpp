@@ -2,7 +2,7 @@
 //
 // Bit by bit from the highest, as Matsumoto and Kurita (1994) do: bit i of the output depends on bit i of
 // both masks and on bit i+15 of the first, so what is still free of them is tried, and what equidistributes
-// the v = i+1 upper bits in the most dimensions is kept; of six such choices the best. The dimension is found
+// the v = i+1 upper bits in the most dimensions is kept; of two such choices the better. The dimension is found
 // by reduction of a lattice over the polynomials of base 2 (Couture, L'Ecuyer 2000; Harase, Matsumoto, Saito
 // 2011): a vector is a state, whose outputs are its coefficients.
 //
@@ -209,11 +209,10 @@ int main(int count, char** arguments)
                         v == 32 ? '\n' : ' ');
         return 0;
     }
-    Word random = 2203;
     Parameters of{};
-    int set = 0;
     while (std::scanf("QNM_TWISTER(%x%*[^\n]\n", &of.multiplier) == 1) {
-        constexpr int choices = 6;
+        constexpr int choices = 2;
+        Word random = of.multiplier;
         int missing = choose_masks(&of, &random, small.degree());
         for (int i = 1; i < choices; ++i) {
             Parameters other = of;
@@ -223,7 +222,7 @@ int main(int count, char** arguments)
             }
         }
         std::printf("QNM_TWISTER(0x%08X, 0x%08X, 0x%08X)\n", of.multiplier, of.b, of.c);
-        std::fprintf(stderr, "%d %d\n", set++, missing);
+        std::fprintf(stderr, "%u %d\n", of.multiplier & 0xFFFFU, missing);
         std::fflush(stdout);
     }
     return 0;
