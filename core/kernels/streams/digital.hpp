@@ -34,15 +34,23 @@ struct Digital : Whole {
     {
         while (n > 0) {
             if (state.at == state.dimensions) {
-                if (state.point == UINT32_MAX)
+                const std::int64_t points = n / state.dimensions, left = UINT32_MAX - state.point;
+                if (left == 0)
                     return period_over;
-                next(state);
+                const std::int64_t whole = least(points, left);
+                if (whole > 0) {
+                    whole_points(state, whole, r);
+                    r += whole * state.dimensions;
+                    n -= whole * state.dimensions;
+                    continue;
+                }
+                const std::uint32_t* const direction = next(state, K::directions());
+                for (int i = 0; i < state.dimensions; ++i)
+                    state.x[i] ^= direction[i];
                 state.at = 0;
             }
             const std::int64_t count = least<std::int64_t>(n, state.dimensions - state.at);
-            const std::uint32_t* const from = state.x + state.at;
-            for (std::int64_t i = 0; i < count; ++i)
-                r[i] = from[i];
+            __builtin_memcpy(r, state.x + state.at, static_cast<std::size_t>(count) * sizeof *r);
             r += count;
             n -= count;
             state.at += static_cast<std::int32_t>(count);
@@ -77,12 +85,37 @@ struct Digital : Whole {
     }
 
 private:
-    static void next(State& state)
+    /// What the next point differs by.
+    static const std::uint32_t* next(State& state, auto directions)
     {
-        const std::uint32_t* const direction = K::directions()[__builtin_ctz(~state.point)] + state.first;
-        ++state.point;
-        for (int i = 0; i < state.dimensions; ++i)
-            state.x[i] ^= direction[i];
+        return directions[__builtin_ctz(~state.point++)] + state.first;
+    }
+    static void whole_points(State& state, std::int64_t count, Word* r)
+    {
+        switch (state.dimensions) {
+        case 1: return whole_points_of<1>(state, count, r);
+        case 2: return whole_points_of<2>(state, count, r);
+        case 3: return whole_points_of<3>(state, count, r);
+        case 4: return whole_points_of<4>(state, count, r);
+        case 5: return whole_points_of<5>(state, count, r);
+        case 6: return whole_points_of<6>(state, count, r);
+        default: return whole_points_of<0>(state, count, r);
+        }
+    }
+    /// Loops over few coordinates are too short to begin with.
+    template <int few>
+    static void whole_points_of(State& state, std::int64_t count, Word* r)
+    {
+        const auto directions = K::directions();
+        const int dimensions = few != 0 ? few : state.dimensions;
+        std::uint32_t x[few != 0 ? few : most];
+        __builtin_memcpy(x, state.x, static_cast<std::size_t>(dimensions) * sizeof *x);
+        for (; count != 0; --count, r += dimensions) {
+            const std::uint32_t* const direction = next(state, directions);
+            for (int i = 0; i < dimensions; ++i)
+                r[i] = x[i] ^= direction[i];
+        }
+        __builtin_memcpy(state.x, x, static_cast<std::size_t>(dimensions) * sizeof *x);
     }
     static void move(State& state, std::uint32_t point)
     {

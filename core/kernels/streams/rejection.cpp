@@ -167,8 +167,8 @@ private:
 /// A hat over chances that are 1 at the mode: a triangle that is accepted at once, a parallelogram beside it,
 /// and exponential tails (Schmeiser, Kachitvichyanukul 1981; the same 1988).
 struct Hat {
-    double mode, triangle, slope, left_rate, right_rate;
-    double left, right, p2, p3, p4;
+    double mode = 0, triangle = 0, slope = 0, left_rate = 0, right_rate = 0;
+    double left = 0, right = 0, p2 = 0, p3 = 0, p4 = 0;
 
     Hat() = default;
     Hat(double at, double half_width, double height, double to_left, double to_right)
