@@ -93,13 +93,20 @@ private:
     static void whole_points(State& state, std::int64_t count, Word* r)
     {
         switch (state.dimensions) {
-        case 1: return whole_points_of<1>(state, count, r);
-        case 2: return whole_points_of<2>(state, count, r);
-        case 3: return whole_points_of<3>(state, count, r);
-        case 4: return whole_points_of<4>(state, count, r);
-        case 5: return whole_points_of<5>(state, count, r);
-        case 6: return whole_points_of<6>(state, count, r);
-        default: return whole_points_of<0>(state, count, r);
+        case 1:
+            return whole_points_of<1>(state, count, r);
+        case 2:
+            return whole_points_of<2>(state, count, r);
+        case 3:
+            return whole_points_of<3>(state, count, r);
+        case 4:
+            return whole_points_of<4>(state, count, r);
+        case 5:
+            return whole_points_of<5>(state, count, r);
+        case 6:
+            return whole_points_of<6>(state, count, r);
+        default:
+            return whole_points_of<0>(state, count, r);
         }
     }
     /// Loops over few coordinates are too short to begin with.

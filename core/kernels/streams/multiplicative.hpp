@@ -51,30 +51,30 @@ struct Multiplicative {
     static int fill(State& state, std::int64_t n, typename F::Word* r)
     {
         for (; n >= lanes; n -= lanes, r += lanes) {
-            line(state, r);
+            line<lanes>(state, 0, r);
             advance(state, lanes);
         }
         if (n > 0) {
-            typename F::Word rest[lanes];
-            line(state, rest);
-            for (std::int64_t i = 0; i < n; ++i)
-                r[i] = rest[i];
+            for (int i = 0; i < static_cast<int>(n); ++i)
+                line<1>(state, i, r + i);
             advance(state, static_cast<int>(n));
         }
         return ok;
     }
 
 private:
-    [[gnu::always_inline]] static void line(const State& state, typename F::Word* r)
+    /// Words from place `from` on.
+    template <int count>
+    [[gnu::always_inline]] static void line(const State& state, int from, typename F::Word* r)
     {
-        Residue x[F::parts][lanes];
+        Residue x[F::parts][count];
         for (int part = 0; part < F::parts; ++part) {
             const auto field = F::field(state.set, part);
             const Residue next = state.next[part];
-            for (int i = 0; i < lanes; ++i)
-                x[part][i] = field.product(next, state.powers[part][i]);
+            for (int i = 0; i < count; ++i)
+                x[part][i] = field.product(next, state.powers[part][from + i]);
         }
-        for (int i = 0; i < lanes; ++i)
+        for (int i = 0; i < count; ++i)
             r[i] = F::joined(state.set, x, i);
     }
     [[gnu::always_inline]] static void advance(State& state, int n)
@@ -114,7 +114,11 @@ struct Modulo31 {
         const Residue folded = (whole & modulus) + (whole >> 31);
         return folded >= modulus ? folded - modulus : folded;
     }
-    static Word joined(int, const Residue (*x)[16], int i) { return static_cast<Word>(x[0][i]); }
+    template <int count>
+    static Word joined(int, const Residue (*x)[count], int i)
+    {
+        return static_cast<Word>(x[0][i]);
+    }
 };
 struct Mcg31 : Multiplicative<Modulo31> {
     using Word = std::uint32_t;
@@ -144,7 +148,11 @@ struct Modulo59 {
 
     static Modulo59 field(int, int) { return {}; }
     static Residue product(Residue x, Residue y) { return x * y & mask; }
-    static Word joined(int, const Residue (*x)[16], int i) { return x[0][i]; }
+    template <int count>
+    static Word joined(int, const Residue (*x)[count], int i)
+    {
+        return x[0][i];
+    }
 };
 struct Mcg59 : Multiplicative<Modulo59> {
     using Word = std::uint64_t;
@@ -187,7 +195,8 @@ struct WichmannHillField {
         rest = rest < 0 ? rest + modulus : rest;
         return rest >= modulus ? rest - modulus : rest;
     }
-    static Word joined(int set, const Residue (*x)[16], int i)
+    template <int count>
+    static Word joined(int set, const Residue (*x)[count], int i)
     {
         double sum = 0;
         for (int part = 0; part < parts; ++part)

@@ -216,13 +216,48 @@ constexpr double small_mean = 10;
 template <class Next>
 double searched(double u, double first, double most, Next next)
 {
-    double k = 0;
-    for (double chance = first; u > chance && k < most;) {
-        u -= chance;
+    // Rounded sums may stay below u for ever.
+    constexpr double nothing = 1e-40;
+    double k = 0, chance = first;
+    for (double sum = first; u > sum && k < most && chance > nothing; sum += chance)
         chance *= next(++k);
-    }
     return k;
 }
+
+/// The sums themselves, where many variates need them.
+class Sums {
+public:
+    template <class Next>
+    Sums(double first, double most, Next next)
+    {
+        // Behind the mode, what is left is less than a fraction can tell.
+        constexpr double nothing = 0x1p-60;
+        int count = 0;
+        double chance = first, sum = first;
+        for (double k = 0, ratio = 1; k < most && count < most_sums; sum += chance) {
+            sums_[count++] = sum;
+            if (ratio < 1 && chance < nothing)
+                break;
+            chance *= ratio = next(++k);
+        }
+        std::fill(sums_ + count, sums_ + most_sums, 1);
+    }
+    int of(double u) const
+    {
+        for (int k = 0; k < most_sums; k += step) {
+            int passed = 0;
+            for (int i = 0; i < step; ++i)
+                passed += u > sums_[k + i] ? 1 : 0;
+            if (passed < step)
+                return k + passed;
+        }
+        return most_sums;
+    }
+
+private:
+    static constexpr int most_sums = 96, step = 4;
+    double sums_[most_sums];
+};
 
 class Poisson {
 public:
@@ -242,10 +277,16 @@ public:
         at_mode_ = log_poisson(mode, mean);
     }
     static constexpr int words = 2;
+    bool small() const { return mean_ < small_mean; }
+    Sums sums() const
+    {
+        return Sums(first_, most, [this](double i) { return mean_ / i; });
+    }
+    double finished(double k) const { return k; }
     bool attempt(const double* u, double* k) const
     {
-        if (mean_ < small_mean) {
-            *k = searched(u[0], first_, 1000, [this](double i) { return mean_ / i; });
+        if (small()) {
+            *k = searched(u[0], first_, most, [this](double i) { return mean_ / i; });
             return true;
         }
         double height;
@@ -255,6 +296,7 @@ public:
     }
 
 private:
+    static constexpr double most = INT32_MAX;
     double mean_, first_ = 0, at_mode_ = 0;
     Hat hat_;
 };
@@ -276,23 +318,30 @@ public:
         at_mode_ = log_binomial(mode, n, p_);
     }
     static constexpr int words = 2;
+    bool small() const { return n_ * p_ < small_mean; }
+    Sums sums() const
+    {
+        return Sums(first_, n_, [this](double i) { return ratio(i); });
+    }
+    double finished(double k) const { return mirrored_ ? n_ - k : k; }
     bool attempt(const double* u, double* k) const
     {
-        if (n_ * p_ < small_mean) {
-            const double odds = p_ / (1 - p_);
-            *k = searched(u[0], first_, n_, [&](double i) { return (n_ - i + 1) / i * odds; });
-        } else {
+        if (small())
+            *k = searched(u[0], first_, n_, [this](double i) { return ratio(i); });
+        else {
             double height;
             if (!hat_.propose(u[0], u[1], k, &height) || *k < 0 || *k > n_)
                 return false;
             if (height != 0 && std::log(height) > log_binomial(*k, n_, p_) - at_mode_)
                 return false;
         }
-        *k = mirrored_ ? n_ - *k : *k;
+        *k = finished(*k);
         return true;
     }
 
 private:
+    double ratio(double k) const { return (n_ - k + 1) / k * (p_ / (1 - p_)); }
+
     double n_, p_;
     bool mirrored_;
     double first_ = 0, at_mode_ = 0;
@@ -331,22 +380,30 @@ public:
         p3_ = p2_ + chance(right_ - 1) / right_rate_;
     }
     static constexpr int words = 2;
-    bool attempt(const double* u, double* k) const
+    bool small() const { return mode_ < small_mean; }
+    Sums sums() const
     {
-        if (mode_ < small_mean)
-            *k = searched(u[0], first_, std::min(n_, k_),
-                          [this](double i) { return (n_ - i + 1) * (k_ - i + 1) / i / (others_ - k_ + i); });
-        else if (!by_hat(u[0] * p3_, u[1], k))
-            return false;
+        return Sums(first_, std::min(n_, k_), [this](double i) { return ratio(i); });
+    }
+    double finished(double k) const
+    {
         const bool more_marked = marked_ > all_ - marked_;
         if (2 * drawn_ >= all_)
-            *k = more_marked ? drawn_ - (all_ - marked_) + *k : marked_ - *k;
-        else
-            *k = more_marked ? drawn_ - *k : *k;
+            return more_marked ? drawn_ - (all_ - marked_) + k : marked_ - k;
+        return more_marked ? drawn_ - k : k;
+    }
+    bool attempt(const double* u, double* k) const
+    {
+        if (small())
+            *k = searched(u[0], first_, std::min(n_, k_), [this](double i) { return ratio(i); });
+        else if (!by_hat(u[0] * p3_, u[1], k))
+            return false;
+        *k = finished(*k);
         return true;
     }
 
 private:
+    double ratio(double k) const { return (n_ - k + 1) * (k_ - k + 1) / k / (others_ - k_ + k); }
     bool by_hat(double u, double v, double* k) const
     {
         if (u <= p1_)
@@ -391,6 +448,29 @@ auto always(const D& distribution)
     return [&distribution](std::int64_t) -> const D& { return distribution; };
 }
 
+template <class Finish>
+int by_sums(Stream* stream, int n, int* r, const Sums& sums, Finish finish)
+{
+    for (int begin = 0; begin < n; begin += block) {
+        const int count = std::min(block, n - begin);
+        double u[block];
+        const int status = fractions(stream, count, u);
+        if (status < 0)
+            return status;
+        for (int i = 0; i < count; ++i)
+            r[begin + i] = static_cast<int>(finish(sums.of(u[i])));
+    }
+    return ok;
+}
+/// Integers of one distribution: of one word each where the sums of its chances are few.
+template <class D>
+int counted(Stream* stream, int n, int* r, const D& distribution)
+{
+    if (distribution.small())
+        return by_sums(stream, n, r, distribution.sums(), [&](int k) { return distribution.finished(k); });
+    return made<D>(stream, n, r, always(distribution), integer);
+}
+
 } // namespace
 } // namespace qnm::vsl
 
@@ -421,30 +501,16 @@ int beta(int method, Stream* stream, int n, T* r, T p, T q, T a, T width)
                       [=](double x) { return std::min(a + width * static_cast<T>(x), end); });
 }
 
-/// Rounded normal variates where the mean is large.
-template <class Mean>
-int rounded_normal(Stream* stream, int n, int* r, Mean mean)
+/// From here on a Poisson variate may be a rounded normal one.
+constexpr double rounded_mean = 27;
+
+int rounded(double mean, double normal)
 {
-    constexpr double large = 27;
-    for (int begin = 0; begin < n; begin += block) {
-        const int count = std::min(block, n - begin);
-        double u[block], z[block];
-        int status = fractions(stream, count, u);
-        if (status >= 0)
-            status = _vsldRngGaussian(0, stream, count, z, 0, 1);
-        if (status < 0)
-            return status;
-        for (int i = 0; i < count; ++i) {
-            const double of = mean(begin + i);
-            double x;
-            if (of < large)
-                x = searched(u[i], std::exp(-of), 1000, [of](double k) { return of / k; });
-            else
-                x = std::max(0.0, std::floor(of + std::sqrt(of) * z[i] + 0.5));
-            r[begin + i] = integer(x);
-        }
-    }
-    return ok;
+    return integer(std::max(0.0, std::floor(mean + std::sqrt(mean) * normal + 0.5)));
+}
+int standard_normal(Stream* stream, int n, double* z)
+{
+    return _vsldRngGaussian(0, stream, n, z, 0, 1);
 }
 
 } // namespace
@@ -477,14 +543,41 @@ int _vsldRngBeta(int method, Stream* stream, int n, double* r, double p, double 
 
 int _vsliRngPoisson(int method, Stream* stream, int n, int* r, double lambda)
 {
-    if (method == 1)
-        return rounded_normal(stream, n, r, [lambda](int) { return lambda; });
-    const Poisson distribution(lambda);
-    return made<Poisson>(stream, n, r, always(distribution), integer);
+    if (method == 0)
+        return counted(stream, n, r, Poisson(lambda));
+    if (lambda < rounded_mean)
+        return by_sums(stream, n, r,
+                       Sums(std::exp(-lambda), INT32_MAX, [lambda](double k) { return lambda / k; }),
+                       [](int k) { return k; });
+    for (int begin = 0; begin < n; begin += block) {
+        const int count = std::min(block, n - begin);
+        double z[block];
+        const int status = standard_normal(stream, count, z);
+        if (status < 0)
+            return status;
+        for (int i = 0; i < count; ++i)
+            r[begin + i] = rounded(lambda, z[i]);
+    }
+    return ok;
 }
 int _vsliRngPoissonV(int, Stream* stream, int n, int* r, const double* lambda)
 {
-    return rounded_normal(stream, n, r, [lambda](int i) { return lambda[i]; });
+    for (int begin = 0; begin < n; begin += block) {
+        const int count = std::min(block, n - begin);
+        double u[block], z[block];
+        int status = fractions(stream, count, u);
+        if (status >= 0)
+            status = standard_normal(stream, count, z);
+        if (status < 0)
+            return status;
+        for (int i = 0; i < count; ++i) {
+            const double mean = lambda[begin + i];
+            r[begin + i] = mean < rounded_mean ? integer(searched(u[i], std::exp(-mean), INT32_MAX,
+                                                                  [mean](double k) { return mean / k; }))
+                                               : rounded(mean, z[i]);
+        }
+    }
+    return ok;
 }
 // Failures ahead of success a: Poisson variates whose means are gamma variates.
 int _vsliRngNegbinomial(int, Stream* stream, int n, int* r, double a, double p)
@@ -504,8 +597,7 @@ int _vsliRngNegbinomial(int, Stream* stream, int n, int* r, double a, double p)
 
 int _vsliRngBinomial(int, Stream* stream, int n, int* r, int trials, double p)
 {
-    const Binomial distribution(trials, p);
-    return made<Binomial>(stream, n, r, always(distribution), integer);
+    return counted(stream, n, r, Binomial(trials, p));
 }
 // One class after the other: binomial among the trials that are left.
 int _vsliRngMultinomial(int, Stream* stream, int n, int* r, int trials, int k, const double* p)
@@ -536,6 +628,5 @@ int _vsliRngMultinomial(int, Stream* stream, int n, int* r, int trials, int k, c
 }
 int _vsliRngHypergeometric(int, Stream* stream, int n, int* r, int all, int drawn, int marked)
 {
-    const Hypergeometric distribution(all, drawn, marked);
-    return made<Hypergeometric>(stream, n, r, always(distribution), integer);
+    return counted(stream, n, r, Hypergeometric(all, drawn, marked));
 }

@@ -2,9 +2,9 @@
 //
 // Bit by bit from the highest, as Matsumoto and Kurita (1994) do: bit i of the output depends on bit i of
 // both masks and on bit i+15 of the first, so what is still free of them is tried, and what equidistributes
-// the v = i+1 upper bits in the most dimensions is kept; of two such choices the better. The dimension is found
-// by reduction of a lattice over the polynomials of base 2 (Couture, L'Ecuyer 2000; Harase, Matsumoto, Saito
-// 2011): a vector is a state, whose outputs are its coefficients.
+// the v = i+1 upper bits in the most dimensions is kept; of two such choices the better. The dimension is
+// found by reduction of a lattice over the polynomials of base 2 (Couture, L'Ecuyer 2000; Harase, Matsumoto,
+// Saito 2011): a vector is a state, whose outputs are its coefficients.
 //
 // `tempering check` writes the dimensions of the twister of degree 19937 with its published masks, which are
 // known.
