@@ -188,6 +188,10 @@ TEST(Distributions, FitOfRealOnes)
     for (const int v : {1, 2, 3, 50})
         expect_fit(variates<double>("dRngChiSquare", 0, sample, sample, v), math::chi_squared(v),
                    "chi square " + std::to_string(v));
+    expect_fit(variates<float>("sRngChiSquare", 0, sample, sample, 3), math::chi_squared(3),
+               "chi square, single");
+    expect_fit(variates<float>("sRngBeta", accurate, sample, sample, 3.0F, 2.0F, 0.0F, 1.0F),
+               math::beta_distribution(3.0, 2.0), "beta, single");
     for (const auto& [p, q] : {std::pair{1.0, 1.0},
                                {1.0, 3.0},
                                {0.5, 1.0},
