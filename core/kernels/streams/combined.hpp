@@ -48,34 +48,35 @@ struct Recurrence {
         }
     }
 
-    /// Of numbers below 2^64: the upper half comes down `less` times, until little is left of it.
-    [[gnu::always_inline]] Eight residue(Eight x) const
+    /// The upper half comes down `less` times, until little is left of it: twice where it is below 2^23.
+    [[gnu::always_inline]] Eight residue(Eight x, int times = 3) const
     {
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < times; ++i)
             x = (x & UINT32_MAX) + low_product(x >> 32, Eight{} + less);
         return x - ((Eight)(x >= modulus()) & modulus());
     }
-    [[gnu::always_inline]] void apply(const Matrix& matrix, Eight* x) const
+    template <int parts>
+    [[gnu::always_inline]] void apply(const Matrix& matrix, Eight (*x)[parts], int part) const
     {
         Eight result[3];
         for (int i = 0; i < 3; ++i) {
-            Eight sum = residue(low_product(x[0], Eight{} + matrix.row[i][0]));
-            for (int k = 1; k < 3; ++k)
-                sum += residue(low_product(x[k], Eight{} + matrix.row[i][k]));
-            result[i] = residue(sum);
+            Eight sum = {};
+            for (int k = 0; k < 3; ++k)
+                sum += residue(low_product(x[k][part], Eight{} + matrix.row[i][k]));
+            result[i] = residue(sum, 1);
         }
         for (int i = 0; i < 3; ++i)
-            x[i] = result[i];
+            x[i][part] = result[i];
     }
 };
 
-/// Eight lanes make eight stretches of a batch.
+/// Lanes make stretches of a batch, so many that one step's products need not wait for each other.
 struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
     using Word = std::uint32_t;
     static constexpr std::uint32_t id = 0x300000, sets = 1;
     static constexpr int seeds = 6, word_size = 4, bits = 32;
     static constexpr bool zero = false, random = false, wide_skip = true;
-    static constexpr int batch = 512, lanes = 8, stretch = batch / lanes;
+    static constexpr int batch = 512, lanes = 16, stretch = batch / lanes;
     struct State {
         std::uint32_t word[batch];
         std::int32_t at;
@@ -100,30 +101,38 @@ struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
     }
     static int next(State& state)
     {
-        Eight x[3], y[3];
+        constexpr int parts = lanes / 8;
+        typedef std::uint32_t EightWords __attribute__((vector_size(32)));
+        Eight x[3][parts], y[3][parts];
         for (int i = 0; i < 3; ++i) {
             state.origin_x[i] = state.x[i][0];
             state.origin_y[i] = state.y[i][0];
         }
         __builtin_memcpy(x, state.x, sizeof x);
         __builtin_memcpy(y, state.y, sizeof y);
-        std::uint64_t made[stretch][lanes];
-        for (auto& row : made) {
-            // Never below zero: a multiple of the modulus is added.
-            const Eight sum_x = low_product(x[1], Eight{} + a12) + low_product(m1 - x[0], Eight{} + a13);
-            const Eight sum_y = low_product(y[2], Eight{} + a21) + low_product(m2 - y[0], Eight{} + a23);
-            x[0] = x[1], x[1] = x[2], x[2] = first.residue(sum_x);
-            y[0] = y[1], y[1] = y[2], y[2] = second.residue(sum_y);
-            const Eight z = x[2] - y[2] + ((Eight)(x[2] <= y[2]) & m1);
-            __builtin_memcpy(row, &z, sizeof z);
-        }
+        std::uint32_t made[stretch][lanes];
+        for (auto& row : made)
+            for (int part = 0; part < parts; ++part) {
+                Eight &x0 = x[0][part], &x1 = x[1][part], &x2 = x[2][part];
+                Eight &y0 = y[0][part], &y1 = y[1][part], &y2 = y[2][part];
+                // Never below zero: a multiple of the modulus is added.
+                const Eight sum_x = low_product(x1, Eight{} + a12) + low_product(m1 - x0, Eight{} + a13);
+                const Eight sum_y = low_product(y2, Eight{} + a21) + low_product(m2 - y0, Eight{} + a23);
+                x0 = x1, x1 = x2, x2 = first.residue(sum_x, 2);
+                y0 = y1, y1 = y2, y2 = second.residue(sum_y, 2);
+                const Eight z = x2 - y2 + ((Eight)(x2 <= y2) & m1);
+                const EightWords words = __builtin_convertvector(z, EightWords);
+                __builtin_memcpy(row + 8 * part, &words, sizeof words);
+            }
         for (int lane = 0; lane < lanes; ++lane)
             for (int i = 0; i < stretch; ++i)
-                state.word[lane * stretch + i] = static_cast<std::uint32_t>(made[i][lane]);
+                state.word[lane * stretch + i] = made[i][lane];
         constexpr Recurrence::Matrix ahead_x = first.steps(batch - stretch),
                                      ahead_y = second.steps(batch - stretch);
-        first.apply(ahead_x, x);
-        second.apply(ahead_y, y);
+        for (int part = 0; part < parts; ++part) {
+            first.apply(ahead_x, x, part);
+            second.apply(ahead_y, y, part);
+        }
         __builtin_memcpy(state.x, x, sizeof x);
         __builtin_memcpy(state.y, y, sizeof y);
         return ok;
