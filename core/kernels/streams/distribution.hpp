@@ -19,15 +19,15 @@
         return qnm::vsl::QNM_NAMESPACE::name(method, stream, n, r QNM_UNPACKED names);                       \
     }
 
-// A function of vectors of both types.
-#define QNM_FUNCTION_OF(name, root)                                                                          \
+// A function of vectors of both types, of high accuracy or another one.
+#define QNM_FUNCTION_OF(name, root, ...)                                                                     \
     extern "C" const qnm::vml::Compiled QNM_PASTED(qnm_s, root, QNM_NAMESPACE),                              \
         QNM_PASTED(qnm_d, root, QNM_NAMESPACE);                                                              \
     namespace qnm::vsl::QNM_NAMESPACE {                                                                      \
     inline void name(std::int64_t n, auto... operands)                                                       \
     {                                                                                                        \
-        call(QNM_PASTED(qnm_s, root, QNM_NAMESPACE), QNM_PASTED(qnm_d, root, QNM_NAMESPACE), n,              \
-             operands...);                                                                                   \
+        call<__VA_ARGS__>(QNM_PASTED(qnm_s, root, QNM_NAMESPACE), QNM_PASTED(qnm_d, root, QNM_NAMESPACE), n, \
+                          operands...);                                                                      \
     }                                                                                                        \
     }
 
@@ -68,13 +68,14 @@ vml::Vector<T> operand(T* x)
     return {x, 1};
 }
 
+template <std::uint32_t accuracy = vml::high_accuracy>
 inline void call(const vml::Compiled& of_floats, const vml::Compiled& of_doubles, std::int64_t n, auto first,
                  auto... operands)
 {
     using Kernel = void(std::int64_t, typename OperandOf<decltype(first)>::Type,
                         typename OperandOf<decltype(operands)>::Type..., vml::Call*);
     constexpr bool doubles = sizeof(*first) == 8;
-    vml::Call frame{vml::high_accuracy | vml::errors_ignored, vml::ok, 0, nullptr, 0};
+    vml::Call frame{accuracy | vml::errors_ignored, vml::ok, 0, nullptr, 0};
     reinterpret_cast<Kernel*>((doubles ? of_doubles : of_floats).kernel)(n, operand(first),
                                                                          operand(operands)..., &frame);
 }

@@ -4,7 +4,8 @@
 QNM_FUNCTION_OF(ln, Ln)
 QNM_FUNCTION_OF(root, Sqrt)
 QNM_FUNCTION_OF(sines_and_cosines, SinCos)
-QNM_FUNCTION_OF(normal_quantile, CdfNormInv)
+// Of high accuracy it takes each element by itself.
+QNM_FUNCTION_OF(normal_quantile, CdfNormInv, vml::low_accuracy)
 QNM_FUNCTION_OF(exponential, Exp)
 
 namespace qnm::vsl::QNM_NAMESPACE {
