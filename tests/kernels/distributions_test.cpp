@@ -133,6 +133,19 @@ TEST(Distributions, NormalPairs)
         call("_vsldRngGaussian", 1, static_cast<Stream*>(stream), piece, pieces.data() + at, 0.0, 1.0);
     EXPECT_EQ(pieces, both);
 
+    // Whoever moves on leaves no second variate behind.
+    const double second = Owned(mcg59, {2024}).draw<double>("dRngGaussian", 2, 0.0, 1.0)[1];
+    for (const bool by_leapfrog : {false, true}) {
+        Owned moved(mcg59, {2024});
+        double r;
+        EXPECT_EQ(call("_vsldRngGaussian", 1, static_cast<Stream*>(moved), 1, &r, 0.0, 1.0), 0);
+        EXPECT_EQ(by_leapfrog ? call("__vslLeapfrogStream", static_cast<Stream*>(moved), 0, 1)
+                              : call("__vslSkipAheadStream", static_cast<Stream*>(moved), 0LL),
+                  0);
+        EXPECT_EQ(call("_vsldRngGaussian", 1, static_cast<Stream*>(moved), 1, &r, 0.0, 1.0), 0);
+        EXPECT_EQ(r, second);
+    }
+
     // By rows of a lower triangle in each storage.
     constexpr int dimensions = 3, count = 500;
     const double a[] = {1, -2, 3}, full[] = {2, 9, 9, 0.5, 3, 9, -1, 0.25, 4},

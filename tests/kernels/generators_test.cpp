@@ -349,11 +349,16 @@ TEST_P(EachGenerator, SkippingIsDropping)
         EXPECT_EQ(skip_wide(in_halves, {3, std::uint64_t{1} << 35}), 0);
     in_halves.words(1);
     EXPECT_EQ(wide.words(2000), in_halves.words(2000));
-    Owned narrow = begun(), as_wide = begun(); // 2^64
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(call("__vslSkipAheadStream", static_cast<Stream*>(narrow), 1LL << 62), 0);
-    EXPECT_EQ(skip_wide(as_wide, {0, 1, 0}), 0);
-    EXPECT_EQ(narrow.words(500), as_wide.words(500));
+    for (const std::size_t word : {1U, 2U}) { // 2^64 and 2^128
+        std::vector<std::uint64_t> quarter(word), all(word + 1);
+        quarter.back() = std::uint64_t{1} << 62;
+        all.back() = 1;
+        Owned in_quarters = begun(), at_once = begun();
+        for (int i = 0; i < 4; ++i)
+            EXPECT_EQ(skip_wide(in_quarters, quarter), 0);
+        EXPECT_EQ(skip_wide(at_once, all), 0);
+        EXPECT_EQ(in_quarters.words(500), at_once.words(500));
+    }
 }
 
 std::vector<char> saved(Stream* stream)
