@@ -3,6 +3,12 @@
 
 #include "frame/types.hpp"
 
+#if __has_include(<valgrind/memcheck.h>)
+#include <valgrind/memcheck.h>
+#else
+#define VALGRIND_MAKE_MEM_DEFINED(address, size) static_cast<void>(0)
+#endif
+
 namespace qnm::vsl {
 
 // Kinds.
@@ -95,7 +101,10 @@ QNM_INLINE int call(int (*kernel)(void**, int, int, const unsigned*), Slot slot,
         // A seed whose 32nd bit is set counts as two words, of which the entry knows one: such a stream is
         // not to be had again.
         asm volatile("" : "=m"(words[1]));
-        count += static_cast<int>(words[0] >> 31);
+        if (unlikely(static_cast<int>(words[0]) < 0)) {
+            VALGRIND_MAKE_MEM_DEFINED(&words[1], sizeof words[1]);
+            count = 2;
+        }
     }
     return kernel(given(slot), static_cast<int>(given(id)), count, words);
 }
