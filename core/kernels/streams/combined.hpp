@@ -48,7 +48,8 @@ struct Recurrence {
         }
     }
 
-    /// The upper half comes down `less` times, until little is left of it: twice where it is below 2^23.
+    /// The upper half comes down `less` times, until less than two moduli are left: twice where it is
+    /// below 2^23, and once where `less` is small too.
     [[gnu::always_inline]] Eight residue(Eight x, int times = 3) const
     {
         for (int i = 0; i < times; ++i)
@@ -118,7 +119,7 @@ struct Mrg32k3a : InBatches<Mrg32k3a, 512> {
                 // Never below zero: a multiple of the modulus is added.
                 const Eight sum_x = low_product(x1, Eight{} + a12) + low_product(m1 - x0, Eight{} + a13);
                 const Eight sum_y = low_product(y2, Eight{} + a21) + low_product(m2 - y0, Eight{} + a23);
-                x0 = x1, x1 = x2, x2 = first.residue(sum_x, 2);
+                x0 = x1, x1 = x2, x2 = first.residue(sum_x, 1);
                 y0 = y1, y1 = y2, y2 = second.residue(sum_y, 2);
                 const Eight z = x2 - y2 + ((Eight)(x2 <= y2) & m1);
                 const EightWords words = __builtin_convertvector(z, EightWords);
