@@ -132,12 +132,13 @@ Directions<niederreiter_dimensions> niederreiter()
                 for (int i = length; i < digits + degree; ++i) {
                     bool bit = false;
                     for (int k = 0; k < length; ++k)
-                        bit ^= (power >> k & 1) != 0 && v[static_cast<std::size_t>(i - length + k)];
+                        bit ^= (power >> k & 1) != 0 &&
+                               v[static_cast<std::size_t>(i - length) + static_cast<std::size_t>(k)];
                     v[static_cast<std::size_t>(i)] = bit;
                 }
             }
             for (int column = 0; column < digits; ++column)
-                if (v[static_cast<std::size_t>(column + u)])
+                if (v[static_cast<std::size_t>(column) + static_cast<std::size_t>(u)])
                     result[static_cast<std::size_t>(column)][dimension] |= 1U << (31 - row);
         }
     }
