@@ -16,8 +16,10 @@ inline constexpr core_int not_carried_info = -1001; // of routines that this cor
 
 /// How many threads Fourier transforms may take.
 int transform_threads();
-/// And vector mathematics.
+/// And vector mathematics, statistics and data fitting.
 int vector_threads();
+/// Whether a call keeps to the thread that makes it: inside of a parallel region, and in a child of a fork.
+bool keeps_to_one_thread();
 
 inline void report(std::string_view routine, int info)
 {

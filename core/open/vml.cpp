@@ -9,8 +9,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <omp.h>
-#include <pthread.h>
 
 namespace qnm::core {
 namespace {
@@ -38,14 +36,6 @@ const Frame& frame_of(void* handle)
     return *frame;
 }
 
-// A child has none of its parent's threads, and the runtime of OpenMP does not know it. Whoever forks may
-// have used that runtime without us.
-std::atomic<bool> forked{false};
-[[gnu::constructor]] void watch_forks()
-{
-    pthread_atfork(nullptr, nullptr, [] { forked.store(true); });
-}
-
 constexpr int most_threads = 256;
 constexpr float enough = 25000; // nanoseconds: what a thread must have to do
 
@@ -62,7 +52,7 @@ bool is_one_place(T operand)
 template <class... P>
 [[gnu::cold, gnu::noinline]] int threads_for(float nanoseconds, const Call& call, P... operands)
 {
-    if (forked.load() || omp_in_parallel() != 0 || call.told_at_once() || (is_one_place(operands) || ...))
+    if (keeps_to_one_thread() || call.told_at_once() || (is_one_place(operands) || ...))
         return 1;
     const int all = std::min(vector_threads(), most_threads);
     return static_cast<int>(std::min(static_cast<float>(all), nanoseconds / enough));
