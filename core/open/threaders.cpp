@@ -1,5 +1,5 @@
-// Threaders that statistics and data fitting are handed: a kernel says what is to be done for each k, the core by how many
-// threads.
+// Threaders that statistics and data fitting are handed: a kernel says what is to be done for each k, the
+// core by how many threads.
 #include "services.hpp"
 #include "team.hpp"
 
@@ -38,8 +38,8 @@ int one_by_one(core_int count, Body* body, void* data)
     return std::min(status, 0);
 }
 
-/// Numbers are taken in their order, and none behind a failure: all below one that failed have been done, so the status is
-/// that of the lowest, as if they had been done one by one.
+/// Numbers are taken in their order, and none behind a failure: all below one that failed have been done, so
+/// the status is that of the lowest, as if they had been done one by one.
 int side_by_side(core_int count, Body* body, void* data, int threads)
 {
     struct Failure {
