@@ -1,4 +1,4 @@
-# Vector functions from Python and R, each beside the language's own, from a program of another library, and from any
+# Vector functions, and convolution, from Python and R, each beside the language's own, from a program of another library, and from any
 # folder, wherever the libraries lie.
 # usage: vectors.sh QNM_RUN EXAMPLES PYTHON OLD_PROGRAM
 . "${0%/*}/common.sh"
@@ -8,6 +8,8 @@ cp "${1%/bin/*}"/lib/libqnm_{core.so,orvan_lp64.so.2,kernels.so} "a folder"
 if "$python" -I -c 'import scipy.special' 2> errors; then
     "$python" -I "$examples/vectors.py" "a folder" > differences || fail "$(cat differences)"
     [ "$(grep -c allowed differences)" = 45 ] || fail "not all functions: $(cat differences)"
+    "$python" -I "${0%/*}/convolution.py" "a folder" > differences || fail "$(cat differences)"
+    [ "$(cat differences)" = "144 of 144 as SciPy's" ] || fail "$(cat differences)"
 else
     echo "python3 with SciPy is missing: left out"
 fi
