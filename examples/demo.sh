@@ -69,3 +69,15 @@ for program in options_c_narrow options_c_wide options_fortran_narrow options_fo
     "$build/bin/$program" "$here/options.txt"
     echo
 done
+
+title "An option priced by chance, by a pseudo-random stream and by Sobol's points: a program in C"
+echo "\$ call_c_narrow call.svg"
+"$build/bin/call_c_narrow" "$build/call.svg" | tee "$scratch/call"
+printf '\nBoth errors by the number of shares: %s\n' "$build/call.svg"
+if [ -x "$build/bin/call_fortran" ]; then
+    title "The same in Fortran, by the module qnm_vsl"
+    echo "\$ call_fortran"
+    "$build/bin/call_fortran" > "$scratch/call_fortran"
+    cmp "$scratch/call" "$scratch/call_fortran"
+    printf 'The same digits as from C.\n'
+fi

@@ -129,16 +129,24 @@ std::string complex_functions(const Catalogue& tables, const std::string& macro)
     return text;
 }
 
-/// `@constants FILE@`: what the enumerators of another template of this folder are in Fortran.
+/// `@constants FILE@`: what the enumerators of another template of this folder are in Fortran, and its macros
+/// that are numbers of 64 bits.
 std::string constants(const std::filesystem::path& path)
 {
-    static const std::regex enumerator(" *(\\w+) = (-?\\d+),? *(/\\*.*)?");
+    static const std::regex enumerator(" *(\\w+) = (-?\\d+|0x[0-9a-f]+),? *(/\\*.*)?"),
+        macro("#define (\\w+) (0x[0-9a-f]+)ULL *(/\\*.*)?");
     std::ifstream in(path);
     std::string text;
     std::smatch found;
-    for (std::string line; std::getline(in, line);)
-        if (std::regex_match(line, found, enumerator))
-            text += "  integer(c_int), parameter, public :: " + found.str(1) + " = " + found.str(2) + "\n";
+    for (std::string line; std::getline(in, line);) {
+        const bool narrow = std::regex_match(line, found, enumerator);
+        if (!narrow && !std::regex_match(line, found, macro))
+            continue;
+        const std::string kind = narrow ? "c_int" : "c_int64_t",
+                          value = std::to_string(std::stoll(found.str(2), nullptr, 0));
+        text += "  integer(" + kind + "), parameter, public :: " + found.str(1) + " = " + value +
+                (narrow ? "" : "_c_int64_t") + "\n";
+    }
     if (text.empty())
         throw TableError(path.string() + ":0: no enumerators: expected a header that has some");
     return text;

@@ -3,6 +3,7 @@
 #include <deque>
 
 #include "catalogue/types.hpp"
+#include "fortran.hpp"
 #include "generate/expression.hpp"
 #include "generate/output.hpp"
 #include "generate/rows_room.hpp"
@@ -216,6 +217,14 @@ public:
         return own.empty()
                    ? RowsRoom::source(house, table)
                    : generate::source_head(table, "vsl", "qnm::vsl") + own + "} // namespace qnm::vsl\n";
+    }
+
+    std::string mark(const Catalogue& house, const std::vector<std::string>& words) const override
+    {
+        const bool kept = words.size() == 3 && words[2] == "kept";
+        return words.size() >= 2 && words[0] == "interfaces" && (kept || words.size() == 2)
+                   ? vsl::interfaces(house.signatures(words[1]), kept)
+                   : "";
     }
 
 private:
