@@ -74,6 +74,12 @@ vectors()
         printf "entries in the layer   %d bytes of code, tables and data before linking (aim: at most 600 KB)\n", $4 }'
 }
 
+statistics()
+{
+    echo "== Streams, statistics, splines, convolution: nanoseconds for an element; ratios (aims in docs/speed.md)"
+    "$build/bin/qnm_bench_statistics"
+}
+
 loading()
 {
     echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
@@ -134,6 +140,7 @@ echo "== Changes of layout and NaN checks beside plain work on the same bytes; r
 "$build/bin/qnm_bench_copies"
 (transforms)
 vectors
+statistics
 loading
 relocations
 if [ $clean_build = yes ]; then
