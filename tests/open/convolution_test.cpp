@@ -45,7 +45,7 @@ struct Spread {
         for (std::size_t i = 0; i < of.size(); ++i) {
             stride[i] = random_integer(0, 1) == 0 ? step : -step;
             if (stride[i] < 0)
-                start += (of[i] - 1) * step;
+                start += std::ptrdiff_t{of[i] - 1} * step;
             step *= of[i] + random_integer(0, 1);
         }
         data = random_vector<T>(step + 1);
