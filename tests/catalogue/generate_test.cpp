@@ -122,6 +122,10 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
                                          "room's own\n"},
           {"    RED = -3, /* int */\n@constants x.h.in@\n",
            "    RED = -3, /* int */\n  integer(c_int), parameter, public :: RED = -3\n"},
+          {"    RED = 0x1a\n#define BLUE 0x100000000ULL /* far */\n@constants x.h.in@\n",
+           "    RED = 0x1a\n#define BLUE 0x100000000ULL /* far */\n  integer(c_int), parameter, public :: "
+           "RED = 26\n"
+           "  integer(c_int64_t), parameter, public :: BLUE = 4294967296_c_int64_t\n"},
           {"@constants x.h.in@\n", source + ":0: no enumerators: expected a header that has some\n"},
           {"@dft generic Poems dft/compute.tab dfti_poem_@\n",
            "'@dft generic Poems dft/compute.tab dfti_poem_@': expected Fortran entries of this table\n"},
