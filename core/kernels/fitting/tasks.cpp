@@ -52,9 +52,8 @@ void spread(const Task& task, Array which, const void* same)
     for (Int j = 0; j < task.ny; ++j)
         task.array(which, j) = same;
 }
-void spread_all(const Task& task)
+void spread_spline(const Task& task)
 {
-    spread_values(task);
     spread_coefficients(task);
     spread(task, ends_of, task.ends);
     spread(task, inner_of, task.inner);
@@ -126,7 +125,7 @@ int edit_spline(Task* task, Int order, Int type, Int end_type, const void* ends,
     task->inner = inner;
     task->all_coefficients = coefficients;
     task->coefficient_hint = hint;
-    spread_all(*task);
+    spread_spline(*task);
     return ok;
 }
 
@@ -240,7 +239,8 @@ int edit_function_count(Task* task, Int count)
     std::free(task->coefficients);
     task->coefficients = made;
     task->ny = count;
-    spread_all(*task);
+    spread_values(*task);
+    spread_spline(*task);
     return ok;
 }
 
