@@ -12,6 +12,7 @@ extern "C" {
 namespace qnm::vsl {
 
 using qnm_df_callback_t = const void*;
+using qnm_df_integral_t = const void*;
 using qnm_df_search_t = const void*;
 
 /// A task's record.
