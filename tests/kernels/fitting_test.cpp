@@ -44,7 +44,7 @@ int call(const std::string& name, A... arguments)
 struct Told {
     List<double> numbers;
     List<Int> cells;
-    int status = 0;
+    int status = 0, results = 2;
 };
 template <class T>
 int estimate(Int* n, Int* cell, T* site, T* r, const void* parameters, void*)
@@ -53,8 +53,8 @@ int estimate(Int* n, Int* cell, T* site, T* r, const void* parameters, void*)
     EXPECT_EQ(*n, 1);
     told.numbers.push_back(static_cast<double>(*site));
     told.cells.push_back(*cell);
-    r[0] = 1000;
-    r[1] = 2000;
+    for (int k = 0; k < told.results; ++k)
+        r[k] = static_cast<T>(1000 * (k + 1));
     return told.status;
 }
 template <class T>
@@ -66,7 +66,8 @@ int integral(Int* n, Int* left_cell, T* left, Int* right_cell, T* right, T* r, c
         told.numbers.push_back(static_cast<double>(*limit));
     for (const Int* cell : {left_cell, right_cell})
         told.cells.push_back(*cell);
-    r[0] = 1000;
+    for (int k = 0; k < told.results; ++k)
+        r[k] = static_cast<T>(1000 * (k + 1));
     return told.status;
 }
 // Cell 1 for negative sites, no answer for others.
@@ -227,6 +228,13 @@ TYPED_TEST(Fitting, PolynomialsOfTheirOwnDegreeAreExact)
             {2, 2, {quadratic, 3, 1, 0x24, {q_left, 1}, 8, knots}},
             {2, 2, {quadratic, 3, 1, 0x18, {1, q_right}, 8, knots}},
             {2, 3, {"DFBesselCubicSpline1D", 4, 4, 0, {}, 0, {}}},
+            {1, 2, {cubic, 4, 0, 0, {}, 0, {}}},
+            {1, 2, {"DFAkimaCubicSpline1D", 4, 5, 0, {}, 0, {}}},
+            {2, 3, {"DFBesselCubicSpline1D", 4, 4, 1, {}, 0, {}}},
+            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x30, {1, 1}, 0, {}}},
+            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x18, {1, q_right}, 0, {}}},
+            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x24, {q_left, 1}, 0, {}}},
+            {2, 3, {cubic, 4, 0, 0, {}, 0, {}}},
             {3, 4, {cubic, 4, 0, 0, {}, 0, {}}},
             {3, 2, {cubic, 4, 0, 12, of(3, 1), 0, {}}},
             {3, 2, {"DFNaturalCubicSpline1D", 4, 2, 0x30, of(3, 2), 0, {}}},
@@ -261,6 +269,42 @@ TYPED_TEST(Fitting, PolynomialsOfTheirOwnDegreeAreExact)
                     << "integral from " << site;
             }
             EXPECT_EQ(spline.at(0.5, 4), 0);
+        }
+    }
+}
+
+TYPED_TEST(Fitting, PeriodsBeginAnywhere)
+{
+    using T = TypeParam;
+    // Five cells of period 8; two of them are flat.
+    const List<double> x = {0, 1, 3, 4, 6.5}, y = {1, 1, 1, -2, 3}, slopes = {0, 0.5, -1, 2, 0.25};
+    constexpr std::size_t n = 5;
+    for (const auto& [kernel, order, type, inner] : {std::tuple{"DFQuadraticSpline1D", 3, 0, 0},
+                                                     {"DFDefaultCubicSpline1D", 4, 0, 0},
+                                                     {"DFHermiteCubicSpline1D", 4, 3, 1},
+                                                     {"DFBesselCubicSpline1D", 4, 4, 0},
+                                                     {"DFAkimaCubicSpline1D", 4, 5, 0},
+                                                     {"DFHymanCubicSpline1D", 4, 9, 0}}) {
+        List<T> first;
+        for (std::size_t begin = 0; begin < n; ++begin) {
+            List<T> points, values;
+            List<double> given;
+            for (std::size_t i = begin; i <= begin + n; ++i) {
+                points.push_back(static_cast<T>(x[i % n] + (i < n ? 0 : 8)));
+                values.push_back(static_cast<T>(y[i % n]));
+                if (i > begin && i < begin + n && inner != 0)
+                    given.push_back(slopes[i % n]);
+            }
+            Fitted<T> spline(points, values);
+            ASSERT_EQ(spline.make({kernel, order, type, 0x40, {}, inner, given}), 0);
+            EXPECT_NEAR(spline.at(points.front(), 1), spline.at(points.back(), 1), 1e-5);
+            List<T> all;
+            for (double site = 0; site < 8; site += 0.25)
+                all.push_back(spline.at(site < static_cast<double>(points.front()) ? site + 8 : site));
+            if (begin == 0)
+                first = all;
+            for (std::size_t i = 0; i < all.size() && inner == 0; ++i)
+                EXPECT_NEAR(all[i], first[i], sizeof(T) == 4 ? 2e-5 : 1e-13) << kernel << ' ' << begin;
         }
     }
 }
@@ -499,7 +543,9 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
     using T = TypeParam;
     Fitted<T> spline({0, 1, 2}, {0, 1, 2});
     ASSERT_EQ(spline.make({"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}), 0);
-    Told told[4];
+    Told told[4], parts[3];
+    for (Told& part : parts)
+        part.results = 1;
     const List<T> sites = {-1, T(0.5), 2, 3};
     List<T> r(8);
     Outside outside;
@@ -527,7 +573,6 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
     told[3].status = -8;
     EXPECT_EQ(spline.interpolate(sites, {1, 1}, r, no_hint, by_rows, nullptr, 1, cells), -8);
 
-    Told parts[3];
     const void* const function = reinterpret_cast<const void*>(integral<T>);
     const Outside integrals{function, parts, function, parts + 1, function, parts + 2, nullptr, nullptr};
     r.resize(4);
@@ -538,6 +583,15 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
     EXPECT_THAT(parts[1].cells, ElementsAre(3, 3, 3, 3));
     EXPECT_THAT(parts[2].numbers, ElementsAre(0, 2, 0, 2, 0, 2, 1, 1));
     EXPECT_THAT(parts[2].cells, ElementsAre(1, 2, 1, 2, 1, 2, 2, 2));
+    Fitted<T> both({0, 1}, {0, 1, 2, 3}, 2);
+    ASSERT_EQ(both.make({"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}), 0);
+    told[0] = {{}, {}, 0, 4};
+    List<T> many(8);
+    outside = {};
+    outside.left = reinterpret_cast<const void*>(estimate<T>);
+    outside.left_told = told;
+    ASSERT_EQ(both.interpolate({-1, 1}, {1, 1}, many, no_hint, by_rows, nullptr, 1, outside), 0);
+    EXPECT_THAT(many, ElementsAre(1000, 2000, 1, 1, 3000, 4000, 3, 1));
     parts[2].status = -9;
     EXPECT_EQ(spline.integrate({-1}, {3}, r, by_rows, integrals), -9);
 }
@@ -676,7 +730,7 @@ TEST(FittingTasks, EachAllocationFailsOnce)
         EXPECT_EQ(granted, -1);
         EXPECT_EQ(task, nullptr);
     }
-    Told told;
+    const Told told;
     List<double> r(1, 5);
     Outside outside;
     granted = 0;
