@@ -45,6 +45,14 @@ struct Told {
     List<double> numbers;
     List<Int> cells;
     int status = 0, results = 2;
+
+    template <class T>
+    int answer(T* r) const
+    {
+        for (int k = 0; k < results; ++k)
+            r[k] = static_cast<T>(1000 * (k + 1));
+        return status;
+    }
 };
 template <class T>
 int estimate(Int* n, Int* cell, T* site, T* r, const void* parameters, void*)
@@ -53,9 +61,7 @@ int estimate(Int* n, Int* cell, T* site, T* r, const void* parameters, void*)
     EXPECT_EQ(*n, 1);
     told.numbers.push_back(static_cast<double>(*site));
     told.cells.push_back(*cell);
-    for (int k = 0; k < told.results; ++k)
-        r[k] = static_cast<T>(1000 * (k + 1));
-    return told.status;
+    return told.answer(r);
 }
 template <class T>
 int integral(Int* n, Int* left_cell, T* left, Int* right_cell, T* right, T* r, const void* parameters, void*)
@@ -66,9 +72,7 @@ int integral(Int* n, Int* left_cell, T* left, Int* right_cell, T* right, T* r, c
         told.numbers.push_back(static_cast<double>(*limit));
     for (const Int* cell : {left_cell, right_cell})
         told.cells.push_back(*cell);
-    for (int k = 0; k < told.results; ++k)
-        r[k] = static_cast<T>(1000 * (k + 1));
-    return told.status;
+    return told.answer(r);
 }
 // Cell 1 for negative sites, no answer for others.
 template <class T>
@@ -87,11 +91,22 @@ struct Outside {
 };
 
 struct Wanted {
-    const char* kernel;
     Int order, type, end_type;
-    List<double> ends;
-    Int inner_type;
-    List<double> inner;
+    List<double> ends = {};
+    Int inner_type = 0;
+    List<double> inner = {};
+
+    bool is_made() const { return type < look_up || type > steps_closed_right; }
+    std::string kernel() const
+    {
+        constexpr const char* cubic[] = {"Default", "", "Natural", "Hermite", "Bessel",
+                                         "Akima",   "", "",        "",        "Hyman"};
+        return std::string("DF") +
+               (order == 2   ? "Linear"
+                : order == 3 ? "Quadratic"
+                             : cubic[type]) +
+               (order == 4 ? "CubicSpline1D" : "Spline1D");
+    }
 };
 
 template <class T>
@@ -118,7 +133,7 @@ public:
                        ends.empty() ? nullptr : ends.data(), w.inner_type,
                        inner.empty() ? nullptr : inner.data(), coefficients.data(), Int{0}),
                   0);
-        return w.kernel == nullptr ? 0 : call(name(w.kernel), task, Int{0}, Int{0}, threader);
+        return w.is_made() ? call(name(w.kernel()), task, Int{0}, Int{0}, threader) : 0;
     }
     int interpolate(const List<T>& sites, const Orders& orders, List<T>& r, Int hint = no_hint,
                     Int r_hint = by_rows, std::int32_t* cells = nullptr, Int type = 1, const Outside& o = {},
@@ -209,46 +224,44 @@ TYPED_TEST(Fitting, PolynomialsOfTheirOwnDegreeAreExact)
             knots.push_back(0.75 * x[i] + 0.25 * x[i + 1]);
         knots.push_back(x.back() + 0.5);
         const double q_left = of(2, 1)[0], q_right = of(2, 1)[1];
-        const char *const quadratic = "DFQuadraticSpline1D", *const cubic = "DFDefaultCubicSpline1D";
+
         struct Row {
             int degree;
             std::size_t fewest;
             Wanted wanted;
         };
-        const Row rows[] = {
-            {1, 2, {"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}},
-            {2, 2, {quadratic, 3, 0, 4, {q_left}, 0, {}}},
-            {2, 2, {quadratic, 3, 0, 8, {q_right}, 0, {}}},
-            {2, 2, {quadratic, 3, 0, 0x10, {1}, 0, {}}},
-            {2, 2, {quadratic, 3, 0, 0x20, {1}, 0, {}}},
-            {2, 3, {quadratic, 3, 0, 1, {}, 0, {}}},
-            {2, 2, {quadratic, 3, 0, 0x80, {polynomial(2, middle)}, 0, {}}},
-            {2, 2, {quadratic, 3, 1, 12, {q_left, q_right}, 0, {}}},
-            {2, 2, {quadratic, 3, 1, 0x30, {1, 1}, 0, {}}},
-            {2, 2, {quadratic, 3, 1, 0x24, {q_left, 1}, 8, knots}},
-            {2, 2, {quadratic, 3, 1, 0x18, {1, q_right}, 8, knots}},
-            {2, 3, {"DFBesselCubicSpline1D", 4, 4, 0, {}, 0, {}}},
-            {1, 2, {cubic, 4, 0, 0, {}, 0, {}}},
-            {1, 2, {"DFAkimaCubicSpline1D", 4, 5, 0, {}, 0, {}}},
-            {2, 3, {"DFBesselCubicSpline1D", 4, 4, 1, {}, 0, {}}},
-            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x30, {1, 1}, 0, {}}},
-            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x18, {1, q_right}, 0, {}}},
-            {2, 2, {"DFBesselCubicSpline1D", 4, 4, 0x24, {q_left, 1}, 0, {}}},
-            {2, 3, {cubic, 4, 0, 0, {}, 0, {}}},
-            {3, 4, {cubic, 4, 0, 0, {}, 0, {}}},
-            {3, 2, {cubic, 4, 0, 12, of(3, 1), 0, {}}},
-            {3, 2, {"DFNaturalCubicSpline1D", 4, 2, 0x30, of(3, 2), 0, {}}},
-            {3, 2, {cubic, 4, 0, 0x24, {of(3, 1)[0], of(3, 2)[1]}, 0, {}}},
-            {3, 2, {"DFHermiteCubicSpline1D", 4, 3, 12, of(3, 1), 1, inside(1)}},
-            {3, 2, {"DFHermiteCubicSpline1D", 4, 3, 0x30, of(3, 2), 1, inside(1)}},
-            {3, 2, {"DFHermiteCubicSpline1D", 4, 3, 0x18, {of(3, 2)[0], of(3, 1)[1]}, 1, inside(1)}},
-            {3, 4, {cubic, 4, 0, 1, {}, 1, inside(1)}},
-            {3, 2, {cubic, 4, 0, 12, of(3, 1), 2, inside(2)}},
-            {3, 2, {cubic, 4, 0, 0x18, {of(3, 2)[0], of(3, 1)[1]}, 2, inside(2)}},
-            {3, 2, {cubic, 4, 0, 0x24, {of(3, 1)[0], of(3, 2)[1]}, 2, inside(2)}},
-            {3, 2, {cubic, 4, 0, 0x30, of(3, 2), 2, inside(2)}},
-            {3, 4, {cubic, 4, 0, 0, {}, 2, inside(2)}},
-        };
+        const Row rows[] = {{1, 2, {2, 0, 0}},
+                            {2, 2, {3, 0, 4, {q_left}}},
+                            {2, 2, {3, 0, 8, {q_right}}},
+                            {2, 2, {3, 0, 0x10, {1}}},
+                            {2, 2, {3, 0, 0x20, {1}}},
+                            {2, 3, {3, 0, 1}},
+                            {2, 2, {3, 0, 0x80, {polynomial(2, middle)}}},
+                            {2, 2, {3, 1, 12, {q_left, q_right}}},
+                            {2, 2, {3, 1, 0x30, {1, 1}}},
+                            {2, 2, {3, 1, 0x24, {q_left, 1}, 8, knots}},
+                            {2, 2, {3, 1, 0x18, {1, q_right}, 8, knots}},
+                            {2, 3, {4, 4, 0}},
+                            {1, 2, {4, 0, 0}},
+                            {1, 2, {4, 5, 0}},
+                            {2, 3, {4, 4, 1}},
+                            {2, 2, {4, 4, 0x30, {1, 1}}},
+                            {2, 2, {4, 4, 0x18, {1, q_right}}},
+                            {2, 2, {4, 4, 0x24, {q_left, 1}}},
+                            {2, 3, {4, 0, 0}},
+                            {3, 4, {4, 0, 0}},
+                            {3, 2, {4, 0, 12, of(3, 1)}},
+                            {3, 2, {4, 2, 0x30, of(3, 2)}},
+                            {3, 2, {4, 0, 0x24, {of(3, 1)[0], of(3, 2)[1]}}},
+                            {3, 2, {4, 3, 12, of(3, 1), 1, inside(1)}},
+                            {3, 2, {4, 3, 0x30, of(3, 2), 1, inside(1)}},
+                            {3, 2, {4, 3, 0x18, {of(3, 2)[0], of(3, 1)[1]}, 1, inside(1)}},
+                            {3, 4, {4, 0, 1, {}, 1, inside(1)}},
+                            {3, 2, {4, 0, 12, of(3, 1), 2, inside(2)}},
+                            {3, 2, {4, 0, 0x18, {of(3, 2)[0], of(3, 1)[1]}, 2, inside(2)}},
+                            {3, 2, {4, 0, 0x24, {of(3, 1)[0], of(3, 2)[1]}, 2, inside(2)}},
+                            {3, 2, {4, 0, 0x30, of(3, 2), 2, inside(2)}},
+                            {3, 4, {4, 0, 0, {}, 2, inside(2)}}};
         for (const Row& row : rows) {
             if (n < row.fewest)
                 continue;
@@ -279,12 +292,8 @@ TYPED_TEST(Fitting, PeriodsBeginAnywhere)
     // Five cells of period 8; two of them are flat.
     const List<double> x = {0, 1, 3, 4, 6.5}, y = {1, 1, 1, -2, 3}, slopes = {0, 0.5, -1, 2, 0.25};
     constexpr std::size_t n = 5;
-    for (const auto& [kernel, order, type, inner] : {std::tuple{"DFQuadraticSpline1D", 3, 0, 0},
-                                                     {"DFDefaultCubicSpline1D", 4, 0, 0},
-                                                     {"DFHermiteCubicSpline1D", 4, 3, 1},
-                                                     {"DFBesselCubicSpline1D", 4, 4, 0},
-                                                     {"DFAkimaCubicSpline1D", 4, 5, 0},
-                                                     {"DFHymanCubicSpline1D", 4, 9, 0}}) {
+    for (const auto& [order, type, inner] :
+         {std::tuple{3, 0, 0}, {4, 0, 0}, {4, 3, 1}, {4, 4, 0}, {4, 5, 0}, {4, 9, 0}}) {
         List<T> first;
         for (std::size_t begin = 0; begin < n; ++begin) {
             List<T> points, values;
@@ -296,7 +305,7 @@ TYPED_TEST(Fitting, PeriodsBeginAnywhere)
                     given.push_back(slopes[i % n]);
             }
             Fitted<T> spline(points, values);
-            ASSERT_EQ(spline.make({kernel, order, type, 0x40, {}, inner, given}), 0);
+            ASSERT_EQ(spline.make({order, type, 0x40, {}, inner, given}), 0);
             EXPECT_NEAR(spline.at(points.front(), 1), spline.at(points.back(), 1), 1e-5);
             List<T> all;
             for (double site = 0; site < 8; site += 0.25)
@@ -304,7 +313,7 @@ TYPED_TEST(Fitting, PeriodsBeginAnywhere)
             if (begin == 0)
                 first = all;
             for (std::size_t i = 0; i < all.size() && inner == 0; ++i)
-                EXPECT_NEAR(all[i], first[i], sizeof(T) == 4 ? 2e-5 : 1e-13) << kernel << ' ' << begin;
+                EXPECT_NEAR(all[i], first[i], sizeof(T) == 4 ? 2e-5 : 1e-13) << type << ' ' << begin;
         }
     }
 }
@@ -332,7 +341,7 @@ TYPED_TEST(Fitting, HymanIsMonotoneWhereDataAre)
         for (const bool monotone : {false, true}) {
             const auto [x, y] = data<T>(40, 1, monotone);
             Fitted<T> spline(x, y);
-            ASSERT_EQ(spline.make({"DFHymanCubicSpline1D", 4, hyman, ends, {-1, 9}, 0, {}}), 0);
+            ASSERT_EQ(spline.make({4, hyman, ends, {-1, 9}}), 0);
             for (std::size_t i = 0; i + 1 < x.size(); ++i)
                 for (int k = 0; k < 32; ++k) {
                     const T w = (x[i + 1] - x[i]) / 32, s = x[i] + w * static_cast<T>(k);
@@ -347,12 +356,21 @@ TYPED_TEST(Fitting, QuadraticPiecesMeetSmoothlyAtKnots)
     using T = TypeParam;
     const auto [x, y] = data<T>(9, 3);
     Fitted<T> spline(x, y);
-    ASSERT_EQ(spline.make({"DFQuadraticSpline1D", 3, subbotin, 0, {}, 0, {}}), 0);
-    for (std::size_t i = 0; i < x.size(); ++i)
-        EXPECT_EQ(spline.at(x[i]), y[i]);
+    List<double> middles = {x[0]}, others = {x[0]};
     for (std::size_t i = 0; i + 1 < x.size(); ++i) {
-        const T knot = x[i] + (x[i + 1] - x[i]) / 2, before = std::nextafter(knot, x[i]);
-        const T most = 64 * std::numeric_limits<T>::epsilon();
+        middles.push_back(x[i] + (x[i + 1] - x[i]) / 2);
+        others.push_back(x[i] + (x[i + 1] - x[i]) / 4);
+    }
+    others.push_back(x.back());
+    for (std::size_t k = 0; k < 2 * x.size(); ++k) {
+        const bool given = k >= x.size();
+        const std::size_t i = k % x.size();
+        ASSERT_EQ(spline.make({3, subbotin, 0, {}, given ? inner_knots : no_inner, others}), 0);
+        EXPECT_EQ(spline.at(x[i]), y[i]);
+        if (i == 0)
+            continue;
+        const T knot = static_cast<T>((given ? others : middles)[i]), before = std::nextafter(knot, x[i - 1]);
+        const T most = 256 * std::numeric_limits<T>::epsilon();
         EXPECT_NE(spline.at(before, 2), spline.at(knot, 2));
         EXPECT_NEAR(spline.at(before, 1), spline.at(knot, 1), most);
         EXPECT_NEAR(spline.at(before), spline.at(knot), most);
@@ -360,10 +378,13 @@ TYPED_TEST(Fitting, QuadraticPiecesMeetSmoothlyAtKnots)
 }
 
 const Wanted all_types[] = {
-    {"DFLinearSpline1D", 2, 0, 0, {}, 0, {}},           {"DFQuadraticSpline1D", 3, 0, 0, {}, 0, {}},
-    {"DFQuadraticSpline1D", 3, subbotin, 0, {}, 0, {}}, {"DFNaturalCubicSpline1D", 4, natural, 0, {}, 0, {}},
-    {"DFAkimaCubicSpline1D", 4, akima, 0, {}, 0, {}},   {nullptr, 1, steps_closed_left, 0, {}, 0, {}},
-    {nullptr, 1, steps_closed_right, 0, {}, 0, {}},
+    {2, 0, 0},
+    {3, 0, 0},
+    {3, subbotin, 0},
+    {4, natural, 0},
+    {4, akima, 0},
+    {1, steps_closed_left, 0},
+    {1, steps_closed_right, 0},
 };
 
 TYPED_TEST(Fitting, IntegralsAreThoseOfValues)
@@ -401,7 +422,7 @@ TYPED_TEST(Fitting, StepsAndTables)
     Fitted<T> spline({0, 1, 2}, {10, 11, 12});
     const List<T> sites = {-1, 0, T(0.5), 1, T(1.5), 2, 3};
     const auto values = [&](Int type) {
-        EXPECT_EQ(spline.make({nullptr, 1, type, 0, {}, 0, {}}), 0);
+        EXPECT_EQ(spline.make({1, type, 0}), 0);
         List<T> r(sites.size());
         EXPECT_EQ(spline.interpolate(sites, {1}, r), 0);
         return r;
@@ -485,7 +506,7 @@ TYPED_TEST(Fitting, LayoutsOfManyFunctions)
     for (const T value : y)
         for (std::size_t j = 0; j < functions; ++j)
             columns.push_back(value * static_cast<T>(1 << j));
-    const Wanted wanted{"DFNaturalCubicSpline1D", 4, natural, 0, {}, 0, {}};
+    const Wanted wanted{4, natural, 0};
     Fitted<T> one(x, y), by_row(x, rows, functions, no_hint, by_rows),
         by_column(x, columns, functions, no_hint, by_columns);
     for (Fitted<T>* const spline : {&one, &by_row, &by_column})
@@ -542,7 +563,7 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
 {
     using T = TypeParam;
     Fitted<T> spline({0, 1, 2}, {0, 1, 2});
-    ASSERT_EQ(spline.make({"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}), 0);
+    ASSERT_EQ(spline.make({2, 0, 0}), 0);
     Told told[4], parts[3];
     for (Told& part : parts)
         part.results = 1;
@@ -584,7 +605,7 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
     EXPECT_THAT(parts[2].numbers, ElementsAre(0, 2, 0, 2, 0, 2, 1, 1));
     EXPECT_THAT(parts[2].cells, ElementsAre(1, 2, 1, 2, 1, 2, 2, 2));
     Fitted<T> both({0, 1}, {0, 1, 2, 3}, 2);
-    ASSERT_EQ(both.make({"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}), 0);
+    ASSERT_EQ(both.make({2, 0, 0}), 0);
     told[0] = {{}, {}, 0, 4};
     List<T> many(8);
     outside = {};
@@ -686,31 +707,31 @@ TEST(FittingTasks, WhatTheyRefuse)
         int status;
         Wanted wanted;
     };
-    const char *const cubic = "DFDefaultCubicSpline1D", *const quadratic = "DFQuadraticSpline1D";
+
     for (const auto& [status, wanted] : {
-             Row{bad_inner_type, {"DFLinearSpline1D", 2, 0, 0, {}, 1, {1}}},
-             Row{bad_inner_type, {"DFHermiteCubicSpline1D", 4, 3, 0, {}, 0, {1}}},
-             Row{bad_inner_type, {cubic, 4, 0, 0, {}, 8, {1}}},
-             Row{bad_inner_type, {quadratic, 3, 1, 0, {}, 1, {1}}},
-             Row{null_inner, {"DFHermiteCubicSpline1D", 4, 3, 0, {}, 1, {}}},
-             Row{null_inner, {cubic, 4, 0, 0, {}, 2, {}}},
-             Row{null_inner, {quadratic, 3, 1, 0, {}, 8, {}}},
-             Row{null_ends, {cubic, 4, 0, 4, {}, 0, {}}},
-             Row{null_ends, {quadratic, 3, 0, 0x80, {}, 0, {}}},
-             Row{bad_end_type, {cubic, 4, 0, 0x14, {1, 1}, 0, {}}}, // two of one end
-             Row{bad_end_type, {cubic, 4, 0, 0x44, {1, 1}, 0, {}}}, // a period has no ends
-             Row{bad_end_type, {cubic, 4, 0, 0x80, {1, 1}, 0, {}}},
-             Row{bad_end_type, {cubic, 4, 0, 3, {}, 0, {}}},
-             Row{bad_end_type, {quadratic, 3, 0, 12, {1, 1}, 0, {}}}, // there is one to choose
-             Row{bad_end_type, {quadratic, 3, 0, 0x40, {}, 0, {}}},   // of two cells
-             Row{bad_end_type, {quadratic, 3, 1, 1, {}, 0, {}}},
+             Row{bad_inner_type, {2, 0, 0, {}, 1, {1}}},
+             Row{bad_inner_type, {4, 3, 0, {}, 0, {1}}},
+             Row{bad_inner_type, {4, 0, 0, {}, 8, {1}}},
+             Row{bad_inner_type, {3, 1, 0, {}, 1, {1}}},
+             Row{null_inner, {4, 3, 0, {}, 1, {}}},
+             Row{null_inner, {4, 0, 0, {}, 2, {}}},
+             Row{null_inner, {3, 1, 0, {}, 8, {}}},
+             Row{null_ends, {4, 0, 4}},
+             Row{null_ends, {3, 0, 0x80}},
+             Row{bad_end_type, {4, 0, 0x14, {1, 1}}}, // two of one end
+             Row{bad_end_type, {4, 0, 0x44, {1, 1}}}, // a period has no ends
+             Row{bad_end_type, {4, 0, 0x80, {1, 1}}},
+             Row{bad_end_type, {4, 0, 3}},
+             Row{bad_end_type, {3, 0, 12, {1, 1}}}, // there is one to choose
+             Row{bad_end_type, {3, 0, 0x40}},       // of two cells
+             Row{bad_end_type, {3, 1, 1}},
          }) {
         Fitted<double> spline({0, 1, 2}, {0, 1, 0});
-        EXPECT_EQ(spline.make(wanted), status) << wanted.kernel << ' ' << wanted.end_type;
+        EXPECT_EQ(spline.make(wanted), status) << wanted.type << ' ' << wanted.end_type;
     }
     Fitted<double> spline({0, 1, 2}, {0, 1, 0});
     List<double> r(1);
-    ASSERT_EQ(spline.make({cubic, 4, 0, 0, {}, 0, {}}), 0);
+    ASSERT_EQ(spline.make({4, 0, 0}), 0);
     EXPECT_EQ(call("dDFDefaultCubicSpline1D", spline.task, Int{0}, Int{1}, nullptr), bad_method);
     EXPECT_EQ(spline.interpolate({1}, {1}, r, no_hint, 0x40), bad_result_hint);
     EXPECT_EQ(spline.integrate({1}, {1}, r, 0x40), bad_result_hint);
@@ -721,7 +742,7 @@ TEST(FittingTasks, WhatTheyRefuse)
 TEST(FittingTasks, EachAllocationFailsOnce)
 {
     Fitted<double> spline({0, 1}, {0, 1});
-    ASSERT_EQ(spline.make({"DFLinearSpline1D", 2, 0, 0, {}, 0, {}}), 0);
+    ASSERT_EQ(spline.make({2, 0, 0}), 0);
     for (const int before : {0, 1}) {
         Task* task = reinterpret_cast<Task*>(8);
         granted = before;
