@@ -439,8 +439,10 @@ TYPED_TEST(Fitting, StepsAndTables)
 }
 
 // Runs parts backwards; tells one status below 0 if there is one.
+Int divided = 0;
 int backwards(Int count, int (*body)(Int, void*), void* data)
 {
+    divided += count;
     int status = 0;
     for (Int k = count; k-- > 0;)
         if (const int of_part = body(k, data); of_part < 0)
@@ -476,7 +478,9 @@ TYPED_TEST(Fitting, CellsAreFoundInEveryWay)
                 for (std::size_t i = 0; i < found.size(); ++i)
                     ASSERT_EQ(found[i], expected(all[i])) << all[i] << " of " << n << ", hint " << hint;
             };
+            divided = 0;
             expect(sites, task.cells(sites, non_uniform, Int(sites.size()), {}, backwards));
+            EXPECT_EQ(divided, 3);
             expect(sites, task.cells(sites, sorted, Int(sites.size()))); // a wrong hint costs time only
             std::sort(sites.begin(), sites.end());
             expect(sites, task.cells(sites, sorted, Int(sites.size())));
@@ -525,6 +529,7 @@ TYPED_TEST(Fitting, LayoutsOfManyFunctions)
     const Orders orders = {1, 0, 1}; // values and second derivatives
     List<T> first(2 * n), r(2 * n * functions), turned(r.size());
     List<std::int32_t> cells(n);
+    divided = 0;
     ASSERT_EQ(one.interpolate(sites, orders, first), 0);
     ASSERT_EQ(by_row.interpolate(sites, orders, r, no_hint, by_rows, cells.data(), 3, {}, backwards), 0);
     ASSERT_EQ(by_column.interpolate(sites, orders, turned, no_hint, by_columns, cells.data(), 4), 0);
@@ -545,6 +550,7 @@ TYPED_TEST(Fitting, LayoutsOfManyFunctions)
     }
     EXPECT_EQ(List<T>(alone.coefficients.begin(), alone.coefficients.begin() + 2 * 19999 * 4),
               List<T>(threaded.coefficients.begin(), threaded.coefficients.begin() + 2 * 19999 * 4));
+    EXPECT_EQ(divided, 3 + 2);
     // In other cells their polynomials go on.
     std::fill(cells.begin(), cells.end(), 1);
     ASSERT_EQ(one.interpolate(sites, {1}, first, no_hint, by_rows, cells.data(), 4), 0);

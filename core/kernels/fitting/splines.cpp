@@ -486,7 +486,7 @@ int by_bends(const Task& task, Int j)
     if (ends.are(Known::middle) || ends.are(Known::period))
         return bad_end_type;
     const Int last = f.n - 1;
-    const auto inner = [&](Int i) { return i > 0 && i < last ? given[i - 1] : T(0); };
+    const auto inner = [&](Int i) { return given != nullptr && i > 0 && i < last ? given[i - 1] : T(0); };
     // Of a slope at an end; where nothing is known the bend goes on as it comes.
     const auto bend = [&](End<T> end, Int piece, Int next, Int following, int direction) {
         if (end.known == Known::slope)
