@@ -121,10 +121,10 @@ struct Held {
         quotient = (asked & bit) != 0 ? array<T>(task, parameter) : nullptr;
         whole = (asked & whole_bit) != 0 ? array<T>(task, whole_parameter) : nullptr;
     }
-    double get(std::int64_t i, double divisor) const
+    double get(std::int64_t i, bool any, double divisor) const
     {
-        return whole != nullptr                     ? static_cast<double>(whole[i])
-               : quotient != nullptr && divisor > 0 ? static_cast<double>(quotient[i]) * divisor
+        return any && whole != nullptr              ? static_cast<double>(whole[i])
+               : divisor > 0 && quotient != nullptr ? static_cast<double>(quotient[i]) * divisor
                                                     : 0;
     }
     void set(std::int64_t i, double value, double divisor) const
@@ -242,12 +242,12 @@ int basic(Task& task, Mask asked, std::int64_t method, Threader* threader)
             // Each continues what itself holds.
             Held<T> moment{raw[power].quotient, nullptr}, total{nullptr, raw[power].whole};
             for (const Held<T>& one : {moment, total})
-                one.set(at, one.get(at, old) + of_raw[power], all);
+                one.set(at, one.get(at, before.any(), old) + of_raw[power], all);
         }
-        const double before_sum = first.get(at, old);
+        const double before_sum = first.get(at, before.any(), old);
         const double block_sum = here * block.mean;
-        Central earlier{before.any() ? before_sum / old : 0, central[2].get(at, old_freedom),
-                        central[3].get(at, old), central[4].get(at, old)};
+        Central earlier{before.any() ? before_sum / old : 0, central[2].get(at, before.any(), old_freedom),
+                        central[3].get(at, before.any(), old), central[4].get(at, before.any(), old)};
         if (about_caller_mean) {
             const double centre = static_cast<double>(means[at]);
             far[k] = block.mean - centre;
