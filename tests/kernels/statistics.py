@@ -62,7 +62,7 @@ class Task:
 
     def edit(self, parameter, values):
         real = np.issubdtype(np.asarray(values).dtype, np.floating)
-        values = np.array(values, self.dtype) if real else self.integers(values)
+        values = np.array(values, self.dtype, order="C") if real else self.integers(values)
         self.kept[parameter] = values
         status = self.call('__vsl?SSEditTask' if real else '__vsliSSEditTask', self.handle, ctypes.c_int(parameter),
                            values)
@@ -311,6 +311,48 @@ class Statistics(unittest.TestCase):
             task.edit(21, good)
             task.run('CorParametrization', 0x800000) # stays as it is
             self.near(task[60], good, 1e-13 if dtype == np.float64 else 1e-6)
+
+    def test_stream(self):
+        """Ranks are within the bound, whatever the order and the blocks; small streams are exact."""
+        orders, error = np.array([0.0, 0.01, 0.3, 0.5, 0.99, 1.0]), 0.05
+        for n, way, wide in itertools.product((100, 100000), (lambda x: x, np.sort, lambda x: np.sort(x)[::-1]), (0, 1)):
+            x = np.array([way(column) for column in sample(n, 2).T]).T
+            task = Task(x, wide=wide, storage=COLUMNS)
+            task.edit(63, orders), task.edit(62, 6), task.room(64, 2, 6)
+            task.edit(65, 1), task.edit(66, np.array([error]))
+            for begin in range(0, n, n // 5):
+                task.edit(3, task.data(x[begin:begin + n // 5])), task.edit(2, n // 5)
+                task.run('StreamQuantiles', 1 << 24, 0x80 if wide else 0x40)
+            if wide:
+                self.assertTrue((task[64] == 7).all())
+                task.edit(2, 0), task.run('StreamQuantiles', 1 << 24, 0x80)
+            ranks = [np.searchsorted(np.sort(x[:, k]), task[64][k]) for k in (0, 1)]
+            self.assertLessEqual(np.abs(ranks - orders * (n - 1)).max(), 0.5 if n == 100 else error * n, (n, wide))
+            self.assertTrue(np.isin(task[64], x).all())
+
+    def test_outliers(self):
+        x = sample(400, 4)
+        far = np.arange(400) % 10 == 3
+        x[far] += 60
+        for start, storage, dtype in itertools.product((0.0, 1.0), (ROWS, COLUMNS), (np.float32, np.float64)):
+            y = x.copy()
+            y[far] = y[far] if start else x[~far][:40] + np.outer(np.arange(40) % 2 * 2 - 1, [60, -60, 60, 60])
+            task = Task(y, dtype, storage)
+            task.edit(41, 3), task.edit(42, np.array([start, 0.001, 0])), task.room(43, 400)
+            task.run('OutliersDetection', 0x80000)
+            self.assertTrue((task[43][far] == 0).all() and task[43][~far].mean() > 0.97, (start, task[43][~far].mean()))
+
+    def test_robust(self):
+        random = np.random.default_rng(5)
+        truth = np.array([[4, 1, -1], [1, 2, 0.5], [-1, 0.5, 1]])
+        x = random.multivariate_normal([1, 2, 3], truth, 4000)
+        x[:400] = [50, -50, 50] + random.standard_normal((400, 3))
+        task = Task(x)
+        task.room(38, 3), task.room(39, 6)
+        task.edit(40, LOWER), task.edit(37, np.array([0.99]))
+        task.run('RobustCovariance', 0x40000)
+        self.near(task[38], np.array([1, 2, 3]), 0.03)
+        self.near(task[39], truth[np.tril_indices(3)], 0.1)
 
     def test_refused(self):
         x = sample(20, 2)

@@ -4,6 +4,7 @@
 namespace qnm::vsl::statistics {
 
 constexpr int ok = 0, no_kernel = -1, bad_argument = -3, out_of_memory = -4000, no_task = -4031;
+constexpr int no_factor = -4099; // inside: a covariance is singular
 
 /// Something is asked for, and the address of this parameter is null.
 constexpr int missing(int parameter)

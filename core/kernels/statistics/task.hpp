@@ -161,6 +161,7 @@ public:
     ~Room() { std::free(data_); }
     explicit operator bool() const { return data_ != nullptr; }
     T* get() const { return data_; }
+    T*& data() { return data_; } // for an owner of another kind
     T& operator[](std::int64_t i) const { return data_[i]; }
 
 private:
