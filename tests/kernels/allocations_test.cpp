@@ -1,30 +1,48 @@
 // Memory that is not there: a status, and nothing changed.
 #include "kernels/streams/buffer.hpp"
+#include "refusing.hpp"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <vector>
 
+Refusing refusing;
+
 namespace {
-bool failing = false;
-int refused = 0;
+void* granted(void* memory)
+{
+    refusing.live += memory != nullptr ? 1 : 0;
+    return memory;
+}
 bool refuse()
 {
-    refused += failing ? 1 : 0;
-    return failing;
+    if (refusing.spared < 0)
+        return false;
+    if (refusing.spared > 0) {
+        --refusing.spared;
+        return false;
+    }
+    ++refusing.refused;
+    return true;
 }
 } // namespace
 
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
+void __real_free(void* memory);
+void __wrap_free(void* memory)
+{
+    refusing.live -= memory != nullptr ? 1 : 0;
+    __real_free(memory);
+}
 void* __wrap_malloc(std::size_t size)
 {
-    return refuse() ? nullptr : __real_malloc(size);
+    return refuse() ? nullptr : granted(__real_malloc(size));
 }
 void* __wrap_calloc(std::size_t count, std::size_t size)
 {
-    return refuse() ? nullptr : __real_calloc(count, size);
+    return refuse() ? nullptr : granted(__real_calloc(count, size));
 }
 
 using qnm::vsl::Properties;
@@ -65,13 +83,12 @@ TEST(Streams, EachAllocationFailsOnce)
                             [](Stream*, int, std::uint32_t*) { return 0; }};
 
     const auto expect_refused = [](auto allocate) {
-        failing = true;
-        refused = 0;
+        refusing = {0, 0, 0};
         Stream* slot = reinterpret_cast<Stream*>(8);
         const int status = allocate(&slot);
-        failing = false;
+        refusing.spared = -1;
         EXPECT_EQ(status, -4);
-        EXPECT_EQ(refused, 1);
+        EXPECT_EQ(refusing.refused, 1);
         return slot;
     };
     EXPECT_EQ(expect_refused([&](Stream** slot) { return __vslNewStreamEx(slot, mt19937, 1, &seed); }),
