@@ -354,6 +354,38 @@ class Statistics(unittest.TestCase):
         self.near(task[38], np.array([1, 2, 3]), 0.03)
         self.near(task[39], truth[np.tril_indices(3)], 0.1)
 
+    def test_missing(self):
+        """One component lacks values: likelihood has a closed form, and imputed values are about their regression."""
+        random = np.random.default_rng(8)
+        n, m = 1500, 300
+        x = random.multivariate_normal([1, 2, 3], [[4, 1, -1], [1, 2, 0.5], [-1, 0.5, 1]], n)
+        gone = random.random(n) < 0.3 + 0.3 * (x[:, 0] > 1)  # by what is known
+        truth, x[gone, 1] = x[gone, 1].copy(), np.nan
+        z = np.column_stack([np.ones(n), x[:, [0, 2]]])
+        slopes, left = np.linalg.lstsq(z[~gone], x[~gone, 1], rcond=None)[:2]
+        deviation = np.sqrt(left[0] / (~gone).sum())
+        for prior in (False, True):
+            task = Task(x, storage=COLUMNS)
+            task.edit(50, 5), task.edit(51, np.array([100, 4, 1e-10, m, gone.sum()]))
+            simulated, chain = task.room(57, m, gone.sum()), task.room(59, m, 9)
+            if prior:  # as sure of a mean as of 10^9 observations
+                task.edit(55, np.array([1e9, -1, 5, 6, 7] + [0.0] * 6))
+            task.run('MissingValues', 0x400000)
+            if prior:
+                self.near(chain[:, :3], np.array([5, 6, 7]), 1e-4)
+                continue
+            error = deviation / np.sqrt(m)
+            self.assertLess(np.abs(simulated.mean(0) - z[gone] @ slopes).max(), 6 * error)
+            self.assertAlmostEqual((simulated - z[gone] @ slopes).std() / deviation, 1, delta=0.02)
+            self.assertAlmostEqual((simulated.mean(0) - truth).std() / deviation, 1, delta=0.1)
+            filled = np.cov(np.column_stack([x[:, 0], np.where(gone, z @ slopes, x[:, 1]), x[:, 2]]).T)
+            filled[1, 1] += deviation ** 2 * gone.mean()
+            self.near(chain[:, 0].mean(), x[:, 0].mean(), 0.01)
+            self.near(chain[:, 1].mean(), (z @ slopes * gone + np.nan_to_num(x[:, 1]) * ~gone).mean(), 0.01)
+            self.near(chain[:, 3:].mean(0), filled[np.tril_indices(3)], 0.01)
+            spread = chain[:, 0].std() / np.sqrt(4 / n)
+            self.assertAlmostEqual(spread, 1, delta=0.15)
+
     def test_refused(self):
         x = sample(20, 2)
         for stage, estimates, needs in (
