@@ -19,7 +19,8 @@ using namespace qnm::vsl::statistics;
     X(SSPartialCovariance, 0x300000)                                                                         \
     X(SSQuantiles, 0x30000)                                                                                  \
     X(SSStreamQuantiles, 0x1000000)                                                                          \
-    X(SSCorParametrization, 0x800000)
+    X(SSCorParametrization, 0x800000)                                                                        \
+    X(SSMissingValues, 0x400000)
 
 extern "C" {
 int __vsldSSNewTask(Task** slot, const void* p, const void* n, const void* storage, const double* x,
@@ -40,10 +41,10 @@ constexpr Stage stages[] = {
 #define QNM_ROW(name, bits) {#name, _vsld##name, bits},
     QNM_STAGES(QNM_ROW)};
 
-constexpr std::int64_t p = 2, n = 3000, storage = by_observations, one = 1, groups[n] = {0, 1, 0};
+constexpr std::int64_t p = 2, n = 3000, storage = by_observations, one = 1, five = 5, groups[n] = {0, 1, 0};
 
-constexpr int result_parameters[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19,
-                                     21, 26, 27, 29, 30, 33, 34, 38, 39, 43, 46, 48, 60,
+constexpr int result_parameters[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 21,
+                                     26, 27, 29, 30, 33, 34, 38, 39, 43, 46, 48, 57, 59, 60,
                                      64, 67, 68, 69, 70, 71, 72, 73, 74, 76, 77, 78};
 
 /// The status of a stage, of a new task that is deleted again, when all but the first `spared` allocations
@@ -51,7 +52,7 @@ constexpr int result_parameters[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17,
 int status_of(const Stage& stage, int spared, const std::vector<double>& x, std::vector<double>& results)
 {
     constexpr std::int64_t partial[] = {1, -1};
-    const double order = 0.5, identity[] = {1, 0, 0, 1}, error = 0.1;
+    const double order = 0.5, identity[] = {1, 0, 0, 1}, error = 0.1, steps[] = {2, 1, 0, 1, 0};
     Task* task = nullptr;
     refusing = {spared, 0, 0};
     int status = __vsldSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
@@ -61,9 +62,10 @@ int status_of(const Stage& stage, int spared, const std::vector<double>& x, std:
         for (const int parameter : result_parameters)
             task->place[place_of(parameter)] = results.data() + p * n * parameter;
         const std::pair<int, const void*> inputs[] = {
-            {of_groups, groups},        {of_requested_groups, groups}, {of_partial_indices, partial},
-            {of_quantile_count, &one},  {of_quantile_orders, &order},  {of_stream_count, &one},
-            {of_stream_orders, &order}, {of_stream_parameters, &error}};
+            {of_groups, groups},        {of_requested_groups, groups},  {of_partial_indices, partial},
+            {of_quantile_count, &one},  {of_quantile_orders, &order},   {of_stream_count, &one},
+            {of_stream_orders, &order}, {of_stream_parameters, &error}, {of_missing, &five},
+            {of_missing + 1, steps}};
         for (const auto& [parameter, address] : inputs)
             task->place[parameter] = address;
         if ((stage.estimates & 0xb00000) != 0)
