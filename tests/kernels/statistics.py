@@ -398,7 +398,7 @@ class Statistics(unittest.TestCase):
                     self.assertTrue((task[room] == 7).all())
                 task.room(parameter, 2, 20)
             self.assertEqual(task.status(stage, estimates), 0)
-        for parameter, value in ((5, [1, 2]), (5, [0, 0]), (6, [-1.0] * 20), (6, [0.0] * 20), (20, 3)):
+        for parameter, value in ((5, [1, 2]), (5, [0, 0]), (6, [-1.0] + [1.0] * 19), (6, [0.0] * 20), (20, 3)):
             task = Task(x)
             task.room(7, 2), task.room(19, 2, 2)
             task.edit(parameter, value)
