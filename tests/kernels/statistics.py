@@ -313,7 +313,7 @@ class Statistics(unittest.TestCase):
             self.near(task[60], good, 1e-13 if dtype == np.float64 else 1e-6)
 
     def test_stream(self):
-        """Ranks are within the bound, whatever the order and the blocks; small streams are exact."""
+        """Ranks are well within the bound, as errors cancel, whatever the order and the blocks; small streams are exact."""
         orders, error = np.array([0.0, 0.01, 0.3, 0.5, 0.99, 1.0]), 0.05
         for n, way, wide in itertools.product((100, 100000), (lambda x: x, np.sort, lambda x: np.sort(x)[::-1]), (0, 1)):
             x = np.array([way(column) for column in sample(n, 2).T]).T
@@ -327,7 +327,7 @@ class Statistics(unittest.TestCase):
                 self.assertTrue((task[64] == 7).all())
                 task.edit(2, 0), task.run('StreamQuantiles', 1 << 24, 0x80)
             ranks = [np.searchsorted(np.sort(x[:, k]), task[64][k]) for k in (0, 1)]
-            self.assertLessEqual(np.abs(ranks - orders * (n - 1)).max(), 0.5 if n == 100 else error * n, (n, wide))
+            self.assertLessEqual(np.abs(ranks - orders * (n - 1)).max(), 0.5 if n == 100 else error * n / 25, (n, wide))
             self.assertTrue(np.isin(task[64], x).all())
 
     def test_outliers(self):
@@ -346,7 +346,7 @@ class Statistics(unittest.TestCase):
         random = np.random.default_rng(5)
         truth = np.array([[4, 1, -1], [1, 2, 0.5], [-1, 0.5, 1]])
         x = random.multivariate_normal([1, 2, 3], truth, 4000)
-        x[:400] = [50, -50, 50] + random.standard_normal((400, 3))
+        x[:1000] = [50, -50, 50] + random.standard_normal((1000, 3))
         task = Task(x)
         task.room(38, 3), task.room(39, 6)
         task.edit(40, LOWER), task.edit(37, np.array([0.99]))
@@ -366,7 +366,7 @@ class Statistics(unittest.TestCase):
         deviation = np.sqrt(left[0] / (~gone).sum())
         for prior in (False, True):
             task = Task(x, storage=COLUMNS)
-            task.edit(50, 5), task.edit(51, np.array([100, 4, 1e-10, m, gone.sum()]))
+            task.edit(50, 5), task.edit(51, np.array([100, 3 if prior else 1, 1e-10, m, gone.sum()]))
             simulated, chain = task.room(57, m, gone.sum()), task.room(59, m, 9)
             if prior:  # as sure of a mean as of 10^9 observations
                 task.edit(55, np.array([1e9, -1, 5, 6, 7] + [0.0] * 6))
@@ -383,8 +383,14 @@ class Statistics(unittest.TestCase):
             self.near(chain[:, 0].mean(), x[:, 0].mean(), 0.01)
             self.near(chain[:, 1].mean(), (z @ slopes * gone + np.nan_to_num(x[:, 1]) * ~gone).mean(), 0.01)
             self.near(chain[:, 3:].mean(0), filled[np.tril_indices(3)], 0.01)
-            spread = chain[:, 0].std() / np.sqrt(4 / n)
-            self.assertAlmostEqual(spread, 1, delta=0.15)
+            self.assertAlmostEqual(chain[:, 0].std() / np.sqrt(4 / n), 1, delta=0.15)
+        # An inverted Wishart matrix's mean, where degrees of freedom are few.
+        n, m, x = 12, 20000, x[~gone][:12]
+        task = Task(x)
+        chain = task.room(59, m, 9)
+        task.edit(50, 5), task.edit(51, np.array([1.0, 1, 0, m, 0])), task.room(57, 1)
+        task.run('MissingValues', 0x400000)
+        self.near(chain[:, 3:].mean(0), (np.cov(x.T) * (n - 1) / (n - 1 - 3 - 1))[np.tril_indices(3)], 0.04)
 
     def test_refused(self):
         x = sample(20, 2)
