@@ -8,7 +8,7 @@ namespace {
 namespace lanes = vml::QNM_NAMESPACE;
 using lanes::Doubles;
 using lanes::load;
-constexpr int width = lanes::LanesOf<double>::count;
+constexpr std::int64_t width = lanes::LanesOf<double>::count;
 static_assert(block_unit % width == 0);
 
 double sum_of(Doubles x)

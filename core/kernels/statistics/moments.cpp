@@ -17,7 +17,7 @@ struct Division {
 
     Division(std::int64_t count, std::int64_t columns, bool products)
     {
-        block = std::clamp<std::int64_t>(numbers_of_block / columns, 32, 1024) / block_unit * block_unit;
+        block = std::clamp<std::int64_t>(numbers_of_block / columns, 256, 1024) / block_unit * block_unit;
         stride = block + block_unit; // an observation more, which joins the block to what was before
         const std::int64_t most =
             products ? std::max<std::int64_t>(2, numbers_of_products / (columns * columns)) : most_parts;
@@ -31,7 +31,7 @@ struct Division {
 template <class T>
 void gather(const Sample<T>& sample, std::int64_t from, std::int64_t count, std::int64_t stride, double* to)
 {
-    const auto [of_component, of_observation] = sample.strides;
+    const std::int64_t of_component = sample.strides.component, of_observation = sample.strides.observation;
     const auto fill = [&](std::int64_t i, const T* x) {
         for (std::int64_t k = 0; k < sample.chosen; ++k)
             to[k * stride + i] = static_cast<double>(x[sample.component[k] * of_component]);
