@@ -44,7 +44,8 @@ class Task:
         n, self.p = x.shape
         self.storage = storage
         given = [self.integers(self.p), self.integers(n), self.integers(storage), self.data(x),
-                 None if weights is None else np.array(weights, dtype), None if indices is None else self.integers(indices)]
+                 None if weights is None else np.array(weights, dtype),
+                 None if indices is None else self.integers(indices)]
         self.kept.update({i: a for i, a in zip((1, 2, 4, 3, 6, 5), given) if a is not None})
         status = self.call('__vsl?SSNewTask', ctypes.byref(self.handle), *given, ctypes.c_int(wide))
         assert status == 0, status
@@ -166,7 +167,8 @@ class Statistics(unittest.TestCase):
         """All shapes of a task, against the definitions; blocks and parts have seams."""
         for n, p, dtype, storage, wide, weighted in itertools.chain(
                 itertools.product((1601,), (5,), (np.float32, np.float64), (ROWS, COLUMNS), (0, 1), (0, 1)),
-                [(70001, 10, np.float64, COLUMNS, 0, 0), (2, 1, np.float64, ROWS, 0, 0), (300, 41, np.float64, ROWS, 0, 1)]):
+                [(70001, 10, np.float64, COLUMNS, 0, 0), (2, 1, np.float64, ROWS, 0, 0),
+                 (300, 41, np.float64, ROWS, 0, 1)]):
             what = n, p, dtype, storage, wide, weighted
             x = sample(n, p, dtype)
             weights = np.arange(n) % 4 if weighted else None
@@ -313,7 +315,7 @@ class Statistics(unittest.TestCase):
             self.near(task[60], good, 1e-13 if dtype == np.float64 else 1e-6)
 
     def test_stream(self):
-        """Ranks are well within the bound, as errors cancel, whatever the order and the blocks; small streams are exact."""
+        """Ranks are well within the bound, as errors cancel, in all orders and blocks; small streams are exact."""
         orders, error = np.array([0.0, 0.01, 0.3, 0.5, 0.99, 1.0]), 0.05
         for n, way, wide in itertools.product((100, 100000), (lambda x: x, np.sort, lambda x: np.sort(x)[::-1]), (0, 1)):
             x = np.array([way(column) for column in sample(n, 2).T]).T
@@ -412,7 +414,8 @@ class Statistics(unittest.TestCase):
             self.assertTrue((task[7] == 7).all() and (task[19] == 7).all())
         task = Task(x)
         room = np.zeros(2)
-        for name, parameter, status in (('i', 7, -3), ('d', 20, -3), ('s', 7, -3), ('d', 80, -3), ('d', 0, -3), ('d', 7, 0)):
+        for name, parameter, status in (
+                ('i', 7, -3), ('d', 20, -3), ('s', 7, -3), ('d', 80, -3), ('d', 0, -3), ('d', 7, 0)):
             self.assertEqual(task.call(f'__vsl{name}SSEditTask', task.handle, ctypes.c_int(parameter), room), status)
         self.assertEqual(task.call('__vslsSSEditMoments', task.handle, *[None] * 7), -3)
 
