@@ -81,3 +81,7 @@ if [ -x "$build/bin/call_fortran" ]; then
     cmp "$scratch/call" "$scratch/call_fortran"
     printf 'The same digits as from C.\n'
 fi
+
+title "Digits of the means and deviations that NIST has certified, of a loop and of summary statistics"
+echo "\$ digits"
+"$build/bin/digits"

@@ -1,8 +1,10 @@
 # An option priced by chance: the same digits from each language and width, true errors that fall as they must, and a picture
 # of them.
-# usage: call.sh QNM_RUN PROGRAM...
+# And digits of certified means and deviations.
+# usage: call.sh QNM_RUN DIGITS PROGRAM...
 . "${0%/*}/common.sh"
-shift
+digits=$2
+shift 2
 for program in "$@"; do
     "$program" call.svg > digits || fail "$program: $(cat digits)"
     [ ! -e first ] || cmp first digits
@@ -23,4 +25,9 @@ awk '
 
 [ "$(grep -c '<circle' call.svg)" = 14 ] && [ "$(grep -c 'slope -' call.svg)" = 2 ] || fail "no picture"
 tail -1 call.svg | grep -q '</svg>' && ! grep -Eiq 'nan|inf' call.svg || fail "a broken picture"
+# As many as the numbers themselves have, and more than a loop of one pass.
+"$digits" > digits
+awk 'BEGIN { split("14 14 9.4 8.2", least) }
+    /^NumAcc/ { good += $3 >= 14 && $5 >= least[++rows] && (rows < 3 || $4 < 5) }
+    END { exit !(rows == 4 && good == 4) }' digits || fail "$(cat digits)"
 echo "all as expected"
