@@ -412,6 +412,17 @@ class Statistics(unittest.TestCase):
             task.edit(parameter, value)
             self.assertEqual(task.status('Basic', 0x1001), -4200 - parameter)
             self.assertTrue((task[7] == 7).all() and (task[19] == 7).all())
+        # Data that are not there, where a mask's other bits have kept the layer from looking.
+        for parameter, value, status in ((2, 0, -4202), (4, 3, -4204), (3, None, -4103)):
+            for stage, estimates, result in (('Basic', 1, 7), ('Minmax', 0x400, 16), ('Sort', 1 << 39, 78)):
+                task = Task(x)
+                room = task.room(result, 2, 20)
+                if value is None:
+                    task.call('__vsldSSEditTask', task.handle, ctypes.c_int(parameter), None)
+                else:
+                    task.edit(parameter, value)
+                self.assertEqual(task.status(stage, estimates), status)
+                self.assertTrue((room == 7).all())
         task = Task(x)
         room = np.zeros(2)
         for name, parameter, status in (

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "matrices.hpp"
+#include "median.hpp"
 #include "moments.hpp"
 
 #include <algorithm>
@@ -37,13 +38,6 @@ int find_distances(const Sample<T>& sample, Threader* threader, const Central* c
         }
         return ok;
     });
-}
-
-/// Destroys the order.
-inline double median(std::int64_t n, double* x)
-{
-    std::nth_element(x, x + n / 2, x + n);
-    return n % 2 != 0 ? x[n / 2] : (x[n / 2] + *std::max_element(x, x + n / 2)) / 2;
 }
 
 } // namespace qnm::vsl::statistics

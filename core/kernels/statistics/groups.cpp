@@ -29,7 +29,6 @@ struct Groups {
         rows = Room<std::int64_t>(n);
         if (!first || !rows)
             return out_of_memory;
-        std::fill_n(first.get(), count + 2, 0);
         for (std::int64_t i = 0; i < n; ++i)
             ++first[integer(task, of_groups, i) + 2];
         for (std::int64_t g = 2; g < count + 2; ++g)
@@ -63,8 +62,6 @@ int pool(Task& task, Mask asked, std::int64_t, Threader* threader)
     const Room<Weight> weights(groups.count);
     if (!products || !means || !of_groups_means || !of_groups_products || !weights)
         return out_of_memory;
-    std::fill_n(products.get(), columns * columns, 0.0);
-    std::fill_n(means.get(), columns, 0.0);
     double weight = 0, freedom = 0;
     for (std::int64_t g = 0; g < groups.count; ++g) {
         weights[g] = {};

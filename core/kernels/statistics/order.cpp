@@ -1,21 +1,15 @@
 // What needs the observations in order: sorted data, quantiles, absolute deviations. Numbers that are none
 // come last.
+#include "median.hpp"
 #include "moments.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qnm::vsl::statistics {
 namespace {
 
 constexpr Mask sorted = Mask{1} << 39, quantiles = 0x10000, order_statistics = 0x20000,
                median_deviation = 0x200000000, mean_deviation = 0x400000000;
-
-template <class T>
-bool less(T x, T y)
-{
-    return x < y || (std::isnan(y) && !std::isnan(x));
-}
 
 /// Calls body(component, its observations) for each component; the observations are a copy.
 template <class T, class F>
@@ -107,17 +101,6 @@ int find_quantiles(Task& task, Mask asked, std::int64_t, Threader* threader)
         }
         return ok;
     });
-}
-
-template <class T>
-T median(std::int64_t n, T* x)
-{
-    T* const middle = x + n / 2;
-    std::nth_element(x, middle, x + n, less<T>);
-    if (n % 2 != 0)
-        return *middle;
-    const T below = *std::max_element(x, middle, less<T>);
-    return below + (*middle - below) / 2;
 }
 
 template <class T>

@@ -106,7 +106,6 @@ int find_outliers(Task& task, Mask asked, std::int64_t, Threader* threader)
     std::int64_t count = std::min(n, 4 * columns);
     while ((status = distances_by_rows(count)) == no_factor && count < n)
         count = std::min(n, count + columns);
-    std::fill_n(inside.get(), n, false);
     for (std::int64_t i = 0; i < count; ++i)
         inside[rows[i]] = true;
     const double bound = chi_square_above(columns, chance / static_cast<double>(n));

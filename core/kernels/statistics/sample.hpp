@@ -31,7 +31,19 @@ struct Sample {
         return x[component_number * strides.component + observation * strides.observation];
     }
 
+    /// Observations that have to be there: where a block of a stream is asked for too, nobody has looked.
     int open(const Task& task)
+    {
+        if (integer_or(task, of_observations, 0) < 1)
+            return unfit(of_observations);
+        if (address(task, of_x) == nullptr)
+            return missing(of_x);
+        const std::int64_t storage = integer_or(task, of_storage, 0);
+        if (storage != by_components && storage != by_observations)
+            return unfit(of_storage);
+        return look(task);
+    }
+    int look(const Task& task)
     {
         p = integer(task, of_dimension);
         n = count = integer_or(task, of_observations, 0);

@@ -136,7 +136,7 @@ int stream(Task& task, Mask asked, std::int64_t method, Threader* threader)
                              {stream_quantiles, of_stream_quantiles}};
     Sample<T> sample;
     int status = tested(task, asked, results);
-    if (status < 0 || (status = sample.open(task)) < 0)
+    if (status < 0 || (status = sample.look(task)) < 0)
         return status;
     const bool more = sample.n > 0 && sample.x != nullptr;
     if (more && address(task, of_storage) != nullptr && integer(task, of_storage) != by_components &&

@@ -137,7 +137,7 @@ int for_each(Threader* threader, std::int64_t count, F body)
     return ok;
 }
 
-/// Memory that may be refused; what fails stays empty.
+/// Zeros, whose memory may be refused: what fails stays empty.
 template <class T>
 class Room {
     static_assert(std::is_trivially_destructible_v<T>);
@@ -145,10 +145,8 @@ class Room {
 public:
     Room() = default;
     explicit Room(std::int64_t count)
+        : data_(static_cast<T*>(std::calloc(static_cast<std::size_t>(count > 0 ? count : 1), sizeof(T))))
     {
-        std::size_t bytes = 0;
-        if (!__builtin_mul_overflow(count > 0 ? count : 1, sizeof(T), &bytes))
-            data_ = static_cast<T*>(std::malloc(bytes));
     }
     Room(Room&& other) noexcept : data_(other.data_) { other.data_ = nullptr; }
     Room& operator=(Room&& other) noexcept
