@@ -1,4 +1,5 @@
 // Each instruction set makes the same bits.
+#include "kernels/statistics/blocks.hpp"
 #include "kernels/streams/stream.hpp"
 #include "kernels/tables.hpp"
 
@@ -73,6 +74,40 @@ TEST(Generators, SameBitsOfEachInstructionSet)
             EXPECT_EQ(floats[0], floats[1]) << std::hex << first.id;
         }
     }
+}
+
+// Blocks are as large as their numbers are, so that a sanitizer sees who reads or writes beyond them.
+template <class T>
+void expect_turned(void (*turn)(const T*, std::int64_t, std::int64_t, std::int64_t, double*))
+{
+    for (std::int64_t columns = 2; columns <= 19; ++columns)
+        for (std::int64_t count = 1; count <= 35; ++count) {
+            const std::int64_t stride = count + 3;
+            std::vector<T> x(static_cast<std::size_t>(columns * count));
+            for (std::size_t i = 0; i < x.size(); ++i)
+                x[i] = static_cast<T>(i + 1);
+            std::vector<double> column(static_cast<std::size_t>(columns * stride), -1), expected = column;
+            for (std::int64_t k = 0; k < columns; ++k)
+                for (std::int64_t i = 0; i < count; ++i)
+                    expected[static_cast<std::size_t>(k * stride + i)] =
+                        static_cast<double>(i * columns + k + 1);
+            turn(x.data(), columns, count, stride, column.data());
+            ASSERT_EQ(column, expected) << columns << " by " << count;
+        }
+}
+
+TEST(Statistics, EachInstructionSetTurnsObservationsIntoColumns)
+{
+    namespace statistics = qnm::vsl::statistics;
+    const int best = qnm::vml::best_set();
+    for (const auto& [set, routines] : {std::pair{qnm::vml::sse2_table, &statistics::qnm_ss_blocks_sse2},
+                                        {qnm::vml::avx2_table, &statistics::qnm_ss_blocks_avx2},
+                                        {qnm::vml::avx512_table, &statistics::qnm_ss_blocks_avx512}})
+        if (set <= best) {
+            SCOPED_TRACE(set);
+            expect_turned(routines->turn_floats);
+            expect_turned(routines->turn_doubles);
+        }
 }
 
 } // namespace

@@ -19,6 +19,62 @@ double sum_of(Doubles x)
     return sum;
 }
 
+/// As many numbers as a unit has lanes.
+Doubles widened(const double* from)
+{
+    return load(from);
+}
+Doubles widened(const float* from)
+{
+    typedef float Half
+        __attribute__((vector_size(width * sizeof(float)), aligned(alignof(float)), may_alias));
+    return __builtin_convertvector(*reinterpret_cast<const Half*>(from), Doubles);
+}
+
+/// Exchanges the upper half of each `step` lanes of one with the lower half of the other.
+template <int step, int... lane>
+void exchange(Doubles& one, Doubles& other, std::integer_sequence<int, lane...>)
+{
+    constexpr int all_lanes = sizeof...(lane);
+    const Doubles low =
+        __builtin_shufflevector(one, other, ((lane & step) != 0 ? all_lanes + lane - step : lane)...);
+    other = __builtin_shufflevector(one, other, ((lane & step) != 0 ? all_lanes + lane : lane + step)...);
+    one = low;
+}
+template <int step = width / 2>
+[[gnu::always_inline]] inline void transpose(Doubles (&square)[width])
+{
+    for (int i = 0; i < width; ++i)
+        if ((i & step) == 0)
+            exchange<step>(square[i], square[i + step], std::make_integer_sequence<int, width>());
+    if constexpr (step > 1)
+        transpose<step / 2>(square);
+}
+
+template <class T>
+void turn(const T* x, std::int64_t columns, std::int64_t count, std::int64_t stride, double* to)
+{
+    // Squares may be wider than what is left of a line, but stay within the numbers that are there.
+    constexpr std::int64_t ahead = 4096 / sizeof(T);
+    const std::int64_t last_square = (columns - 1) / width * width;
+    std::int64_t i = 0;
+    for (; (i + width - 1) * columns + last_square + width <= count * columns; i += width)
+        for (std::int64_t k = 0; k < columns; k += width) {
+            Doubles square[width];
+            for (int line = 0; line < width; ++line) {
+                const T* const from = x + (i + line) * columns + k;
+                __builtin_prefetch(from + ahead);
+                square[line] = widened(from);
+            }
+            transpose(square);
+            for (int line = 0; line < width && k + line < columns; ++line)
+                lanes::store(to + (k + line) * stride + i, square[line]);
+        }
+    for (; i < count; ++i)
+        for (std::int64_t k = 0; k < columns; ++k)
+            to[k * stride + i] = static_cast<double>(x[i * columns + k]);
+}
+
 /// Over whole units of lanes.
 template <int sums, class F>
 void add_up(std::int64_t count, double (&result)[sums], F terms)
@@ -148,6 +204,7 @@ void extremes(const double* column, std::int64_t count, double& least, double& g
 
 #define QNM_NAMED_FOR(name, set) QNM_NAMED_FOR_(name, set)
 #define QNM_NAMED_FOR_(name, set) name##_##set
-extern "C" const BlockRoutines QNM_NAMED_FOR(qnm_ss_blocks, QNM_NAMESPACE) = {central, products, extremes};
+extern "C" const BlockRoutines QNM_NAMED_FOR(qnm_ss_blocks, QNM_NAMESPACE) = {turn<float>, turn<double>,
+                                                                              central, products, extremes};
 
 } // namespace qnm::vsl::statistics

@@ -14,6 +14,11 @@ struct Central {
 };
 
 struct BlockRoutines {
+    /// Turns observations of so many components, which lie one behind the other, into columns.
+    void (*turn_floats)(const float* x, std::int64_t columns, std::int64_t count, std::int64_t stride,
+                        double* to);
+    void (*turn_doubles)(const double* x, std::int64_t columns, std::int64_t count, std::int64_t stride,
+                         double* to);
     /// Of `count` numbers with weights that add up to `weight` (null: all are 1); leaves the distances in the
     /// column.
     Central (*central)(double* column, std::int64_t count, const double* weights, double weight, int degree);

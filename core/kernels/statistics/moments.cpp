@@ -32,6 +32,12 @@ template <class T>
 void gather(const Sample<T>& sample, std::int64_t from, std::int64_t count, std::int64_t stride, double* to)
 {
     const std::int64_t of_component = sample.strides.component, of_observation = sample.strides.observation;
+    const auto turned = [&](const T* x) {
+        if constexpr (std::is_same_v<T, float>)
+            block_routines().turn_floats(x, sample.p, count, stride, to);
+        else
+            block_routines().turn_doubles(x, sample.p, count, stride, to);
+    };
     const auto fill = [&](std::int64_t i, const T* x) {
         for (std::int64_t k = 0; k < sample.chosen; ++k)
             to[k * stride + i] = static_cast<double>(x[sample.component[k] * of_component]);
@@ -39,12 +45,14 @@ void gather(const Sample<T>& sample, std::int64_t from, std::int64_t count, std:
     if (sample.rows != nullptr)
         for (std::int64_t i = 0; i < count; ++i)
             fill(i, sample.x + sample.rows[from + i] * of_observation);
-    else if (of_observation != 1 || sample.p == 1)
-        for (std::int64_t i = 0; i < count; ++i)
-            fill(i, sample.x + (from + i) * of_observation);
-    else
+    else if (of_observation == 1)
         for (std::int64_t k = 0; k < sample.chosen; ++k)
             std::copy_n(sample.x + sample.component[k] * of_component + from, count, to + k * stride);
+    else if (sample.chosen == sample.p)
+        turned(sample.x + from * of_observation);
+    else
+        for (std::int64_t i = 0; i < count; ++i)
+            fill(i, sample.x + (from + i) * of_observation);
     for (std::int64_t k = 0; k < sample.chosen; ++k)
         std::fill(to + k * stride + count, to + (k + 1) * stride, 0.0);
 }
