@@ -498,6 +498,33 @@ TYPED_TEST(Fitting, CellsAreFoundInEveryWay)
         }
 }
 
+// Neighbours in one cell are evaluated together, to the same bits as each alone.
+TYPED_TEST(Fitting, SitesThatShareACell)
+{
+    using T = TypeParam;
+    const auto [x, y] = data<T>(6, 5);
+    List<T> sites;
+    for (std::size_t stranger = 0; stranger < 24; ++stranger)
+        for (std::size_t i = 0; i < 9; ++i) // at every place of a group
+            sites.push_back(x[i == stranger % 9 ? stranger / 9 : 3] + (x[4] - x[3]) * static_cast<T>(i) / 10);
+    const Orders orders = {1, 1, 1, 1};
+    for (const Wanted& wanted : {Wanted{2, 0, 0}, Wanted{3, subbotin, 2}, Wanted{4, natural, 2}}) {
+        Fitted<T> spline(x, y);
+        ASSERT_EQ(spline.make(wanted), 0);
+        const std::size_t n = sites.size();
+        List<T> rows(4 * n), columns(4 * n), alone(4);
+        ASSERT_EQ(spline.interpolate(sites, orders, rows), 0);
+        ASSERT_EQ(spline.interpolate(sites, orders, columns, sorted, by_columns), 0);
+        for (std::size_t i = 0; i < n; ++i) {
+            ASSERT_EQ(spline.interpolate({sites[i]}, orders, alone), 0);
+            for (std::size_t k = 0; k < 4; ++k) {
+                ASSERT_EQ(rows[4 * i + k], alone[k]) << i << ", derivative " << k;
+                ASSERT_EQ(columns[k * n + i], alone[k]) << i << ", derivative " << k;
+            }
+        }
+    }
+}
+
 TYPED_TEST(Fitting, LayoutsOfManyFunctions)
 {
     using T = TypeParam;

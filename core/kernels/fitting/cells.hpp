@@ -4,9 +4,43 @@
 
 #include "task.hpp"
 
+#include <algorithm>
+
 namespace qnm::df {
 
 inline constexpr Int block = 256; // sites that go through a call together
+inline constexpr Int group = 8;   // neighbours that often lie in one cell
+static_assert(block % group == 0);
+
+/// Vectors that every processor has.
+template <class T>
+struct Vector {
+    static constexpr Int bytes = 16, count = bytes / static_cast<Int>(sizeof(T));
+    typedef T Type __attribute__((vector_size(bytes), aligned(alignof(T)), may_alias));
+    static Type at(const T* from) { return *reinterpret_cast<const Type*>(from); }
+    static void put(Type numbers, T* to) { *reinterpret_cast<Type*>(to) = numbers; }
+};
+
+/// Whether a group's numbers are all the same.
+inline bool alike(const Int* number)
+{
+    using Numbers = Vector<Int>;
+    Numbers::Type differ{};
+    for (Int i = 0; i < group; i += Numbers::count)
+        differ |= Numbers::at(number + i) ^ number[0];
+    return (differ[0] | differ[1]) == 0;
+}
+/// Whether a group's sites all lie in [low, high).
+template <class T>
+bool within(const T* site, T low, T high)
+{
+    using Sites = Vector<T>;
+    using Words = Vector<Int>::Type;
+    Words inside = (Words)(Sites::at(site) >= low);
+    for (Int i = 0; i < group; i += Sites::count)
+        inside &= (Words)(Sites::at(site + i) >= low) & (Words)(Sites::at(site + i) < high);
+    return (inside[0] & inside[1]) == -1;
+}
 
 /// Finds cells of one block after another. What is told of sites and points only chooses the way.
 template <class T>
@@ -22,14 +56,12 @@ public:
             onwards(n, site, cell);
         else
             by_halves(n, site, cell);
-        const Int end = x_.size() - 1;
-        const T last = x_.last();
-        for (Int i = 0; i < n; ++i) // the last cell has its right point too
-            cell[i] -= cell[i] == end && site[i] == last ? 1 : 0;
     }
 
 private:
-    // Each leaves the number of the last point that is not right of a site.
+    // A site is in the cell of the last point that is not right of it; the last cell has its right point too.
+    Int closed(Int cell, T site, Int end) const { return cell == end && site == x_.last() ? end - 1 : cell; }
+
     void directly(Int n, const T* site, Int* cell) const
     {
         const Int end = x_.size() - 1;
@@ -39,7 +71,7 @@ private:
             if (!(s >= first)) {
                 cell[i] = -1;
             } else if (s >= last) {
-                cell[i] = end;
+                cell[i] = closed(end, s, end);
             } else {
                 const T distance = (s - first) * steps, most = static_cast<T>(end - 1);
                 Int c = static_cast<Int>(distance < most ? distance
@@ -57,7 +89,7 @@ private:
         const T* const x = x_.listed();
         const Int size = x_.size();
         Int c = reached_;
-        for (Int i = 0; i < n; ++i) {
+        for (Int i = 0; i < n;) {
             const T s = site[i];
             int left = steps;
             if (c >= 0 && !(s >= x[c])) // not in order, or the first
@@ -68,8 +100,12 @@ private:
                     --left;
                 }
             if (left == 0)
-                by_halves(1, site + i, &c);
-            cell[i] = c;
+                halve<1>(site + i, &c);
+            cell[i++] = closed(c, s, size - 1);
+            if (c >= 0 && c + 1 < size)
+                for (; i + group <= n && site[i + group - 1] < x[c + 1] && within(site + i, x[c], x[c + 1]);
+                     i += group)
+                    std::fill_n(cell + i, group, c);
         }
         reached_ = c;
     }
@@ -77,13 +113,16 @@ private:
     // Several sites at once: each waits for memory, not for the others.
     void by_halves(Int n, const T* site, Int* cell) const
     {
-        constexpr Int together = 8;
         Int i = 0;
-        for (; i + together <= n; i += together)
-            halve<together>(site + i, cell + i);
+        for (; i + group <= n; i += group)
+            halve<group>(site + i, cell + i);
         for (; i < n; ++i)
             halve<1>(site + i, cell + i);
+        const Int end = x_.size() - 1;
+        for (i = 0; i < n; ++i)
+            cell[i] = closed(cell[i], site[i], end);
     }
+    // Leaves the last point that is not right of a site.
     template <Int together>
     void halve(const T* site, Int* cell) const
     {

@@ -126,12 +126,12 @@ int in_blocks(Threader* threader, Int count, Int functions, bool anywhere, Body 
     });
 }
 
-// The k-th derivative of a piece of some order, by Horner's rule.
-template <int order, int k, class T>
-T derivative(const T* c, T t)
+// The k-th derivative of a piece of some order, by Horner's rule, at one distance or at several.
+template <int order, int k, class T, class Distance>
+Distance derivative(const T* c, Distance t)
 {
     if constexpr (k >= order) {
-        return 0;
+        return Distance{};
     } else {
         constexpr auto factor = [](int power) {
             int product = 1;
@@ -139,7 +139,7 @@ T derivative(const T* c, T t)
                 product *= power - i;
             return static_cast<T>(product);
         };
-        T value = c[order - 1] * factor(order - 1);
+        Distance value = c[order - 1] * factor(order - 1) - Distance{};
         for (int power = order - 2; power >= k; --power)
             value = value * t + c[power] * factor(power);
         return value;
@@ -157,8 +157,30 @@ struct Places {
 template <int order, int k, class T>
 void derivatives(const T* c, const Places<T>& at, T* r, Int step)
 {
-    for (Int i = 0; i < at.n; ++i)
+    const auto one = [&](Int i) {
         r[i * step] = derivative<order, k>(c + at.piece[i] * order, at.distance[i]);
+    };
+    Int i = 0;
+    for (; i + group <= at.n; i += group) {
+        if (!alike(at.piece + i)) {
+            for (Int same = i; same < i + group; ++same)
+                one(same);
+            continue;
+        }
+        using Several = Vector<T>;
+        T of_piece[order];
+        std::copy_n(c + at.piece[i] * order, order, of_piece);
+        for (Int end = i + group, from = i; from < end; from += Several::count) {
+            const auto value = derivative<order, k>(of_piece, Several::at(at.distance + from));
+            if (step == 1)
+                Several::put(value, r + from);
+            else
+                for (Int of = 0; of < Several::count; ++of)
+                    r[(from + of) * step] = value[of];
+        }
+    }
+    for (; i < at.n; ++i)
+        one(i);
 }
 template <int order, class T>
 void derivatives(int k, const T* c, const Places<T>& at, T* r, Int step)
@@ -210,10 +232,20 @@ public:
                 at.distance[i] = site[i] - x_[piece];
             }
         } else {
-            for (Int i = 0; i < n; ++i) {
-                const Int piece = std::clamp(cell[i], Int{0}, last - 1);
-                at.piece[i] = piece;
-                at.distance[i] = site[i] - x_[piece];
+            for (Int first = 0; first < n; first += group) {
+                const Int end = std::min(first + group, n);
+                const Int piece = std::clamp(cell[first], Int{0}, last - 1);
+                const T point = x_[piece];
+                if (end - first == group && alike(cell + first)) {
+                    std::fill_n(at.piece + first, group, piece);
+                    for (Int i = first; i < end; i += Vector<T>::count)
+                        Vector<T>::put(Vector<T>::at(site + i) - point, at.distance + i);
+                } else {
+                    for (Int i = first; i < end; ++i) {
+                        at.piece[i] = std::clamp(cell[i], Int{0}, last - 1);
+                        at.distance[i] = site[i] - x_[at.piece[i]];
+                    }
+                }
             }
         }
     }
