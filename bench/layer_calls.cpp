@@ -1,7 +1,9 @@
 // Calls whose instructions within the layer are counted.
 #include "transforms.hpp"
 
+#include <qnm/df.h>
 #include <qnm/poisson.h>
+#include <qnm/vsl.h>
 
 namespace qnm::bench {
 namespace {
@@ -55,6 +57,47 @@ std::unique_ptr<Work> by_cosine(const Library& layer)
     return calls(layer, "d_forward_trig_transform", line[0], &handle, ipar, par, &stat);
 }
 
+void* stream(const Library& layer)
+{
+    void* made = nullptr;
+    call(layer, "vslNewStream", &made, VSL_BRNG_MCG59, 1);
+    return made;
+}
+
+double data[] = {1, 3, 2, 7}, found[16];
+
+/// A task of summary statistics that knows where least numbers go.
+void* estimates(const Library& layer)
+{
+    static const int p = 1, n = 4, storage = VSL_SS_MATRIX_STORAGE_ROWS;
+    void* task = nullptr;
+    call(layer, "vsldSSNewTask", &task, &p, &n, &storage, data, nullptr, nullptr);
+    call(layer, "vsldSSEditTask", task, VSL_SS_EDIT_MIN, found);
+    return task;
+}
+
+std::unique_ptr<Work> by_line(const Library& layer)
+{
+    static double points[] = {0, 1, 2, 3}, site[] = {1.5};
+    static const int value = 1;
+    void* task = nullptr;
+    call(layer, "dfdNewTask1D", &task, 4, points, DF_NON_UNIFORM_PARTITION, 1, data, DF_NO_HINT);
+    call(layer, "dfdEditPPSpline1D", task, DF_PP_LINEAR, DF_PP_DEFAULT, DF_NO_BC, nullptr, DF_NO_IC, nullptr,
+         found, DF_NO_HINT);
+    call(layer, "dfdConstruct1D", task, DF_PP_SPLINE, DF_METHOD_STD);
+    return calls(layer, "dfdInterpolate1D", task, DF_INTERP, DF_METHOD_PP, 1, site, DF_NO_HINT, 1, &value,
+                 nullptr, line[0], DF_NO_HINT, nullptr);
+}
+
+std::unique_ptr<Work> by_products(const Library& layer)
+{
+    static float x[] = {1, 2}, y[] = {3, 4}, z[3];
+    static const int shape = 2, products = 3, stride = 1;
+    void* task = nullptr;
+    call(layer, "vslsConvNewTask", &task, VSL_CONV_MODE_DIRECT, 1, &shape, &shape, &products);
+    return calls(layer, "vslsConvExec", task, x, &stride, y, &stride, z, &stride);
+}
+
 } // namespace
 
 const std::vector<Call> layer_calls = {
@@ -98,6 +141,23 @@ const std::vector<Call> layer_calls = {
          return work([=, &l] { destroy(small_plan(l, 0, 1)); });
      }},
     {"d_forward_trig_transform", 85, by_cosine},
-    {"d_helmholtz_2d", 430, [](const Library& l) { return problem(l, 4, "DDDD"); }}};
+    {"d_helmholtz_2d", 430, [](const Library& l) { return problem(l, 4, "DDDD"); }},
+    {"vdRngUniform, one number", 45,
+     [](const Library& l) { return calls(l, "vdRngUniform", 0, stream(l), 1, line[0], 0.0, 1.0); }},
+    {"vdRngUniform_64, one number", 55,
+     [](const Library& l) {
+         return calls(l, "vdRngUniform_64", std::int64_t{0}, stream(l), std::int64_t{1}, line[0], 0.0, 1.0);
+     }},
+    {"vslSkipAheadStream", 18,
+     [](const Library& l) { return calls(l, "vslSkipAheadStream", stream(l), std::int64_t{5}); }},
+    {"vsldSSEditTask", 4,
+     [](const Library& l) { return calls(l, "vsldSSEditTask", estimates(l), VSL_SS_EDIT_MIN, found); }},
+    {"vsldSSCompute, one stage", 80,
+     [](const Library& l) {
+         return calls(l, "vsldSSCompute", estimates(l), std::int64_t{VSL_SS_MIN},
+                      std::int64_t{VSL_SS_METHOD_FAST});
+     }},
+    {"dfdInterpolate1D", 95, by_line},
+    {"vslsConvExec", 1, by_products}};
 
 } // namespace qnm::bench

@@ -78,6 +78,12 @@ statistics()
 {
     echo "== Streams, statistics, splines, convolution: nanoseconds for an element; ratios (aims in docs/speed.md)"
     "$build/bin/qnm_bench_statistics"
+    # The system's Python, whose packages these are.
+    if /usr/bin/python3 -Ic 'import numpy' 2>/dev/null; then
+        OMP_NUM_THREADS=1 /usr/bin/python3 -IB "$source/bench/statistics.py" "$build/lib"
+    else
+        echo "Left out: NumPy and SciPy"
+    fi
 }
 
 loading()
