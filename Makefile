@@ -7,7 +7,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_watch qnm_run qnm_headers
 
-.PHONY: all lib plugins demo check sanitizers bench accuracy install format clean
+.PHONY: all lib plugins demo check sanitizers bench accuracy dieharder install format clean
 
 all: lib
 
@@ -55,6 +55,13 @@ accuracy:
 	@cmake --build $(BUILD) --parallel $(JOBS) --target accuracy
 	@$(BUILD)/bin/accuracy $(POINTS) $(if $(FULL),all-floats) > $(BUILD)/accuracy.md; \
 	  missed=$$?; [ ! -s $(BUILD)/accuracy.md ] || mv $(BUILD)/accuracy.md docs/accuracy.md; exit $$missed
+
+## dieharder: generators and distributions by a battery of tests, SOURCES and TESTS or all; hours, and no part of check
+dieharder:
+	@$(PACKAGES) lib check dieharder
+	@cmake --preset release -DQNM_TESTS=ON >/dev/null
+	@cmake --build $(BUILD) --parallel $(JOBS) --target words
+	@tools/dieharder $(BUILD) $(SOURCES)
 
 ## install: library, open core, adapter, qnm-run, headers, package files (PREFIX, DESTDIR)
 install: lib
