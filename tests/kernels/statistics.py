@@ -356,6 +356,51 @@ class Statistics(unittest.TestCase):
         self.near(task[38], np.array([1, 2, 3]), 0.03)
         self.near(task[39], truth[np.tril_indices(3)], 0.1)
 
+    def test_robust_by_biweight(self):
+        """By its definition: the least determinant among those that give distances their mean."""
+        random, p = np.random.default_rng(6), 2
+        x = random.multivariate_normal([1, 2], [[4, 1], [1, 2]], 600)
+        x[:30] += [30, -40]
+        d = np.linspace(0, 40, 400001)
+        step, density = d[1], d * np.exp(-d * d / 2)
+
+        def rising(near, slope):
+            return np.cumsum(d * np.where(d < near, 1, np.clip(1 - ((d - near) / slope) ** 2, 0, None) ** 2)) * step
+
+        def stands(rho):
+            return (rho * density).sum() * step / rho[-1]
+        for outliers, rejected, storage in ((0.3, 0.01, ROWS), (0.45, 1e-4, COLUMNS)):
+            end = np.sqrt(-2 * np.log(rejected))
+            plain = stands(rising(0, end)) < outliers
+            low, high = 1e-3, end - 1e-3
+            for _ in range(30):
+                middle = (low + high) / 2
+                rho = rising(0, middle) if plain else rising(middle, end - middle)
+                low, high = (middle, high) if stands(rho) > outliers else (low, middle)
+            self.assertEqual(plain, storage == COLUMNS)
+
+            def mean(centre, shape, scale=1.0):
+                z = np.linalg.solve(np.linalg.cholesky(shape), (x - centre).T)
+                return np.interp(np.sqrt((z * z).sum(0)) / scale, d, rho).mean()
+
+            def size(values):
+                centre, shape = values[:2], np.array([[values[2], values[3]], [values[3], values[4]]])
+                low, high = 0.1, 10.0
+                for _ in range(50):
+                    scale = np.sqrt(low * high)
+                    low, high = (scale, high) if mean(centre, shape, scale) > outliers * rho[-1] else (low, scale)
+                return np.log(np.linalg.det(shape)) + 2 * p * np.log(scale)
+            task = Task(x, storage=storage)
+            centre, cov = task.room(38, 2), task.room(39, 2, 2)
+            task.edit(36, 4), task.edit(37, np.array([outliers, rejected, 1e-10, 500]))
+            task.run('RobustCovariance', 0x40000)
+            self.assertAlmostEqual(mean(centre, cov) / rho[-1], outliers, delta=1e-4)
+            found = np.array([*centre, cov[0, 0], cov[0, 1], cov[1, 1]])
+            for move in np.eye(5) * 1e-2:
+                self.assertAlmostEqual((size(found + move) - size(found - move)) / 2e-2, 0, delta=2e-4)
+            self.near(centre, np.array([1, 2]), 0.2)
+            self.near(cov, np.array([[4, 1], [1, 2]]), 0.3)
+
     def test_missing(self):
         """One component lacks values: likelihood has a closed form, and imputed values are about their regression."""
         random = np.random.default_rng(8)

@@ -41,7 +41,8 @@ constexpr Stage stages[] = {
 #define QNM_ROW(name, bits) {#name, _vsld##name, bits},
     QNM_STAGES(QNM_ROW)};
 
-constexpr std::int64_t p = 2, n = 3000, storage = by_observations, one = 1, five = 5, groups[n] = {0, 1, 0};
+constexpr std::int64_t p = 2, n = 3000, storage = by_observations, one = 1, four = 4, five = 5,
+                       groups[n] = {0, 1, 0};
 
 constexpr int result_parameters[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 21,
                                      26, 27, 29, 30, 33, 34, 38, 39, 43, 46, 48, 57, 59, 60,
@@ -52,7 +53,8 @@ constexpr int result_parameters[] = {7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17,
 int status_of(const Stage& stage, int spared, const std::vector<double>& x, std::vector<double>& results)
 {
     constexpr std::int64_t partial[] = {1, -1};
-    const double order = 0.5, identity[] = {1, 0, 0, 1}, error = 0.1, steps[] = {2, 1, 0, 1, 0};
+    const double order = 0.5, identity[] = {1, 0, 0, 1}, error = 0.1, steps[] = {2, 1, 0, 1, 0},
+                 biweight[] = {0.3, 0.01, 1e-6, 5};
     Task* task = nullptr;
     refusing = {spared, 0, 0};
     int status = __vsldSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 1);
@@ -65,7 +67,7 @@ int status_of(const Stage& stage, int spared, const std::vector<double>& x, std:
             {of_groups, groups},        {of_requested_groups, groups},  {of_partial_indices, partial},
             {of_quantile_count, &one},  {of_quantile_orders, &order},   {of_stream_count, &one},
             {of_stream_orders, &order}, {of_stream_parameters, &error}, {of_missing, &five},
-            {of_missing + 1, steps}};
+            {of_missing + 1, steps},    {of_robust_count, &four},       {of_robust_parameters, biweight}};
         for (const auto& [parameter, address] : inputs)
             task->place[parameter] = address;
         if ((stage.estimates & 0xb00000) != 0)
