@@ -12,12 +12,12 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Those with tests of arguments by the tables' own facts.
+/// Those with tests of arguments by the tables' own facts; of generators and streams they are told by hand.
 template <class Visit>
 void each_checked(Visit visit)
 {
     each_call(all(), [&](const FunctionCall& call) {
-        if (!call.signature().tests.empty())
+        if (!call.signature().tests.empty() && !lists("vsl_generators vsl_streams", call.signature().family))
             visit(call);
     });
 }

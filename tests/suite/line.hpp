@@ -20,7 +20,10 @@ inline std::string line_of(const FunctionCall& call, const FunctionCall& values)
         if (call.parameters()[i].name == "result_length")
             ++i;
         if (format[end] == 'p')
-            std::snprintf(text, sizeof text, "%p", reinterpret_cast<void*>(call.word(i).bits()));
+            std::snprintf(text, sizeof text, "%p",
+                          call.parameters()[i].travel == Travel::number // the handle itself
+                              ? *reinterpret_cast<void* const*>(call.word(i).bits())
+                              : reinterpret_cast<void*>(call.word(i).bits()));
         else if (format[end] == 'c')
             std::snprintf(text, sizeof text, "%c", values.letter(i));
         else if (format[end] == 'f')

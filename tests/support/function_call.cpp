@@ -47,7 +47,19 @@ bool is_compared(const Signature& s, const std::string& name)
     return found;
 }
 
+/// The type in C of an argument that no row tells, without the address at which it may stand.
+std::string type_at(const Parameter& p)
+{
+    const bool constant = p.type.starts_with("const "); // const int*, void* const*
+    return p.travel == Travel::number ? p.type.substr(constant ? 6 : 0, p.type.size() - 7) : p.type;
+}
+
+unsigned char streams[2][16]{{0, 0, 0, 0, 1}};
+
 } // namespace
+
+void* good_stream = streams[0];
+void* deleted_stream = streams[1];
 
 const std::vector<Signature>& signatures()
 {
@@ -109,11 +121,18 @@ FunctionCall::Type FunctionCall::type_of(std::size_t i, std::size_t& parts) cons
     parts = 1;
     if (p.travel == Travel::code || p.travel == Travel::codes)
         return Type::int32;
+    if (p.argument == nullptr && (p.travel == Travel::value || p.travel == Travel::number)) {
+        const std::string type = type_at(p);
+        return type == "int" || type == "unsigned" ? Type::int32
+               : type == "float"                   ? Type::float32
+               : type == "double"                  ? Type::float64
+                                                   : Type::int64; // addresses too
+    }
     if (is_integer(i))
         return narrow() ? Type::int32 : Type::int64;
     if (p.argument == nullptr || p.argument->pointers ||
         (p.argument->kind == catalogue::Kind::handle && p.travel == Travel::number))
-        return Type::int64; // the length of a result, addresses
+        return Type::int64;
     const std::string type = catalogue::c_type(p.argument->type, signature_->letter, signature_->form->width);
     const bool is_complex = type == "qnm_complex8" || type == "qnm_complex16";
     parts = is_complex ? 2 : 1;
@@ -148,11 +167,20 @@ FunctionCall::FunctionCall(const Signature& s, int layout, int groups)
             choose(p.name, p.argument->letters.empty() ? 'Q' : p.argument->letters[0]);
         else if (!is_integer(i))
             for (std::size_t k = 0; k < count * parts; ++k)
-                store(slot, k, k == 1 ? 0.25 : 1.5 + static_cast<double>(i));
+                store(slot, k,
+                      p.argument == nullptr ? 0.25 + static_cast<double>(i) / 16 // inside (0, 1)
+                      : k == 1              ? 0.25
+                                            : 1.5 + static_cast<double>(i));
     }
-    for (std::size_t i = 0; i < slots_.size(); ++i)
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        const Parameter& p = parameters()[i];
         if (may_conjugate() && slots_[i].pointed)
-            fill(parameters()[i].name, 8192); // the layer reads vectors
+            fill(p.name, 8192); // the layer reads vectors
+        else if (p.argument == nullptr && (p.type == "void**" || type_at(p) == "void*"))
+            stream(p.name, good_stream);
+        else if (p.argument == nullptr && p.type == "const char*")
+            point(p.name, "a name");
+    }
     settle().make_valid();
 }
 
@@ -169,10 +197,11 @@ bool FunctionCall::has_layout() const
 
 bool FunctionCall::is_integer(std::size_t i) const
 {
+    static const std::set<std::string> integers{"int", "unsigned", "qnm_int64", "unsigned long long"};
     const Parameter& p = parameters()[i];
-    return p.travel == Travel::integer || p.travel == Travel::integers ||
-           ((p.travel == Travel::value || p.travel == Travel::number) && p.argument != nullptr &&
-            p.argument->is_integer());
+    if (p.travel == Travel::value || p.travel == Travel::number)
+        return p.argument != nullptr ? p.argument->is_integer() : integers.contains(type_at(p));
+    return p.travel == Travel::integer || p.travel == Travel::integers;
 }
 
 bool FunctionCall::is_of_groups(const std::string& name) const
@@ -308,6 +337,15 @@ FunctionCall& FunctionCall::fill(const std::string& name, std::size_t numbers)
     return *this;
 }
 
+FunctionCall& FunctionCall::stream(const std::string& name, void*& stream)
+{
+    Slot& slot = slots_[index(name)];
+    if (slot.pointed)
+        return point(name, &stream);
+    std::memcpy(slot.memory.data(), &stream, sizeof stream);
+    return *this;
+}
+
 std::vector<double> FunctionCall::values(const std::string& name) const
 {
     std::vector<double> all;
@@ -355,6 +393,8 @@ std::int64_t FunctionCall::valid_value(std::size_t i, int group) const
         return groups_;
     if (is_bounded(name))
         return bound(name, group) + position + (name.starts_with("stride") ? 500 : 0); // as others want it
+    if (facts(i) == nullptr) // a generator's or a stream's: falling, but for choices and an upper bound
+        return name == "method" ? 0 : name == "mstorage" ? 2 : name == "b" ? 60 : 41 - position;
     const bool codes = signature_->form->convention == catalogue::Convention::codes;
     if (codes || (facts(i) != nullptr && (facts(i)->nonzero || is_compared(*signature_, name))))
         return position + group;

@@ -50,6 +50,10 @@ inline const void* untouchable_address(std::size_t i)
     return reinterpret_cast<const void*>(0xADD0'0000'0000'0000U + 0x1000 * (i + 1));
 }
 
+/// A record that the layer takes for a stream, and one that it takes for a deleted one; as slots hold them.
+extern void* good_stream;
+extern void* deleted_stream;
+
 class FunctionCall {
 public:
     static constexpr int all_groups = -1;
@@ -80,6 +84,10 @@ public:
     std::size_t index(const std::string& name) const;
     const Argument* facts(std::size_t i) const { return parameters()[i].argument; }
     bool is_integer(std::size_t i) const;
+    bool is_real(std::size_t i) const
+    {
+        return slots_[i].type == Type::float32 || slots_[i].type == Type::float64;
+    }
     /// Whether it has an element for each group.
     bool is_of_groups(const std::string& name) const;
     /// An integer behind an address, which is one value.
@@ -111,6 +119,8 @@ public:
     FunctionCall& point(const std::string& name, const void* address);
     /// Memory behind an array, with so many numbers that differ; and what stands in it.
     FunctionCall& fill(const std::string& name, std::size_t numbers);
+    /// Another stream, which stays where it is: for the handle itself, or in the slot.
+    FunctionCall& stream(const std::string& name, void*& stream);
     std::vector<double> values(const std::string& name) const;
     FunctionCall& assign(const std::string& name, const std::vector<double>& values);
     /// Takes over what another call has under the same names.

@@ -18,7 +18,9 @@ FunctionCall::Passed FunctionCall::expect_passed(const Call& noted, const Callee
     bool told_width = false;
     for (const Place& place : callee.places) {
         if (place.parameter < 0) {
-            const bool width = has_groups() && !std::exchange(told_width, true); // an int; lengths are words
+            // An int is the width, or what is below 0; lengths are words.
+            const bool width =
+                (has_groups() && !std::exchange(told_width, true)) || place.constant.front() == '-';
             if (place.constant.find_first_not_of("-0123456789") ==
                 std::string::npos) { // else the layer's own
                 EXPECT_EQ(width ? noted.int32(word) : noted.int64(word), std::stoll(place.constant))
@@ -40,7 +42,7 @@ FunctionCall::Passed FunctionCall::expect_passed(const Call& noted, const Callee
                     << name << " is " << static_cast<double>(this->number(i));
             continue;
         }
-        if ((place.fill == Fill::widened || place.fill == Fill::addressed) && !slot.by_value &&
+        if ((place.fill == Fill::addressed || (place.fill == Fill::widened && !slot.by_value)) &&
             !slot.pointed) {
             expect_local(noted, word, name);
             EXPECT_TRUE(copies.insert(noted.word(word)).second) << name;
@@ -87,7 +89,9 @@ void FunctionCall::expect_place(const Call& noted, std::size_t at, const Place& 
         EXPECT_NE(noted.word(at), word(i).bits()) << name;
         [[fallthrough]];
     case Fill::addressed:
-        if (is_integer(i) && !(has_groups() && narrow()))
+        if (facts(i) == nullptr) // a seed
+            EXPECT_EQ(noted.behind<std::uint32_t>(at), static_cast<std::uint32_t>(integer(i))) << name;
+        else if (is_integer(i) && !(has_groups() && narrow()))
             EXPECT_EQ(noted.behind(at), integer(i)) << name;
         else
             as(slot.type, [&](auto element) {

@@ -25,6 +25,23 @@ inline std::vector<std::string> story()
     return names;
 }
 
+/// Texts of the calls of one name: names looked up, lines printed.
+inline std::vector<std::string> texts(const char* name)
+{
+    std::vector<std::string> all;
+    for (const Call& call : core().calls(name))
+        all.push_back(call.text);
+    return all;
+}
+inline std::vector<std::string> looked_up()
+{
+    return texts("dlsym");
+}
+inline std::vector<std::string> lines()
+{
+    return texts("qnm_serv_print_verbose_info");
+}
+
 /// Reports so far: names and codes.
 using Reports = std::vector<std::pair<std::string, int>>;
 inline Reports reports()

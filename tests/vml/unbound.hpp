@@ -64,13 +64,4 @@ inline const void* at_an_edge(std::size_t argument, std::int32_t value)
     return place;
 }
 
-/// Texts of the names looked up so far.
-inline std::vector<std::string> looked_up()
-{
-    std::vector<std::string> all;
-    for (const Call& call : core().calls("dlsym"))
-        all.push_back(call.text);
-    return all;
-}
-
 } // namespace qnm::tests

@@ -1,5 +1,5 @@
 // The estimates of summary statistics: what is looked at, and which stages run.
-#include "entry.hpp"
+#include "unbound.hpp"
 
 #include <dlfcn.h>
 

@@ -1,5 +1,5 @@
 // Entries of data fitting that look at their arguments: tests in order, and what their kernels get.
-#include "entry.hpp"
+#include "unbound.hpp"
 
 #include <dlfcn.h>
 

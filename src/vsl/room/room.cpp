@@ -273,9 +273,11 @@ private:
             const Parameter& p = s.parameters[static_cast<std::size_t>(parameter)];
             if (a.is("seed"))
                 kernel.places.push_back({Fill::constant, -1, narrow ? "1" : "1 or 2"});
-            kernel.places.push_back({a.is("seed")                 ? Fill::addressed
-                                     : p.travel == Travel::number ? Fill::read
-                                                                  : Fill::as_it_is,
+            const std::string type = is_address(a) ? "" : number_type(a, letter, false);
+            kernel.places.push_back({a.is("seed")                          ? Fill::addressed
+                                     : is_address(a) || p.type == type     ? Fill::as_it_is
+                                     : type == "int" || type == "unsigned" ? Fill::low
+                                                                           : Fill::read,
                                      parameter++});
             if (a.is("text") && by_reference(form))
                 kernel.places.push_back({Fill::as_it_is, parameter++});
