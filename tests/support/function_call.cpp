@@ -177,7 +177,7 @@ FunctionCall::FunctionCall(const Signature& s, int layout, int groups)
         if (may_conjugate() && slots_[i].pointed)
             fill(p.name, 8192); // the layer reads vectors
         else if (p.argument == nullptr && (p.type == "void**" || type_at(p) == "void*"))
-            stream(p.name, good_stream);
+            handle(p.name, good_stream);
         else if (p.argument == nullptr && p.type == "const char*")
             point(p.name, "a name");
     }
@@ -337,12 +337,12 @@ FunctionCall& FunctionCall::fill(const std::string& name, std::size_t numbers)
     return *this;
 }
 
-FunctionCall& FunctionCall::stream(const std::string& name, void*& stream)
+FunctionCall& FunctionCall::handle(const std::string& name, void*& handle)
 {
     Slot& slot = slots_[index(name)];
     if (slot.pointed)
-        return point(name, &stream);
-    std::memcpy(slot.memory.data(), &stream, sizeof stream);
+        return point(name, parameters()[index(name)].type == "void**" ? &handle : handle);
+    std::memcpy(slot.memory.data(), &handle, sizeof handle);
     return *this;
 }
 

@@ -119,8 +119,8 @@ public:
     FunctionCall& point(const std::string& name, const void* address);
     /// Memory behind an array, with so many numbers that differ; and what stands in it.
     FunctionCall& fill(const std::string& name, std::size_t numbers);
-    /// Another stream, which stays where it is: for the handle itself, or in the slot.
-    FunctionCall& stream(const std::string& name, void*& stream);
+    /// Another handle of a stream or a task: itself, or in the slot, which is the variable.
+    FunctionCall& handle(const std::string& name, void*& handle);
     std::vector<double> values(const std::string& name) const;
     FunctionCall& assign(const std::string& name, const std::vector<double>& values);
     /// Takes over what another call has under the same names.

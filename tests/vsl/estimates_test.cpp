@@ -101,10 +101,17 @@ TEST_F(Estimates, AFailedStageEndsTheCallAndTheLastOneTellsTheStatus)
     EXPECT_EQ(compute(missing | all), -5);
 }
 
+TEST_F(Estimates, NoStageIsLeftOutForWantOfItsKernel)
+{
+    for (const auto& [bits, stage] : stages)
+        expect_ended(kernel(stage), [&, bits = bits] { compute(bits); });
+    expect_ended(kernel("MissingValues"), [&] { compute(missing); });
+}
+
 TEST_F(Estimates, ATaskIsLookedAtInOrder)
 {
     const auto refused = [&](int status, std::uint64_t mask = 0x2) {
-        for (const char* name : {"vsldSSCompute", "VSLSSSCOMPUTE_"}) {
+        for (const char* name : {"vsldSSCompute", "vslsSSCompute", "VSLDSSCOMPUTE_", "vslssscompute_"}) {
             EXPECT_EQ(compute(name, &task_, mask), status) << name;
             EXPECT_THAT(story(), IsEmpty());
         }

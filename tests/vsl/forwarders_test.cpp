@@ -50,13 +50,47 @@ TEST_F(Forwarders, FormsOfFittingShareTheirKernel)
 
 TEST_F(Forwarders, AnIntegerOfFittingMayBeLeftOut)
 {
-    void* const task = this;
-    support::call_words(layer()["dfdeditppspline1d_"],
-                        {&task, nullptr, nullptr, nullptr, 4UL, nullptr, 6UL, 7UL, nullptr});
-    const Call kernel = core().calls("qnm_df_kernel_dEditPPSpline1D").at(0);
-    EXPECT_EQ(kernel.pointer<void>(0), task);
-    for (const std::size_t integer : {1, 2, 3, 5, 8})
-        EXPECT_EQ(kernel.int64(integer), 0) << integer;
+    std::int64_t spline[17]{};
+    spline[9] = 6; // of a type that has no coefficients
+    void* task = spline;
+    core().ignore("dlsym");
+    core().ignore("qnm_serv_load_vml");
+    std::size_t integers = 0;
+    for (const Signature* s :
+         signatures([](const Signature& s) { return s.family == "df" && s.form->name == "by_reference"; }))
+        for (std::size_t i = 0; i < s->parameters.size(); ++i) {
+            const std::string& name = s->parameters[i].name;
+            FunctionCall left_out(*s), zero("df" + catalogue::with_letter(s->root, s->letter));
+            if (!left_out.is_integer(i))
+                continue;
+            QNM_TRACE_SIGNATURE(*s);
+            SCOPED_TRACE(name);
+            core().clear();
+            const int status = zero.handle("task", task).set(name, 0).run().int32();
+            EXPECT_EQ(left_out.handle("task", task).point(name, nullptr).run().int32(), status);
+            const std::vector<Call> calls = core().calls();
+            ASSERT_TRUE(calls.empty() || calls.size() == 2);
+            for (std::size_t k = 0; k < s->parameters.size() && !calls.empty(); ++k)
+                EXPECT_EQ(calls[1].int64(k), calls[0].int64(k)) << k;
+            ++integers;
+        }
+    EXPECT_GT(integers, 90U);
+}
+
+TEST_F(Forwarders, NoneGoesOnWithoutItsKernel)
+{
+    std::map<std::string, std::vector<const Signature*>> callers;
+    for (const Signature* s : all({"vsl_generators", "vsl_streams", "vsl_tasks", "vsl_statistics", "df"}))
+        callers[s->callees.front().name].push_back(s);
+    EXPECT_EQ(callers.size(), 38U + 19 + 30 + 15);
+    std::size_t form = 0;
+    for (const auto& [kernel, forms] : callers) { // of which each has its turn
+        const Signature& s = *forms[++form % forms.size()];
+        QNM_TRACE_SIGNATURE(s);
+        expect_ended(kernel, [&] { FunctionCall(s).run(); });
+    }
+    for (const char* name : {"vdRngUniform", "vsRngBeta_64", "vslNewStream", "vsldSSEditCP", "DFDELETETASK_"})
+        expect_ended("", [&] { FunctionCall(name).run(); });
 }
 
 TEST_F(Forwarders, ConvolutionIsTheCoresAndItsNamesTellNumbers)

@@ -129,9 +129,9 @@ TEST_F(Generators, TestInOrderWithAllLaterArgumentsBadToo)
         EXPECT_EQ(call.set("n", 0).run().int32(), 0);
         EXPECT_THAT(story(), IsEmpty());
         expect_refused(call.set("n", -1), name, 3);
-        expect_refused(call.stream("stream", deleted_stream), name, 2, -1006);
+        expect_refused(call.handle("stream", deleted_stream), name, 2, -1006);
         void* no_stream = nullptr;
-        expect_refused(call.stream("stream", no_stream).set("n", 0), name, 2, -5);
+        expect_refused(call.handle("stream", no_stream).set("n", 0), name, 2, -5);
         expect_refused(call.set("method", -1), name, 1);
     });
 }

@@ -89,7 +89,7 @@ protected:
     {
         static void* no_stream = nullptr;
         if (refusal.status == -5)
-            call.stream(argument(call, refusal), no_stream);
+            call.handle(argument(call, refusal), no_stream);
         else if (refusal.status == -3)
             call.point(argument(call, refusal), nullptr);
         else
@@ -115,7 +115,7 @@ TEST_F(Streams, RefuseWithAllLaterArgumentsBadToo)
             const std::string name = "vsl" + facts.name;
             expect_refused(call, name, facts.tests[k].place, facts.tests[k].status);
             if (facts.tests[k].status == -5) {
-                call.stream(argument(call, facts.tests[k]), deleted_stream);
+                call.handle(argument(call, facts.tests[k]), deleted_stream);
                 expect_refused(call, name, facts.tests[k].place, -1006);
             }
         }

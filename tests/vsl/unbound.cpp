@@ -49,6 +49,26 @@ void Unbound::expect_printed(const std::string& name, const std::string& format,
     EXPECT_EQ(core().calls().back().real(0), 2.5);
 }
 
+void Unbound::expect_ended(const std::string& kernel, const std::function<void()>& call)
+{
+    const auto end = [&] {
+        forget();
+        if (kernel.empty())
+            core().answers("qnm_serv_load_vml").with(nullptr);
+        else
+            core().table(kernel, nullptr);
+        core().answers("qnm_serv_print").calling([](Call& told, Answer&) {
+            std::fprintf(stderr, "%d %d %s", told.int32(0), told.int32(1),
+                         told.int32(2) == 1 ? told.pointer<const char>(3) : "none");
+        });
+        call();
+        std::fputs(" goes on", stderr);
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), ::testing::ExitedWithCode(2),
+                kernel.empty() ? "^1 771 none$" : "^1 772 " + kernel + "$");
+}
+
 void Unbound::expect_refused(const FunctionCall& call, const std::string& name, int place, int status)
 {
     core().clear();
