@@ -5,7 +5,6 @@ namespace qnm::tests {
 Unbound::Unbound()
 {
     forget();
-    core().ignore("qnm_serv_strnlen_s");
 }
 
 void Unbound::forget()
@@ -74,7 +73,10 @@ void Unbound::expect_refused(const FunctionCall& call, const std::string& name, 
     core().clear();
     EXPECT_EQ(call.run().int32(), status);
     EXPECT_EQ(reports(), (Reports{{name, place}}));
-    EXPECT_THAT(story(), ::testing::ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_xerbla"));
+    EXPECT_THAT(story(), ::testing::ElementsAre("qnm_serv_set_xerbla_interface", "qnm_serv_strnlen_s",
+                                                "qnm_serv_xerbla"));
+    EXPECT_EQ(core().calls()[1].word(1), 50U);
+    EXPECT_EQ(core().calls()[2].int32(2), static_cast<int>(name.size()));
 }
 
 } // namespace qnm::tests
