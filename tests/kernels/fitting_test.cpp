@@ -74,15 +74,16 @@ int integral(Int* n, Int* left_cell, T* left, Int* right_cell, T* right, T* r, c
         told.cells.push_back(*cell);
     return told.answer(r);
 }
-// Cell 1 for negative sites, no answer for others.
+// Tells cells of sites in turn; below -1 it does not know.
 template <class T>
 int search(Int* n, T* site, Int* cell, int* found, const void* parameters, void*)
 {
+    const Told& told = *static_cast<const Told*>(parameters);
     for (Int i = 0; i < *n; ++i) {
-        found[i] = site[i] < 0 ? 1 : 0;
-        cell[i] = 1;
+        cell[i] = told.cells[static_cast<std::size_t>(i) % told.cells.size()];
+        found[i] = cell[i] < -1 || std::isnan(site[i]) ? 0 : 1;
     }
-    return static_cast<const Told*>(parameters)->status;
+    return told.status;
 }
 
 struct Outside {
@@ -136,7 +137,7 @@ public:
         return w.is_made() ? call(name(w.kernel()), task, Int{0}, Int{0}, threader) : 0;
     }
     int interpolate(const List<T>& sites, const Orders& orders, List<T>& r, Int hint = no_hint,
-                    Int r_hint = by_rows, std::int32_t* cells = nullptr, Int type = 1, const Outside& o = {},
+                    Int r_hint = no_hint, std::int32_t* cells = nullptr, Int type = 1, const Outside& o = {},
                     Threader* threader = nullptr) const
     {
         return call(name("DFInterpolate1D"), task, type, Int{1}, Int(sites.size()), sites.data(), hint,
@@ -151,7 +152,7 @@ public:
         EXPECT_EQ(interpolate({T(site)}, orders, r), 0);
         return r[0];
     }
-    int integrate(const List<T>& from, const List<T>& to, List<T>& r, Int r_hint = by_rows,
+    int integrate(const List<T>& from, const List<T>& to, List<T>& r, Int r_hint = no_hint,
                   const Outside& o = {}) const
     {
         return call(name("DFIntegrate1D"), task, Int{0}, Int(from.size()), from.data(), Int{0}, to.data(),
@@ -349,6 +350,15 @@ TYPED_TEST(Fitting, HymanIsMonotoneWhereDataAre)
                     EXPECT_GE(y[i + 1] >= y[i] ? step : -step, -slack) << i << ' ' << k;
                 }
         }
+}
+
+// Two chords and two others: between them the slope is their mean.
+TYPED_TEST(Fitting, AkimaHalvesACorner)
+{
+    Fitted<TypeParam> spline({-2, -1, 0, 1, 2}, {4, 3, 2, 5, 8});
+    ASSERT_EQ(spline.make({4, akima, 0}), 0);
+    EXPECT_EQ(spline.at(-1, 1), -1);
+    EXPECT_EQ(spline.at(0, 1), 1);
 }
 
 TYPED_TEST(Fitting, QuadraticPiecesMeetSmoothlyAtKnots)
@@ -623,7 +633,17 @@ TYPED_TEST(Fitting, CallbacksOutsideInsideAndForCells)
     Outside cells;
     cells.search = reinterpret_cast<const void*>(search<T>);
     cells.search_told = told + 3;
-    EXPECT_THAT(spline.cells(sites, no_hint, 4, cells), ElementsAre(1, 1, 2, 3));
+    told[3].cells = {1, 3, 4, -1, -2, 0}; // of cells 0 to 3
+    EXPECT_THAT(spline.cells({-1, T(0.5), 2, 3, 1, 1}, no_hint, 6, cells), ElementsAre(1, 3, 2, 3, 2, 0));
+    // Whoever is called back may not be ready for several threads.
+    r.resize(20000);
+    divided = 0;
+    told[0].numbers.clear();
+    EXPECT_EQ(
+        spline.interpolate(List<T>(r.size(), 1), {1}, r, no_hint, no_hint, nullptr, 1, outside, backwards),
+        0);
+    spline.cells(r, no_hint, 20000, cells, backwards);
+    EXPECT_EQ(divided, 0);
     told[3].status = -8;
     EXPECT_EQ(spline.interpolate(sites, {1, 1}, r, no_hint, by_rows, nullptr, 1, cells), -8);
 
@@ -692,6 +712,10 @@ TEST(FittingTasks, EditsAndQueries)
     }
 
     const auto edit = [&](Int attribute, Int value) { return call("iEditVal", task, attribute, value); };
+    EXPECT_EQ(call("dEditPtr", task, Int{2}, spline.y.data()), 0);
+    EXPECT_EQ(edit(14, 2), 0); // of fewer points
+    EXPECT_EQ(of(2, 1), spline.y.data() + 2);
+    EXPECT_EQ(of(5, 1), arrays[2] + 1 * 4);
     struct Edit {
         Int attribute, value;
         int status;
@@ -707,6 +731,7 @@ TEST(FittingTasks, EditsAndQueries)
             EXPECT_EQ(number(attribute), before) << attribute;
         }
     }
+    EXPECT_EQ(task->array(values_of, 1), spline.y.data() + 1); // by columns
     EXPECT_EQ(of(5, 0), arrays[2]);
     EXPECT_EQ(of(5, 4), nullptr); // only the first function's is given
     EXPECT_EQ(call("dEditIdxPtr", task, Int{2}, Int{0}, arrays[0]), bad_function_hint);

@@ -408,7 +408,8 @@ TEST_P(EachGenerator, DamageIsRefused)
     const std::vector<char> good = saved(begun());
     const auto load = [&](const std::vector<char>& bytes) {
         std::FILE* const file = std::fopen(name.c_str(), "wb");
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        if (!bytes.empty())
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
         std::fclose(file);
         Owned stream;
         const int status = call("__vslLoadStreamF", stream.slot(), name.c_str(), -1);

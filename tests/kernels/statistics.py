@@ -26,6 +26,11 @@ def threader(count, body, data):
     return min(statuses + [0])
 
 
+# What edits of several addresses hold, in their order.
+EDITS = {'Moments': range(7, 14), 'Sums': range(67, 74), 'CovCor': (7, 19, 20, 21, 22), 'CP': (7, 67, 74, 75),
+         'PartialCovCor': (45, 19, 20, 21, 22, 46, 47, 48, 49), 'Quantiles': (24, 25, 26, 27, 44),
+         'StreamQuantiles': range(62, 67), 'PooledCovariance': (28, 29, 30, 32, 33, 34), 'RCov': (40, 36, 37, 38, 39),
+         'OutDetect': (41, 42, 43), 'MissingVals': range(50, 60), 'MtxParametrz': (21, 22, 60, 61)}
 ROWS, COLUMNS = 0x10000, 0x20000
 FULL, LOWER, UPPER = 0, 1, 2
 MEAN, COV, COR, CP = 7, 19, 21, 74
@@ -252,10 +257,27 @@ class Statistics(unittest.TestCase):
                 self.assertAlmostEqual(found, wanted[i, j] if chosen[i] and chosen[j] else 7, 12)
             self.near(task[7], np.where(chosen, x.mean(0), 7), 1e-14)
 
+    def test_edits(self):
+        """Several addresses at once are the same one by one; a null leaves what is there."""
+        for (name, parameters), dtype in itertools.product(EDITS.items(), (np.float32, np.float64)):
+            x = sample(3, 1)
+            tasks = Task(x, dtype), Task(x, dtype)
+            for task in tasks:
+                for parameter in (1, 2, 3, 4):
+                    task.call('__vsl?SSEditTask' if parameter == 3 else '__vsliSSEditTask', task.handle, parameter, None)
+            addresses = [ctypes.c_void_p(64 * (k + 1)) for k in range(len(parameters))]
+            for given in (addresses, [None] * len(parameters)):
+                self.assertEqual(tasks[0].call('__vsl?SSEdit' + name, tasks[0].handle, *given), 0)
+            for parameter, address in zip(parameters, addresses):
+                self.assertIn(0, [tasks[1].call(edit, tasks[1].handle, parameter, address)
+                                  for edit in ('__vsliSSEditTask', '__vsl?SSEditTask')])
+            records = [ctypes.string_at(task.handle.value, 16 + 80 * 8) for task in tasks]
+            self.assertEqual(*records, name)
+
     def test_order(self):
         for dtype, storage, n in itertools.product((np.float32, np.float64), (ROWS, COLUMNS), (301, 400)):
-            x = sample(n, 3, dtype)
-            task = Task(x, dtype, storage)
+            x, weights = sample(n, 3, dtype), 1 + np.arange(n) % 3  # of which only means look at weights
+            task = Task(x, dtype, storage, weights=weights)
             orders = task.edit(25, np.array([0, 0.1, 0.25, 0.5, 0.9, 1.0]))
             task.edit(24, 6), task.room(26, 3, 6), task.room(27, *x.shape), task.room(78, *x.shape)
             task.room(76, 3), task.room(77, 3)
@@ -266,7 +288,7 @@ class Statistics(unittest.TestCase):
             tolerance = 3e-7 if dtype == np.float32 else 1e-14
             self.near(task[26], np.quantile(x, orders.astype(float), axis=0).T, tolerance)
             self.near(task[76], np.median(np.abs(x - np.median(x, 0)), 0), tolerance)
-            self.near(task[77], np.abs(x - x.mean(0)).mean(0), tolerance)
+            self.near(task[77], np.average(np.abs(x - np.average(x, 0, weights)), 0, weights), tolerance)
         x[5] = np.nan
         task = Task(x)
         task.room(78, *x.T.shape), task.run('Sort', 1 << 39)
@@ -355,6 +377,13 @@ class Statistics(unittest.TestCase):
         task.run('RobustCovariance', 0x40000)
         self.near(task[38], np.array([1, 2, 3]), 0.03)
         self.near(task[39], truth[np.tril_indices(3)], 0.1)
+        # Far from the ellipse, not from either component's middle.
+        x = random.multivariate_normal([0, 0], [[1, 0.99], [0.99, 1]], 2000)
+        x[:300] = [2, -2] + 0.1 * random.standard_normal((300, 2))
+        task = Task(x)
+        task.room(39, 2, 2), task.edit(37, np.array([0.99]))
+        task.run('RobustCovariance', 0x40000)
+        self.near(task[39], np.array([[1, 0.99], [0.99, 1]]), 0.1)
 
     def test_robust_by_biweight(self):
         """By its definition: the least determinant among those that give distances their mean."""

@@ -43,7 +43,9 @@ struct Spread {
     {
         int step = random_integer(1, 3);
         for (std::size_t i = 0; i < of.size(); ++i) {
-            stride[i] = random_integer(0, 1) == 0 ? step : -step;
+            stride[i] = step * random_integer(of[i] == 1 ? 0 : 1, 1); // alone it needs none
+            if (random_integer(0, 1) == 0)
+                stride[i] = -stride[i];
             if (stride[i] < 0)
                 start += std::ptrdiff_t{of[i] - 1} * step;
             step *= of[i] + random_integer(0, 1);
@@ -204,6 +206,29 @@ TEST(Convolution, CountsIndicesAsByHand)
     EXPECT_EQ(of_three_and_four(correlation, 7, {}), Numbers({3, 32, 321, 3210, 2100, 1000, 0}));
     EXPECT_EQ(of_three_and_four(convolution, 4, {{5, -1}, {6, 2}}), Numbers({0, 12, 1230, 3000}));
     EXPECT_EQ(of_three_and_four(correlation, 3, {{5, 0}}), Numbers({321, 3210, 2100}));
+}
+
+// Whatever the arrays have: in single precision the ones are lost behind 2^24.
+QNM_TYPED(Convolution, SumsInThePrecisionThatIsAskedFor)
+{
+    const std::vector<T> x(3, T(1)), y{T(1), T(1), T(0x1p24F)};
+    const int three = 3, zshape = 5, one = 1;
+    for (const int mode : {VSL_CONV_MODE_DIRECT, VSL_CONV_MODE_FFT})
+        for (const int inside : {1, 2}) {
+            std::vector<T> z(5);
+            Held held;
+            ASSERT_EQ(by_value<int>("qnm_conv_newtask", &held.task, 1, 1, mode, field<T>, precision<T>, 1,
+                                    &three, &three, &zshape),
+                      0);
+            ASSERT_EQ(held.edit(9, &inside), 0);
+            ASSERT_EQ(
+                by_value<int>("qnm_conv_exec", held.task, x.data(), &one, y.data(), &one, z.data(), &one), 0);
+            if (mode == VSL_CONV_MODE_DIRECT) {
+                EXPECT_EQ(z[2], T(inside == 1 ? 0x1p24F : 0x1p24F + 2));
+            } else {
+                EXPECT_EQ(std::abs(z[0] - T(1)) < 1e-6, inside == 2);
+            }
+        }
 }
 
 // What is not a number stays where it counts: beside an array is nothing, not zero.
