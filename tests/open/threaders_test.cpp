@@ -86,7 +86,7 @@ TEST_P(StatisticsThreaders, AreSerialInsideOfThemselvesInAParallelRegionAndInACh
     const auto again = [](core_int, void* data) {
         auto* const all = static_cast<Nested*>(data);
         all->most = std::max(all->most.load(), all->outer->most_at_once());
-        return 0;
+        return 1 - by_value<int>("qnm_df_serv_threader_get_num_threads_limit");
     };
     EXPECT_EQ(run(2, again, &nested), 0);
     EXPECT_EQ(nested.most, 1);
@@ -108,6 +108,7 @@ TEST_P(StatisticsThreaders, AreSerialInsideOfThemselvesInAParallelRegionAndInACh
     const pid_t child = fork();
     if (child == 0) {
         alarm(10); // whoever waits for threads that are not there waits for ever
+        service<int>("domain_set_num_threads", 3, 3); // more than the parent had
         _exit(most_at_once());
     }
     int status = 0;
