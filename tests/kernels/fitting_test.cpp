@@ -352,13 +352,18 @@ TYPED_TEST(Fitting, HymanIsMonotoneWhereDataAre)
         }
 }
 
-// Two chords and two others: between them the slope is their mean.
-TYPED_TEST(Fitting, AkimaHalvesACorner)
+// Two chords and two others: between them the slope is their mean. Beyond the ends chords go on as a
+// parabola's.
+TYPED_TEST(Fitting, AkimaHalvesACornerAndGoesOn)
 {
     Fitted<TypeParam> spline({-2, -1, 0, 1, 2}, {4, 3, 2, 5, 8});
     ASSERT_EQ(spline.make({4, akima, 0}), 0);
     EXPECT_EQ(spline.at(-1, 1), -1);
     EXPECT_EQ(spline.at(0, 1), 1);
+    Fitted<TypeParam> parabola({-2, -1, 0, 1, 2}, {4, 1, 0, 1, 4});
+    ASSERT_EQ(parabola.make({4, akima, 0}), 0);
+    for (const double x : {-2, -1, 0, 1, 2})
+        EXPECT_EQ(parabola.at(x, 1), 2 * x);
 }
 
 TYPED_TEST(Fitting, QuadraticPiecesMeetSmoothlyAtKnots)
