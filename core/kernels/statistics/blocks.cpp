@@ -26,8 +26,8 @@ Doubles widened(const double* from)
 }
 Doubles widened(const float* from)
 {
-    typedef float Half
-        __attribute__((vector_size(width * sizeof(float)), aligned(alignof(float)), may_alias));
+    using Half [[gnu::vector_size(width * sizeof(float)), gnu::aligned(alignof(float)), gnu::may_alias]] =
+        float;
     return __builtin_convertvector(*reinterpret_cast<const Half*>(from), Doubles);
 }
 

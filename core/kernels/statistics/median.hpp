@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
 
 namespace qnm::vsl::statistics {
 
@@ -20,10 +21,7 @@ T median(std::int64_t n, T* x)
 {
     T* const middle = x + n / 2;
     std::nth_element(x, middle, x + n, less<T>);
-    if (n % 2 != 0)
-        return *middle;
-    const T below = *std::max_element(x, middle, less<T>);
-    return below + (*middle - below) / 2;
+    return n % 2 != 0 ? *middle : std::midpoint(*std::max_element(x, middle, less<T>), *middle);
 }
 
 } // namespace qnm::vsl::statistics
