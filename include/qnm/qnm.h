@@ -10,6 +10,7 @@
 #include <qnm/lapacke_helpers.h>
 #include <qnm/poisson.h>
 #include <qnm/services.h>
+#include <qnm/sparse.h>
 #include <qnm/trans.h>
 #include <qnm/types.h>
 #include <qnm/vml.h>

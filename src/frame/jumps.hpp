@@ -3,12 +3,19 @@
 
 #include "frame/types.hpp"
 
+/// Families of many small entries tell another one ahead of this file.
+#ifndef QNM_JUMP_ALIGNMENT
+#define QNM_JUMP_ALIGNMENT 4
+#endif
+#define QNM_TEXT_OF(VALUE) #VALUE
+#define QNM_TEXT(MACRO) QNM_TEXT_OF(MACRO)
+
 /// One jump through the dynamic symbol table, registers and stack as they came: whatever the arguments are,
 /// the target gets them, and an application's definition of the target's name takes the call. Instructions
 /// may be told that come first.
 #define QNM_FORWARD(NAME, TARGET, ...)                                                                       \
     asm(".pushsection .text\n"                                                                               \
-        ".p2align 4\n"                                                                                       \
+        ".p2align " QNM_TEXT(QNM_JUMP_ALIGNMENT) "\n"                                                       \
         ".globl " #NAME "\n"                                                                                 \
         ".type " #NAME ", @function\n" #NAME ": " __VA_ARGS__ "jmp " #TARGET "@PLT\n"                        \
         ".size " #NAME ", .-" #NAME "\n"                                                                     \

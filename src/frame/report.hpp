@@ -31,10 +31,10 @@ QNM_INLINE void report(const char* name, int length, const I& code)
 }
 
 /// Reports the position of a bad argument, in the width of the check.
-template <class I>
+template <class I, auto* to = qnm_serv_iface_xerbla>
 QNM_COLD int report_argument(const char* name, int length, I position)
 {
-    report(name, length, position);
+    report<to>(name, length, position);
     return 1;
 }
 

@@ -72,6 +72,7 @@ TEST(Refusals, OfHeadsAndFamilies)
         family own form narrow address int32 NAME => 'address': expected a convention (reference, value, codes);
         family own form narrow value int16 NAME => 'int16': expected a width of integers (int32, int64, size);
         family own form narrow value int32 => end of the row: expected a spelling of the form;
+        family own core own_name wide => end of the row: expected the pattern of core names for 64-bit integers;
         family own form f value int32 NAME form f value int64 NAME_64 => 'f': expected each form's name once;
         family own form narrow value int32 NAME|family own|axpy s unchecked int n => 4: 'own': expected a
             family with a core;
@@ -105,8 +106,8 @@ TEST(Refusals, OfArgumentsAndClauses)
         int n, T x[ia[n]] => 'ia': expected an array of integers of the row;
         T x kept => 'kept': expected ',', '->', 'where', 'tested last', ...;
         int n -> real => 'real': expected the result's type;
-        int n >= 0 => a test: expected tests in rows of class checked or check, where they must be, and handed,
-            where they may;
+        int n >= 0 => a test: expected tests in rows of class checked, relayed or check, where they must be, and
+            handed, where they may;
         int n small xaxpy => end of the row: expected 'when';
         int n small xaxpy when m < 3 => 'm': expected an integer argument or an earlier name of 'where';
         int n also own => 'own': expected a family that was told before;)");
@@ -131,8 +132,8 @@ TEST(Refusals, OfArgumentsAndClauses)
 TEST(Refusals, OfTestsAndExpressions)
 {
     expect_refusals("blas\naxpy s checked ", R"(
-        int n => no test: expected tests in rows of class checked or check, where they must be, and handed,
-            where they may;
+        int n => no test: expected tests in rows of class checked, relayed or check, where they must be, and
+            handed, where they may;
         T x > 0 => '>': expected ...;  T x[] >= 1 => '>=': expected ...;  int n != 1 => '1': expected '0';
         int n >= 0, char trans in ntc => 'in': expected ...;  int n >= 0, int m code 4 => 'code': expected ...;
         int n >= 0, int m unless n == 1 => 'unless': expected ...;

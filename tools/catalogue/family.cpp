@@ -73,9 +73,11 @@ Family read_family(Lexer& lexer, const std::string& name)
     family.room = lexer.accept("room") ? lexer.identifier("the folder of the family's templates") : name;
     if (lexer.accept("calls"))
         family.calls = lexer.identifier("the family whose entries are called");
-    if (lexer.accept("core"))
+    if (lexer.accept("core")) {
         family.core = lexer.identifier("the pattern of core names");
-    else if ((family.kernels = lexer.accept("kernel"))) {
+        if (lexer.accept("wide"))
+            family.wide_core = lexer.identifier("the pattern of core names for 64-bit integers");
+    } else if ((family.kernels = lexer.accept("kernel"))) {
         family.core = lexer.identifier("the pattern of kernels' names");
         family.kernel_each = lexer.accept("each");
     }

@@ -35,6 +35,7 @@ struct Family {
     std::string name;
     std::string room;         // the folder of its templates, and the namespace
     std::string core;         // pattern of the core's functions, or of kernels; empty: there are none
+    std::string wide_core;    // of those for 64-bit integers, where the core has functions for either width
     bool kernels = false;     // these are found by name, at the first call
     bool kernel_each = false; // of each form for itself
     std::string calls;        // of an interface upon another one: the family whose entries it calls
@@ -42,6 +43,8 @@ struct Family {
 
     /// The form of that name; null if the family has none.
     const Form* find(const std::string& form) const;
+    /// Whether the core has a function for each width: it takes integers as they are.
+    bool core_has_widths() const { return !wide_core.empty(); }
 };
 
 using Families = std::map<std::string, Family>;

@@ -48,8 +48,9 @@ std::vector<const Argument*> Row::tests() const
 std::vector<const Form*> Row::forms() const
 {
     std::vector<const Form*> all;
+    const bool narrow = narrow_only || !small_root.empty();
     for (const Form& form : family->forms)
-        if (all.empty() || !(is_one_body() || !small_root.empty()))
+        if ((all.empty() || !is_one_body()) && !(narrow && form.width == Width::wide))
             all.push_back(&form);
     return all;
 }
@@ -77,7 +78,8 @@ std::string Entry::core() const
     const std::string& told = by_value ? row->value_core_root : row->core_root;
     const std::string name =
         row->core_without_letter ? told : with_letter(told.empty() ? row->root : told, precision);
-    return spell(row->family->core, row->family->kernels ? name : to_lower(name));
+    const Family& family = *row->family;
+    return spell(width == Width::wide && family.core_has_widths() ? family.wide_core : family.core, name);
 }
 
 std::string Entry::small_core() const
@@ -112,7 +114,7 @@ std::vector<std::string> Entry::spellings() const
 
 std::string Entry::report_name() const
 {
-    if (row->entry_class == Class::handed)
+    if (row->entry_class == Class::handed || row->entry_class == Class::relayed)
         return routine_name(*row, precision);
     std::string text = to_upper(routine_name(*row, precision));
     if (row->entry_class != Class::checked && row->entry_class != Class::check)

@@ -22,6 +22,7 @@ enum class Class {
     bare,
     carried, // arrays of integers too are widened, on the stack, and come back
     check,
+    relayed, // checked, then a jump to the core with everything as it came
     handed, // references turned into values, values into addresses, as the core's function takes them
     passed, // a jump to the core with everything as it came
     chain,  // jumps from each name to the next through the dynamic symbol table, the last to the core
@@ -101,6 +102,7 @@ struct Row {
     const Family* family = nullptr;
     const Family* also = nullptr; // a second family whose further spellings the entry carries
     Class entry_class = Class::unchecked;
+    bool narrow_only = false;
     bool unpadded = false; // the report's name carries no blank, however long it is
     bool groups =
         false; // parameters are arrays with one element for each group, and the core gets a width flag
@@ -141,7 +143,7 @@ struct Row {
     bool has_check() const
     {
         return entry_class == Class::checked || entry_class == Class::check ||
-               (entry_class == Class::handed && !tests().empty());
+               entry_class == Class::relayed || (entry_class == Class::handed && !tests().empty());
     }
 };
 

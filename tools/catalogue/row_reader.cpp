@@ -16,13 +16,14 @@ const std::map<std::string, Class> classes{{"check", Class::check},
                                            {"scratch", Class::scratch},
                                            {"bare", Class::bare},
                                            {"carried", Class::carried},
+                                           {"relayed", Class::relayed},
                                            {"handed", Class::handed},
                                            {"passed", Class::passed},
                                            {"chain", Class::chain},
                                            {"called", Class::called},
                                            {"own", Class::own}};
 constexpr const char* class_words = "checked, registered, unregistered, unchecked, scratch, bare, carried, "
-                                    "check, handed, passed, chain, called, own";
+                                    "relayed, check, handed, passed, chain, called, own";
 
 const std::map<std::string, Direction> directions{
     {"in", Direction::in}, {"out", Direction::out}, {"inout", Direction::inout}, {"work", Direction::work}};
@@ -159,7 +160,8 @@ void check_row(const Lexer& lexer, const Row& row)
     }
     if (any_test != row.has_check())
         refuse(any_test ? "a test" : "no test",
-               "tests in rows of class checked or check, where they must be, and handed, where they may");
+               "tests in rows of class checked, relayed or check, where they must be, and handed, where they "
+               "may");
     if (any_test && std::all_of(row.family->forms.begin(), row.family->forms.end(),
                                 [](const Form& form) { return form.check.empty(); }))
         refuse("a test", "a family with names of checks");
@@ -243,6 +245,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
         lexer, root, [](const std::string& word) { return classes.count(word) != 0; }, class_words);
     row.entry_class = classes.at(lexer.next().text);
     read_class(lexer, row);
+    row.narrow_only = lexer.accept("narrow_only");
     row.groups = lexer.accept("groups");
     row.unpadded = lexer.accept("unpadded");
 

@@ -18,7 +18,7 @@ bool written(const Argument& a)
 /// Whether an argument is itself what a form's caller passes, and not where it stands.
 bool by_value(const Argument& a, const Entry& entry)
 {
-    if (a.array || a.pointers)
+    if (a.array || a.pointers || written(a))
         return false;
     return a.kind == Kind::value ||
            (entry.form->convention == Convention::value && a.kind != Kind::handle && a.type != "void");
@@ -41,12 +41,14 @@ std::string parameter_type(const Argument& a, const Entry& entry)
     if (a.kind == Kind::handle) {
         return reads_places(entry) ? "void* const*" : "void*";
     }
+    if (a.pointers && !a.array) // where an array's address is written
+        return type + "**";
     if (a.pointers && a.type == "void") // handles: the addresses themselves are what is written
         return written(a) ? "void**" : "void* const*";
     return (written(a) ? "" : "const ") + type + "*" + (a.pointers ? " const*" : "");
 }
 
-/// Whether an argument is one complex number, which no core function takes by value.
+/// Whether an argument is one complex number; by value it travels only to functions for either width.
 bool is_complex_number(const Argument& a, const Entry& entry)
 {
     return !a.array && c_type(a.type, entry.precision, entry.width).rfind("qnm_complex", 0) == 0;
@@ -65,8 +67,10 @@ Travel travel(const Argument& a, const Entry& entry)
         return Travel::value;
     if (entry.row->groups && a.kind == Kind::integer && a.array)
         return Travel::integers;
+    if (entry.row->entry_class == Class::handed && (written(a) || a.pointers) && !a.array)
+        return Travel::address;
     const bool read = reads_places(entry) && !a.array && (a.kind == Kind::real || a.kind == Kind::handle) &&
-                      !is_complex_number(a, entry);
+                      (entry.row->family->core_has_widths() || !is_complex_number(a, entry));
     return read ? Travel::number : usual.at(a.kind);
 }
 
@@ -74,11 +78,12 @@ Fill fill(const Parameter& p, const Entry& entry)
 {
     const Class frame = entry.frame();
     const bool narrow = entry.width == Width::narrow;
-    if (frame == Class::passed || frame == Class::chain || frame == Class::called)
+    if (frame == Class::passed || frame == Class::chain || frame == Class::called || frame == Class::relayed)
         return Fill::as_it_is;
     if (frame == Class::handed)
         return p.travel == Travel::integer || p.travel == Travel::letter || p.travel == Travel::number
                    ? Fill::read
+               : entry.row->family->core_has_widths()                               ? Fill::as_it_is
                : p.travel == Travel::integers && narrow                             ? Fill::copied
                : p.travel == Travel::value && narrow && p.argument->is_integer()    ? Fill::widened
                : p.travel == Travel::value && is_complex_number(*p.argument, entry) ? Fill::addressed
@@ -125,7 +130,7 @@ Callee callee(const Signature& signature, const Entry& entry)
         else if (const Argument* a = signature.parameters[i].argument; a == nullptr || !a->kept)
             place(i);
     if (entry.frame() == Class::handed || entry.frame() == Class::passed || entry.frame() == Class::chain ||
-        entry.frame() == Class::called)
+        entry.frame() == Class::called || entry.frame() == Class::relayed)
         return core;
     if (row.groups)
         core.places.push_back({Fill::constant, -1, entry.width == Width::narrow ? "1" : "0"});
@@ -144,6 +149,7 @@ std::string source_of(const Entry& entry)
                                                         {Class::bare, "bare"},
                                                         {Class::carried, "carried"},
                                                         {Class::check, "check"},
+                                                        {Class::relayed, "relayed"},
                                                         {Class::handed, "handed"},
                                                         {Class::passed, "passed"},
                                                         {Class::chain, "chain"},
@@ -262,6 +268,7 @@ Signature entry_signature(const Entry& entry)
     const bool frameless = entry.frame() == Class::bare || entry.frame() == Class::carried ||
                            entry.frame() == Class::passed || entry.frame() == Class::chain ||
                            entry.frame() == Class::called || entry.frame() == Class::own ||
+                           entry.frame() == Class::relayed ||
                            (entry.frame() == Class::handed && !row.has_check());
     if (!frameless)
         s.trace = entry.format();

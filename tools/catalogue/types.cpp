@@ -71,6 +71,13 @@ void read_type_statement(Lexer& lexer)
         lexer.fail_at(lexer.first_line(), "'" + type.word + "'", "a word that means no other type");
 }
 
+bool is_address_type(const std::string& c_type)
+{
+    return c_type.find('*') != std::string::npos ||
+           std::any_of(types().begin(), types().end(),
+                       [&](const Type& t) { return t.address && t.single == c_type; });
+}
+
 std::string c_type(const std::string& type, const Precision& precision, Width width)
 {
     if (type == "int" || type == "logical")

@@ -22,6 +22,9 @@ const Type* find_type(const std::string& word);
 /// Reads `type WORD C-TYPE`, and adds it. A word may be told again if it means the same.
 void read_type_statement(Lexer& lexer);
 
+/// Whether a C type is that of an address, as far as the tables tell.
+bool is_address_type(const std::string& c_type);
+
 /// The C type of a word, for a letter and a width.
 std::string c_type(const std::string& type, const Precision& precision, Width width);
 

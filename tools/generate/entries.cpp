@@ -48,6 +48,7 @@ std::string body(const Entry& entry)
         return call("scratch<" + core + ">", {cell, format, name, length, jump, extent}, entry);
     }
     case Class::check: // has no entry
+    case Class::relayed:
     case Class::handed:
     case Class::passed:
     case Class::chain:
@@ -89,6 +90,25 @@ std::string check_text(const Entry& entry)
                          {quoted(entry.report_name()), std::to_string(entry.report_name().size())}, entry));
 }
 
+/// An entry and its check, which hand all words on as they came.
+std::string relayed_text(const Entry& entry)
+{
+    Words types{tests_name(*entry.row)};
+    for (const std::string& type : parameter_types(entry))
+        types.push_back(type);
+    const std::string name = entry.report_name();
+    std::string text =
+        "QNM_RELAYED(" +
+        joined({entry.name(), entry.check(), entry.core(),
+                "verdict<" + joined(types) + ">(" +
+                    joined({quoted(name), std::to_string(name.size()), "arguments"}) + ")"}) +
+        ")\n";
+    for (const std::string& spelling : entry.spellings())
+        if (spelling != entry.name())
+            text += "QNM_SAME(" + spelling + ", " + entry.name() + ")\n";
+    return text + "\n";
+}
+
 std::string entry_text(const Entry& entry)
 {
     const Words spellings = entry.spellings();
@@ -109,6 +129,11 @@ std::string source_text(const Catalogue& tables, const std::string& table)
 std::string framed_text(const Row& row, std::set<std::string>& declared)
 {
     std::string text = row.has_check() ? tests_text(row) + "\n" : "";
+    if (row.entry_class == Class::relayed) {
+        for (const Entry& entry : Catalogue::entries(row))
+            text += relayed_text(entry);
+        return text;
+    }
     for (const Entry& entry : Catalogue::checks(row))
         text += check_text(entry);
     for (const Entry& entry : Catalogue::entries(row)) {

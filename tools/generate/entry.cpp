@@ -145,9 +145,18 @@ Words parameters(const Entry& entry)
         list.emplace_back("const void* result");
     if (character_result(*entry.row))
         list.emplace_back("hidden_length");
-    for (const Argument& a : entry.row->arguments)
-        list.push_back(entry_type(a, entry) + " " + a.name);
+    const Words types = parameter_types(entry);
+    for (std::size_t i = 0; i < types.size(); ++i)
+        list.push_back(types[i] + " " + entry.row->arguments[i].name);
     return list;
+}
+
+Words parameter_types(const Entry& entry)
+{
+    Words types;
+    for (const Argument& a : entry.row->arguments)
+        types.push_back(entry_type(a, entry));
+    return types;
 }
 
 Words core_parameters(const Entry& entry)

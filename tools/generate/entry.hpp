@@ -13,6 +13,7 @@ bool copies_arrays(const catalogue::Entry& entry);
 /// The length of a character result has no name: what stands for it in a call says that the core gets 1.
 std::string result_type(const catalogue::Entry& entry);
 Words parameters(const catalogue::Entry& entry);
+Words parameter_types(const catalogue::Entry& entry);
 Words core_parameters(const catalogue::Entry& entry);
 
 /// Parameters and the hidden lengths behind them.

@@ -22,10 +22,9 @@ std::string jump_text(const std::string& name, const std::string& target, const 
 /// A public type inside the library, where all addresses are of one type.
 std::string inside(const std::string& type)
 {
-    static const std::vector<std::string> numbers{"char", "int", "float", "double", "size_t"};
-    if (std::find(numbers.begin(), numbers.end(), type) != numbers.end())
-        return type == "size_t" ? "unsigned long" : type;
-    return type == "qnm_int64" ? "core_int" : "const void*";
+    if (type == "size_t" || type == "qnm_int64")
+        return type == "size_t" ? "unsigned long" : "core_int";
+    return is_address_type(type) ? "const void*" : type;
 }
 
 /// What stands at the address of a parameter that is read.
@@ -36,7 +35,7 @@ std::string pointee(const std::string& type)
 }
 
 /// An argument of the core's call with its type.
-std::pair<std::string, std::string> handed_place(const Place& place, const Signature& s, bool or_zero)
+std::pair<std::string, std::string> handed_place(const Place& place, const Signature& s, const Family& family)
 {
     if (place.fill == Fill::constant)
         return {"core_int", place.constant};
@@ -44,8 +43,8 @@ std::pair<std::string, std::string> handed_place(const Place& place, const Signa
     const bool integer = p.argument->is_integer();
     switch (place.fill) {
     case Fill::read:
-        return {integer ? "core_int" : pointee(p.type),
-                (or_zero && integer ? "or_zero(" + p.name + ")" : "*" + p.name)};
+        return {integer && !family.core_has_widths() ? "core_int" : pointee(p.type),
+                (family.kernels && integer ? "or_zero(" + p.name + ")" : "*" + p.name)};
     case Fill::widened:
         return {"core_int", p.name};
     case Fill::addressed:
@@ -68,7 +67,7 @@ std::string kernel_cell(const std::string& name, const std::string& kernel, cons
 
 /// A function that hands on values for addresses, addresses for values, or constants. `cell` is that of the
 /// kernel that it calls, and empty where it calls the core.
-std::string handed_text(const Signature& s, const std::string& cell, bool fresh)
+std::string handed_text(const Signature& s, const Family& family, const std::string& cell, bool fresh)
 {
     Words parameters, types, passed;
     for (const Parameter& p : s.parameters) {
@@ -77,7 +76,7 @@ std::string handed_text(const Signature& s, const std::string& cell, bool fresh)
         parameters.push_back((read ? pointee(p.type) + " const*" : inside(p.type)) + " " + p.name);
     }
     for (const Place& place : s.callees.front().places) {
-        const auto [type, value] = handed_place(place, s, !cell.empty());
+        const auto [type, value] = handed_place(place, s, family);
         types.push_back(type);
         passed.push_back(value);
     }
@@ -148,7 +147,7 @@ std::string entry_text(const Signature& s, const Row& row, const std::string& ce
                                  ? is_jump(s) ? jump_text(s.names.front(), s.callees.front().name, row) : ""
                              : alone ? bound_jump_text(s)
                                      : "";
-    return jump.empty() ? handed_text(s, cell, fresh) : jump;
+    return jump.empty() ? handed_text(s, *row.family, cell, fresh) : jump;
 }
 
 /// A body that is a template by the name of its root: `?ge_trans` is `ge_trans<T, I>`.
