@@ -11,6 +11,7 @@
 #include <qnm/poisson.h>
 #include <qnm/services.h>
 #include <qnm/sparse.h>
+#include <qnm/sparse_types.h>
 #include <qnm/trans.h>
 #include <qnm/types.h>
 #include <qnm/vml.h>

@@ -4,5 +4,5 @@
 #define QNM_JUMP_ALIGNMENT 0 // hundreds side by side, none of them in a loop of the layer's
 #include "frame/complex.hpp"
 #include "frame/jumps.hpp"
-#include "qnm/core/sparse.h"
+#include "qnm/sparse_types.h"
 #include "sparse/relayed.hpp"

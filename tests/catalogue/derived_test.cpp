@@ -53,6 +53,17 @@ TEST(Derived, FactsAreThosePublished)
             LAPACKE_dge_trans_64 => spelled LAPACKE_dge_trans_64 result void arguments 1: matrix_layout, int
                 ... ldin, qnm_int64;  LAPACKE_lsame => a, char;
 
+            QNM_SPARSE_D_MV => steps handed, src/frame/jumps.hpp ... calls qnm_sparse_d_mv_i4(*operation, *alpha, *A,
+                *descr, x, *beta, y) ... 3: A, const qnm_sparse_matrix_t* ... 7: y, double* end;
+            qnm_sparse_z_set_value => calls qnm_sparse_z_set_value_i4(A, row, col, value)
+                ... 2: row, int ... 4: value, qnm_complex16 end;
+            QNM_SPARSE_D_EXPORT_CSR_64 => calls qnm_sparse_d_export_csr_i8(*A, indexing, rows, cols, rows_start,
+                ... rows, qnm_int64* ... rows_start, qnm_int64** ... values, double** end;
+            qnm_dcsrmv => steps relayed, src/sparse/relayed.hpp on src/frame/relay.hpp
+                spelled QNM_DCSRMV qnm_dcsrmv qnm_dcsrmv_ result void calls qnm_spblas_lp64_qnm_dcsrmv(transa, m, k,
+                ... 12: y, double* check qnm_spblas_errchk_qnm_dcsrmv, reports "qnm_dcsrmv" tests, in this order
+                1: transa in NTC 2: m >= 0 3: k >= 0 end;
+
             qnm_set_num_threads => spelled QNM_SET_NUM_THREADS qnm_set_num_threads qnm_set_num_threads_ result
                 ... calls qnm_serv_set_num_threads(*count);
             QNM_Set_Num_Threads => calls qnm_serv_set_num_threads(count) ... count, int end;

@@ -126,7 +126,8 @@ TEST(Refusals, OfArgumentsAndClauses)
         chain do_ DO => end of the row: expected a further name of the chain, or its arguments;
         passed double x, more, int n => ',': expected ',', ...;
         own in frame/ => end of the row: expected the file's name;
-        passed ahead => end of the row: expected a function that is called ahead of the jump;)");
+        passed ahead => end of the row: expected a function that is called ahead of the jump;
+        relayed int n >= 0 => 'blas': expected a family of narrow forms by reference;)");
 }
 
 TEST(Refusals, OfTestsAndExpressions)

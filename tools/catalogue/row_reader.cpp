@@ -194,6 +194,12 @@ void read_class(Lexer& lexer, Row& row)
 {
     if (row.family->core.empty() && row.entry_class != Class::own)
         lexer.fail_at(row.line, "'" + row.family->name + "'", "a family with a core");
+    const auto unfit = [](const Form& form) {
+        return form.convention != Convention::reference || form.width != Width::narrow;
+    };
+    if (row.entry_class == Class::relayed &&
+        std::any_of(row.family->forms.begin(), row.family->forms.end(), unfit))
+        lexer.fail_at(row.line, "'" + row.family->name + "'", "a family of narrow forms by reference");
     if (row.entry_class == Class::passed && lexer.accept("ahead"))
         row.ahead = lexer.identifiers("a function that is called ahead of the jump");
     if (row.entry_class == Class::chain)

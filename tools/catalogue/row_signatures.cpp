@@ -163,6 +163,8 @@ std::string source_of(const Entry& entry)
     case Class::chain:
     case Class::called:
         return word + ", src/frame/jumps.hpp";
+    case Class::relayed:
+        return word + ", " + folder + "relayed.hpp on src/frame/relay.hpp";
     case Class::handed:
         return word + (entry.row->has_check()       ? ", " + folder + "entry.hpp"
                        : entry.row->family->kernels ? ", " + folder + "kernel.hpp"

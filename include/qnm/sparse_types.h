@@ -3,8 +3,8 @@
  *
  * A core has two functions for each operation, qnm_sparse_d_mv_i4 and qnm_sparse_d_mv_i8, with the arguments of
  * the C names qnm_sparse_d_mv and qnm_sparse_d_mv_64. */
-#ifndef QNM_CORE_SPARSE_H
-#define QNM_CORE_SPARSE_H
+#ifndef QNM_SPARSE_TYPES_H
+#define QNM_SPARSE_TYPES_H
 
 #ifdef __cplusplus
 extern "C" {
