@@ -84,12 +84,12 @@ int run(const std::vector<std::string>& words)
     std::set<std::string> told;
     for (const Signature& s : tables.signatures()) {
         const Family& family = tables.families().at(s.family);
-        const std::string& pattern = family.core;
-        if (s.callees.empty() || pattern.empty() || family.kernels || !family.calls.empty() ||
-            s.form->width == Width::wide)
+        const bool wide = s.form->width == Width::wide;
+        const std::string& pattern = wide ? family.wide_core : family.core;
+        if (s.callees.empty() || pattern.empty() || family.kernels || !family.calls.empty())
             continue;
         const std::string core = s.callees.front().name;
-        const std::string prefix = pattern.substr(0, pattern.size() - std::string("name").size());
+        const std::string prefix = pattern.substr(0, to_lower(pattern).find("name"));
         if (core.rfind(prefix, 0) != 0 || !told.insert(core).second) // a chain's links jump to each other
             continue;
         const std::string stem = core.substr(prefix.size());
