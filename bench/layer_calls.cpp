@@ -3,6 +3,7 @@
 
 #include <qnm/df.h>
 #include <qnm/poisson.h>
+#include <qnm/sparse_types.h>
 #include <qnm/vsl.h>
 
 namespace qnm::bench {
@@ -98,6 +99,12 @@ std::unique_ptr<Work> by_products(const Library& layer)
     return calls(layer, "vslsConvExec", task, x, &stride, y, &stride, z, &stride);
 }
 
+// A core gives these back at once: there is no handle, and no element.
+constexpr qnm_sparse_matrix_t nothing = nullptr;
+constexpr qnm_sparse_descr_t general{};
+constexpr double one = 1;
+constexpr int plain = QNM_SPARSE_OPERATION_NON_TRANSPOSE, zero = 0;
+
 } // namespace
 
 const std::vector<Call> layer_calls = {
@@ -158,6 +165,29 @@ const std::vector<Call> layer_calls = {
                       std::int64_t{VSL_SS_METHOD_FAST});
      }},
     {"dfdInterpolate1D", 95, by_line},
-    {"vslsConvExec", 1, by_products}};
+    {"vslsConvExec", 1, by_products},
+    {"qnm_sparse_d_mv", 2,
+     [](const Library& l) {
+         return calls(l, "qnm_sparse_d_mv", plain, one, nothing, general, line[0], one, line[1]);
+     }},
+    {"QNM_SPARSE_D_MV", 12,
+     [](const Library& l) {
+         return calls(l, "QNM_SPARSE_D_MV", &plain, &one, &nothing, &general, line[0], &one, line[1]);
+     }},
+    {"QNM_SPARSE_D_CREATE_CSR", 5,
+     [](const Library& l) {
+         return calls(l, "QNM_SPARSE_D_CREATE_CSR", nullptr, &zero, &zero, &zero, nullptr, nullptr, nullptr,
+                      nullptr);
+     }},
+    {"QNM_SPARSE_D_GV", 25,
+     [](const Library& l) {
+         return calls(l, "QNM_SPARSE_D_GV", "S", nullptr, &nothing, &general, &nothing, &general, &zero,
+                      nullptr, nullptr, nullptr, nullptr);
+     }},
+    {"QNM_DCSRMV", 50, [](const Library& l) {
+         static double x = 0;
+         static int row = 1;
+         return calls(l, "QNM_DCSRMV", "N", &zero, &zero, &one, "GLNF", &x, &row, &row, &row, &x, &one, &x);
+     }}};
 
 } // namespace qnm::bench

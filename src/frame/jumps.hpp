@@ -15,11 +15,12 @@
 /// may be told that come first.
 #define QNM_FORWARD(NAME, TARGET, ...)                                                                       \
     asm(".pushsection .text\n"                                                                               \
-        ".p2align " QNM_TEXT(QNM_JUMP_ALIGNMENT) "\n"                                                       \
-        ".globl " #NAME "\n"                                                                                 \
-        ".type " #NAME ", @function\n" #NAME ": " __VA_ARGS__ "jmp " #TARGET "@PLT\n"                        \
-        ".size " #NAME ", .-" #NAME "\n"                                                                     \
-        ".popsection");
+        ".p2align " QNM_TEXT(QNM_JUMP_ALIGNMENT) "\n"                                                        \
+                                                 ".globl " #NAME "\n"                                        \
+                                                 ".type " #NAME ", @function\n" #NAME ": " __VA_ARGS__       \
+                                                 "jmp " #TARGET "@PLT\n"                                     \
+                                                 ".size " #NAME ", .-" #NAME "\n"                            \
+                                                 ".popsection");
 
 /// A further spelling at the same address.
 #define QNM_SAME(NAME, FIRST)                                                                                \

@@ -1,6 +1,6 @@
-// Entries that look at their arguments, or register, and hand on to the core everything as it came: registers,
-// the caller's stack words, hidden lengths. No compiler is asked to do that: what it makes of a long argument
-// list copies stack words, or calls where a jump would do.
+// Entries that look at their arguments, or register, and hand on to the core everything as it came:
+// registers, the caller's stack words, hidden lengths. No compiler is asked to do that: what it makes of a
+// long argument list copies stack words, or calls where a jump would do.
 #pragma once
 
 #include "frame/types.hpp"
@@ -8,8 +8,8 @@
 #define QNM_PUSHED(REGISTER) "push %" #REGISTER "\n.cfi_adjust_cfa_offset 8\n"
 #define QNM_POPPED(REGISTER) "pop %" #REGISTER "\n.cfi_adjust_cfa_offset -8\n"
 
-/// The arguments' registers as an array, first argument first, directly below the return address, behind which
-/// the caller's stack words stand; and back.
+/// The arguments' registers as an array, first argument first, directly below the return address, behind
+/// which the caller's stack words stand; and back.
 #define QNM_SAVE_ARGUMENTS                                                                                   \
     QNM_PUSHED(r9) QNM_PUSHED(r8) QNM_PUSHED(rcx) QNM_PUSHED(rdx) QNM_PUSHED(rsi) QNM_PUSHED(rdi)
 #define QNM_RESTORE_ARGUMENTS                                                                                \
@@ -17,27 +17,26 @@
 
 /// Tells the core the head of a chain, whose address is fetched through the dynamic symbol table each time.
 #define QNM_REGISTER(SETTER, HEAD) "mov " #HEAD "@GOTPCREL(%rip), %rdi\ncall " #SETTER "@PLT\n"
+#define QNM_REGISTER_XERBLA QNM_REGISTER(qnm_set_xerbla_interface, cdecl_xerbla)
+
+/// The array takes six words and the return address one: another one aligns the stack.
+#define QNM_ALIGN "sub $8, %rsp\n.cfi_adjust_cfa_offset 8\n"
+#define QNM_UNALIGN "add $8, %rsp\n.cfi_adjust_cfa_offset -8\n"
+#define QNM_ASK(VERDICT) "lea 8(%rsp), %rdi\ncall " #VERDICT "\n"
 
 #define QNM_BEGIN(NAME)                                                                                      \
+    ".pushsection .text\n"                                                                                   \
     ".globl " #NAME "\n"                                                                                     \
     ".type " #NAME ", @function\n" #NAME ":\n.cfi_startproc\n"
-#define QNM_END(NAME) ".cfi_endproc\n.size " #NAME ", .-" #NAME "\n"
+#define QNM_END(NAME) ".cfi_endproc\n.size " #NAME ", .-" #NAME "\n.popsection"
 
-/// An entry that registers, asks VERDICT, which gets the array's address, and unless refused jumps to the core;
-/// and the same verdict behind the entry's own signature, exported as a check.
+/// An entry that registers, asks VERDICT, which gets the array's address, and unless refused jumps to the
+/// core; and the same verdict behind the entry's own signature, exported as a check.
 #define QNM_RELAY(ENTRY, CHECK, VERDICT, CORE)                                                               \
-    asm(".pushsection .text\n" QNM_BEGIN(ENTRY) QNM_SAVE_ARGUMENTS                                           \
-        "sub $8, %rsp\n.cfi_adjust_cfa_offset 8\n" QNM_REGISTER(qnm_set_xerbla_interface, cdecl_xerbla)      \
-        "lea 8(%rsp), %rdi\n"                                                                                \
-        "call " #VERDICT "\n"                                                                                \
-        "add $8, %rsp\n.cfi_adjust_cfa_offset -8\n"                                                          \
-        "test %eax, %eax\n" QNM_RESTORE_ARGUMENTS "je " #CORE "@PLT\n"                                       \
-        "ret\n" QNM_END(ENTRY) QNM_BEGIN(CHECK) QNM_SAVE_ARGUMENTS                                           \
-        "sub $8, %rsp\n.cfi_adjust_cfa_offset 8\n"                                                           \
-        "lea 8(%rsp), %rdi\n"                                                                                \
-        "call " #VERDICT "\n"                                                                                \
-        "add $56, %rsp\n.cfi_adjust_cfa_offset -56\n"                                                        \
-        "ret\n" QNM_END(CHECK) ".popsection");
+    asm(QNM_BEGIN(ENTRY) QNM_SAVE_ARGUMENTS QNM_ALIGN QNM_REGISTER_XERBLA QNM_ASK(VERDICT) QNM_UNALIGN       \
+        "test %eax, %eax\n" QNM_RESTORE_ARGUMENTS "je " #CORE "@PLT\nret\n" QNM_END(ENTRY));                 \
+    asm(QNM_BEGIN(CHECK) QNM_SAVE_ARGUMENTS QNM_ALIGN QNM_ASK(VERDICT) QNM_UNALIGN QNM_RESTORE_ARGUMENTS     \
+        "ret\n" QNM_END(CHECK));
 
 namespace qnm {
 

@@ -1,4 +1,5 @@
-// Entries of the classic sparse BLAS: register, check, and jump to the core, which gets every word as it came.
+// Entries of the classic sparse BLAS: register, check, and jump to the core, which gets every word as it
+// came.
 #pragma once
 
 #include "frame/check.hpp"
@@ -9,8 +10,8 @@
 
 /// An entry and its exported check, which share the row's verdict.
 #define QNM_RELAYED(ENTRY, CHECK, CORE, ...)                                                                 \
-    static int ENTRY##_verdict(Word* arguments) asm(#ENTRY ".verdict");                                     \
-    [[gnu::used]] static int ENTRY##_verdict(Word* arguments)                                               \
+    static int ENTRY##_verdict(Word* arguments) asm(#ENTRY ".verdict");                                      \
+    [[gnu::used]] static int ENTRY##_verdict(Word* arguments)                                                \
     {                                                                                                        \
         return __VA_ARGS__;                                                                                  \
     }                                                                                                        \
@@ -18,15 +19,19 @@
 
 namespace qnm::sparse {
 
-/// 0 if all is well, else 1 after the report, which goes to the head of the chain itself. Arguments are read in
-/// their place, as far as the tests get.
+template <class Tests, class... P, std::size_t... i>
+QNM_INLINE int position(Word* arguments, std::index_sequence<i...> /*places*/)
+{
+    return Tests::template code<int>(In<P>{saved<P, i>(arguments)}...);
+}
+
+/// 0 if all is well, else 1 after the report, which goes to the head of the chain itself. Arguments are read
+/// in their place, as far as the tests get.
 template <class Tests, class... P>
 QNM_INLINE int verdict(const char* name, int length, Word* arguments)
 {
-    const int position = [&]<std::size_t... i>(std::index_sequence<i...>) QNM_INLINE_LAMBDA {
-        return Tests::template code<int>(In<P>{saved<P, i>(arguments)}...);
-    }(std::index_sequence_for<P...>{});
-    return unlikely(position != 0) ? report_argument<int, cdecl_xerbla>(name, length, position) : 0;
+    const int bad = position<Tests, P...>(arguments, std::index_sequence_for<P...>{});
+    return unlikely(bad != 0) ? report_argument<int, cdecl_xerbla>(name, length, bad) : 0;
 }
 
 } // namespace qnm::sparse

@@ -300,11 +300,11 @@ void add_sparse(std::vector<Names>& all)
                 all.push_back(spelled(pattern, name));
 
     Names classic;
-    for (const std::string& name :
-         lettered("sdcz", "bsrgemv bsrmm bsrmv bsrsm bsrsv bsrsymv bsrtrsv coogemv coomm coomv coosm coosv "
-                          "coosymv cootrsv cscmm cscmv cscsm cscsv csradd csrbsr csrcoo csrcsc csrdia csrgemv "
-                          "csrmm csrmultcsr csrmultd csrmv csrsky csrsm csrsv csrsymv csrtrsv diagemv diamm "
-                          "diamv diasm diasv diasymv diatrsv dnscsr skymm skymv skysm skysv"))
+    for (const std::string& name : lettered(
+             "sdcz", "bsrgemv bsrmm bsrmv bsrsm bsrsv bsrsymv bsrtrsv coogemv coomm coomv coosm coosv "
+                     "coosymv cootrsv cscmm cscmv cscsm cscsv csradd csrbsr csrcoo csrcsc csrdia csrgemv "
+                     "csrmm csrmultcsr csrmultd csrmv csrsky csrsm csrsv csrsymv csrtrsv diagemv diamm "
+                     "diamv diasm diasv diasymv diatrsv dnscsr skymm skymv skysm skysv"))
         classic.push_back("qnm_" + name);
     for (const std::string& name : lettered("sdcz", "bsrgemv bsrsymv bsrtrsv coogemv coosymv cootrsv csrgemv "
                                                     "csrsymv csrtrsv"))

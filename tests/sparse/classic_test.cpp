@@ -1,5 +1,5 @@
-// Classic entries: what is looked at, in which order, by letters and bounds told by hand; and that the core gets
-// every word as it came.
+// Classic entries: what is looked at, in which order, by letters and bounds told by hand; and that the core
+// gets every word as it came.
 #include "support/function_call.hpp"
 #include "support/published.hpp"
 
@@ -16,9 +16,9 @@ using support::Word;
 /// argument; `.` is not looked at. Behind `@` stands the number that is reported if it is not the position.
 std::vector<std::pair<std::string, std::string>> stems()
 {
-    const std::map<std::string, std::string> simple{{"csr", ". . ."}, {"bsr", "1 . . ."},
-                                                    {"coo", ". . . 0"}, {"dia", ". m . 0"}},
-        matrices{{"csr", ". . . ."}, {"csc", ". . . ."},  {"bsr", ". . . ."},
+    const std::map<std::string, std::string> simple{
+        {"csr", ". . ."}, {"bsr", "1 . . ."}, {"coo", ". . . 0"}, {"dia", ". m . 0"}},
+        matrices{{"csr", ". . . ."}, {"csc", ". . . ."}, {"bsr", ". . . ."},
                  {"coo", ". . . 0"}, {"dia", ". m . 0"}, {"sky", ". ."}};
     std::vector<std::pair<std::string, std::string>> all;
     for (const auto& [format, matrix] : simple)
@@ -38,16 +38,15 @@ std::vector<std::pair<std::string, std::string>> stems()
               {"sm", "0 0", ". . . ."}})
             all.emplace_back("qnm_?" + format + operation, "NTC " + sizes + (format == "bsr" ? " 1" : "") +
                                                                " . . " + matrix + " " + behind);
-    for (const auto& [stem, list] :
-         {std::pair{"csradd", "NTC . . 0 0 . . . . . . . . . . . ."},
-          {"csrmultcsr", "NTC . . 0 0 0 . . . . . . . . . . ."},
-          {"csrmultd", "NTC 0 0 0 . . . . . . . ."},
-          {"csrbsr", ". 0 1 . . . . . . ."},
-          {"csrcoo", ". 0 . . . . . . . ."},
-          {"csrcsc", ". 0 . . . . . . ."},
-          {"csrdia", ". 0 . . . . . . . . . . ."},
-          {"csrsky", ". 0 . . . . . ."},
-          {"dnscsr", ". 0 0 . . . . . ."}})
+    for (const auto& [stem, list] : {std::pair{"csradd", "NTC . . 0 0 . . . . . . . . . . . ."},
+                                     {"csrmultcsr", "NTC . . 0 0 0 . . . . . . . . . . ."},
+                                     {"csrmultd", "NTC 0 0 0 . . . . . . . ."},
+                                     {"csrbsr", ". 0 1 . . . . . . ."},
+                                     {"csrcoo", ". 0 . . . . . . . ."},
+                                     {"csrcsc", ". 0 . . . . . . ."},
+                                     {"csrdia", ". 0 . . . . . . . . . . ."},
+                                     {"csrsky", ". 0 . . . . . ."},
+                                     {"dnscsr", ". 0 0 . . . . . ."}})
         all.emplace_back("qnm_?" + std::string(stem), list);
     return all;
 }
@@ -71,7 +70,8 @@ public:
             const std::string word = told[i].substr(0, at);
             if (word == ".")
                 continue;
-            const int code = at == std::string::npos ? static_cast<int>(i) + 1 : std::stoi(told[i].substr(at + 1));
+            const int code =
+                at == std::string::npos ? static_cast<int>(i) + 1 : std::stoi(told[i].substr(at + 1));
             const bool option = word.find_first_not_of("NTCUL") == std::string::npos;
             tests.push_back({i, code, option ? word : "", option ? "" : word});
             if (word == "0" && m == nullptr)
@@ -100,7 +100,8 @@ public:
             EXPECT_EQ(core().calls().back().word(i), passed[i].bits()) << "word " << i;
         const int code = verdict(refused);
         core().clear();
-        EXPECT_EQ(support::call_words(layer()["qnm_spblas_errchk_" + name], passed).int32(), code != 0 ? 1 : 0);
+        EXPECT_EQ(support::call_words(layer()["qnm_spblas_errchk_" + name], passed).int32(),
+                  code != 0 ? 1 : 0);
         EXPECT_EQ(verdict(core().calls()), code) << "the check alone";
         return code;
     }
@@ -171,8 +172,8 @@ TEST_F(Classic, LettersAndBoundsAreThosePublishedAndTheCoreGetsEveryWord)
             }
             for (const char letter : test.letters.empty() ? std::string() : std::string("NTCULRXntcul ")) {
                 value = letter;
-                const bool one_of_them = test.letters.find(static_cast<char>(std::toupper(letter))) !=
-                                         std::string::npos;
+                const bool one_of_them =
+                    test.letters.find(static_cast<char>(std::toupper(letter))) != std::string::npos;
                 EXPECT_EQ(call.judged(), one_of_them ? 0 : test.code) << letter;
             }
             value = good;

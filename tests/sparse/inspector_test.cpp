@@ -51,9 +51,9 @@ std::vector<Operation> operations()
             for (const char letter : letters)
                 for (const bool wide : {false, true})
                     if (!wide || !narrow_only)
-                        all.push_back({"qnm_sparse_" + (letter == ' ' ? "" : std::string(1, letter) + "_") +
-                                           told[i],
-                                       told[i + 1], letter, wide});
+                        all.push_back(
+                            {"qnm_sparse_" + (letter == ' ' ? "" : std::string(1, letter) + "_") + told[i],
+                             told[i + 1], letter, wide});
     };
     add("sdcz", of_each_letter, false);
     add(" ", of_no_letter, false);
@@ -132,7 +132,8 @@ public:
         for (std::size_t i = 0; i < stack_.size(); ++i)
             EXPECT_EQ(noted.word(6 + i) & stack_[i].second, stack_[i].first) << "stack word " << i;
         for (std::size_t i = 0; i < reals_.size(); ++i)
-            EXPECT_EQ(noted.arguments().vectors.at(i).low & reals_[i].second, reals_[i].first) << "real " << i;
+            EXPECT_EQ(noted.arguments().vectors.at(i).low & reals_[i].second, reals_[i].first)
+                << "real " << i;
     }
 
 private:

@@ -23,11 +23,11 @@ enum class Class {
     carried, // arrays of integers too are widened, on the stack, and come back
     check,
     relayed, // checked, then a jump to the core with everything as it came
-    handed, // references turned into values, values into addresses, as the core's function takes them
-    passed, // a jump to the core with everything as it came
-    chain,  // jumps from each name to the next through the dynamic symbol table, the last to the core
-    called, // no entry: the layer calls the core's function itself
-    own     // a body written by hand, or a variable
+    handed,  // references turned into values, values into addresses, as the core's function takes them
+    passed,  // a jump to the core with everything as it came
+    chain,   // jumps from each name to the next through the dynamic symbol table, the last to the core
+    called,  // no entry: the layer calls the core's function itself
+    own      // a body written by hand, or a variable
 };
 
 /// How an argument travels.

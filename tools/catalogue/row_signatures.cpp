@@ -267,11 +267,10 @@ Signature entry_signature(const Entry& entry)
     }
     if (row.has_check())
         s.check = entry.check();
-    const bool frameless = entry.frame() == Class::bare || entry.frame() == Class::carried ||
-                           entry.frame() == Class::passed || entry.frame() == Class::chain ||
-                           entry.frame() == Class::called || entry.frame() == Class::own ||
-                           entry.frame() == Class::relayed ||
-                           (entry.frame() == Class::handed && !row.has_check());
+    const bool frameless =
+        entry.frame() == Class::bare || entry.frame() == Class::carried || entry.frame() == Class::passed ||
+        entry.frame() == Class::chain || entry.frame() == Class::called || entry.frame() == Class::own ||
+        entry.frame() == Class::relayed || (entry.frame() == Class::handed && !row.has_check());
     if (!frameless)
         s.trace = entry.format();
     if (!frameless && entry.frame() != Class::handed)

@@ -97,12 +97,11 @@ std::string relayed_text(const Entry& entry)
     for (const std::string& type : parameter_types(entry))
         types.push_back(type);
     const std::string name = entry.report_name();
-    std::string text =
-        "QNM_RELAYED(" +
-        joined({entry.name(), entry.check(), entry.core(),
-                "verdict<" + joined(types) + ">(" +
-                    joined({quoted(name), std::to_string(name.size()), "arguments"}) + ")"}) +
-        ")\n";
+    std::string text = "QNM_RELAYED(" +
+                       joined({entry.name(), entry.check(), entry.core(),
+                               "verdict<" + joined(types) + ">(" +
+                                   joined({quoted(name), std::to_string(name.size()), "arguments"}) + ")"}) +
+                       ")\n";
     for (const std::string& spelling : entry.spellings())
         if (spelling != entry.name())
             text += "QNM_SAME(" + spelling + ", " + entry.name() + ")\n";
