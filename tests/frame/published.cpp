@@ -1,6 +1,7 @@
 #include "published.hpp"
 
 #include "cblas/members.hpp"
+#include "sparse/members.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -267,51 +268,15 @@ void add_statistics(std::vector<Names>& all)
     both("DFNAME_", "dfname_", fitting);
 }
 
-/// Sparse matrices: operations on handles, most of them in both widths, and the classic entries with their
-/// checks.
+/// Sparse matrices: operations on handles, and classic routines with their checks.
 void add_sparse(std::vector<Names>& all)
 {
-    Names operations, narrow;
-    for (const std::string& name :
-         words("create_coo create_csr create_csc create_bsr export_bsr export_csr export_csc set_value spmmd "
-               "update_values set_coo_data_arrays set_csr_data_arrays set_csc_data_arrays "
-               "set_bsr_data_arrays add mv dotmv trsv mm trsm syrkd sp2md symgs symgs_mv syprd lu_smoother "
-               "sorv do_sp2m do_sp2m_allocate_C_handle update_C_handle_data_for_matmat do_order "
-               "do_set_inplace_copy do_set_is_sycl_cpu do_get_sorted_property"))
-        for (const char* letter : {"s_", "d_", "c_", "z_"})
-            operations.push_back(letter + name);
-    for (const std::string& name :
-         words("copy destroy get_error_info convert_csr convert_bsr set_verbose_mode set_mv_hint "
-               "set_symgs_hint set_dotmv_hint set_mm_hint set_sv_hint set_sm_hint set_lu_smoother_hint "
-               "set_sorv_hint set_memory_hint optimize spmm sp2m syrk sypr order set_inplace_copy "
-               "set_is_sycl_cpu get_sorted_property"))
-        operations.push_back(name);
-    for (const std::string& name : words("qr qr_factorize qr_solve qr_qmult qr_rsolve gv ev svd"))
-        for (const char* letter : {"s_", "d_"})
-            narrow.push_back(letter + name);
-    for (const std::string& name : words("set_qr_hint qr_reorder ee_init"))
-        narrow.push_back(name);
-    for (const std::string& name : operations)
-        for (const char* pattern : {"qnm_sparse_Name_64", "QNM_SPARSE_NAME_64"})
-            all.push_back(spelled(pattern, name));
-    for (const Names* names : {&operations, &narrow})
-        for (const std::string& name : *names)
-            for (const char* pattern : {"qnm_sparse_Name", "QNM_SPARSE_NAME"})
-                all.push_back(spelled(pattern, name));
-
-    Names classic;
-    for (const std::string& name : lettered(
-             "sdcz", "bsrgemv bsrmm bsrmv bsrsm bsrsv bsrsymv bsrtrsv coogemv coomm coomv coosm coosv "
-                     "coosymv cootrsv cscmm cscmv cscsm cscsv csradd csrbsr csrcoo csrcsc csrdia csrgemv "
-                     "csrmm csrmultcsr csrmultd csrmv csrsky csrsm csrsv csrsymv csrtrsv diagemv diamm "
-                     "diamv diasm diasv diasymv diatrsv dnscsr skymm skymv skysm skysv"))
-        classic.push_back("qnm_" + name);
-    for (const std::string& name : lettered("sdcz", "bsrgemv bsrsymv bsrtrsv coogemv coosymv cootrsv csrgemv "
-                                                    "csrsymv csrtrsv"))
-        classic.push_back("qnm_cspblas_" + name);
-    for (const std::string& name : classic) {
-        all.push_back(spelled(fortran, name));
-        all.push_back({"qnm_spblas_errchk_" + name});
+    for (const tests::Operation& operation : tests::operations())
+        for (const char* pattern : {"qnm_sparse_Name", "QNM_SPARSE_NAME"})
+            all.push_back(spelled(pattern + std::string(operation.wide ? "_64" : ""), operation.root));
+    for (const tests::ClassicRoutine& routine : tests::classic_routines()) {
+        all.push_back(spelled(fortran, routine.name));
+        all.push_back({"qnm_spblas_errchk_" + routine.name});
     }
 }
 
