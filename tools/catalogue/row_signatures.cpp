@@ -241,8 +241,9 @@ Signature check_signature(const Entry& entry)
         }
     s.report_name = entry.report_name();
     s.names = {entry.check()};
-    s.published = false;
-    s.source = "check, src/frame/check.hpp";
+    const bool relayed = entry.row->entry_class == Class::relayed;
+    s.published = relayed; // programs may ask it ahead of their calls
+    s.source = relayed ? "check, src/frame/relay.hpp" : "check, src/frame/check.hpp";
     s.result = "int";
     return s;
 }
