@@ -1,0 +1,285 @@
+// Products with sparse matrices, and solves: one loop over lines for all of them.
+#include "view.hpp"
+
+#include <limits>
+
+namespace qnm::core::sparse {
+namespace {
+
+constexpr core_int most_columns = 4; // that are taken through a matrix at once
+
+// The language's own product of complex numbers looks for infinities.
+template <class T>
+[[gnu::always_inline]] inline T times(T a, T b)
+{
+    if constexpr (is_complex<T>)
+        return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
+    else
+        return a * b;
+}
+
+/// Elements as they are, or conjugated.
+template <class T>
+struct Read {
+    real_t<T> imaginary; // 1 or -1
+    explicit Read(bool conjugated) : imaginary(conjugated ? real_t<T>(-1) : real_t<T>(1)) {}
+    [[gnu::always_inline]] T operator()(T v) const
+    {
+        if constexpr (is_complex<T>)
+            return {v.real(), imaginary * v.imag()};
+        else
+            return v;
+    }
+};
+
+/// Which elements of a line are the matrix's: those ahead of the diagonal, on it and behind it, as far as
+/// asked for. In matrices of blocks the diagonal is one of blocks.
+struct Part {
+    bool ahead, on, behind;
+    core_int block;
+
+    struct Bounds {
+        core_int from, to;
+        bool hold(core_int index) const { return index >= from && index <= to; }
+    };
+    [[gnu::always_inline]] Bounds of(core_int line, core_int base) const
+    {
+        const core_int diagonal = block == 1 ? line : line - line % block;
+        return {ahead ? 0 : diagonal + (on ? 0 : block) + base,
+                behind ? std::numeric_limits<core_int>::max() : diagonal + (on ? block : 0) - 1 + base};
+    }
+};
+
+template <class View>
+Part part_of(const View& a, Descriptor d)
+{
+    const bool only_diagonal = d.type == Type::diagonal || d.type == Type::block_diagonal;
+    const bool of_blocks = d.type == Type::block_triangular || d.type == Type::block_diagonal;
+    const bool lower = d.mode == Mode::lower;
+    return {!only_diagonal && lower != a.turned, d.diag != Diag::unit && d.type != Type::skew,
+            !only_diagonal && lower == a.turned, of_blocks ? a.block : 1};
+}
+
+enum class Kind { whole, part, mirrored };
+
+template <class T>
+struct Product {
+    Dense<const T> x;
+    Dense<T> y;
+    core_int inputs, outputs;
+    T alpha, mirror_alpha, beta;
+    Read<T> read, read_mirror; // an element, and its mirror image, as op(A) has them
+    Part part;
+    bool unit, real_diagonal;
+
+    /// What a sum is added to.
+    [[gnu::always_inline]] T start(const T* xs, core_int at, T yi, core_int i) const
+    {
+        const T scaled = beta == T{} ? T{} : times(beta, yi);
+        return unit && i < inputs ? scaled + times(alpha, xs[at]) : scaled;
+    }
+};
+
+/// Where the elements of a block of vectors are.
+template <bool by_rows>
+struct Steps {
+    core_int ld;
+    core_int row() const { return by_rows ? ld : 1; }
+    core_int column() const { return by_rows ? 1 : ld; }
+};
+
+// Gathering: a line of op(A) is a row. Else it is a column, and goes to all of y. Mirrored does both at once.
+template <core_int width, bool by_rows, Kind kind, bool gathers, class View, class T>
+void multiply_columns(const View& a, const Product<T>& task, const T* x, T* y)
+{
+    constexpr bool mirrors = kind == Kind::mirrored;
+    const Steps<by_rows> in{task.x.ld}, out{task.y.ld};
+    constexpr bool at_once = gathers && View::once && !mirrors; // a sum is all that comes to its element
+    const bool empty = a.count == 0 || a.others == 0;           // and perhaps there is no x
+    if (!at_once || empty)
+        for (core_int i = 0; i < task.outputs; ++i)
+            for (core_int c = 0; c < width; ++c) {
+                T& yi = y[i * out.row() + c * out.column()];
+                yi = task.start(x, i * in.row() + c * in.column(), yi, i);
+            }
+    if (empty)
+        return;
+    const T* const from = x - a.base * in.row();
+    T* const to = y - a.base * out.row();
+    const Read<T> read = task.read, read_mirror = task.read_mirror;
+    for (core_int k = 0; k < a.count; ++k) {
+        const core_int line = a.line(k);
+        [[maybe_unused]] T sum[width]{}, spread[width];
+        if constexpr (!gathers || mirrors)
+            for (core_int c = 0; c < width; ++c)
+                spread[c] =
+                    times(mirrors ? task.mirror_alpha : task.alpha, x[line * in.row() + c * in.column()]);
+        [[maybe_unused]] Part::Bounds bounds{};
+        if constexpr (kind != Kind::whole)
+            bounds = task.part.of(line, a.base);
+        a.each(k, [&](core_int other, T v) {
+            if constexpr (kind != Kind::whole)
+                if (!bounds.hold(other))
+                    return;
+            if constexpr (mirrors) {
+                if (other - a.base == line) {
+                    if constexpr (is_complex<T>)
+                        v.imag(task.real_diagonal ? 0 : v.imag());
+                } else {
+                    const T image = read_mirror(v);
+                    for (core_int c = 0; c < width; ++c)
+                        to[other * out.row() + c * out.column()] += times(image, spread[c]);
+                }
+            }
+            const T element = read(v);
+            for (core_int c = 0; c < width; ++c)
+                if constexpr (gathers)
+                    sum[c] += times(element, from[other * in.row() + c * in.column()]);
+                else
+                    to[other * out.row() + c * out.column()] += times(element, spread[c]);
+        });
+        if constexpr (gathers)
+            for (core_int c = 0; c < width; ++c) {
+                T& yi = y[line * out.row() + c * out.column()];
+                if constexpr (at_once)
+                    yi = task.start(x, line * in.row() + c * in.column(), yi, line);
+                yi += times(task.alpha, sum[c]);
+            }
+    }
+}
+
+/// Calls work<width, by_rows>(x, y) for some columns after the others.
+template <class T, class Work>
+void by_columns(const Dense<const T>& x, const Dense<T>& y, const Work& work)
+{
+    const auto all = [&]<bool by_rows>(std::bool_constant<by_rows>) {
+        core_int c = 0;
+        const auto some = [&]<core_int width>(std::integral_constant<core_int, width>) {
+            for (; c + width <= x.columns; c += width)
+                work.template operator()<width, by_rows>(
+                    x.at + (c == 0 ? 0 : c * Steps<by_rows>{x.ld}.column()),
+                    y.at + (c == 0 ? 0 : c * Steps<by_rows>{y.ld}.column()));
+        };
+        some(std::integral_constant<core_int, most_columns>());
+        some(std::integral_constant<core_int, 1>());
+    };
+    if (x.layout == Layout::by_rows)
+        all(std::true_type());
+    else
+        all(std::false_type());
+}
+
+} // namespace
+
+template <class View, class T>
+void multiply(const View& a, Operation op, Descriptor d, T alpha, Dense<const T> x, T beta, Dense<T> y)
+{
+    const bool turns = op != Operation::plain, conjugates = op == Operation::conjugated;
+    const bool hermitian = d.type == Type::hermitian, mirrored = is_mirrored(d.type);
+    const bool gathers = a.turned == turns;
+    // A line that is a row of op(A) holds its elements, else their images.
+    const bool read_conjugated = conjugates != (hermitian && mirrored && !gathers);
+    Product<T> task{x,
+                    y,
+                    columns_of(a),
+                    rows_of(a),
+                    alpha,
+                    alpha,
+                    beta,
+                    Read<T>(read_conjugated),
+                    Read<T>(read_conjugated != hermitian),
+                    part_of(a, d),
+                    d.diag == Diag::unit && d.type != Type::general && d.type != Type::skew,
+                    hermitian};
+    if (turns)
+        std::swap(task.inputs, task.outputs);
+    if (d.type == Type::skew)
+        (gathers ? task.mirror_alpha : task.alpha) = -alpha;
+    const auto run = [&]<Kind kind, bool gathering>(std::integral_constant<Kind, kind>,
+                                                    std::bool_constant<gathering>) {
+        by_columns(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
+            multiply_columns<width, by_rows, kind, gathering>(a, task, xs, ys);
+        });
+    };
+    const std::integral_constant<Kind, Kind::whole> whole;
+    const std::integral_constant<Kind, Kind::part> part;
+    if (mirrored)
+        run(std::integral_constant<Kind, Kind::mirrored>(), std::true_type());
+    else if (d.type == Type::general)
+        gathers ? run(whole, std::true_type()) : run(whole, std::false_type());
+    else
+        gathers ? run(part, std::true_type()) : run(part, std::false_type());
+}
+
+namespace {
+
+template <class T>
+struct Solve {
+    Dense<const T> x;
+    Dense<T> y;
+    T alpha;
+    Read<T> read;
+    Part part; // without the diagonal
+    bool unit, gathers;
+};
+
+template <core_int width, bool by_rows, class View, class T>
+void solve_columns(const View& a, const Solve<T>& task, const T* x, T* y)
+{
+    const Steps<by_rows> in{task.x.ld}, out{task.y.ld};
+    for (core_int i = 0; i < a.count; ++i)
+        for (core_int c = 0; c < width; ++c)
+            y[i * out.row() + c * out.column()] = times(task.alpha, x[i * in.row() + c * in.column()]);
+    // What a line needs, or gives to, comes behind it on the way.
+    const bool forwards = task.gathers == task.part.ahead;
+    for (core_int step = 0; step < a.count; ++step) {
+        const core_int line = forwards ? step : a.count - 1 - step;
+        T diagonal{}, sum[width]{};
+        T* const own = y + line * out.row();
+        const Part::Bounds bounds = task.part.of(line, 0);
+        a.each(line, [&](core_int other_from_base, T v) {
+            const core_int other = other_from_base - a.base;
+            if (other == line)
+                diagonal += v;
+            else if (task.gathers && bounds.hold(other))
+                for (core_int c = 0; c < width; ++c)
+                    sum[c] += times(task.read(v), y[other * out.row() + c * out.column()]);
+        });
+        diagonal = task.unit ? T(1) : task.read(diagonal);
+        for (core_int c = 0; c < width; ++c) {
+            own[c * out.column()] -= sum[c];
+            if (!task.unit)
+                own[c * out.column()] /= diagonal;
+        }
+        if (!task.gathers)
+            a.each(line, [&](core_int other_from_base, T v) {
+                const core_int other = other_from_base - a.base;
+                if (bounds.hold(other))
+                    for (core_int c = 0; c < width; ++c)
+                        y[other * out.row() + c * out.column()] -= times(task.read(v), own[c * out.column()]);
+            });
+    }
+}
+
+} // namespace
+
+template <class View, class T>
+void solve(const View& a, Operation op, Descriptor d, T alpha, Dense<const T> x, Dense<T> y)
+{
+    Solve<T> task{x,
+                  y,
+                  alpha,
+                  Read<T>(op == Operation::conjugated),
+                  part_of(a, d),
+                  d.diag == Diag::unit,
+                  a.turned == (op != Operation::plain)};
+    task.part.on = false;
+    by_columns(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
+        solve_columns<width, by_rows>(a, task, xs, ys);
+    });
+}
+
+#define QNM_SPARSE_HERE(l, L, T) QNM_SPARSE_KERNELS(, T)
+QNM_ALL_LETTERS(QNM_SPARSE_HERE)
+
+} // namespace qnm::core::sparse
