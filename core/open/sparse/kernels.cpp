@@ -1,22 +1,10 @@
 // Products with sparse matrices, and solves: one loop over lines for all of them.
 #include "view.hpp"
 
-#include <limits>
-
 namespace qnm::core::sparse {
 namespace {
 
 constexpr core_int most_columns = 4; // that are taken through a matrix at once
-
-// The language's own product of complex numbers looks for infinities.
-template <class T>
-[[gnu::always_inline]] inline T times(T a, T b)
-{
-    if constexpr (is_complex<T>)
-        return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
-    else
-        return a * b;
-}
 
 /// Elements as they are, or conjugated.
 template <class T>
@@ -31,34 +19,6 @@ struct Read {
             return v;
     }
 };
-
-/// Which elements of a line are the matrix's: those ahead of the diagonal, on it and behind it, as far as
-/// asked for. In matrices of blocks the diagonal is one of blocks.
-struct Part {
-    bool ahead, on, behind;
-    core_int block;
-
-    struct Bounds {
-        core_int from, to;
-        bool hold(core_int index) const { return index >= from && index <= to; }
-    };
-    [[gnu::always_inline]] Bounds of(core_int line, core_int base) const
-    {
-        const core_int diagonal = block == 1 ? line : line - line % block;
-        return {ahead ? 0 : diagonal + (on ? 0 : block) + base,
-                behind ? std::numeric_limits<core_int>::max() : diagonal + (on ? block : 0) - 1 + base};
-    }
-};
-
-template <class View>
-Part part_of(const View& a, Descriptor d)
-{
-    const bool only_diagonal = d.type == Type::diagonal || d.type == Type::block_diagonal;
-    const bool of_blocks = d.type == Type::block_triangular || d.type == Type::block_diagonal;
-    const bool lower = d.mode == Mode::lower;
-    return {!only_diagonal && lower != a.turned, d.diag != Diag::unit && d.type != Type::skew,
-            !only_diagonal && lower == a.turned, of_blocks ? a.block : 1};
-}
 
 enum class Kind { whole, part, mirrored };
 
@@ -188,7 +148,7 @@ void multiply(const View& a, Operation op, Descriptor d, T alpha, Dense<const T>
                     beta,
                     Read<T>(read_conjugated),
                     Read<T>(read_conjugated != hermitian),
-                    part_of(a, d),
+                    part_of(d, a.turned, a.block),
                     d.diag == Diag::unit && d.type != Type::general && d.type != Type::skew,
                     hermitian};
     if (turns)
@@ -270,7 +230,7 @@ void solve(const View& a, Operation op, Descriptor d, T alpha, Dense<const T> x,
                   y,
                   alpha,
                   Read<T>(op == Operation::conjugated),
-                  part_of(a, d),
+                  part_of(d, a.turned, a.block),
                   d.diag == Diag::unit,
                   a.turned == (op != Operation::plain)};
     task.part.on = false;

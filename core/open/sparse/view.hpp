@@ -6,6 +6,8 @@
 
 #include "../core.hpp"
 
+#include <limits>
+
 namespace qnm::core::sparse {
 
 enum class Operation : int { plain = 10, transposed = 11, conjugated = 12 };
@@ -40,6 +42,52 @@ constexpr bool is_mirrored(Type type)
 constexpr bool is_solvable(Type type)
 {
     return type == Type::triangular || type == Type::diagonal;
+}
+
+/// Whether the diagonal is one of ones, whatever is stored.
+constexpr bool adds_unit(Descriptor d)
+{
+    return d.diag == Diag::unit && d.type != Type::general && d.type != Type::skew;
+}
+
+/// Which elements of a line are the matrix's: those ahead of the diagonal, on it and behind it, as far as
+/// asked for. In matrices of blocks the diagonal is one of blocks.
+struct Part {
+    bool ahead, on, behind;
+    core_int block;
+
+    struct Bounds {
+        core_int from, to;
+        bool hold(core_int index) const { return index >= from && index <= to; }
+    };
+    [[gnu::always_inline]] Bounds of(core_int line, core_int base) const
+    {
+        const core_int diagonal = block == 1 ? line : line - line % block;
+        return {ahead ? 0 : diagonal + (on ? 0 : block) + base,
+                behind ? std::numeric_limits<core_int>::max() : diagonal + (on ? block : 0) - 1 + base};
+    }
+};
+
+/// Of lines that are rows, or columns if `turned`; of blocks of this size where the descriptor asks for them.
+constexpr Part part_of(Descriptor d, bool turned, core_int block)
+{
+    const bool everything = d.type == Type::general;
+    const bool only_diagonal = d.type == Type::diagonal || d.type == Type::block_diagonal;
+    const bool of_blocks = d.type == Type::block_triangular || d.type == Type::block_diagonal;
+    const bool lower = d.mode == Mode::lower;
+    return {everything || (!only_diagonal && lower != turned),
+            everything || (d.diag != Diag::unit && d.type != Type::skew),
+            everything || (!only_diagonal && lower == turned), of_blocks ? block : 1};
+}
+
+// The language's own product of complex numbers looks for infinities.
+template <class T>
+[[gnu::always_inline]] inline T times(T a, T b)
+{
+    if constexpr (is_complex<T>)
+        return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
+    else
+        return a * b;
 }
 
 /// A block of vectors: one, or the columns of a dense matrix.

@@ -1,0 +1,164 @@
+// Matrices of the core's own: rows with one array of starts, in counted memory.
+#pragma once
+
+#include "../services.hpp"
+#include "view.hpp"
+
+#include <new>
+
+namespace qnm::core::sparse {
+
+/// Room for so many elements; throws if there is none.
+template <class X>
+class Array {
+public:
+    Array() = default;
+    explicit Array(core_int count)
+    {
+        std::size_t bytes = 0;
+        if (!__builtin_mul_overflow(static_cast<std::size_t>(count), sizeof(X), &bytes))
+            at_ = static_cast<X*>(qnm_serv_malloc(bytes, 64));
+        if (at_ == nullptr)
+            throw std::bad_alloc();
+    }
+    static Array zeros(core_int count)
+    {
+        Array made(count);
+        std::fill_n(made.at_, count, X{});
+        return made;
+    }
+    Array(Array&& other) noexcept : at_(std::exchange(other.at_, nullptr)) {}
+    Array& operator=(Array&& other) noexcept
+    {
+        std::swap(at_, other.at_);
+        return *this;
+    }
+    ~Array() { qnm_serv_free(at_); }
+    X* get() const { return at_; }
+    X& operator[](core_int i) const { return at_[i]; }
+
+private:
+    X* at_ = nullptr;
+};
+
+template <class T, class I>
+struct Rows {
+    core_int rows = 0, columns = 0;
+    Array<I> start, index; // from 0
+    Array<T> value;
+
+    Rows() = default;
+    Rows(core_int m, core_int n) : rows(m), columns(n), start(Array<I>::zeros(m + 1)) {}
+    core_int count() const { return start[rows]; }
+    /// What the starts tell.
+    void make_room()
+    {
+        index = Array<I>(count());
+        value = Array<T>(count());
+    }
+    Lines<T, I> view() const
+    {
+        return {rows, columns, start.get(), start.get() + 1, index.get(), value.get(), 0, 0};
+    }
+};
+
+/// visit(row, column, element) for all that is stored, both from 0.
+template <class View, class Visit>
+void for_each_element(const View& a, const Visit& visit)
+{
+    for (core_int k = 0; k < a.count; ++k)
+        a.each(k, [&](core_int other, auto v) {
+            a.turned ? visit(other - a.base, a.line(k), v) : visit(a.line(k), other - a.base, v);
+        });
+}
+
+/// The same for what a descriptor makes of it, mirror images and units included.
+template <class View, class Visit>
+void for_each_element(const View& a, Descriptor d, const Visit& visit)
+{
+    using T = typename View::Element;
+    if (d.type == Type::general)
+        return for_each_element(a, visit);
+    const Part part = part_of(d, false, a.block);
+    for_each_element(a, [&](core_int i, core_int j, T v) {
+        if (!part.of(i, 0).hold(j))
+            return;
+        if (!is_mirrored(d.type))
+            return visit(i, j, v);
+        const T image = d.type == Type::hermitian ? conjugate(v) : d.type == Type::skew ? -v : v;
+        if (i != j)
+            visit(j, i, image);
+        else if (d.type == Type::hermitian)
+            v = T(std::real(v));
+        visit(i, j, v);
+    });
+    if (adds_unit(d))
+        for (core_int i = 0; i < std::min(rows_of(a), columns_of(a)); ++i)
+            visit(i, i, T(1));
+}
+
+/// Elements of each row in the order in which for_all(visit(row, column, element)) has them.
+template <class T, class I, class ForAll>
+Rows<T, I> collected(core_int rows, core_int columns, const ForAll& for_all)
+{
+    Rows<T, I> made(rows, columns);
+    I* const start = made.start.get();
+    for_all([&](core_int i, core_int, T) { ++start[i]; });
+    I sum = 0;
+    for (core_int i = 0; i <= rows; ++i)
+        sum += std::exchange(start[i], sum);
+    made.make_room();
+    for_all([&](core_int i, core_int j, T v) {
+        made.index[start[i]] = static_cast<I>(j);
+        made.value[start[i]++] = v;
+    });
+    for (core_int i = rows; i > 0; --i)
+        start[i] = start[i - 1];
+    start[0] = 0;
+    return made;
+}
+
+/// The transpose, or its conjugate, each row as the rows of the matrix come.
+template <class View, class I, class T = typename View::Element>
+Rows<T, I> transpose(const View& a, bool conjugates)
+{
+    return collected<T, I>(columns_of(a), rows_of(a), [&](const auto& visit) {
+        for_each_element(a, [&](core_int i, core_int j, T v) { visit(j, i, conjugates ? conjugate(v) : v); });
+    });
+}
+
+/// Elements of the same place become one, their sum, where they stand side by side.
+template <class T, class I>
+void merge(Rows<T, I>& a)
+{
+    core_int to = 0, p = 0;
+    for (core_int i = 0; i < a.rows; ++i) {
+        const core_int first = to;
+        for (; p < a.start[i + 1]; ++p)
+            if (to > first && a.index[to - 1] == a.index[p]) {
+                a.value[to - 1] += a.value[p];
+            } else {
+                a.index[to] = a.index[p];
+                a.value[to++] = a.value[p];
+            }
+        a.start[i + 1] = static_cast<I>(to);
+    }
+}
+
+/// op(A), each row in ascending order, no place twice.
+template <class I, class View, class T = typename View::Element>
+Rows<T, I> sorted(const View& a, Operation op, Descriptor d)
+{
+    const bool turns = op != Operation::plain, conjugates = op == Operation::conjugated;
+    const core_int rows = turns ? columns_of(a) : rows_of(a), columns = turns ? rows_of(a) : columns_of(a);
+    const Rows<T, I> turned = collected<T, I>(columns, rows, [&](const auto& visit) {
+        for_each_element(a, d, [&](core_int i, core_int j, T v) {
+            turns ? visit(i, j, conjugates ? conjugate(v) : v) : visit(j, i, v);
+        });
+    });
+    Rows<T, I> made = transpose<Lines<T, I>, I>(turned.view(), false);
+    merge(made);
+    return made;
+}
+
+} // namespace qnm::core::sparse

@@ -1,0 +1,385 @@
+// Handles of sparse matrices: what is made of them, by dense matrices; and what is refused, kept and given
+// back.
+#include "sparse.hpp"
+
+#include <memory>
+
+namespace qnm::test {
+namespace {
+
+using sparse::Layout, sparse::Mode, sparse::Operation, sparse::Type;
+using Handle = void*;
+constexpr Descriptor general = sparse::general;
+constexpr auto plain = Operation::plain;
+
+template <class I>
+const std::string width{sizeof(I) == 4 ? "_i4" : "_i8"};
+
+/// A call by name; integers of the width are to be of it already.
+template <class T, class I, class... A>
+int call(const std::string& name, const A&... arguments)
+{
+    return by_value<int>(named<T>("sparse", name) + width<I>, arguments...);
+}
+
+// A test for each letter and width.
+template <class T, class I>
+struct Of {
+    using Element = T;
+    using Integer = I;
+};
+#define QNM_SPARSE_TYPED(name)                                                                               \
+    template <class T, class I>                                                                              \
+    void Sparse_##name();                                                                                    \
+    TEST(Sparse, name)                                                                                       \
+    {                                                                                                        \
+        const auto each = []<class T, class I>(Of<T, I>) {                                                   \
+            SCOPED_TRACE(letter<T> + width<I>);                                                              \
+            Sparse_##name<T, I>();                                                                           \
+        };                                                                                                   \
+        const auto both = [&]<class T>(T) {                                                                  \
+            each(Of<T, int>());                                                                              \
+            each(Of<T, core_int>());                                                                         \
+        };                                                                                                   \
+        both(0.0F), both(0.0), both(cfloat()), both(cdouble());                                              \
+    }                                                                                                        \
+    template <class T, class I>                                                                              \
+    void Sparse_##name()
+
+core_int small_size()
+{
+    return random_integer(0, 3) == 0 ? random_integer(0, 17) : random_integer(0, 6);
+}
+Layout any_layout()
+{
+    return random_integer(0, 1) != 0 ? Layout::by_rows : Layout::by_columns;
+}
+
+enum Format { csr, csc, coo, bsr };
+
+/// A handle and the arrays that it is of.
+template <class T, class I>
+struct Made {
+    Elements<T> elements;
+    core_int block = 1;
+    std::vector<I> start{}, end{}, index{};
+    std::vector<T> value{};
+    Handle handle = nullptr;
+
+    Made(Elements<T> all, Format format, int base = random_integer(0, 1), core_int block_size = 1)
+        : elements(std::move(all)), block(block_size)
+    {
+        const I m = static_cast<I>(elements.rows), n = static_cast<I>(elements.columns);
+        const I first = static_cast<I>(base), b = static_cast<I>(block);
+        int status = -1;
+        if (format == coo) {
+            for (const core_int i : elements.row)
+                start.push_back(static_cast<I>(i) + first);
+            for (const core_int j : elements.column)
+                index.push_back(static_cast<I>(j) + first);
+            value = elements.value;
+            status = call<T, I>("?_create_coo", &handle, base, m, n, static_cast<I>(value.size()), start,
+                                index, value);
+        } else if (format != bsr) {
+            Compressed<T, I> lines(elements, first, format == csc);
+            start = lines.start, end = lines.end, index = lines.index, value = lines.value;
+            status = call<T, I>(format == csr ? "?_create_csr" : "?_create_csc", &handle, base, m, n, start,
+                                end, index, value);
+        } else {
+            const Layout layout = any_layout();
+            fill_blocks(layout, first);
+            status =
+                call<T, I>("?_create_bsr", &handle, base, layout, m / b, n / b, b, start, end, index, value);
+        }
+        EXPECT_EQ(status, 0);
+    }
+    ~Made() { EXPECT_EQ((call<T, I>("destroy", handle)), 0); }
+    Made(const Made&) = delete;
+    Made& operator=(const Made&) = delete;
+
+private:
+    void fill_blocks(Layout layout, I base)
+    {
+        for (core_int row = 0; row < elements.rows / block; ++row) {
+            const std::size_t first = index.size();
+            start.push_back(static_cast<I>(first) + base);
+            for (std::size_t k = 0; k < elements.row.size(); ++k) {
+                if (elements.row[k] / block != row)
+                    continue;
+                const I at = static_cast<I>(elements.column[k] / block) + base;
+                const auto found =
+                    std::find(index.begin() + static_cast<std::ptrdiff_t>(first), index.end(), at);
+                const core_int b = found - index.begin();
+                if (found == index.end()) {
+                    index.push_back(at);
+                    value.resize(value.size() + static_cast<std::size_t>(block * block));
+                }
+                const core_int r = elements.row[k] % block, c = elements.column[k] % block;
+                const core_int place = layout == Layout::by_rows ? r * block + c : c * block + r;
+                value[static_cast<std::size_t>(b * block * block + place)] += elements.value[k];
+            }
+            end.push_back(static_cast<I>(index.size()) + base);
+        }
+    }
+};
+
+/// Rows of it as they are stored, whichever the layout.
+template <class T>
+struct Vectors {
+    Layout layout;
+    Matrix<T> all;
+    Vectors(Layout stored, core_int rows, core_int columns)
+        : layout(stored), all(stored == Layout::by_rows ? Matrix<T>(columns, rows) : Matrix<T>(rows, columns))
+    {
+    }
+    T& operator()(core_int i, core_int c) { return layout == Layout::by_rows ? all(c, i) : all(i, c); }
+};
+
+constexpr char letter_of(Operation op)
+{
+    return "NTC"[static_cast<int>(op) - 10];
+}
+Operation any_operation()
+{
+    return static_cast<Operation>(random_integer(10, 12));
+}
+
+/// A random matrix in a random format, laid out or not.
+template <class T, class I>
+std::unique_ptr<Made<T, I>> any_made(core_int m, core_int n, T diagonal = T(0))
+{
+    const auto format = static_cast<Format>(random_integer(0, 3));
+    const core_int block = format == bsr ? random_integer(1, 3) : 1;
+    Elements<T> all = random_elements<T>(m * block, n * block);
+    for (core_int i = 0; diagonal != T(0) && i < std::min(m, n) * block; ++i)
+        all.add(i, i, diagonal);
+    auto made = std::make_unique<Made<T, I>>(std::move(all), format, random_integer(0, 1), block);
+    if (random_integer(0, 1) != 0) {
+        EXPECT_EQ((call<T, I>("set_mv_hint", made->handle, any_operation(), general, I(3))), 0);
+        EXPECT_EQ((call<T, I>("optimize", made->handle)), 0);
+    }
+    return made;
+}
+
+QNM_SPARSE_TYPED(Products)
+{
+    for (int round = 0; round < 300; ++round) {
+        const Descriptor d{static_cast<Type>(random_integer(20, 26)),
+                           static_cast<Mode>(random_integer(40, 41)),
+                           static_cast<sparse::Diag>(random_integer(50, 51))};
+        const core_int m0 = small_size(), n0 = sparse::is_mirrored(d.type) ? m0 : small_size();
+        const auto a = any_made<T, I>(m0, n0);
+        const Matrix<T> full = dense(a->elements, d, a->block);
+        const Operation op = any_operation();
+        const core_int in = op == plain ? full.columns : full.rows,
+                       out = op == plain ? full.rows : full.columns;
+        const bool one = random_integer(0, 2) == 0, dotted = one && random_integer(0, 1) != 0;
+        const core_int columns = one ? 1 : random_integer(0, 9);
+        const Layout layout = one ? Layout::by_columns : any_layout();
+        Vectors<T> x(layout, in, columns), y(layout, out, columns);
+        Vectors<T> before = y;
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
+        if (beta == T(0))
+            y.all.spoil();
+        T dot{};
+        int status = -1;
+        if (dotted)
+            status = call<T, I>("?_dotmv", op, alpha, a->handle, d, x.all.data, beta, y.all.data, &dot);
+        else if (one)
+            status = call<T, I>("?_mv", op, alpha, a->handle, d, x.all.data, beta, y.all.data);
+        else
+            status =
+                call<T, I>("?_mm", op, alpha, a->handle, d, x.layout, x.all.data, static_cast<I>(columns),
+                           static_cast<I>(x.all.ld), beta, y.all.data, static_cast<I>(y.all.ld));
+        ASSERT_EQ(status, 0);
+        T expected_dot{};
+        for (core_int i = 0; i < out; ++i)
+            for (core_int c = 0; c < columns; ++c) {
+                T sum{};
+                for (core_int j = 0; j < in; ++j)
+                    sum += full.op(letter_of(op), i, j) * x(j, c);
+                ASSERT_EQ(y(i, c), alpha * sum + (beta == T(0) ? T(0) : beta * before(i, c)))
+                    << static_cast<int>(d.type) << letter_of(op) << i;
+                expected_dot += i < in ? conjugate(x(i, c)) * y(i, c) : T(0);
+            }
+        ASSERT_EQ(dot, dotted ? expected_dot : T(0));
+    }
+}
+
+QNM_SPARSE_TYPED(SolvesUndoTheTrianglesProduct)
+{
+    for (int round = 0; round < 100; ++round) {
+        const Descriptor d{static_cast<Type>(random_integer(23, 24)),
+                           static_cast<Mode>(random_integer(40, 41)),
+                           static_cast<sparse::Diag>(random_integer(50, 51))};
+        const core_int size = random_integer(0, 6);
+        const auto a = any_made<T, I>(size, size, T(8));
+        const Matrix<T> full = dense(a->elements, d);
+        const core_int n = full.rows, columns = random_integer(1, 6);
+        const Operation op = any_operation();
+        const Layout layout = columns == 1 ? Layout::by_columns : any_layout();
+        Vectors<T> x(layout, n, columns), y(layout, n, columns), right = x;
+        Vectors<T>& to = random_integer(0, 1) != 0 ? x : y; // in place as well
+        const T alpha = any_factor<T>();
+        const I ld = static_cast<I>(x.all.ld);
+        const int status = columns == 1
+                               ? call<T, I>("?_trsv", op, alpha, a->handle, d, x.all.data, to.all.data)
+                               : call<T, I>("?_trsm", op, alpha, a->handle, d, layout, x.all.data,
+                                            static_cast<I>(columns), ld, to.all.data, ld);
+        ASSERT_EQ(status, 0);
+        for (core_int i = 0; i < n; ++i)
+            for (core_int c = 0; c < columns; ++c) {
+                T sum{};
+                real_t<T> size_of_sum = 1;
+                for (core_int j = 0; j < n; ++j) {
+                    const T term = full.op(letter_of(op), i, j) * to(j, c);
+                    sum += term;
+                    size_of_sum += std::abs(term);
+                }
+                ASSERT_LE(std::abs(sum - alpha * right(i, c)),
+                          100 * size_of_sum * std::numeric_limits<real_t<T>>::epsilon());
+            }
+    }
+}
+
+/// All that a handle exports, as a dense matrix, and what is told of it.
+template <class T, class I>
+struct Shown {
+    int base = -1;
+    Layout layout{};
+    I rows = 0, columns = 0, block = 1, *start = nullptr, *end = nullptr, *index = nullptr;
+    T* value = nullptr;
+
+    Shown(Handle handle, Format format)
+    {
+        const std::string name = format == csr   ? "?_export_csr"
+                                 : format == csc ? "?_export_csc"
+                                                 : "?_export_bsr";
+        const int status =
+            format == bsr ? call<T, I>(name, handle, &base, &layout, &rows, &columns, &block, &start, &end,
+                                       &index, &value)
+                          : call<T, I>(name, handle, &base, &rows, &columns, &start, &end, &index, &value);
+        EXPECT_EQ(status, 0);
+    }
+    Matrix<T> full(bool turned = false) const
+    {
+        const core_int lines = turned ? columns : rows;
+        Elements<T> all{rows * block, columns * block, {}, {}, {}};
+        for (core_int k = 0; k < lines; ++k)
+            for (core_int p = start[k] - base; p < end[k] - base; ++p)
+                for (core_int r = 0; r < block; ++r)
+                    for (core_int c = 0; c < block; ++c) {
+                        const core_int at = p * block * block +
+                                            (layout == Layout::by_columns ? c * block + r : r * block + c);
+                        const core_int i = k * block + r, j = (index[p] - base) * block + c;
+                        all.add(turned ? j : i, turned ? i : j, value[at]);
+                    }
+        return dense(all);
+    }
+};
+
+template <class T>
+void expect_same(const Matrix<T>& found, const Matrix<T>& expected)
+{
+    ASSERT_EQ(std::pair(found.rows, found.columns), std::pair(expected.rows, expected.columns));
+    for (core_int i = 0; i < found.rows; ++i)
+        for (core_int j = 0; j < found.columns; ++j)
+            ASSERT_EQ(found(i, j), expected(i, j)) << i << " " << j;
+}
+template <class T>
+Matrix<T> turned(Operation op, const Matrix<T>& a)
+{
+    Matrix<T> made(op == plain ? a.rows : a.columns, op == plain ? a.columns : a.rows);
+    return made.take(letter_of(op), a);
+}
+
+QNM_SPARSE_TYPED(ConversionsAndCopies)
+{
+    for (int round = 0; round < 60; ++round) {
+        const auto a = any_made<T, I>(small_size(), small_size());
+        const Matrix<T> full = dense(a->elements);
+        const Operation op = any_operation();
+        Handle rows = nullptr, blocks = nullptr, copied = nullptr;
+        ASSERT_EQ((call<T, I>("convert_csr", a->handle, op, &rows)), 0);
+        expect_same(Shown<T, I>(rows, csr).full(), turned(op, full));
+        int sorted = 0;
+        EXPECT_EQ((call<T, I>("get_sorted_property", rows, &sorted)), 0);
+        EXPECT_EQ(sorted, 1);
+        // A block that does not divide the sizes is refused.
+        const I block = static_cast<I>(random_integer(1, 3));
+        const int status = call<T, I>("convert_bsr", rows, block, any_layout(), op, &blocks);
+        EXPECT_EQ(status, full.rows % block != 0 || full.columns % block != 0 ? 3 : 0);
+        if (status == 0) {
+            const Shown<T, I> shown(blocks, bsr);
+            EXPECT_EQ(shown.block, block);
+            expect_same(shown.full(), turned(op, turned(op, full)));
+            EXPECT_EQ((call<T, I>("copy", blocks, general, &copied)), 0);
+            EXPECT_EQ((call<T, I>("destroy", blocks)), 0);
+            expect_same(Shown<T, I>(copied, bsr).full(), turned(op, turned(op, full)));
+            EXPECT_EQ((call<T, I>("destroy", copied)), 0);
+        }
+        // A copy does not hang on the arrays, and neither does its order.
+        ASSERT_EQ((call<T, I>("copy", a->handle, general, &copied)), 0);
+        std::ranges::fill(a->value, T(77));
+        EXPECT_EQ((call<T, I>("order", copied)), 0);
+        EXPECT_EQ((call<T, I>("get_sorted_property", copied, &sorted)), 0);
+        EXPECT_EQ(sorted, 1);
+        Handle again = nullptr;
+        ASSERT_EQ((call<T, I>("convert_csr", copied, plain, &again)), 0);
+        expect_same(Shown<T, I>(again, csr).full(), full);
+        for (const Handle handle : {rows, copied, again})
+            EXPECT_EQ((call<T, I>("destroy", handle)), 0);
+    }
+}
+
+// An element that is given a value has it, in each format; values in place are seen until `optimize`.
+QNM_SPARSE_TYPED(ValuesThatChange)
+{
+    for (const Format format : {csr, csc, coo, bsr})
+        for (const int base : {0, 1}) {
+            const auto i = [&](core_int x) { return static_cast<I>(x + base); };
+            Elements<T> all{4, 6, {0, 3, 3, 0, 0, 1}, {5, 2, 0, 5, 1, 1}, {}};
+            all.value = {T(1), T(2), T(3), T(4), T(5), T(6)};
+            Made<T, I> a(all, format, base, format == bsr ? 2 : 1);
+            const auto full = [&] {
+                Matrix<T> x(6, 6, 0), y(4, 6, 0);
+                x.take('N', x, T(0)).fill_diagonal(T(1));
+                EXPECT_EQ((call<T, I>("?_mm", plain, T(1), a.handle, general, Layout::by_columns, x.data,
+                                      I(6), I(6), T(0), y.data, I(4))),
+                          0);
+                return y;
+            };
+            EXPECT_EQ(full()(0, 5), T(5));
+            EXPECT_EQ((call<T, I>("?_set_value", a.handle, i(0), i(5), T(8))), 0);
+            EXPECT_EQ(full()(0, 5), T(8));
+            EXPECT_EQ((call<T, I>("?_set_value", a.handle, i(2), i(5), T(8))), 3);
+            EXPECT_EQ((call<T, I>("?_set_value", a.handle, i(4), i(5), T(8))), 3);
+            EXPECT_EQ((call<T, I>("?_set_value", a.handle, i(-1), i(5), T(8))), 3);
+            std::vector<I> row{i(1), i(3)}, column{i(1), i(2)};
+            std::vector<T> value{T(9), T(10)};
+            EXPECT_EQ((call<T, I>("?_update_values", a.handle, I(2), row, column, value)), 0);
+            EXPECT_EQ(full()(1, 1), T(9));
+            EXPECT_EQ(full()(3, 2), T(10));
+            row[1] = i(2), value = {T(11), T(11)}; // where nothing is: none is changed
+            EXPECT_EQ((call<T, I>("?_update_values", a.handle, I(2), row, column, value)),
+                      format == bsr ? 0 : 3);
+            EXPECT_EQ(full()(1, 1), format == bsr ? T(11) : T(9));
+            EXPECT_EQ((call<T, I>("optimize", a.handle)), 0);
+            std::vector<T> doubled = a.value;
+            for (T& v : doubled)
+                v *= T(2);
+            const T before = full()(3, 0), *const none = nullptr;
+            const I* const nowhere = nullptr;
+            EXPECT_EQ((call<T, I>("?_update_values", a.handle, static_cast<I>(doubled.size()), nowhere,
+                                  nowhere, doubled)),
+                      0);
+            EXPECT_EQ(full()(3, 0), T(2) * before);
+            EXPECT_EQ((call<T, I>("?_update_values", a.handle, I(1), nowhere, nowhere, none)), 3);
+            EXPECT_EQ((call<T, I>("?_update_values", a.handle, I(1), nowhere, nowhere, doubled)), 3);
+            a.value.assign(a.value.size(), T(0));
+            EXPECT_EQ((call<T, I>("optimize", a.handle)), 0);
+            EXPECT_EQ(full()(3, 0), T(0));
+        }
+}
+} // namespace
+} // namespace qnm::test
