@@ -7,16 +7,6 @@
 
 namespace qnm::core::sparse {
 
-// The language's own product of complex numbers looks for infinities.
-template <class T>
-[[gnu::always_inline]] inline T times(T a, T b)
-{
-    if constexpr (is_complex<T>)
-        return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
-    else
-        return a * b;
-}
-
 /// A matrix by lines, which are its rows or its columns: those of line k stand from start[k] - base on. As
 /// room for a result: what is null is not wanted, and no more than `most` elements fit.
 template <class T, class I>

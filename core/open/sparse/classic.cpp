@@ -1,7 +1,6 @@
 // Products and solves with six formats, where the caller has them.
 #include "classic.hpp"
-#include "build.hpp"
-#include "view.hpp"
+#include "rows.hpp"
 
 namespace qnm::core::sparse {
 namespace {
@@ -162,21 +161,13 @@ template <class T>
 void solve_any(const char* routine, const Coordinates<T, int>& a, Operation op, Descriptor descriptor,
                T alpha, Dense<const T> x, Dense<T> y)
 {
-    const Scratch<int> indices(routine, a.rows + 1 + a.count);
-    if (!indices)
-        return;
-    const Scratch<T> values(routine, a.count);
-    if (!values)
-        return;
-    const Compressed<T, int> rows{indices.get(), indices.get() + a.rows + 1, values.get(), 0};
-    gather(
-        a.rows, rows, [&](core_int p) { return a.values[p]; },
-        [&](const auto& visit) {
-            for (core_int p = 0; p < a.count; ++p)
-                visit(a.row[p] - a.base, a.column[p] - a.base, p);
-        });
-    solve(Lines<T, int>{a.rows, a.rows, rows.start, rows.start + 1, rows.index, values.get(), 0, 0}, op,
-          descriptor, alpha, x, y);
+    try {
+        const auto rows =
+            collected<T, int>(a.rows, a.rows, [&](const auto& visit) { for_each_element(a, visit); });
+        solve(rows.view(), op, descriptor, alpha, x, y);
+    } catch (const std::bad_alloc&) {
+        report(routine, memory_failure);
+    }
 }
 
 /// y := alpha inv(op(A)) x

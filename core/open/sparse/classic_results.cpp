@@ -1,76 +1,16 @@
 // Sums and products whose result is a matrix. Indices count from 1, and a result's ascend in each row.
+#include "assemble.hpp"
 #include "build.hpp"
 #include "classic.hpp"
 
 namespace qnm::core::sparse {
 namespace {
 
+/// A, B or C in three arrays.
 template <class T>
-using Rows = Compressed<T, int>;
+using Stored = Compressed<T, int>;
 
 enum Request { everything = 0, only_starts = 1, all_but_starts = 2 };
-/// Sorts A or B, `operand` 1 or 2, where values are computed and `sort` asks for it; 7 is none.
-template <class T>
-void sort_operand(int request, int sort, int operand, core_int lines, const Rows<T>& x)
-{
-    if (request != only_starts && sort > 0 && sort < 7 && (sort & operand) != 0)
-        sort_lines(lines, x);
-}
-
-/// op(X) of `lines` rows, which has memory of its own if it is not X itself, and values if they are wanted.
-template <class T>
-struct Operand {
-    Scratch<T> values;
-    Scratch<int> indices;
-    Rows<T> rows;
-    bool made = true;
-
-    Operand(const char* routine, const char* trans, core_int x_lines, core_int lines, const Rows<T>& x,
-            bool valued)
-        : rows(x)
-    {
-        if (is_letter(trans, 'N'))
-            return;
-        const core_int count = x_lines == 0 ? 0 : x.start[x_lines] - x.start[0];
-        indices = Scratch<int>(routine, lines + 1 + count);
-        if (indices && valued)
-            values = Scratch<T>(routine, count);
-        made = indices && (values || !valued);
-        if (!made)
-            return;
-        rows = {indices.get(), indices.get() + lines + 1, values.get(), 1};
-        const bool conjugates = is_letter(trans, 'C');
-        gather(
-            lines, rows, [&](core_int p) { return conjugates ? conjugate(x.values[p]) : x.values[p]; },
-            [&](const auto& visit) {
-                x.each_of(x_lines, [&](core_int line, core_int index, core_int p) { visit(index, line, p); });
-            });
-    }
-};
-
-/// C row by row: each(row, visit) calls visit(column, term), where term() is added to the element.
-template <class T, class Each>
-void make(const char* routine, int request, core_int lines, core_int columns, Rows<T> c, int most, int* info,
-          const Each& each)
-{
-    const Scratch<int> places(routine, columns);
-    if (!places) {
-        *info = -memory_failure;
-        return;
-    }
-    std::fill_n(places.get(), columns, 0);
-    if (request == only_starts)
-        c.index = nullptr;
-    else if (request == everything)
-        c.most = most;
-    *info = static_cast<int>(build(
-        lines, c, places.get(),
-        [&](core_int row, const auto& add) { each(row, [&](core_int column, const auto&) { add(column); }); },
-        [&](core_int row, core_int first, core_int behind, const auto& place) {
-            std::fill(c.values + first, c.values + behind, T{});
-            each(row, [&](core_int column, const auto& term) { c.values[place(column)] += term(); });
-        }));
-}
 
 bool refused(const char* routine, int request)
 {
@@ -80,55 +20,94 @@ bool refused(const char* routine, int request)
     return !known;
 }
 
+template <class T>
+Lines<T, int> lines(const Stored<T>& x, core_int rows, core_int columns)
+{
+    return {rows, columns, x.start, x.start + 1, x.index, x.values, x.base, x.base};
+}
+
+/// op(X), rows of which are X's own unless they have to be made.
+template <class T>
+struct Operand {
+    Rows<T, int> made;
+    Lines<T, int> rows;
+
+    Operand(const char* trans, const Lines<T, int>& x) : rows(x)
+    {
+        if (is_letter(trans, 'N'))
+            return;
+        made = transpose<Lines<T, int>, int>(x, is_letter(trans, 'C'));
+        rows = made.view();
+    }
+};
+
+/// C, whose rows are what sum_row(row, add) gives to add(column, value). Returns 0, or the first row, counted
+/// from 1, that has no more room.
+template <class T, class SumRow>
+int make(int request, core_int rows, core_int columns, const Stored<T>& c, int most, const SumRow& sum_row)
+{
+    Rows<T, int> all;
+    const int* start = c.start;
+    core_int base = c.base;
+    if (request != all_but_starts) {
+        all = counted<T, int>(rows, columns, sum_row);
+        start = all.start.get();
+        base = 0;
+        const int* const full = std::upper_bound(start, start + rows + 1, most);
+        if (request == everything && full != start + rows + 1)
+            return static_cast<int>(full - start);
+    }
+    if (request != only_starts) {
+        fill(rows, columns, start, base, c.index, c.values, sum_row);
+        std::for_each(c.index, c.index + (start[rows] - base), [&](int& index) { index += c.base; });
+    }
+    if (request != all_but_starts) // now that all memory was there
+        std::transform(start, start + rows + 1, c.start, [&](int first) { return first + c.base; });
+    return 0;
+}
+
+/// Sorts A or B, 1 or 2, where values are computed and `sort` asks for it; 7 is none.
+template <class T>
+void sort_operand(int request, int sort, int operand, core_int rows, const Stored<T>& x)
+{
+    if (request != only_starts && sort > 0 && sort < 7 && (sort & operand) != 0)
+        sort_lines(rows, x);
+}
+
 /// C := A + beta op(B)
 template <class T>
-void csradd(const char* routine, const char* trans, int request, int sort, int m, int n, const Rows<T>& a,
-            T beta, const Rows<T>& b, const Rows<T>& c, int nzmax, int* info)
+int csradd(const char* trans, int request, int sort, int m, int n, const Stored<T>& a, T beta,
+           const Stored<T>& b, const Stored<T>& c, int nzmax)
 {
-    if (refused(routine, request))
-        return;
-    const int b_rows = is_letter(trans, 'N') ? m : n;
-    const Operand<T> op(routine, trans, b_rows, m, b, request != only_starts);
-    if (!op.made) {
-        *info = -memory_failure;
-        return;
-    }
+    const bool turns = !is_letter(trans, 'N');
     sort_operand(request, sort, 1, m, a);
-    sort_operand(request, sort, 2, b_rows, b);
-    make(routine, request, m, n, c, nzmax, info, [&](core_int row, const auto& visit) {
-        a.each(row, [&](core_int j, core_int p) { visit(j, [&] { return a.values[p]; }); });
-        op.rows.each(
-            row, [&](core_int j, core_int p) { visit(j, [&] { return times(beta, op.rows.values[p]); }); });
+    sort_operand(request, sort, 2, turns ? n : m, b);
+    const Operand<T> op(trans, lines(b, turns ? n : m, turns ? m : n));
+    return make(request, m, n, c, nzmax, [&](core_int row, const auto& add) {
+        a.each(row, [&](core_int j, core_int p) { add(j, a.values[p]); });
+        op.rows.each(row, [&](core_int j, T v) { add(j - op.rows.base, times(beta, v)); });
     });
 }
 
 /// C := op(A) B
 template <class T>
-void csrmultcsr(const char* routine, const char* trans, int request, int sort, int m, int n, int k,
-                const Rows<T>& a, const Rows<T>& b, const Rows<T>& c, int nzmax, int* info)
+int csrmultcsr(const char* trans, int request, int sort, int m, int n, int k, const Stored<T>& a,
+               const Stored<T>& b, const Stored<T>& c, int nzmax)
 {
-    if (refused(routine, request))
-        return;
-    const int rows = is_letter(trans, 'N') ? m : n;
-    const Operand<T> op(routine, trans, m, rows, a, request != only_starts);
-    if (!op.made) {
-        *info = -memory_failure;
-        return;
-    }
+    const bool turns = !is_letter(trans, 'N');
     sort_operand(request, sort, 1, m, a);
-    sort_operand(request, sort, 2, is_letter(trans, 'N') ? n : m, b);
-    make(routine, request, rows, k, c, nzmax, info, [&](core_int row, const auto& visit) {
-        op.rows.each(row, [&](core_int l, core_int p) {
-            b.each(l, [&](core_int j, core_int q) {
-                visit(j, [&] { return times(op.rows.values[p], b.values[q]); });
-            });
+    sort_operand(request, sort, 2, turns ? m : n, b);
+    const Operand<T> op(trans, lines(a, m, n));
+    return make(request, turns ? n : m, k, c, nzmax, [&](core_int row, const auto& add) {
+        op.rows.each(row, [&](core_int l, T v) {
+            b.each(l - op.rows.base, [&](core_int j, core_int p) { add(j, times(v, b.values[p])); });
         });
     });
 }
 
 /// The same, into a dense matrix by columns.
 template <class T>
-void csrmultd(const char* trans, int m, int n, int k, const Rows<T>& a, const Rows<T>& b, T* c, int ldc)
+void csrmultd(const char* trans, int m, int n, int k, const Stored<T>& a, const Stored<T>& b, T* c, int ldc)
 {
     const bool plain = is_letter(trans, 'N'), conjugates = is_letter(trans, 'C');
     for (core_int j = 0; j < k; ++j)
@@ -138,6 +117,20 @@ void csrmultd(const char* trans, int m, int n, int k, const Rows<T>& a, const Ro
         b.each(plain ? l : i,
                [&](core_int j, core_int q) { c[(plain ? i : l) + j * ldc] += times(element, b.values[q]); });
     });
+}
+
+/// Where memory fails, outputs are as they were.
+template <class Work>
+void told(const char* routine, int request, int* info, const Work& work)
+{
+    if (refused(routine, request))
+        return;
+    try {
+        *info = work();
+    } catch (const std::bad_alloc&) {
+        report(routine, memory_failure);
+        *info = -memory_failure;
+    }
 }
 
 } // namespace
@@ -150,15 +143,19 @@ using namespace qnm::core::sparse;
         const char* trans, const int* request, const int* sort, const int* m, const int* n, T* a, int* ja,   \
         int* ia, const T* beta, T* b, int* jb, int* ib, T* c, int* jc, int* ic, const int* nzmax, int* info) \
     {                                                                                                        \
-        csradd<T>("QNM_" #L "CSRADD", trans, *request, *sort, *m, *n, {ia, ja, a, 1}, *beta, {ib, jb, b, 1}, \
-                  {ic, jc, c, 1}, *nzmax, info);                                                             \
+        told("QNM_" #L "CSRADD", *request, info, [&] {                                                       \
+            return csradd<T>(trans, *request, *sort, *m, *n, {ia, ja, a, 1}, *beta, {ib, jb, b, 1},          \
+                             {ic, jc, c, 1}, *nzmax);                                                        \
+        });                                                                                                  \
     }                                                                                                        \
     QNM_CORE void qnm_spblas_lp64_qnm_##l##csrmultcsr(                                                       \
         const char* trans, const int* request, const int* sort, const int* m, const int* n, const int* k,    \
         T* a, int* ja, int* ia, T* b, int* jb, int* ib, T* c, int* jc, int* ic, const int* nzmax, int* info) \
     {                                                                                                        \
-        csrmultcsr<T>("QNM_" #L "CSRMULTCSR", trans, *request, *sort, *m, *n, *k, {ia, ja, a, 1},            \
-                      {ib, jb, b, 1}, {ic, jc, c, 1}, *nzmax, info);                                         \
+        told("QNM_" #L "CSRMULTCSR", *request, info, [&] {                                                   \
+            return csrmultcsr<T>(trans, *request, *sort, *m, *n, *k, {ia, ja, a, 1}, {ib, jb, b, 1},         \
+                                 {ic, jc, c, 1}, *nzmax);                                                    \
+        });                                                                                                  \
     }                                                                                                        \
     QNM_CORE void qnm_spblas_lp64_qnm_##l##csrmultd(const char* trans, const int* m, const int* n,           \
                                                     const int* k, T* a, int* ja, int* ia, T* b, int* jb,     \
