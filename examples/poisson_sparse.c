@@ -138,7 +138,7 @@ int main(void)
         const double seconds = (double)(clock() - begin) / CLOCKS_PER_SEC;
         for (int i = 0; i < n; ++i)
             worst = fmax(worst, fabs(u[i] - exact[i]));
-        printf("%4d x %3d%7d%15.2e%9.3f\n", side, side, steps, worst, seconds);
+        printf("%4d x %3d%7d%15.2E%9.3f\n", side, side, steps, worst, seconds);
         good = good && worst < 1e-11;
         free(exact);
         free(u);

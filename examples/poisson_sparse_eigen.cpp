@@ -59,7 +59,7 @@ int main()
             p = z + rho / before * p;
         }
         const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-        std::printf("%4d x %3d%7d%15.2e%9.3f\n", side, side, steps, (u - exact).cwiseAbs().maxCoeff(),
+        std::printf("%4d x %3d%7d%15.2E%9.3f\n", side, side, steps, (u - exact).cwiseAbs().maxCoeff(),
                     seconds);
     }
 }

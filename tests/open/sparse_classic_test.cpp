@@ -291,6 +291,15 @@ QNM_TYPED(SparseClassic, Conversions)
             convert<T>("csrcoo", {0, b1, b2, 0, nnz, 3}, Pointers{&n, &found} + rows.told() + coordinates),
             0);
         EXPECT_EQ(found, nnz);
+        Ints rows_alone(row.size(), junk), both = rows_alone;
+        for (const int filled : {1, 2}) // rows, and columns
+            EXPECT_EQ(
+                convert<T>("csrcoo", {0, b1, b2, 0, nnz, filled},
+                           Pointers{&n, &found} + rows.told() +
+                               Pointers{nullptr, rows_alone.data(), filled == 1 ? nullptr : both.data()}),
+                0);
+        EXPECT_EQ(rows_alone, row);
+        EXPECT_TRUE(std::equal(both.begin(), both.end(), other.index.begin()));
         EXPECT_EQ(read<T>("coo", n, n, b2, coordinates + Pointers{&found}), there);
         for (const auto& [direction, filled] : {std::pair{1, 1}, {1, 2}, {1, 0}, {2, 0}}) {
             EXPECT_EQ(convert<T>("csrcoo", {direction, b1, b2, 0, 0, filled},
@@ -356,6 +365,8 @@ QNM_TYPED(SparseClassic, Conversions)
             EXPECT_EQ(
                 convert<T>("csrdia", {1, b1, b2, 0, 0, 0}, Pointers{&n} + back.told() + told + other.told()),
                 0);
+            const auto zeros = std::count(sum.begin(), sum.end(), T{});
+            EXPECT_EQ(back.start[static_cast<std::size_t>(n)] - b1, n * n - static_cast<int>(zeros));
             expect_back(sum);
             const auto rest = read<T>("csr", n, n, b1, other.general());
             std::transform(sum.begin(), sum.end(), rest.begin(), sum.begin(), std::plus<>());
@@ -371,7 +382,7 @@ TEST(SparseClassic, ChoiceAndRoom)
 {
     const int n = 3, ld = 3;
     int diagonals = 2;
-    Elements<double> all{3, 3, {0, 0, 1, 1, 2, 2}, {0, 2, 0, 2, 1, 0}, {1, 2, 3, 4, 5, 6}};
+    Elements<double> all{3, 3, {0, 2, 0, 2, 1, 0}, {0, 0, 1, 1, 2, 2}, {1, 2, 3, 4, 5, 6}};
     const Arrays<double> rows(all, 1);
     Arrays<double> other(n, 6);
     Ints distance(2);
@@ -381,7 +392,7 @@ TEST(SparseClassic, ChoiceAndRoom)
                                   Pointers{other.values.data(), &ld, distance.data(), &diagonals} +
                                   rows.told()),
               0);
-    EXPECT_EQ(distance, (Ints{-1, 0}));
+    EXPECT_EQ(distance, (Ints{0, 1}));
     const std::vector<double> whole = image(all, n, 1);
     other = Arrays<double>(n, 6);
     EXPECT_EQ(
@@ -389,7 +400,7 @@ TEST(SparseClassic, ChoiceAndRoom)
     EXPECT_EQ(
         convert<double>("csrcoo", {0, 1, 1, 0, 5, 3}, Pointers{&n, &diagonals} + rows.told() + coordinates),
         1);
-    EXPECT_EQ(convert<double>("csrsky", {0, 1, 1, 0, 5, 1},
+    EXPECT_EQ(convert<double>("csrsky", {0, 1, 1, 1, 5, 1},
                               Pointers{&n} + rows.told() + Pointers{other.values.data(), other.start.data()}),
               1);
     EXPECT_EQ(std::count(other.index.begin(), other.index.end(), junk), 6);
@@ -428,8 +439,10 @@ QNM_TYPED(SparseClassic, SumsAndProducts)
             return info;
         };
         Arrays<T> c = untouched;
+        const Ints order = a.index;
         EXPECT_EQ(make(1, 3, 0, c), 0);
         EXPECT_EQ(c.index, untouched.index);
+        EXPECT_EQ(a.index, order);
         const int nnz = c.start.back() - 1, sort = random_integer(0, 7);
         EXPECT_EQ(make(2, 0, 0, c), 0);
         EXPECT_EQ(read<T>("csr", rows, k, 1, c.general()), listed(expected, 1));
@@ -446,6 +459,7 @@ QNM_TYPED(SparseClassic, SumsAndProducts)
             return all;
         };
         EXPECT_TRUE(ascends(c));
+        EXPECT_TRUE(sort % 7 != 0 || a.index == order);
         EXPECT_TRUE(sort == 7 || ((ascends(a) || (sort & 1) == 0) && (ascends(b) || (sort & 2) == 0)));
         if (nnz > 0) { // the row that has the last one
             const auto full = std::find(c.start.begin(), c.start.end(), nnz + 1) - c.start.begin();
