@@ -62,6 +62,22 @@ else
     echo "left out: there is no ImageMagick with FFTW (package imagemagick)"
 fi
 
+title "Poisson's equation by a sparse matrix and conjugate gradients: a program in C, and one with products of Eigen"
+echo "\$ poisson_sparse"
+"$build/bin/poisson_sparse" | tee "$scratch/poisson"
+if [ -x "$build/bin/poisson_sparse_eigen" ]; then
+    echo
+    echo "\$ poisson_sparse_eigen"
+    "$build/bin/poisson_sparse_eigen"
+fi
+if [ -x "$build/bin/poisson_sparse_fortran" ]; then
+    title "The same in Fortran, its solves by classic routines"
+    echo "\$ poisson_sparse_fortran"
+    "$build/bin/poisson_sparse_fortran" >"$scratch/poisson_fortran"
+    cut -c 1-32 "$scratch/poisson" | cmp - "$scratch/poisson_fortran"
+    printf 'The same digits as from C.\n'
+fi
+
 title "10,000 options priced by vector functions; errors of 24 prices that are certified to 20 digits"
 for program in options_c_narrow options_c_wide options_fortran_narrow options_fortran_wide; do
     [ -x "$build/bin/$program" ] || continue # no Fortran
