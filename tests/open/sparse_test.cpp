@@ -48,7 +48,7 @@ struct Of {
 
 core_int small_size()
 {
-    return random_integer(0, 3) == 0 ? random_integer(0, 17) : random_integer(0, 6);
+    return random_integer(0, 3) == 0 ? random_integer(0, 17) : random_integer(0, 3) * 2;
 }
 Layout any_layout()
 {
@@ -149,9 +149,11 @@ template <class T, class I>
 std::unique_ptr<Made<T, I>> any_made(core_int m, core_int n, T diagonal = T(0))
 {
     const auto format = static_cast<Format>(random_integer(0, 3));
-    const core_int block = format == bsr ? random_integer(1, 3) : 1;
-    Elements<T> all = random_elements<T>(m * block, n * block);
-    for (core_int i = 0; diagonal != T(0) && i < std::min(m, n) * block; ++i)
+    core_int block = format == bsr ? random_integer(1, 3) : 1;
+    if (m % block != 0 || n % block != 0)
+        block = 1;
+    Elements<T> all = random_elements<T>(m, n);
+    for (core_int i = 0; diagonal != T(0) && i < std::min(m, n); ++i)
         all.add(i, i, diagonal);
     auto made = std::make_unique<Made<T, I>>(std::move(all), format, random_integer(0, 1), block);
     if (random_integer(0, 1) != 0) {
@@ -212,7 +214,7 @@ QNM_SPARSE_TYPED(SolvesUndoTheTrianglesProduct)
         const Descriptor d{static_cast<Type>(random_integer(23, 24)),
                            static_cast<Mode>(random_integer(40, 41)),
                            static_cast<sparse::Diag>(random_integer(50, 51))};
-        const core_int size = random_integer(0, 6);
+        const core_int size = random_integer(0, 17);
         const auto a = any_made<T, I>(size, size, T(8));
         const Matrix<T> full = dense(a->elements, d);
         const core_int n = full.rows, columns = random_integer(1, 6);
@@ -380,6 +382,138 @@ QNM_SPARSE_TYPED(ValuesThatChange)
             EXPECT_EQ((call<T, I>("optimize", a.handle)), 0);
             EXPECT_EQ(full()(3, 0), T(0));
         }
+}
+
+template <class T>
+Matrix<T> product(const Matrix<T>& a, const Matrix<T>& b)
+{
+    Matrix<T> c(a.rows, b.columns);
+    c.take('N', c, T(0));
+    for (core_int i = 0; i < a.rows; ++i)
+        for (core_int j = 0; j < b.columns; ++j)
+            for (core_int k = 0; k < a.columns; ++k)
+                c(i, j) += a(i, k) * b(k, j);
+    return c;
+}
+
+/// A handle that a call has made.
+template <class T, class I>
+struct Result {
+    Handle handle = nullptr;
+    ~Result()
+    {
+        if (handle != nullptr) {
+            EXPECT_EQ((call<T, I>("destroy", handle)), 0);
+        }
+    }
+    void expect(const Matrix<T>& expected, bool upper = false) const
+    {
+        Matrix<T> wanted = expected;
+        for (core_int i = 0; i < wanted.rows; ++i)
+            for (core_int j = 0; upper && j < std::min(i, wanted.columns); ++j)
+                wanted(i, j) = T(0);
+        expect_same(Shown<T, I>(handle, csr).full(), wanted);
+    }
+};
+
+/// Calls into a dense matrix, of which the upper triangle alone may be written.
+template <class T, class I, class Call>
+void expect_dense(const Matrix<T>& expected, T alpha, T beta, bool upper, const Call& write)
+{
+    Vectors<T> c(any_layout(), expected.rows, expected.columns);
+    Vectors<T> before = c;
+    for (core_int i = 0; beta == T(0) && i < expected.rows; ++i)
+        for (core_int j = upper ? i : 0; j < expected.columns; ++j)
+            c(i, j) = T(std::numeric_limits<real_t<T>>::quiet_NaN());
+    ASSERT_EQ(write(c.layout, c.all.data.data(), static_cast<I>(c.all.ld)), 0);
+    for (core_int i = 0; i < expected.rows; ++i)
+        for (core_int j = 0; j < expected.columns; ++j)
+            ASSERT_EQ(c(i, j), upper && j < i
+                                   ? before(i, j)
+                                   : alpha * expected(i, j) + (beta == T(0) ? T(0) : beta * before(i, j)));
+}
+
+Descriptor any_descriptor(bool square)
+{
+    return {static_cast<Type>(square ? random_integer(20, 24) : random_integer(0, 1) * 3 + 20),
+            static_cast<Mode>(random_integer(40, 41)), static_cast<sparse::Diag>(random_integer(50, 51))};
+}
+
+QNM_SPARSE_TYPED(SumsAndProductsOfTwo)
+{
+    enum Request { whole = 90, count, finish, structure, places };
+    for (int round = 0; round < 60; ++round) {
+        const core_int m = small_size(), k = small_size(), n = random_integer(0, 2) == 0 ? k : small_size();
+        const Operation op = any_operation(), op_b = any_operation();
+        const auto a = op == plain ? any_made<T, I>(m, k) : any_made<T, I>(k, m);
+        const auto b = op_b == plain ? any_made<T, I>(k, n) : any_made<T, I>(n, k);
+        const Descriptor d = any_descriptor(m == k), d_b = any_descriptor(n == k);
+        const Matrix<T> left = turned(op, dense(a->elements)), right = dense(b->elements);
+        const Matrix<T> both =
+            product(turned(op, dense(a->elements, d)), turned(op_b, dense(b->elements, d_b)));
+        const T alpha = any_factor<T>(), beta = any_factor<T>();
+        {
+            Result<T, I> at_once, in_stages;
+            ASSERT_EQ((call<T, I>("sp2m", op, d, a->handle, op_b, d_b, b->handle, whole, &at_once.handle)),
+                      0);
+            at_once.expect(both);
+            for (const std::vector<Request>& stages :
+                 {std::vector{count, finish}, {structure, finish}, {count, places, finish, finish}}) {
+                for (const Request stage : stages) {
+                    ASSERT_EQ((call<T, I>("?_do_sp2m", op, d, a->handle, op_b, d_b, b->handle, stage,
+                                          &in_stages.handle)),
+                              0);
+                    const Shown<T, I> shown(in_stages.handle, csr);
+                    EXPECT_EQ(shown.index == nullptr, stage == count);
+                    EXPECT_EQ(shown.value == nullptr, stage != finish);
+                    Handle none = nullptr;
+                    EXPECT_EQ((call<T, I>("convert_csr", in_stages.handle, plain, &none)),
+                              3 * (stage != finish));
+                    if (none != nullptr) {
+                        EXPECT_EQ((call<T, I>("destroy", none)), 0);
+                    }
+                }
+                in_stages.expect(both);
+                EXPECT_EQ((call<T, I>("destroy", std::exchange(in_stages.handle, nullptr))), 0);
+            }
+            expect_dense<T, I>(both, alpha, beta, false, [&](Layout layout, T* c, I ld) {
+                return call<T, I>("?_sp2md", op, d, a->handle, op_b, d_b, b->handle, alpha, beta, c, layout,
+                                  ld);
+            });
+        }
+        Result<T, I> ab, sum, square, around;
+        const int unfit = right.rows == k ? 0 : 3;
+        ASSERT_EQ((call<T, I>("spmm", op, a->handle, b->handle, &ab.handle)), unfit);
+        if (unfit == 0) {
+            ab.expect(product(left, right));
+            expect_dense<T, I>(product(left, right), T(1), T(0), false, [&](Layout layout, T* c, I ld) {
+                return call<T, I>("?_spmmd", op, a->handle, b->handle, layout, c, ld);
+            });
+        }
+        const auto addend = any_made<T, I>(m, k);
+        ASSERT_EQ((call<T, I>("?_add", op, a->handle, alpha, addend->handle, &sum.handle)), 0);
+        Matrix<T> total = dense(addend->elements);
+        sum.expect(total.take('N', left, alpha, T(1)));
+
+        const Matrix<T> adjoint = turned(Operation::conjugated, left), squared = product(left, adjoint);
+        ASSERT_EQ((call<T, I>("syrk", op, a->handle, &square.handle)), 0);
+        square.expect(squared, true);
+        expect_dense<T, I>(squared, alpha, beta, true, [&](Layout layout, T* c, I ld) {
+            return call<T, I>("?_syrkd", op, a->handle, alpha, beta, c, layout, ld);
+        });
+        const auto middle = any_made<T, I>(k, k);
+        const Descriptor mirrored{static_cast<Type>(random_integer(21, 22)), d.mode, d.diag};
+        const Matrix<T> inner = dense(middle->elements, mirrored),
+                        outer = product(product(left, inner), adjoint);
+        for (const Request stage : {count, finish})
+            ASSERT_EQ((call<T, I>("sypr", op, a->handle, middle->handle, mirrored, &around.handle, stage)),
+                      0);
+        around.expect(outer, true);
+        expect_dense<T, I>(outer, alpha, beta, true, [&](Layout layout, T* c, I ld) {
+            return call<T, I>("?_syprd", op, a->handle, inner.data, Layout::by_columns,
+                              static_cast<I>(inner.ld), alpha, beta, c, layout, ld);
+        });
+    }
 }
 } // namespace
 } // namespace qnm::test

@@ -43,8 +43,7 @@ private:
 template <class T, class I>
 class Sum {
 public:
-    explicit Sum(core_int columns)
-        : seen_(Array<core_int>::zeros(columns)), value_(columns), places_(columns)
+    explicit Sum(core_int columns) : seen_(Array<core_int>::zeros(columns)), value_(columns), places_(columns)
     {
     }
     void begin() { ++row_, count_ = 0; }
@@ -59,13 +58,14 @@ public:
         }
     }
     core_int count() const { return count_; }
-    /// In ascending order.
-    void store(I* index, T* value) const
+    /// In ascending order; without values if there is no place for them.
+    void store(I* index, core_int base, T* value) const
     {
         std::sort(places_.get(), places_.get() + count_);
         for (core_int p = 0; p < count_; ++p) {
-            index[p] = places_[p];
-            value[p] = value_[places_[p]];
+            index[p] = static_cast<I>(places_[p] + base);
+            if (value != nullptr)
+                value[p] = value_[places_[p]];
         }
     }
 
@@ -92,15 +92,17 @@ Rows<T, I> counted(core_int rows, core_int columns, const SumRow& sum_row)
     return made;
 }
 
-/// And the elements, into arrays that are there.
+/// And their elements, into arrays that are there.
 template <class T, class I, class SumRow>
-void fill(core_int rows, core_int columns, const I* start, core_int base, I* index, T* value, const SumRow& sum_row)
+void fill(core_int rows, core_int columns, const I* start, core_int base, I* index, T* value,
+          const SumRow& sum_row)
 {
     Sum<T, I> sum(columns);
     for (core_int i = 0; i < rows; ++i) {
+        const core_int first = start[i] - base;
         sum.begin();
         sum_row(i, [&](core_int j, T v) { sum.add(j, v); });
-        sum.store(index + (start[i] - base), value + (start[i] - base));
+        sum.store(index + first, base, value != nullptr ? value + first : nullptr);
     }
 }
 

@@ -33,6 +33,7 @@ Status set_arrays(Handle* handle, const Arrays<T, I>& a)
         m.changed();
         m.own(Array<I>(), Array<I>(), Array<I>(), Array<T>());
         m.a = a;
+        m.complete = true;
         return ok;
     });
 }
@@ -112,7 +113,7 @@ template <class T, class I>
 Status set_value(Handle* handle, I row, I column, T value)
 {
     return with_width<T, I>(handle, [&](Matrix<T, I>& m) {
-        if (!is_stored(m, row - m.a.base, column - m.a.base))
+        if (!m.complete || !is_stored(m, row - m.a.base, column - m.a.base))
             return invalid;
         set(m, row - m.a.base, column - m.a.base, value);
         m.changed();
@@ -125,7 +126,7 @@ template <class T, class I>
 Status update_values(Handle* handle, I count, const I* row, const I* column, const T* values)
 {
     return with_width<T, I>(handle, [&](Matrix<T, I>& m) {
-        if (count < 0 || (count != 0 && values == nullptr))
+        if (!m.complete || count < 0 || (count != 0 && values == nullptr))
             return invalid;
         if (row == nullptr && column == nullptr) {
             if (count != m.a.stored() * m.a.elements_of_one())

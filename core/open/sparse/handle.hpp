@@ -52,6 +52,7 @@ public:
 
     const char letter;
     const bool wide;
+    bool complete = true; // else a product that is under way
     Hints hints;
 };
 
@@ -167,13 +168,25 @@ public:
         a = arrays_of(made, base);
         for (core_int i = 0; base != 0 && i <= made.rows; ++i)
             a.start[i] += static_cast<I>(base);
-        for (core_int p = 0; base != 0 && p < made.start[made.rows] - base; ++p)
+        for (core_int p = 0; base != 0 && made.index.get() != nullptr && p < made.start[made.rows] - base;
+             ++p)
             a.index[p] += static_cast<I>(base);
-        own(std::move(made.start), Array<I>(0), std::move(made.index), std::move(made.value));
+        own(std::move(made.start), Array<I>(), std::move(made.index), std::move(made.value));
+        complete = a.values != nullptr;
         changed();
     }
-    /// Whether the arrays are the core's.
-    bool owns() const { return values_.get() != nullptr; }
+    /// The same for what is still to come of a product; its starts are there.
+    void adopt(Array<I>&& indices, Array<T>&& numbers)
+    {
+        if (indices.get() != nullptr)
+            index_ = std::move(indices);
+        if (numbers.get() != nullptr)
+            values_ = std::move(numbers);
+        a.index = index_.get();
+        a.values = values_.get();
+        complete = a.values != nullptr;
+        changed();
+    }
 
     /// Zero-based rows, if products had better read them.
     std::unique_ptr<Rows<T, I>> laid_out;
@@ -217,13 +230,13 @@ Status with_letter(Handle* handle, const Work& work)
 {
     if (handle == nullptr)
         return not_initialised;
-    if (handle->letter != letter_of<T>)
+    if (handle->letter != letter_of<T> || !handle->complete)
         return invalid;
     return guarded([&] {
         return handle->wide ? work(typed<T>(*handle, core_int{})) : work(typed<T>(*handle, std::int32_t{}));
     });
 }
-/// ...and with these integers.
+/// ...and with these integers, complete or not.
 template <class T, class I, class Work>
 Status with_width(Handle* handle, const Work& work)
 {
@@ -256,7 +269,7 @@ Status with_two(Handle* a, Handle* b, const Work& work)
 {
     if (a == nullptr || b == nullptr)
         return not_initialised;
-    if (a->letter != b->letter || a->wide != b->wide)
+    if (a->letter != b->letter || a->wide != b->wide || !b->complete)
         return invalid;
     return with_any(a, [&](auto& first) {
         return work(first, static_cast<std::remove_reference_t<decltype(first)>&>(*b));
