@@ -12,9 +12,11 @@ cat > apt-get <<'END'
 #!/bin/sh
 [ "$1" != update ] || exit 0
 for name; do case " $ABSENT " in *" $name "*) exit 100 ;; esac; done
+[ "$1" != download ] || touch "${name}_1.deb"
 echo "$*" | sed 's/.*recommends //' >> "$LOG"
 END
 printf '#!/bin/sh\necho 0\n' > id
+printf '#!/bin/sh\nmkdir "$3"\n' > dpkg-deb
 chmod +x ./*
 cat > list <<'END'
 # of the test
@@ -25,6 +27,8 @@ builder
 tests
 theirs optional
 others optional
+[data]
+files unpacked
 END
 
 # What is got, by one line for each call; what is said of what is left out; and the status.
@@ -40,6 +44,10 @@ expect "||0" "compiler builder" "" list lib
 expect "builder tests;theirs others||0" compiler "" list lib check
 expect "tests;others|Left out: theirs, and what needs it|0" "" theirs list check
 expect "||100" "" tests list check
+expect "|Left out: files, and what needs it|0" "" files list data
+expect "download -qq -o APT::Sandbox::User=root files||0" "" "" list data
+[ -d build/data/files ] || fail "nothing is unpacked"
+expect "||0" "" "" list data
 expect "||2" "" "" list no-such-group
 for target in lib demo check sanitizers bench; do # whose groups are there
     groups=$(make -C "$source" -n "$target" | sed -n 's/^tools.install-packages packages.txt //p')
