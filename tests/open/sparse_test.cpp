@@ -2,6 +2,7 @@
 // back.
 #include "sparse.hpp"
 
+#include <cmath>
 #include <memory>
 
 namespace qnm::test {
@@ -513,6 +514,248 @@ QNM_SPARSE_TYPED(SumsAndProductsOfTwo)
             return call<T, I>("?_syprd", op, a->handle, inner.data, Layout::by_columns,
                               static_cast<I>(inner.ld), alpha, beta, c, layout, ld);
         });
+    }
+}
+
+/// One sweep over all rows of a dense matrix.
+template <class T>
+void swept(const Matrix<T>& a, T omega, const std::vector<T>& b, std::vector<T>& x, bool forwards)
+{
+    const core_int n = a.rows;
+    for (core_int step = 0; step < n; ++step) {
+        const core_int i = forwards ? step : n - 1 - step;
+        T sum = b[static_cast<std::size_t>(i)];
+        for (core_int j = 0; j < n; ++j)
+            sum -= j == i ? T(0) : a(i, j) * x[static_cast<std::size_t>(j)];
+        T& xi = x[static_cast<std::size_t>(i)];
+        xi += omega * (sum / a(i, i) - xi);
+    }
+}
+
+QNM_SPARSE_TYPED(Smoothers)
+{
+    for (int round = 0; round < 60; ++round) {
+        const core_int n = small_size();
+        const auto a = any_made<T, I>(n, n, T(40)); // so that all is of the size of one
+        const Descriptor d = random_integer(0, 1) != 0
+                                 ? general
+                                 : Descriptor{Type::hermitian, Mode::lower, sparse::Diag::stored};
+        if (random_integer(0, 1) != 0) {
+            EXPECT_EQ((call<T, I>("set_symgs_hint", a->handle, plain, d, I(2))), 0);
+            EXPECT_EQ((call<T, I>("optimize", a->handle)), 0);
+        }
+        const Operation op = any_operation();
+        const Matrix<T> full = dense(a->elements, d), as_used = turned(op, full);
+        const T alpha = any_factor<T>(), omega = T(real_t<T>(0.75));
+        const std::vector<T> b = random_vector<T>(n), start = random_vector<T>(n);
+        const auto scaled = [&] {
+            std::vector<T> x = start;
+            for (T& xi : x)
+                xi *= alpha;
+            return x;
+        };
+        std::vector<T> x = start, expected = scaled(), y(static_cast<std::size_t>(n)), ax = y;
+        ASSERT_EQ((call<T, I>("?_symgs_mv", op, a->handle, d, alpha, b, x, y)), 0);
+        swept(as_used, T(1), b, expected, true);
+        swept(as_used, T(1), b, expected, false);
+        expect_near(x, expected);
+        for (core_int i = 0; i < n; ++i)
+            for (core_int j = 0; j < n; ++j)
+                ax[static_cast<std::size_t>(i)] += as_used(i, j) * expected[static_cast<std::size_t>(j)];
+        expect_near(y, ax);
+        std::vector<T> alone = start;
+        ASSERT_EQ((call<T, I>("?_symgs", op, a->handle, d, alpha, b, alone)), 0);
+        EXPECT_EQ(alone, x);
+        for (const int kind : {110, 111, 112}) {
+            x = start, expected = scaled();
+            ASSERT_EQ((call<T, I>("?_sorv", kind, d, a->handle, omega, alpha, x, b)), 0);
+            if (kind != 111)
+                swept(full, omega, b, expected, true);
+            if (kind != 110)
+                swept(full, omega, b, expected, false);
+            expect_near(x, expected);
+        }
+        // With the diagonal itself, from zero: a forward sweep and a backward one.
+        std::vector<T> diagonal, inverse;
+        for (core_int i = 0; i < n; ++i) {
+            diagonal.push_back(as_used(i, i));
+            inverse.push_back(T(1) / as_used(i, i));
+        }
+        x.assign(x.size(), T(0)), expected = x;
+        ASSERT_EQ((call<T, I>("?_lu_smoother", op, a->handle, d, diagonal, inverse, x, b)), 0);
+        swept(as_used, T(1), b, expected, true);
+        swept(as_used, T(1), b, expected, false);
+        expect_near(x, expected);
+        // And from where all is solved it does not move.
+        for (core_int i = 0; i < n; ++i) {
+            ax[static_cast<std::size_t>(i)] = T(0);
+            for (core_int j = 0; j < n; ++j)
+                ax[static_cast<std::size_t>(i)] += as_used(i, j) * start[static_cast<std::size_t>(j)];
+        }
+        x = start;
+        ASSERT_EQ((call<T, I>("?_lu_smoother", op, a->handle, d, diagonal, inverse, x, ax)), 0);
+        expect_near(x, start);
+    }
+}
+
+// Least squares: what is left over stands at right angles to all columns.
+QNM_TYPED_OF(Sparse, LeastSquares, float, double)
+{
+    using I = int;
+    for (int round = 0; round < 20; ++round) {
+        const core_int n = random_integer(1, 9), m = n + random_integer(0, 8);
+        const auto a = any_made<T, I>(m, n, T(9));
+        const core_int columns = random_integer(1, 3);
+        const Matrix<T> full = dense(a->elements);
+        const Layout layout = any_layout();
+        Vectors<T> b(layout, m, columns), x(layout, n, columns), q(layout, m, columns), again = q;
+        const I c = static_cast<I>(columns);
+        const auto ld = [](const Vectors<T>& v) { return static_cast<I>(v.all.ld); };
+        const T* const same = nullptr;
+        EXPECT_EQ((call<T, I>("?_qr_solve", plain, a->handle, same, layout, c, x.all.data, ld(x), b.all.data,
+                              ld(b))),
+                  1);
+        ASSERT_EQ((call<T, I>("qr_reorder", a->handle, general)), 0);
+        ASSERT_EQ((call<T, I>("?_qr_factorize", a->handle, same)), 0);
+        ASSERT_EQ((call<T, I>("?_qr_solve", plain, a->handle, same, layout, c, x.all.data, ld(x), b.all.data,
+                              ld(b))),
+                  0);
+        const auto expect_orthogonal = [&](T scale) {
+            for (core_int k = 0; k < columns; ++k)
+                for (core_int j = 0; j < n; ++j) {
+                    T sum{};
+                    for (core_int i = 0; i < m; ++i) {
+                        T left = b(i, k);
+                        for (core_int l = 0; l < n; ++l)
+                            left -= scale * full(i, l) * x(l, k);
+                        sum += full(i, j) * left;
+                    }
+                    EXPECT_NEAR(sum, 0, 2e4 * std::numeric_limits<T>::epsilon());
+                }
+        };
+        expect_orthogonal(T(1));
+        // The same in steps, and Q undone.
+        ASSERT_EQ((call<T, I>("?_qr_qmult", Operation::transposed, a->handle, layout, c, q.all.data, ld(q),
+                              b.all.data, ld(b))),
+                  0);
+        Vectors<T> in_steps(layout, n, columns), of_q(layout, n, columns);
+        for (core_int i = 0; i < n; ++i)
+            for (core_int k = 0; k < columns; ++k)
+                of_q(i, k) = q(i, k);
+        ASSERT_EQ((call<T, I>("?_qr_rsolve", plain, a->handle, layout, c, in_steps.all.data, ld(in_steps),
+                              of_q.all.data, ld(of_q))),
+                  0);
+        ASSERT_EQ((call<T, I>("?_qr_qmult", plain, a->handle, layout, c, again.all.data, ld(again),
+                              q.all.data, ld(q))),
+                  0);
+        for (core_int k = 0; k < columns; ++k) {
+            for (core_int i = 0; i < n; ++i)
+                EXPECT_EQ(in_steps(i, k), x(i, k));
+            for (core_int i = 0; i < m; ++i)
+                EXPECT_NEAR(again(i, k), b(i, k), 200 * std::numeric_limits<T>::epsilon());
+        }
+        std::vector<T> twice = a->value;
+        for (T& v : twice)
+            v *= T(2);
+        ASSERT_EQ((call<T, I>("?_qr_solve", plain, a->handle, twice, layout, c, x.all.data, ld(x), b.all.data,
+                              ld(b))),
+                  0);
+        expect_orthogonal(T(2));
+        ASSERT_EQ(
+            (call<T, I>("?_qr", plain, a->handle, general, layout, c, x.all.data, ld(x), b.all.data, ld(b))),
+            0);
+        expect_orthogonal(T(1));
+    }
+    Made<T, I> wide(random_elements<T>(2, 3), csr), singular(Elements<T>{3, 2, {0}, {0}, {T(1)}}, csr);
+    EXPECT_EQ((call<T, I>("qr_reorder", wide.handle, general)), 6);
+    std::vector<T> b(3), x(2);
+    EXPECT_EQ(
+        (call<T, I>("?_qr", plain, singular.handle, general, Layout::by_columns, I(1), x, I(2), b, I(3))), 4);
+}
+
+// The grid's Laplacian has eigenvalues that a formula tells; half the unit matrix beside it doubles them.
+QNM_TYPED_OF(Sparse, EigenvaluesOfTheGrid, float, double)
+{
+    using I = int;
+    for (const core_int side : {5, 12}) {     // as a dense matrix, and by iteration
+        const core_int n = side * (side + 1); // no two alike: an iteration would find one of them
+        Elements<T> grid{n, n, {}, {}, {}}, scaled = grid;
+        for (core_int i = 0; i < n; ++i) {
+            grid.add(i, i, T(4));
+            scaled.add(i, i, T(0.5));
+            for (const core_int j : {i - side, i - 1, i + 1, i + side})
+                if (j >= 0 && j < n && (std::abs(j - i) == side || j / side == i / side))
+                    grid.add(i, j, T(-1));
+        }
+        std::vector<double> exact;
+        for (core_int p = 1; p <= side; ++p)
+            for (core_int q = 1; q <= side + 1; ++q) {
+                const auto part = [](core_int k, core_int points) {
+                    return std::pow(
+                        std::sin(M_PI * static_cast<double>(k) / 2 / static_cast<double>(points + 1)), 2);
+                };
+                exact.push_back(4 * (part(p, side) + part(q, side + 1)));
+            }
+        std::ranges::sort(exact);
+        Made<T, I> a(grid, csr), half(scaled, coo);
+        std::vector<I> pm(128, -7);
+        ASSERT_EQ((call<T, I>("ee_init", pm)), 0);
+        const I wanted = 4;
+        const T bound = std::is_same_v<T, float> ? T(2e-4) : T(1e-5);
+        for (const char* which : {"L", "s"}) {
+            const Descriptor d =
+                *which == 'L' ? general : Descriptor{Type::symmetric, Mode::upper, sparse::Diag::stored};
+            I found = 0;
+            std::vector<T> values(4), left(4), vectors(static_cast<std::size_t>(4 * n)), other = vectors;
+            const auto expect_values = [&](const auto& of) {
+                EXPECT_EQ(found, wanted);
+                for (std::size_t i = 0; i < 4; ++i) {
+                    EXPECT_NEAR(values[i], of(*which == 'L' ? exact[exact.size() - 1 - i] : exact[i]), bound);
+                    EXPECT_LE(left[i], 40 * bound);
+                }
+            };
+            ASSERT_EQ((call<T, I>("?_ev", which, pm, a.handle, d, wanted, &found, values, vectors, left)), 0);
+            expect_values([](double x) { return x; });
+            for (core_int i = 0; i < 4; ++i) { // what is told of residuals is true
+                const T* const x = vectors.data() + i * n;
+                std::vector<T> ax(static_cast<std::size_t>(n));
+                EXPECT_EQ((call<T, I>("?_mv", plain, T(1), a.handle, general, x, T(0), ax)), 0);
+                T sum{}, norm{};
+                for (core_int j = 0; j < n; ++j) {
+                    sum += std::pow(
+                        ax[static_cast<std::size_t>(j)] - values[static_cast<std::size_t>(i)] * x[j], T(2));
+                    norm += x[j] * x[j];
+                }
+                EXPECT_NEAR(std::sqrt(sum), left[static_cast<std::size_t>(i)],
+                            1e-6 + left[static_cast<std::size_t>(i)] / 10);
+                EXPECT_NEAR(norm, 1, 1e-4);
+            }
+            ASSERT_EQ((call<T, I>("?_gv", which, pm, a.handle, d, half.handle, general, wanted, &found,
+                                  values, vectors, left)),
+                      0);
+            expect_values([](double x) { return 2 * x; });
+            ASSERT_EQ((call<T, I>("?_svd", which, "B", pm, a.handle, general, wanted, &found, values, vectors,
+                                  other, left)),
+                      0);
+            expect_values([](double x) { return x; });
+            for (std::size_t j = 0; j < vectors.size();
+                 ++j) // symmetric and positive: both sides are the same
+                EXPECT_NEAR(vectors[j], other[j], 0.05);
+        }
+        std::vector<T> values(4), vectors(static_cast<std::size_t>(4 * n)), left(4);
+        I found = 0;
+        const Descriptor negative{Type::symmetric, Mode::upper, sparse::Diag::stored};
+        Made<T, I> indefinite(Elements<T>{n, n, {0}, {0}, {T(-1)}}, csr);
+        EXPECT_EQ((call<T, I>("?_gv", "L", pm, a.handle, negative, indefinite.handle, general, wanted, &found,
+                              values, vectors, left)),
+                  4);
+        pm[4] = 1; // one iteration is too few
+        EXPECT_EQ((call<T, I>("?_ev", "S", pm, a.handle, general, wanted, &found, values, vectors, left)),
+                  side == 5 ? 0 : 4);
+        EXPECT_EQ((call<T, I>("?_ev", "X", pm, a.handle, general, wanted, &found, values, vectors, left)), 3);
+        EXPECT_EQ((call<T, I>("?_ev", "L", pm, a.handle, general, static_cast<I>(n + 1), &found, values,
+                              vectors, left)),
+                  3);
     }
 }
 } // namespace

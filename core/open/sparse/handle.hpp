@@ -37,6 +37,14 @@ struct Hints {
     Descriptor swept = general;
 };
 
+/// What an operation leaves with a handle for others of its kind.
+struct Kept {
+    Kept() = default;
+    virtual ~Kept() = default;
+    Kept(const Kept&) = delete;
+    Kept& operator=(const Kept&) = delete;
+};
+
 class Handle {
 public:
     Handle(char letter_of, bool wide_indices) : letter(letter_of), wide(wide_indices) {}
@@ -54,6 +62,7 @@ public:
     const bool wide;
     bool complete = true; // else a product that is under way
     Hints hints;
+    std::unique_ptr<Kept> factors;
 };
 
 template <class T>
@@ -155,6 +164,7 @@ public:
     {
         laid_out.reset();
         whole_rows.reset();
+        factors.reset();
     }
     void own(Array<I>&& starts, Array<I>&& ends, Array<I>&& indices, Array<T>&& numbers)
     {
