@@ -86,6 +86,12 @@ statistics()
     fi
 }
 
+sparse()
+{
+    echo "== Sparse matrices: five points of a grid of 1000 by 1000, nanoseconds for a row; ratios (aims in docs/speed.md)"
+    "$build/bin/qnm_bench_sparse"
+}
+
 loading()
 {
     echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
@@ -147,6 +153,7 @@ echo "== Changes of layout and NaN checks beside plain work on the same bytes; r
 (transforms)
 vectors
 statistics
+sparse
 loading
 relocations
 if [ $clean_build = yes ]; then

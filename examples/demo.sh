@@ -65,11 +65,8 @@ fi
 title "Poisson's equation by a sparse matrix and conjugate gradients: a program in C, and one with products of Eigen"
 echo "\$ poisson_sparse"
 "$build/bin/poisson_sparse" | tee "$scratch/poisson"
-if [ -x "$build/bin/poisson_sparse_eigen" ]; then
-    echo
-    echo "\$ poisson_sparse_eigen"
-    "$build/bin/poisson_sparse_eigen"
-fi
+printf '\n$ poisson_sparse_eigen\n'
+"$build/bin/poisson_sparse_eigen"
 if [ -x "$build/bin/poisson_sparse_fortran" ]; then
     title "The same in Fortran, its solves by classic routines"
     echo "\$ poisson_sparse_fortran"

@@ -47,22 +47,19 @@ template <class T, class SumRow>
 int make(int request, core_int rows, core_int columns, const Stored<T>& c, int most, const SumRow& sum_row)
 {
     Rows<T, int> all;
-    const int* start = c.start;
-    core_int base = c.base;
+    int* start = c.start;
     if (request != all_but_starts) {
         all = counted<T, int>(rows, columns, sum_row);
         start = all.start.get();
-        base = 0;
         const int* const full = std::upper_bound(start, start + rows + 1, most);
         if (request == everything && full != start + rows + 1)
             return static_cast<int>(full - start);
+        std::for_each(start, start + rows + 1, [&](int& first) { first += c.base; });
     }
-    if (request != only_starts) {
-        fill(rows, columns, start, base, c.index, c.values, sum_row);
-        std::for_each(c.index, c.index + (start[rows] - base), [&](int& index) { index += c.base; });
-    }
+    if (request != only_starts)
+        fill(rows, columns, start, c.base, c.index, c.values, sum_row);
     if (request != all_but_starts) // now that all memory was there
-        std::transform(start, start + rows + 1, c.start, [&](int first) { return first + c.base; });
+        std::copy_n(start, rows + 1, c.start);
     return 0;
 }
 
