@@ -3,7 +3,9 @@
 #include "sparse.hpp"
 
 #include <cmath>
+#include <functional>
 #include <memory>
+#include <thread>
 
 namespace qnm::test {
 namespace {
@@ -514,6 +516,219 @@ QNM_SPARSE_TYPED(SumsAndProductsOfTwo)
             return call<T, I>("?_syprd", op, a->handle, inner.data, Layout::by_columns,
                               static_cast<I>(inner.ld), alpha, beta, c, layout, ld);
         });
+    }
+}
+
+// Formats, widths, bases and the number of columns change no bit of a product whose rows are read from left
+// to right.
+QNM_TYPED(Sparse, BitsOfAProduct)
+{
+    const core_int m = 40, n = 30;
+    Elements<T> all{m, n, {}, {}, {}};
+    const auto uneven = [] { return static_cast<real_t<T>>(random_integer(1, 1000)) / 7; };
+    const auto any = [&] {
+        T v = uneven();
+        if constexpr (is_complex<T>)
+            v.imag(uneven());
+        return v;
+    };
+    for (core_int i = 0; i < m; ++i)
+        for (core_int j = i % 3; j < n; j += random_integer(1, 4))
+            all.add(i, j, any());
+    std::vector<T> x(static_cast<std::size_t>(n * 5)), first(static_cast<std::size_t>(m)),
+        y = first, many(5 * first.size());
+    for (T& xi : x)
+        xi = any();
+    const T alpha = any();
+    const Made<T, int> narrow(all, csr, 0), blocks(all, bsr, 1, 1), columns(all, csc, 1), places(all, coo, 0);
+    const Made<T, core_int> wide(all, csr, 1);
+    const auto product = [&](Handle handle, T* to) {
+        return call<T, int>("?_mv", plain, alpha, handle, general, x, T(0), to);
+    };
+    ASSERT_EQ(product(narrow.handle, first.data()), 0);
+    for (const Handle laid_out : {columns.handle, places.handle})
+        EXPECT_EQ((call<T, int>("optimize", laid_out)), 0);
+    for (const Handle other : {wide.handle, blocks.handle, columns.handle, places.handle}) {
+        ASSERT_EQ(product(other, y.data()), 0);
+        EXPECT_EQ(y, first);
+    }
+    ASSERT_EQ((call<T, core_int>("?_mm", plain, alpha, wide.handle, general, Layout::by_columns, x,
+                                 core_int(5), n, T(0), many, m)),
+              0);
+    for (core_int c = 0; c < 5; ++c) {
+        ASSERT_EQ((call<T, int>("?_mv", plain, alpha, narrow.handle, general, x.data() + c * n, T(0), y)), 0);
+        EXPECT_TRUE(std::equal(y.begin(), y.end(), many.begin() + c * m)) << c;
+    }
+    // One handle that several threads read.
+    std::vector<std::thread> threads;
+    std::vector<int> differences(3);
+    for (int& different : differences)
+        threads.emplace_back([&] {
+            std::vector<T> own(first.size());
+            for (int round = 0; round < 100; ++round)
+                different += product(places.handle, own.data()) != 0 || own != first ? 1 : 0;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(differences, (std::vector<int>(3)));
+}
+
+QNM_SPARSE_TYPED(Refusals)
+{
+    const Made<T, I> a(Elements<T>{2, 3, {0, 1}, {1, 2}, {T(1), T(2)}}, csr, 0),
+        square(Elements<T>{3, 3, {0}, {1}, {T(1)}}, coo, 0);
+    const Made<float, core_int> other(Elements<float>{3, 3, {0}, {0}, {1.0F}}, csr, 0);
+    const Handle none = nullptr;
+    const T one(1);
+    std::vector<T> x(9), y(9, T(7));
+    const std::vector<T> untouched = y;
+    const T* const no_x = nullptr;
+    T* const no_y = nullptr;
+    const auto mv = [&](Operation op, Handle handle, Descriptor d, const T* from, T* to) {
+        return call<T, I>("?_mv", op, one, handle, d, from, one, to);
+    };
+    const Descriptor symmetric{Type::symmetric, Mode::lower, sparse::Diag::stored};
+    const auto with = [](int type, int mode, int diag) {
+        return Descriptor{static_cast<Type>(type), static_cast<Mode>(mode), static_cast<sparse::Diag>(diag)};
+    };
+    EXPECT_EQ(mv(plain, none, general, x.data(), y.data()), 1);
+    for (const int op : {0, 9, 13})
+        EXPECT_EQ(mv(static_cast<Operation>(op), a.handle, general, x.data(), y.data()), 3);
+    for (const Descriptor d :
+         {with(19, 40, 50), with(27, 40, 50), with(23, 42, 50), with(23, 40, 52), symmetric})
+        EXPECT_EQ(mv(plain, a.handle, d, x.data(), y.data()), 3);
+    EXPECT_EQ(mv(plain, a.handle, general, no_x, y.data()), 3);
+    EXPECT_EQ(mv(plain, a.handle, general, x.data(), no_y), 3);
+    EXPECT_EQ((call<T, I>("?_dotmv", plain, one, a.handle, general, x, one, y, no_y)), 3);
+    const Handle of_letter = std::is_same_v<T, float> ? none : other.handle;
+    EXPECT_EQ(mv(plain, of_letter, general, x.data(), y.data()), of_letter == none ? 1 : 3);
+    for (const auto& [layout, columns, ldx, ldy, answer] : {std::tuple{100, 2, 3, 3, 3},
+                                                            {103, 2, 3, 3, 3},
+                                                            {101, -1, 3, 3, 3},
+                                                            {101, 2, 1, 3, 3},
+                                                            {101, 2, 3, 1, 3},
+                                                            {102, 2, 2, 3, 3},
+                                                            {102, 2, 3, 1, 3},
+                                                            {102, 2, -1, 3, 3},
+                                                            {102, 0, 3, 2, 0}})
+        EXPECT_EQ((call<T, I>("?_mm", plain, one, a.handle, general, layout, x, static_cast<I>(columns),
+                              static_cast<I>(ldx), one, y, static_cast<I>(ldy))),
+                  answer);
+    const auto trsv = [&](Handle handle, Descriptor d) {
+        return call<T, I>("?_trsv", plain, one, handle, d, x, y);
+    };
+    EXPECT_EQ(trsv(none, general), 1);
+    EXPECT_EQ(trsv(a.handle, with(23, 40, 50)), 3);
+    EXPECT_EQ(trsv(square.handle, with(25, 40, 50)), 6);
+    EXPECT_EQ((call<T, I>("?_symgs", plain, a.handle, general, one, x, y)), 3);
+    EXPECT_EQ((call<T, I>("?_symgs", plain, square.handle, general, one, x, no_y)), 3);
+    EXPECT_EQ((call<T, I>("?_sorv", 113, general, square.handle, one, one, y, x)), 3);
+    EXPECT_EQ((call<T, I>("?_lu_smoother", plain, square.handle, general, x, no_x, y, x)), 3);
+    EXPECT_EQ(y, untouched);
+
+    // Of creation: base, sizes, arrays; of everything else that hands something out: nothing is written.
+    I starts[] = {0, 1, 1}, index[] = {0}, *const no_ints = nullptr;
+    int something = 0;
+    const Handle untouched_handle = &something;
+    Handle made = untouched_handle;
+    const auto create = [&](Handle* to, int base, int m, int n, I* start, I* indices, T* values) {
+        return call<T, I>("?_create_csr", to, base, static_cast<I>(m), static_cast<I>(n), start, starts + 1,
+                          indices, values);
+    };
+    Handle* const nowhere = nullptr;
+    for (const int status :
+         {create(nowhere, 0, 2, 1, starts, index, x.data()), create(&made, 2, 2, 1, starts, index, x.data()),
+          create(&made, 0, -1, 1, starts, index, x.data()), create(&made, 0, 2, -1, starts, index, x.data()),
+          create(&made, 0, 2, 1, no_ints, index, x.data()), create(&made, 0, 2, 1, starts, no_ints, x.data()),
+          create(&made, 0, 2, 1, starts, index, no_y)})
+        EXPECT_EQ(status, 3);
+    EXPECT_EQ((call<T, I>("?_create_coo", &made, 0, I(2), I(2), I(-1), index, index, x)), 3);
+    EXPECT_EQ((call<T, I>("?_create_coo", &made, 0, I(2), I(2), I(1), index, no_ints, x)), 3);
+    EXPECT_EQ((call<T, I>("?_create_bsr", &made, 0, 100, I(2), I(1), I(1), starts, starts + 1, index, x)), 3);
+    EXPECT_EQ((call<T, I>("?_create_bsr", &made, 0, 101, I(2), I(1), I(0), starts, starts + 1, index, x)), 3);
+    EXPECT_EQ((call<T, I>("convert_csr", none, plain, &made)), 1);
+    EXPECT_EQ((call<T, I>("convert_csr", a.handle, 13, &made)), 3);
+    EXPECT_EQ((call<T, I>("convert_bsr", square.handle, I(0), 101, plain, &made)), 3);
+    EXPECT_EQ((call<T, I>("copy", a.handle, symmetric, &made)), 3);
+    EXPECT_EQ((call<T, I>("spmm", plain, a.handle, none, &made)), 1);
+    EXPECT_EQ((call<T, I>("spmm", plain, a.handle, a.handle, &made)), 3);
+    EXPECT_EQ((call<T, I>("spmm", plain, a.handle, square.handle, nowhere)), 3);
+    EXPECT_EQ((call<T, I>("sp2m", plain, general, a.handle, plain, general, square.handle, 95, &made)), 3);
+    EXPECT_EQ((call<T, I>("?_add", plain, a.handle, one, square.handle, &made)), 3);
+    if (!std::is_same_v<T, float> || sizeof(I) == 4) {
+        EXPECT_EQ((call<T, I>("spmm", plain, square.handle, other.handle, &made)), 3);
+    }
+    EXPECT_EQ((call<T, I>("?_do_sp2m_allocate_C_handle", plain, a.handle, plain, square.handle, &made)), 6);
+    EXPECT_EQ(made, untouched_handle);
+    // Integers of the other width would be misread.
+    using Other = std::conditional_t<sizeof(I) == 4, core_int, int>;
+    EXPECT_EQ((call<T, Other>("?_set_value", a.handle, Other(0), Other(1), one)), 3);
+    EXPECT_EQ((call<T, Other>("?_update_values", a.handle, Other(0), no_ints, no_ints, x)), 3);
+    int base = 7;
+    EXPECT_EQ((call<T, Other>("?_export_csr", a.handle, &base, index, index, &made, &made, &made, &made)), 3);
+    EXPECT_EQ((call<T, I>("?_export_csc", a.handle, &base, index, index, &made, &made, &made, &made)), 3);
+    EXPECT_EQ(base, 7);
+    // Choices, of which nothing comes.
+    for (const auto& [name, good, bad] :
+         {std::tuple{"set_memory_hint", 81, 82}, {"set_inplace_copy", 1, -1}}) {
+        EXPECT_EQ((call<T, I>(name, a.handle, good)), 0);
+        EXPECT_EQ((call<T, I>(name, a.handle, bad)), bad == 82 ? 3 : 0);
+        EXPECT_EQ((call<T, I>(name, none, good)), 1);
+    }
+    EXPECT_EQ((call<T, I>("set_verbose_mode", 69)), 3);
+    EXPECT_EQ((call<T, I>("set_mm_hint", a.handle, plain, general, 103, I(1), I(1))), 3);
+    EXPECT_EQ((call<T, I>("set_mv_hint", a.handle, plain, general, I(-1))), 3);
+    EXPECT_EQ((call<T, I>("destroy", none)), 1);
+}
+
+// The limit of memory is lifted step by step: each block fails once, nothing is lost, and nothing is written.
+QNM_SPARSE_TYPED(MemoryThatFails)
+{
+    const core_int n = 24;
+    Elements<T> all = random_elements<T>(n, n);
+    for (core_int i = 0; i < n; ++i)
+        all.add(i, i, T(8));
+    const Made<T, I> a(all, coo, 1), b(all, csr, 1);
+    const Descriptor lower{Type::triangular, Mode::lower, sparse::Diag::stored},
+        mirrored{Type::hermitian, Mode::lower, sparse::Diag::stored};
+    std::vector<T> x = random_vector<T>(n), dense(static_cast<std::size_t>(n * n));
+    const std::vector<T> before = x;
+    const I ld = static_cast<I>(n), two = 2;
+    Handle made = nullptr;
+    const std::vector<std::function<int()>> operations{
+        [&] { return call<T, I>("copy", a.handle, general, &made); },
+        [&] { return call<T, I>("convert_csr", a.handle, plain, &made); },
+        [&] { return call<T, I>("convert_bsr", a.handle, two, 101, plain, &made); },
+        [&] { return call<T, I>("spmm", Operation::transposed, b.handle, b.handle, &made); },
+        [&] { return call<T, I>("?_add", plain, a.handle, T(2), b.handle, &made); },
+        [&] { return call<T, I>("syrk", plain, a.handle, &made); },
+        [&] { return call<T, I>("sypr", plain, a.handle, b.handle, mirrored, &made, 90); },
+        [&] { return call<T, I>("?_syprd", plain, a.handle, dense, 101, ld, T(1), T(1), dense, 101, ld); },
+        [&] { return call<T, I>("?_trsv", plain, T(1), a.handle, lower, x, x); },
+        [&] { return call<T, I>("?_symgs", plain, a.handle, general, T(1), x, x); },
+        [&] { return call<T, I>("?_lu_smoother", plain, a.handle, general, x, x, x, x); },
+        [&] { return call<T, I>("order", a.handle); },
+        [&] { return call<T, I>("optimize", a.handle); },
+    };
+    for (const auto& operation : operations) {
+        int failures = 0;
+        for (std::size_t limit = 1;; limit += 64, ++failures) {
+            const Use use = in_use();
+            service("set_memory_limit", 1, static_cast<std::size_t>(use.first) + limit);
+            const int status = operation();
+            service("set_memory_limit", 1, std::size_t{0});
+            if (status == 0)
+                break;
+            ASSERT_EQ(status, 2);
+            ASSERT_EQ(in_use(), use);
+            ASSERT_EQ(made, nullptr);
+            ASSERT_EQ(x, before);
+        }
+        EXPECT_GT(failures, 1) << &operation - operations.data();
+        x = before;
+        if (made != nullptr) {
+            EXPECT_EQ((call<T, I>("destroy", std::exchange(made, nullptr))), 0);
+        }
     }
 }
 
