@@ -33,32 +33,48 @@ struct Compressed {
     }
 };
 
-/// Sorts elements by lines; within a line their order stays. `elements(visit)` calls visit(line, index,
-/// place) for each, every time that it is called; value(place) is read where values are wanted. Returns the
-/// first line, counted from 1, that has no room, or 0; without room the starts alone are there.
+/// The starts, from 0, of lines whose elements for_all(visit) visits as visit(line, ...). Returns the first
+/// line, counted from 1, behind which there are more than `most`, or 0.
+template <class I, class ForAll>
+core_int count_lines(core_int lines, I* start, const ForAll& for_all,
+                     core_int most = std::numeric_limits<I>::max())
+{
+    std::fill_n(start, lines + 1, I{});
+    for_all([&](core_int line, const auto&...) { ++start[line + 1]; });
+    core_int sum = 0, full = 0;
+    for (core_int k = 1; k <= lines; ++k) {
+        sum += start[k];
+        if (sum > most && full == 0)
+            full = k;
+        start[k] = static_cast<I>(sum);
+    }
+    return full;
+}
+
+/// Then put(place, ...) for each, in lines one behind the other; within a line their order stays.
+template <class I, class ForAll, class Put>
+void place_lines(core_int lines, I* start, const ForAll& for_all, const Put& put)
+{
+    for_all([&](core_int line, const auto&... element) { put(start[line]++, element...); });
+    for (core_int k = lines; k > 0; --k) // a line's start has become its end
+        start[k] = start[k - 1];
+    start[0] = 0;
+}
+
+/// Sorts elements by lines. `elements(visit)` calls visit(line, index, place) for each, every time that it is
+/// called; value(place) is read where values are wanted. Returns the first line, counted from 1, that has no
+/// room, or 0; without room the starts alone are there.
 template <class T, class I, class Value, class Elements>
 core_int gather(core_int lines, const Compressed<T, I>& to, const Value& value, const Elements& elements)
 {
-    std::fill_n(to.start, lines + 1, I{});
-    elements([&](core_int line, core_int, core_int) { ++to.start[line + 1]; });
-    core_int sum = 0, full = 0;
-    for (core_int k = 1; k <= lines; ++k) {
-        sum += to.start[k];
-        if (sum > to.most && full == 0)
-            full = k;
-        to.start[k] = static_cast<I>(sum);
-    }
-    const bool filled = full == 0 && to.index != nullptr;
-    if (filled)
-        elements([&](core_int line, core_int index, core_int place) {
-            const I p = to.start[line]++;
+    const core_int full = count_lines(lines, to.start, elements, to.most);
+    if (full == 0 && to.index != nullptr)
+        place_lines(lines, to.start, elements, [&](I p, core_int index, core_int place) {
             to.index[p] = static_cast<I>(index) + to.base;
             if (to.values != nullptr)
                 to.values[p] = value(place);
         });
-    for (core_int k = lines; k > 0; --k) // a filled line's start is where it ends
-        to.start[k] = to.start[filled ? k - 1 : k] + to.base;
-    to.start[0] = to.base;
+    std::for_each(to.start, to.start + lines + 1, [&](I& start) { start += to.base; });
     return full;
 }
 
@@ -99,6 +115,30 @@ core_int build(core_int lines, const Compressed<T, I>& to, I* places, const Indi
             fill(line, first, behind, [&](core_int index) { return core_int{places[index]} - 1; });
     }
     return 0;
+}
+
+/// Blocks of rows of elements: each_row(i, visit) calls visit(column, place) for a row, of which value(place)
+/// goes to inner(i, column) of its block, i and column within it. A block takes `ld` elements. Returns as
+/// gather does.
+template <class T, class I, class Inner, class EachRow, class Value>
+core_int build_blocks(core_int rows, core_int block, core_int ld, const Compressed<T, I>& to, I* places,
+                      const Inner& inner, const EachRow& each_row, const Value& value)
+{
+    const auto each = [&](core_int line, const auto& visit) {
+        for (core_int i = line * block; i < std::min((line + 1) * block, rows); ++i)
+            each_row(i, [&](core_int j, core_int p) { visit(i % block, j, p); });
+    };
+    return build((rows + block - 1) / block, to, places,
+                 [&](core_int line, const auto& add) {
+                     each(line, [&](core_int, core_int j, core_int) { add(j / block); });
+                 },
+                 [&](core_int line, core_int first, core_int behind, const auto& place) {
+                     for (core_int b = first; b < behind; ++b)
+                         std::fill_n(to.values + b * ld, block * block, T{});
+                     each(line, [&](core_int i, core_int j, core_int p) {
+                         to.values[place(j / block) * ld + inner(i, j % block)] += value(p);
+                     });
+                 });
 }
 
 /// Ascending indices, in place and without memory.

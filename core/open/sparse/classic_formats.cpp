@@ -36,11 +36,6 @@ auto value_in(const T* values)
     return [values](core_int place) { return values[place]; };
 }
 
-constexpr core_int round_up(core_int n, core_int block)
-{
-    return (n + block - 1) / block;
-}
-
 /// Where an element of a dense matrix is; one that counts from 0 is stored by rows.
 struct Place {
     core_int down, right;
@@ -168,23 +163,10 @@ void csrbsr(const char* routine, const Job& job, int m, int block, int ld, Rows<
         return;
     }
     std::fill_n(places.get(), columns, 0);
-    const auto each = [&](core_int row, const auto& visit) { // of a row of blocks
-        for (core_int i = row * block; i < std::min<core_int>((row + 1) * block, m); ++i)
-            rows.each(i, [&](core_int j, core_int p) { visit(i % block, j, p); });
-    };
     blocks.values = job.filled() == 0 ? nullptr : blocks.values;
-    build(
-        round_up(m, block), blocks, places.get(),
-        [&](core_int row, const auto& add) {
-            each(row, [&](core_int, core_int j, core_int) { add(j / block); });
-        },
-        [&](core_int row, core_int first, core_int behind, const auto& place) {
-            for (core_int p = first; p < behind; ++p)
-                std::fill_n(blocks.values + p * ld, size, T{});
-            each(row, [&](core_int i, core_int j, core_int p) {
-                blocks.values[place(j / block) * ld + within.of(i, j % block)] += rows.values[p];
-            });
-        });
+    build_blocks(
+        m, block, ld, blocks, places.get(), [&](core_int i, core_int j) { return within.of(i, j); },
+        [&](core_int i, const auto& visit) { rows.each(i, visit); }, value_in(rows.values));
     *info = 0;
 }
 

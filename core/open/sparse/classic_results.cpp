@@ -36,7 +36,11 @@ struct Operand {
     {
         if (is_letter(trans, 'N'))
             return;
-        made = transpose<Lines<T, int>, int>(x, is_letter(trans, 'C'));
+        const bool conjugates = is_letter(trans, 'C');
+        made = collected<T, int>(x.others, x.count, [&](const auto& visit) {
+            for_each_element(
+                x, [&](core_int i, core_int j, T v) { visit(j, i, conjugates ? conjugate(v) : v); });
+        });
         rows = made.view();
     }
 };

@@ -194,45 +194,30 @@ Status convert_blocks(const Matrix<T, I>& m, core_int block, Layout layout, Oper
         return invalid;
     const Rows<T, I> rows = m.stored([&](const auto& view) { return sorted<I>(view, op, general); });
     const core_int lines = rows.rows / block, across = rows.columns / block, each = block * block;
-    Array<I> start = Array<I>::zeros(lines + 1);
-    const Array<I> found = Array<I>::zeros(across); // one more than the block's number
-    const auto in_line = [&](core_int k, const auto& visit) {
-        for (core_int p = rows.start[k * block]; p < rows.start[(k + 1) * block]; ++p)
-            visit(p, rows.index[p] / block);
+    const bool by_rows = layout == Layout::by_rows;
+    const Array<I> places(across);
+    Compressed<T, I> blocks{nullptr, nullptr, nullptr, static_cast<I>(m.a.base)};
+    const auto pass = [&] {
+        std::fill_n(places.get(), across, I{});
+        return build_blocks(
+            rows.rows, block, each, blocks, places.get(),
+            [&](core_int i, core_int j) { return by_rows ? i * block + j : j * block + i; },
+            [&](core_int i, const auto& visit) {
+                for (core_int p = rows.start[i]; p < rows.start[i + 1]; ++p)
+                    visit(core_int{rows.index[p]}, p);
+            },
+            [&](core_int p) { return rows.value[p]; });
     };
-    core_int blocks = 0;
-    for (core_int k = 0; k < lines; ++k) {
-        in_line(k, [&](core_int, core_int at) {
-            if (std::exchange(found[at], static_cast<I>(k + 1)) != k + 1)
-                ++blocks;
-        });
-        start[k + 1] = static_cast<I>(blocks);
-    }
-    Array<I> index(blocks);
-    Array<T> values = Array<T>::zeros(blocks * each);
-    std::fill_n(found.get(), across, I{});
-    for (core_int k = 0; k < lines; ++k) {
-        core_int behind = start[k];
-        in_line(k, [&](core_int, core_int at) {
-            if (found[at] <= start[k]) { // of a line before
-                index[behind++] = static_cast<I>(at);
-                found[at] = static_cast<I>(behind);
-            }
-        });
-        std::sort(index.get() + start[k], index.get() + behind);
-        for (core_int b = start[k]; b < behind; ++b)
-            found[index[b]] = static_cast<I>(b + 1);
-        for (core_int r = 0; r < block; ++r)
-            for (core_int p = rows.start[k * block + r]; p < rows.start[k * block + r + 1]; ++p) {
-                const core_int b = found[rows.index[p] / block] - 1, c = rows.index[p] % block;
-                values[b * each + (layout == Layout::by_rows ? r * block + c : c * block + r)] =
-                    rows.value[p];
-            }
-    }
-    for (core_int k = 0; k <= lines; ++k)
-        start[k] += static_cast<I>(m.a.base);
-    for (core_int b = 0; b < blocks; ++b)
-        index[b] += static_cast<I>(m.a.base);
+    Array<I> start(lines + 1);
+    blocks.start = start.get();
+    if (pass() != 0)
+        throw std::bad_alloc(); // no integer of this width counts them
+    const core_int count = start[lines] - blocks.base;
+    Array<I> index(count);
+    Array<T> values(count * each);
+    blocks.index = index.get();
+    blocks.values = values.get();
+    pass();
     auto made = std::make_unique<Matrix<T, I>>(Arrays<T, I>{Format::blocks, m.a.base, rows.rows, rows.columns,
                                                             block, layout, 0, start.get(), start.get() + 1,
                                                             index.get(), values.get()});

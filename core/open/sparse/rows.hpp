@@ -1,7 +1,7 @@
 // Matrices of the core's own: rows with one array of starts, in counted memory.
 #pragma once
 
-#include "../services.hpp"
+#include "build.hpp"
 #include "view.hpp"
 
 #include <new>
@@ -103,18 +103,13 @@ Rows<T, I> collected(core_int rows, core_int columns, const ForAll& for_all)
 {
     Rows<T, I> made(rows, columns);
     I* const start = made.start.get();
-    for_all([&](core_int i, core_int, T) { ++start[i]; });
-    I sum = 0;
-    for (core_int i = 0; i <= rows; ++i)
-        sum += std::exchange(start[i], sum);
+    if (count_lines(rows, start, for_all) != 0)
+        throw std::bad_alloc(); // no integer of this width counts them
     made.make_room();
-    for_all([&](core_int i, core_int j, T v) {
-        made.index[start[i]] = static_cast<I>(j);
-        made.value[start[i]++] = v;
+    place_lines(rows, start, for_all, [&](I p, core_int j, T v) {
+        made.index[p] = static_cast<I>(j);
+        made.value[p] = v;
     });
-    for (core_int i = rows; i > 0; --i)
-        start[i] = start[i - 1];
-    start[0] = 0;
     return made;
 }
 
