@@ -4,7 +4,16 @@
 namespace qnm::core::sparse {
 namespace {
 
-constexpr core_int most_columns = 4; // that are taken through a matrix at once
+/// work(0) to work(count - 1), written out: what is kept for a column stays in its register.
+template <core_int count, class Work>
+[[gnu::always_inline]] inline void over_columns(const Work& work)
+{
+    [&]<core_int... c>(std::integer_sequence<core_int, c...>)
+    {
+        (work(c), ...);
+    }
+    (std::make_integer_sequence<core_int, count>());
+}
 
 /// Elements as they are, or conjugated.
 template <class T>
@@ -58,10 +67,10 @@ void multiply_columns(const View& a, const Product<T>& task, const T* x, T* y)
     const bool empty = a.count == 0 || a.others == 0;           // and perhaps there is no x
     if (!at_once || empty)
         for (core_int i = 0; i < task.outputs; ++i)
-            for (core_int c = 0; c < width; ++c) {
+            over_columns<width>([&](core_int c) {
                 T& yi = y[i * out.row() + c * out.column()];
                 yi = task.start(x, i * in.row() + c * in.column(), yi, i);
-            }
+            });
     if (empty)
         return;
     const T* const from = x - a.base * in.row();
@@ -71,9 +80,10 @@ void multiply_columns(const View& a, const Product<T>& task, const T* x, T* y)
         const core_int line = a.line(k);
         [[maybe_unused]] T sum[width]{}, spread[width];
         if constexpr (!gathers || mirrors)
-            for (core_int c = 0; c < width; ++c)
+            over_columns<width>([&](core_int c) {
                 spread[c] =
                     times(mirrors ? task.mirror_alpha : task.alpha, x[line * in.row() + c * in.column()]);
+            });
         [[maybe_unused]] Part::Bounds bounds{};
         if constexpr (kind != Kind::whole)
             bounds = task.part.of(line, a.base);
@@ -87,24 +97,26 @@ void multiply_columns(const View& a, const Product<T>& task, const T* x, T* y)
                         v.imag(task.real_diagonal ? 0 : v.imag());
                 } else {
                     const T image = read_mirror(v);
-                    for (core_int c = 0; c < width; ++c)
+                    over_columns<width>([&](core_int c) {
                         to[other * out.row() + c * out.column()] += times(image, spread[c]);
+                    });
                 }
             }
             const T element = read(v);
-            for (core_int c = 0; c < width; ++c)
+            over_columns<width>([&](core_int c) {
                 if constexpr (gathers)
                     sum[c] += times(element, from[other * in.row() + c * in.column()]);
                 else
                     to[other * out.row() + c * out.column()] += times(element, spread[c]);
+            });
         });
         if constexpr (gathers)
-            for (core_int c = 0; c < width; ++c) {
+            over_columns<width>([&](core_int c) {
                 T& yi = y[line * out.row() + c * out.column()];
                 if constexpr (at_once)
                     yi = task.start(x, line * in.row() + c * in.column(), yi, line);
                 yi += times(task.alpha, sum[c]);
-            }
+            });
     }
 }
 
@@ -120,7 +132,9 @@ void by_columns(const Dense<const T>& x, const Dense<T>& y, const Work& work)
                     x.at + (c == 0 ? 0 : c * Steps<by_rows>{x.ld}.column()),
                     y.at + (c == 0 ? 0 : c * Steps<by_rows>{y.ld}.column()));
         };
-        some(std::integral_constant<core_int, most_columns>());
+        if constexpr (by_rows)
+            some(std::integral_constant<core_int, 8>()); // a cache line of doubles
+        some(std::integral_constant<core_int, 4>());
         some(std::integral_constant<core_int, 1>());
     };
     if (x.layout == Layout::by_rows)
@@ -188,8 +202,9 @@ void solve_columns(const View& a, const Solve<T>& task, const T* x, T* y)
 {
     const Steps<by_rows> in{task.x.ld}, out{task.y.ld};
     for (core_int i = 0; i < a.count; ++i)
-        for (core_int c = 0; c < width; ++c)
+        over_columns<width>([&](core_int c) {
             y[i * out.row() + c * out.column()] = times(task.alpha, x[i * in.row() + c * in.column()]);
+        });
     // What a line needs, or gives to, comes behind it on the way.
     const bool forwards = task.gathers == task.part.ahead;
     for (core_int step = 0; step < a.count; ++step) {
@@ -202,21 +217,23 @@ void solve_columns(const View& a, const Solve<T>& task, const T* x, T* y)
             if (other == line)
                 diagonal += v;
             else if (task.gathers && bounds.hold(other))
-                for (core_int c = 0; c < width; ++c)
+                over_columns<width>([&](core_int c) {
                     sum[c] += times(task.read(v), y[other * out.row() + c * out.column()]);
+                });
         });
         diagonal = task.unit ? T(1) : task.read(diagonal);
-        for (core_int c = 0; c < width; ++c) {
+        over_columns<width>([&](core_int c) {
             own[c * out.column()] -= sum[c];
             if (!task.unit)
                 own[c * out.column()] /= diagonal;
-        }
+        });
         if (!task.gathers)
             a.each(line, [&](core_int other_from_base, T v) {
                 const core_int other = other_from_base - a.base;
                 if (bounds.hold(other))
-                    for (core_int c = 0; c < width; ++c)
+                    over_columns<width>([&](core_int c) {
                         y[other * out.row() + c * out.column()] -= times(task.read(v), own[c * out.column()]);
+                    });
             });
     }
 }

@@ -113,12 +113,12 @@ Rows<T, I> collected(core_int rows, core_int columns, const ForAll& for_all)
     return made;
 }
 
-/// The transpose, or its conjugate, each row as the rows of the matrix come.
+/// The transpose, each row as the rows of the matrix come.
 template <class View, class I, class T = typename View::Element>
-Rows<T, I> transpose(const View& a, bool conjugates)
+Rows<T, I> transpose(const View& a)
 {
     return collected<T, I>(columns_of(a), rows_of(a), [&](const auto& visit) {
-        for_each_element(a, [&](core_int i, core_int j, T v) { visit(j, i, conjugates ? conjugate(v) : v); });
+        for_each_element(a, [&](core_int i, core_int j, T v) { visit(j, i, v); });
     });
 }
 
@@ -146,12 +146,16 @@ Rows<T, I> sorted(const View& a, Operation op, Descriptor d)
 {
     const bool turns = op != Operation::plain, conjugates = op == Operation::conjugated;
     const core_int rows = turns ? columns_of(a) : rows_of(a), columns = turns ? rows_of(a) : columns_of(a);
-    const Rows<T, I> turned = collected<T, I>(columns, rows, [&](const auto& visit) {
+    Rows<T, I> made = collected<T, I>(rows, columns, [&](const auto& visit) {
         for_each_element(a, d, [&](core_int i, core_int j, T v) {
-            turns ? visit(i, j, conjugates ? conjugate(v) : v) : visit(j, i, v);
+            turns ? visit(j, i, conjugates ? conjugate(v) : v) : visit(i, j, v);
         });
     });
-    Rows<T, I> made = transpose<Lines<T, I>, I>(turned.view(), false);
+    bool ascends = true;
+    for (core_int i = 0; i < rows && ascends; ++i)
+        ascends = std::is_sorted(made.index.get() + made.start[i], made.index.get() + made.start[i + 1]);
+    if (!ascends)
+        made = transpose<Lines<T, I>, I>(transpose<Lines<T, I>, I>(made.view()).view());
     merge(made);
     return made;
 }
