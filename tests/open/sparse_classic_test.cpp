@@ -478,6 +478,39 @@ QNM_TYPED(SparseClassic, SumsAndProducts)
     }
 }
 
+// Sums run along a line, whoever asks for them.
+QNM_TYPED(SparseClassic, BitsAreThoseOfHandles)
+{
+    const int n = 40;
+    Elements<T> all = random_elements<T>(n, n);
+    for (core_int i = 0; i < n; ++i)
+        all.add(i, i, T(20));
+    std::vector<T> x = random_vector<T>(n), y(x.size()), expected(x.size());
+    for (T& uneven : x)
+        uneven /= T(3);
+    for (T& uneven : all.value)
+        uneven /= T(7);
+    const Arrays<T> rows(all, 1);
+    const auto handle_call = [](const std::string& name, const auto&... told) {
+        EXPECT_EQ((by_value<int>(named<T>("sparse", name), told...)), 0) << name;
+    };
+    const Descriptor lower{sparse::Type::triangular, sparse::Mode::lower, sparse::Diag::stored};
+    void* handle = nullptr;
+    handle_call("?_create_csr_i4", &handle, 1, n, n, rows.start.data(), rows.start.data() + 1,
+                rows.index.data(), rows.values.data());
+    for (const auto& [trans, operation] : {std::pair{'N', 10}, {'T', 11}, {'C', 12}}) {
+        handle_call("?_mv_i4", operation, T(1), handle, sparse::general, x.data(), T(0), expected.data());
+        call<T>("qnm_?csrgemv", Pointers{&trans, &n, rows.values.data(), rows.start.data(), rows.index.data(),
+                                         x.data(), y.data()});
+        EXPECT_EQ(y, expected) << trans;
+        handle_call("?_trsv_i4", operation, T(1), handle, lower, x.data(), expected.data());
+        call<T>("qnm_?csrtrsv", Pointers{"L", &trans, "N", &n, rows.values.data(), rows.start.data(),
+                                         rows.index.data(), x.data(), y.data()});
+        EXPECT_EQ(y, expected) << trans;
+    }
+    handle_call("destroy_i4", handle);
+}
+
 // ---- failures
 
 TEST(SparseClassic, UnknownOptionsLeaveOutputsAlone)
