@@ -120,8 +120,14 @@ void multiply_columns(const View& a, const Product<T>& task, const T* x, T* y)
     }
 }
 
+/// How many columns of a block by rows are taken at once. Others of the formats are not worth the code.
+template <class View>
+constexpr core_int widest = 4;
+template <class T, class I>
+constexpr core_int widest<Lines<T, I>> = 8; // a cache line of doubles
+
 /// Calls work<width, by_rows>(x, y) for some columns after the others.
-template <class T, class Work>
+template <core_int widest_by_rows, class T, class Work>
 void by_columns(const Dense<const T>& x, const Dense<T>& y, const Work& work)
 {
     const auto all = [&]<bool by_rows>(std::bool_constant<by_rows>) {
@@ -132,8 +138,8 @@ void by_columns(const Dense<const T>& x, const Dense<T>& y, const Work& work)
                     x.at + (c == 0 ? 0 : c * Steps<by_rows>{x.ld}.column()),
                     y.at + (c == 0 ? 0 : c * Steps<by_rows>{y.ld}.column()));
         };
-        if constexpr (by_rows)
-            some(std::integral_constant<core_int, 8>()); // a cache line of doubles
+        if constexpr (by_rows && widest_by_rows > 4)
+            some(std::integral_constant<core_int, widest_by_rows>());
         some(std::integral_constant<core_int, 4>());
         some(std::integral_constant<core_int, 1>());
     };
@@ -171,7 +177,7 @@ void multiply(const View& a, Operation op, Descriptor d, T alpha, Dense<const T>
         (gathers ? task.mirror_alpha : task.alpha) = -alpha;
     const auto run = [&]<Kind kind, bool gathering>(std::integral_constant<Kind, kind>,
                                                     std::bool_constant<gathering>) {
-        by_columns(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
+        by_columns<widest<View>>(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
             multiply_columns<width, by_rows, kind, gathering>(a, task, xs, ys);
         });
     };
@@ -251,7 +257,7 @@ void solve(const View& a, Operation op, Descriptor d, T alpha, Dense<const T> x,
                   d.diag == Diag::unit,
                   a.turned == (op != Operation::plain)};
     task.part.on = false;
-    by_columns(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
+    by_columns<4>(x, y, [&]<core_int width, bool by_rows>(const T* xs, T* ys) {
         solve_columns<width, by_rows>(a, task, xs, ys);
     });
 }
