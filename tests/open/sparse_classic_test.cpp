@@ -277,34 +277,32 @@ QNM_TYPED(SparseClassic, Conversions)
             EXPECT_EQ((read<T>("csr", n, n, b1, back.general())), expected);
         };
 
+        const auto good = [](const std::string& name, const Ints& job, const Pointers& told) {
+            EXPECT_EQ(convert<T>(name, job, told), 0) << name;
+        };
+
         // Columns
-        EXPECT_EQ(convert<T>("csrcsc", {0, b1, b2, 0, 0, 1}, Pointers{&n} + rows.told() + other.told()), 0);
+        good("csrcsc", {0, b1, b2, 0, 0, 1}, Pointers{&n} + rows.told() + other.told());
         EXPECT_EQ(read<T>("csc", n, n, b2, other.general()), there);
-        EXPECT_EQ(convert<T>("csrcsc", {1, b1, b2, 0, 0, 1}, Pointers{&n} + back.told() + other.told()), 0);
+        good("csrcsc", {1, b1, b2, 0, 0, 1}, Pointers{&n} + back.told() + other.told());
         expect_back(here);
 
         // Coordinates, back in one step and in two, and sorted
         Ints row(static_cast<std::size_t>(nnz));
         const Pointers coordinates{other.values.data(), row.data(), other.index.data()};
         int found = -9;
-        EXPECT_EQ(
-            convert<T>("csrcoo", {0, b1, b2, 0, nnz, 3}, Pointers{&n, &found} + rows.told() + coordinates),
-            0);
+        good("csrcoo", {0, b1, b2, 0, nnz, 3}, Pointers{&n, &found} + rows.told() + coordinates);
         EXPECT_EQ(found, nnz);
         Ints rows_alone(row.size(), junk), both = rows_alone;
         for (const int filled : {1, 2}) // rows, and columns
-            EXPECT_EQ(
-                convert<T>("csrcoo", {0, b1, b2, 0, nnz, filled},
-                           Pointers{&n, &found} + rows.told() +
-                               Pointers{nullptr, rows_alone.data(), filled == 1 ? nullptr : both.data()}),
-                0);
+            good("csrcoo", {0, b1, b2, 0, nnz, filled},
+                 Pointers{&n, &found} + rows.told() +
+                     Pointers{nullptr, rows_alone.data(), filled == 1 ? nullptr : both.data()});
         EXPECT_EQ(rows_alone, row);
         EXPECT_TRUE(std::equal(both.begin(), both.end(), other.index.begin()));
         EXPECT_EQ(read<T>("coo", n, n, b2, coordinates + Pointers{&found}), there);
         for (const auto& [direction, filled] : {std::pair{1, 1}, {1, 2}, {1, 0}, {2, 0}}) {
-            EXPECT_EQ(convert<T>("csrcoo", {direction, b1, b2, 0, 0, filled},
-                                 Pointers{&n, &nnz} + back.told() + coordinates),
-                      0);
+            good("csrcoo", {direction, b1, b2, 0, 0, filled}, Pointers{&n, &nnz} + back.told() + coordinates);
             if (filled != 1)
                 expect_back(here);
         }
@@ -313,13 +311,9 @@ QNM_TYPED(SparseClassic, Conversions)
                                        back.index.begin() + back.start[i + 1] - b1));
 
         // Blocks
-        EXPECT_EQ(convert<T>("csrbsr", {0, b1, b2, 0, 0, 1},
-                             Pointers{&n, &block, &area} + rows.told() + other.told()),
-                  0);
+        good("csrbsr", {0, b1, b2, 0, 0, 1}, Pointers{&n, &block, &area} + rows.told() + other.told());
         EXPECT_EQ(read<T>("bsr", blocks, blocks, b2, other.general(), block), image(all, padded, b2));
-        EXPECT_EQ(convert<T>("csrbsr", {1, b1, b2, 0, 0, 1},
-                             Pointers{&blocks, &block, &area} + back.told() + other.told()),
-                  0);
+        good("csrbsr", {1, b1, b2, 0, 0, 1}, Pointers{&blocks, &block, &area} + back.told() + other.told());
         EXPECT_EQ(read<T>("csr", padded, padded, b1, back.general()), image(all, padded, b1));
 
         // Triangles, by skylines and from dense ones
@@ -330,23 +324,18 @@ QNM_TYPED(SparseClassic, Conversions)
                     half.add(all.row[p], all.column[p], all.value[p]);
             const Pointers told =
                 Pointers{&n} + rows.told() + Pointers{other.values.data(), other.start.data()};
-            EXPECT_EQ(convert<T>("csrsky", {0, b1, b2, upper, n * n, 1}, told), 0);
+            good("csrsky", {0, b1, b2, upper, n * n, 1}, told);
             EXPECT_EQ(read<T>("sky", n, n, b2, {other.values.data(), other.start.data()}, 1,
                               upper != 0 ? "TUN" : "TLN"),
                       image(half, n, b2));
-            EXPECT_EQ(
-                convert<T>("csrsky", {1, b1, b2, upper, 0, 1},
-                           Pointers{&n} + back.told() + Pointers{other.values.data(), other.start.data()}),
-                0);
+            good("csrsky", {1, b1, b2, upper, 0, 1},
+                 Pointers{&n} + back.told() + Pointers{other.values.data(), other.start.data()});
             expect_back(image(half, n, b1));
-            EXPECT_EQ(convert<T>("dnscsr", {0, b2, b1, upper, n * n, 1},
-                                 Pointers{&n, &n, there.data(), &n} + back.told()),
-                      0);
+            good("dnscsr", {0, b2, b1, upper, n * n, 1}, Pointers{&n, &n, there.data(), &n} + back.told());
             expect_back(image(half, n, b1));
         }
         std::vector<T> full(there.size(), not_a_number<T>);
-        EXPECT_EQ(convert<T>("dnscsr", {1, b2, b1, 2, 0, 0}, Pointers{&n, &n, full.data(), &n} + rows.told()),
-                  0);
+        good("dnscsr", {1, b2, b1, 2, 0, 0}, Pointers{&n, &n, full.data(), &n} + rows.told());
         EXPECT_EQ(full, there);
 
         // Diagonals and the rest
@@ -358,13 +347,9 @@ QNM_TYPED(SparseClassic, Conversions)
                 distance.push_back(d % 2 == 0 ? d / 2 : -(d / 2 + 1));
             std::vector<T> dia(static_cast<std::size_t>(ld * diagonals), not_a_number<T>);
             const Pointers told{dia.data(), &ld, distance.data(), &diagonals};
-            EXPECT_EQ(convert<T>("csrdia", {0, b1, b2, 0, 0, chosen + 1},
-                                 Pointers{&n} + rows.told() + told + other.told()),
-                      0);
+            good("csrdia", {0, b1, b2, 0, 0, chosen + 1}, Pointers{&n} + rows.told() + told + other.told());
             auto sum = read<T>("dia", n, n, b1, told);
-            EXPECT_EQ(
-                convert<T>("csrdia", {1, b1, b2, 0, 0, 0}, Pointers{&n} + back.told() + told + other.told()),
-                0);
+            good("csrdia", {1, b1, b2, 0, 0, 0}, Pointers{&n} + back.told() + told + other.told());
             const auto zeros = std::count(sum.begin(), sum.end(), T{});
             EXPECT_EQ(back.start[static_cast<std::size_t>(n)] - b1, n * n - static_cast<int>(zeros));
             expect_back(sum);
