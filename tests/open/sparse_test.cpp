@@ -218,7 +218,7 @@ QNM_SPARSE_TYPED(SolvesUndoTheTrianglesProduct)
                            static_cast<Mode>(random_integer(40, 41)),
                            static_cast<sparse::Diag>(random_integer(50, 51))};
         const core_int size = random_integer(0, 17);
-        const auto a = any_made<T, I>(size, size, T(8));
+        const auto a = any_made<T, I>(size, size, T(64));
         const Matrix<T> full = dense(a->elements, d);
         const core_int n = full.rows, columns = random_integer(1, 6);
         const Operation op = any_operation();
@@ -688,6 +688,7 @@ QNM_SPARSE_TYPED(MemoryThatFails)
     Elements<T> all = random_elements<T>(n, n);
     for (core_int i = 0; i < n; ++i)
         all.add(i, i, T(8));
+    all.add(0, 1, T(1)); // behind its place
     const Made<T, I> a(all, coo, 1), b(all, csr, 1);
     const Descriptor lower{Type::triangular, Mode::lower, sparse::Diag::stored},
         mirrored{Type::hermitian, Mode::lower, sparse::Diag::stored};
@@ -820,7 +821,7 @@ QNM_TYPED_OF(Sparse, LeastSquares, float, double)
     using I = int;
     for (int round = 0; round < 20; ++round) {
         const core_int n = random_integer(1, 9), m = n + random_integer(0, 8);
-        const auto a = any_made<T, I>(m, n, T(9));
+        const auto a = any_made<T, I>(m, n, T(20));
         const core_int columns = random_integer(1, 3);
         const Matrix<T> full = dense(a->elements);
         const Layout layout = any_layout();

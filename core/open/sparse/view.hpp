@@ -233,7 +233,7 @@ void multiply(const View& a, Operation op, Descriptor descr, T alpha, Dense<cons
 template <class View, class T = typename View::Element>
 void solve(const View& a, Operation op, Descriptor descr, T alpha, Dense<const T> x, Dense<T> y);
 
-// Both are made once, in kernels.cpp.
+// Both are made once, of kernels.inc: these sources take the longest.
 #define QNM_SPARSE_MULTIPLY(keyword, View, T, I)                                                             \
     keyword template void multiply(const View<T, I>&, Operation, Descriptor, T, Dense<const T>, T, Dense<T>);
 #define QNM_SPARSE_BOTH(keyword, View, T, I)                                                                 \
