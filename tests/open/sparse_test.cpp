@@ -753,11 +753,10 @@ QNM_SPARSE_TYPED(Smoothers)
     for (int round = 0; round < 60; ++round) {
         const core_int n = small_size();
         const auto a = any_made<T, I>(n, n, T(40)); // so that all is of the size of one
-        const Descriptor d = random_integer(0, 1) != 0
-                                 ? general
-                                 : Descriptor{Type::hermitian, Mode::lower, sparse::Diag::stored};
+        const Descriptor mirrored{Type::hermitian, Mode::lower, sparse::Diag::stored};
+        const Descriptor d = random_integer(0, 1) != 0 ? general : mirrored;
         if (random_integer(0, 1) != 0) {
-            const Descriptor hinted = random_integer(0, 1) != 0 ? d : general; // which need not come
+            const Descriptor hinted = random_integer(0, 1) != 0 ? mirrored : general; // which need not come
             EXPECT_EQ((call<T, I>("set_symgs_hint", a->handle, plain, hinted, I(2))), 0);
             EXPECT_EQ((call<T, I>("optimize", a->handle)), 0);
         }
