@@ -2,6 +2,7 @@
 // the convolution with the conjugated x, read from its end: z(t) = sum x'(j) y(t + shape - 1 - j).
 #include "../dft/plan.hpp"
 #include "../dft/room.hpp"
+#include "../guarded.hpp"
 #include "../processor.hpp"
 #include "../services.hpp"
 #include "lines.hpp"
@@ -372,13 +373,7 @@ bool transforms_are_cheaper(const Task& task)
 template <class Work>
 int guarded(const Work& work) noexcept
 {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    } catch (...) {
-        return failed;
-    }
+    return core::guarded<no_memory, failed>(work);
 }
 
 /// Work for the type of a task's numbers, and for that of its sums.

@@ -1,9 +1,10 @@
-// Memory of a call, and the border of what throws: for each source its own, since some are compiled once for
-// each instruction set and the linker must merge nothing of one set with that of another.
+// Memory of a call: for each source its own, since some are compiled once for each instruction set and the
+// linker must merge nothing of one set with that of another.
 #pragma once
 
 #include "plan.hpp"
 
+#include "../guarded.hpp"
 #include "../services.hpp"
 
 #include <new>
@@ -11,17 +12,10 @@
 namespace qnm::core::dft {
 namespace {
 
-/// The border of what throws.
 template <class Work>
 Status guarded(const Work& work) noexcept
 {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    } catch (...) {
-        return failed;
-    }
+    return core::guarded<no_memory, failed>(work);
 }
 
 /// Work that can be divided, of a function of the first item and the one behind the last.

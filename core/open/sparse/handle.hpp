@@ -1,6 +1,7 @@
 // Handles: a matrix by its letter, index width and format, in the caller's arrays or in the core's own.
 #pragma once
 
+#include "../guarded.hpp"
 #include "rows.hpp"
 
 #include <memory>
@@ -219,13 +220,7 @@ private:
 template <class Work>
 Status guarded(const Work& work) noexcept
 {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    } catch (...) {
-        return internal;
-    }
+    return core::guarded<no_memory, internal>(work);
 }
 
 template <class T>
