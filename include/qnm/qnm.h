@@ -10,6 +10,8 @@
 #include <qnm/lapacke_helpers.h>
 #include <qnm/poisson.h>
 #include <qnm/services.h>
+#include <qnm/solver_types.h>
+#include <qnm/solvers.h>
 #include <qnm/sparse.h>
 #include <qnm/sparse_types.h>
 #include <qnm/trans.h>

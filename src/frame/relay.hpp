@@ -18,16 +18,18 @@
 /// Tells the core the head of a chain, whose address is fetched through the dynamic symbol table each time.
 #define QNM_REGISTER(SETTER, HEAD) "mov " #HEAD "@GOTPCREL(%rip), %rdi\ncall " #SETTER "@PLT\n"
 #define QNM_REGISTER_XERBLA QNM_REGISTER(qnm_set_xerbla_interface, cdecl_xerbla)
+#define QNM_REGISTER_PROGRESS QNM_REGISTER(qnm_serv_set_progress_interface, cdecl_progress)
+#define QNM_REGISTER_PIVOT QNM_REGISTER(qnm_serv_set_pardiso_pivot, cdecl_pardiso_pivot)
 
 /// The array takes six words and the return address one: another one aligns the stack.
 #define QNM_ALIGN "sub $8, %rsp\n.cfi_adjust_cfa_offset 8\n"
 #define QNM_UNALIGN "add $8, %rsp\n.cfi_adjust_cfa_offset -8\n"
 #define QNM_ASK(VERDICT) "lea 8(%rsp), %rdi\ncall " #VERDICT "\n"
 
-#define QNM_BEGIN(NAME)                                                                                      \
+#define QNM_BEGIN_LOCAL(NAME)                                                                                \
     ".pushsection .text\n"                                                                                   \
-    ".globl " #NAME "\n"                                                                                     \
     ".type " #NAME ", @function\n" #NAME ":\n.cfi_startproc\n"
+#define QNM_BEGIN(NAME) ".globl " #NAME "\n" QNM_BEGIN_LOCAL(NAME)
 #define QNM_END(NAME) ".cfi_endproc\n.size " #NAME ", .-" #NAME "\n.popsection"
 
 /// An entry that registers, asks VERDICT, which gets the array's address, and unless refused jumps to the
@@ -37,6 +39,13 @@
         "test %eax, %eax\n" QNM_RESTORE_ARGUMENTS "je " #CORE "@PLT\nret\n" QNM_END(ENTRY));                 \
     asm(QNM_BEGIN(CHECK) QNM_SAVE_ARGUMENTS QNM_ALIGN QNM_ASK(VERDICT) QNM_UNALIGN QNM_RESTORE_ARGUMENTS     \
         "ret\n" QNM_END(CHECK));
+
+/// Registers with all arguments as they came, for entries that call it ahead of their jump: their call has
+/// aligned the stack, and the array keeps it so.
+#define QNM_REGISTRATION(NAME, ...)                                                                          \
+    asm(QNM_BEGIN_LOCAL(NAME) QNM_SAVE_ARGUMENTS __VA_ARGS__ QNM_RESTORE_ARGUMENTS "ret\n" QNM_END(NAME));
+#define QNM_REGISTERED(ENTRY, CORE, REGISTRATION)                                                            \
+    asm(QNM_BEGIN(ENTRY) "call " #REGISTRATION "\njmp " #CORE "@PLT\n" QNM_END(ENTRY));
 
 namespace qnm {
 

@@ -64,6 +64,11 @@ TEST(Derived, FactsAreThosePublished)
                 ... 12: y, double* check qnm_spblas_errchk_qnm_dcsrmv, reports "qnm_dcsrmv" tests, in this order
                 1: transa in NTC 2: m >= 0 3: k >= 0 end;
 
+            pardiso_d_64_2d => steps passed, src/frame/relay.hpp spelled PARDISO_D_64_2D PARDISO_D_64_2D_
+                PARDISO_D_64_2D__ pardiso_d_64_2d pardiso_d_64_2d_ pardiso_d_64_2d__ result void calls
+                qnm_pds_lp64_pardiso_d_64_2d(pt, ... 2: maxfct, const qnm_int64* ... 16: error, qnm_int64* end;
+            cluster_sparse_solver_sc_64_2d => spelled CLUSTER_SPARSE_SOLVER_sc_64_2D ... 16: comm, const int* ...;
+
             qnm_set_num_threads => spelled QNM_SET_NUM_THREADS qnm_set_num_threads qnm_set_num_threads_ result
                 ... calls qnm_serv_set_num_threads(*count);
             QNM_Set_Num_Threads => calls qnm_serv_set_num_threads(count) ... count, int end;

@@ -73,6 +73,11 @@ TEST(Refusals, OfHeadsAndFamilies)
         family own form narrow value int16 NAME => 'int16': expected a width of integers (int32, int64, size);
         family own form narrow value int32 => end of the row: expected a spelling of the form;
         family own core own_name wide => end of the row: expected the pattern of core names for 64-bit integers;
+        family own registers core own_name => 'core': expected a callback (xerbla, progress, pivot);
+        family own registers pivot core own_name form f value int32 NAME|family own|axpy - bare int n =>
+            4: 'own', which registers: expected rows of class passed;
+        axpy s in half unchecked int n => 'half': expected a form of the family;
+        axpy in narrow unchecked int n => 'in': expected letters ...;
         family own form f value int32 NAME form f value int64 NAME_64 => 'f': expected each form's name once;
         family own form narrow value int32 NAME|family own|axpy s unchecked int n => 4: 'own': expected a
             family with a core;

@@ -1,6 +1,7 @@
 #include "published.hpp"
 
 #include "cblas/members.hpp"
+#include "solvers/members.hpp"
 #include "sparse/members.hpp"
 
 #include <algorithm>
@@ -123,6 +124,8 @@ void add_solvers(std::vector<Names>& all)
         if (name.ends_with("trig_transform"))
             all.push_back(spelled(fortran, "_" + name));
     }
+    for (const tests::DirectRoutine& routine : tests::direct_routines())
+        all.push_back(spelled("Name Name_ Name__ name name_ name__", routine.name));
 }
 
 /// FFTW3: a planner of each kind of data in the forms that it has, and all else by name.

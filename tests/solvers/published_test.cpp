@@ -33,7 +33,8 @@ const std::map<std::string, const char*> lists_of{
 
 TEST(Published, ArgumentListsAndNamesOfTheCore)
 {
-    const auto members = signatures([](const Signature& s) { return !s.callees.empty(); });
+    const auto members =
+        signatures([](const Signature& s) { return s.family == "poisson" || s.family == "trigonometric"; });
     EXPECT_EQ(members.size(), 49U);
     for (const Signature* s : members) {
         QNM_TRACE_SIGNATURE(*s);

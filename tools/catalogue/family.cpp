@@ -68,9 +68,16 @@ const Form* Family::find(const std::string& form) const
 
 Family read_family(Lexer& lexer, const std::string& name)
 {
+    static const std::map<std::string, std::string> callbacks{
+        {"xerbla", "XERBLA"}, {"progress", "PROGRESS"}, {"pivot", "PIVOT"}};
     Family family;
     family.name = name;
     family.room = lexer.accept("room") ? lexer.identifier("the folder of the family's templates") : name;
+    if (lexer.accept("registers"))
+        do
+            family.registers.push_back(
+                read_word<std::string>(lexer, callbacks, "a callback (xerbla, progress, pivot)"));
+        while (callbacks.count(lexer.peek().text) != 0);
     if (lexer.accept("calls"))
         family.calls = lexer.identifier("the family whose entries are called");
     if (lexer.accept("core")) {

@@ -39,6 +39,7 @@ struct Family {
     bool kernels = false;     // these are found by name, at the first call
     bool kernel_each = false; // of each form for itself
     std::string calls;        // of an interface upon another one: the family whose entries it calls
+    std::vector<std::string> registers; // callbacks that its entries tell the core ahead of their jump
     std::vector<Form> forms;
 
     /// The form of that name; null if the family has none.

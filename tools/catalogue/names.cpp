@@ -47,6 +47,8 @@ std::vector<const Argument*> Row::tests() const
 
 std::vector<const Form*> Row::forms() const
 {
+    if (only != nullptr)
+        return {only};
     std::vector<const Form*> all;
     const bool narrow = narrow_only || !small_root.empty();
     for (const Form& form : family->forms)

@@ -16,14 +16,15 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
 
 // Parts of statements.
 
-/// Reads `gemm s d c z, gemm3m c z` up to a word that ends it, which it leaves.
+/// Reads `gemm s d c z, gemm3m c z` up to a word that ends it, which it leaves. Where rows may exist in one
+/// form of a family, `in FORM` stands behind letters.
 std::vector<Head> read_heads(Lexer& lexer, const std::string& root,
                              const std::function<bool(const std::string&)>& is_end,
-                             const std::string& expected);
+                             const std::string& expected, const Family* family = nullptr);
 /// The same up to a class, ahead of which each root has letters.
 std::vector<Head> read_heads_of_class(Lexer& lexer, const std::string& root,
                                       const std::function<bool(const std::string&)>& is_class,
-                                      const std::string& classes);
+                                      const std::string& classes, const Family* family = nullptr);
 std::string read_type(Lexer& lexer, const std::string& expected = "a type");
 /// `name = expression`.
 Definition read_definition(Lexer& lexer);

@@ -92,6 +92,7 @@ struct Definition {
 struct Head {
     std::string root;
     std::vector<Precision> letters;
+    const Form* only = nullptr; // the one form in which it exists; null: all
 };
 
 struct Row {
@@ -101,6 +102,7 @@ struct Row {
     std::vector<Precision> precisions; // one with an empty prefix where the root is the whole name
     const Family* family = nullptr;
     const Family* also = nullptr; // a second family whose further spellings the entry carries
+    const Form* only = nullptr;   // the one form in which it has entries
     Class entry_class = Class::unchecked;
     bool narrow_only = false;
     bool unpadded = false; // the report's name carries no blank, however long it is
@@ -136,8 +138,8 @@ struct Row {
     /// Whether one function has the names of all forms.
     bool is_one_body() const
     {
-        return entry_class == Class::passed || entry_class == Class::chain ||
-               (entry_class == Class::own && !source.empty());
+        return only == nullptr && (entry_class == Class::passed || entry_class == Class::chain ||
+                                   (entry_class == Class::own && !source.empty()));
     }
     /// Whether the row has tests and an exported check.
     bool has_check() const

@@ -194,6 +194,8 @@ void read_class(Lexer& lexer, Row& row)
 {
     if (row.family->core.empty() && row.entry_class != Class::own)
         lexer.fail_at(row.line, "'" + row.family->name + "'", "a family with a core");
+    if (!row.family->registers.empty() && row.entry_class != Class::passed)
+        lexer.fail_at(row.line, "'" + row.family->name + "', which registers", "rows of class passed");
     const auto unfit = [](const Form& form) {
         return form.convention != Convention::reference || form.width != Width::narrow;
     };
@@ -248,7 +250,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
     row.family = &family;
     // Several routines may share one argument list: `gemm s d c z, gemm3m c z checked ...`.
     const std::vector<Head> heads = read_heads_of_class(
-        lexer, root, [](const std::string& word) { return classes.count(word) != 0; }, class_words);
+        lexer, root, [](const std::string& word) { return classes.count(word) != 0; }, class_words, &family);
     row.entry_class = classes.at(lexer.next().text);
     read_class(lexer, row);
     row.narrow_only = lexer.accept("narrow_only");
@@ -300,6 +302,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
     for (const Head& head : heads) {
         row.root = head.root;
         row.precisions = head.letters;
+        row.only = head.only;
         rows.push_back(row);
     }
     return rows;

@@ -162,7 +162,8 @@ std::string source_of(const Entry& entry)
     case Class::passed:
     case Class::chain:
     case Class::called:
-        return word + ", src/frame/jumps.hpp";
+        return word +
+               (entry.row->family->registers.empty() ? ", src/frame/jumps.hpp" : ", src/frame/relay.hpp");
     case Class::relayed:
         return word + ", " + folder + "relayed.hpp on src/frame/relay.hpp";
     case Class::handed:

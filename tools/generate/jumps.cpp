@@ -11,8 +11,15 @@ using namespace catalogue;
 
 namespace {
 
+std::string registration(const Family& family)
+{
+    return family.name + ".registration";
+}
+
 std::string jump_text(const std::string& name, const std::string& target, const Row& row)
 {
+    if (!row.family->registers.empty())
+        return "QNM_REGISTERED(" + joined({name, target, registration(*row.family)}) + ")\n";
     std::string ahead;
     for (const std::string& function : row.ahead)
         ahead += (ahead.empty() ? ", QNM_AHEAD(" : " QNM_AHEAD(") + function + ")";
@@ -169,9 +176,15 @@ std::string template_text(const Signature& s, const Row& row)
 
 } // namespace
 
-std::string jumps_text(const Row& row)
+std::string jumps_text(const Row& row, std::set<std::string>& declared)
 {
     std::string text;
+    const Words& callbacks = row.family->registers;
+    if (!callbacks.empty() && declared.insert(registration(*row.family)).second) {
+        for (const std::string& callback : callbacks)
+            text += " QNM_REGISTER_" + callback;
+        text = "QNM_REGISTRATION(" + registration(*row.family) + "," + text + ")\n\n";
+    }
     for (const Signature& s : row_signatures(row)) {
         if (!s.exported)
             continue;

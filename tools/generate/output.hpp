@@ -32,7 +32,7 @@ std::string helpers_text(const catalogue::Catalogue& tables, const std::string& 
 /// Prototypes of a family's helpers, and how templates find them.
 std::string helper_declarations(const catalogue::Catalogue& tables, const std::string& family);
 /// What hands its arguments on and does no more.
-std::string jumps_text(const catalogue::Row& row);
+std::string jumps_text(const catalogue::Row& row, std::set<std::string>& declared);
 /// A public header: the template's text, with its marks replaced by the prototypes that they ask for. Refuses
 /// a name that is asked for twice or, of a table that is asked for, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);

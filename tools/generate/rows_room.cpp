@@ -45,7 +45,7 @@ std::string RowsRoom::text(const Row& row, std::set<std::string>& declared) cons
     const Class told = row.entry_class;
     const bool frameless = told == Class::called || told == Class::passed || told == Class::chain ||
                            told == Class::own || told == Class::handed;
-    return frameless ? jumps_text(row) : framed_text(row, declared);
+    return frameless ? jumps_text(row, declared) : framed_text(row, declared);
 }
 
 } // namespace qnm::generate
