@@ -5,6 +5,9 @@
 
 namespace qnm {
 
+/// Who reads and writes an array of integers: the core as input, the caller as result, both, or neither.
+enum class Way { in, out, inout, work };
+
 using Four [[gnu::vector_size(16), gnu::aligned(4), gnu::may_alias]] = int;
 using FourWide [[gnu::vector_size(32), gnu::aligned(8), gnu::may_alias]] = core_int;
 

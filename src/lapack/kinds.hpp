@@ -10,9 +10,6 @@
 
 namespace qnm::lapack {
 
-/// Who reads and writes an array of integers: the core as input, the caller as result, both, or neither.
-enum class Way { in, out, inout, work };
-
 /// What is odd about a work array: a query passes none, or its scratch is zero at first.
 enum class Extra { none, null_at_query, cleared };
 

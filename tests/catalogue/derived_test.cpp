@@ -69,6 +69,11 @@ TEST(Derived, FactsAreThosePublished)
                 qnm_pds_lp64_pardiso_d_64_2d(pt, ... 2: maxfct, const qnm_int64* ... 16: error, qnm_int64* end;
             cluster_sparse_solver_sc_64_2d => spelled CLUSTER_SPARSE_SOLVER_sc_64_2D ... 16: comm, const int* ...;
 
+            dfeast_sygv => spelled DFEAST_SYGV dfeast_sygv dfeast_sygv_ result void calls
+                qnm_feast_dfeast_sygv(uplo, widened n, a, widened lda, b, widened ldb, copied fpm, epsout, widened loop,
+                emin, emax, widened m0, e, x, widened m, res, widened info, 1);
+            strnlspbc_check => result int ... 9: info, int*;
+
             qnm_set_num_threads => spelled QNM_SET_NUM_THREADS qnm_set_num_threads qnm_set_num_threads_ result
                 ... calls qnm_serv_set_num_threads(*count);
             QNM_Set_Num_Threads => calls qnm_serv_set_num_threads(count) ... count, int end;

@@ -76,6 +76,7 @@ TEST(Refusals, OfHeadsAndFamilies)
         family own registers core own_name => 'core': expected a callback (xerbla, progress, pivot);
         family own registers pivot core own_name form f value int32 NAME|family own|axpy - bare int n =>
             4: 'own', which registers: expected rows of class passed;
+        family own null all 100 => 'all': expected 'info';
         axpy s in half unchecked int n => 'half': expected a form of the family;
         axpy in narrow unchecked int n => 'in': expected letters ...;
         family own form f value int32 NAME form f value int64 NAME_64 => 'f': expected each form's name once;
@@ -120,10 +121,12 @@ TEST(Refusals, OfArgumentsAndClauses)
         scratch int indx[] in => 'indx': expected an extent and 'in' for the index array of a scratch entry;
         scratch int nz, int indx[nz] => 'indx': expected an extent and 'in' for the index array of a scratch
             entry;
-        carried int n, int ipar[n] inout => 'ipar': expected a number as extent and 'inout' for the array of a
-            carried entry;
-        carried int ipar[15] in => 'ipar': expected a number as extent and 'inout' for the array of a carried
+        carried int n, int ipar[n] inout => 'ipar': expected a number as extent where a family tells no
+            alignment;
+        carried int ipar[15] => 'ipar': expected an extent and 'in', 'out' or 'inout' for the array of a carried
             entry;
+        carried int ipar[15] in if m > 0 => 'm': expected an integer argument ...;
+        carried int ipar[15] out but back s => 's': expected a direction and a letter;
         handed int n core hand(m) => 'm': expected an argument or a number for each place of the core's call;
         handed int n core do(&3) => '3': expected an argument whose address the core takes;
         handed int n core do(local 3) => '3': expected an argument of which the core gets a copy;

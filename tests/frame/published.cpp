@@ -126,6 +126,8 @@ void add_solvers(std::vector<Names>& all)
     }
     for (const tests::DirectRoutine& routine : tests::direct_routines())
         all.push_back(spelled("Name Name_ Name__ name name_ name__", routine.name));
+    for (const tests::CarriedRoutine& routine : tests::carried_routines())
+        all.push_back(spelled(fortran, routine.name));
 }
 
 /// FFTW3: a planner of each kind of data in the forms that it has, and all else by name.

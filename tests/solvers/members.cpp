@@ -1,5 +1,8 @@
 #include "solvers/members.hpp"
 
+#include "support/published.hpp"
+
+#include <array>
 #include <sstream>
 
 namespace qnm::tests {
@@ -35,6 +38,64 @@ const std::vector<DirectRoutine>& direct_routines()
             "CLUSTER_SPARSE_SOLVER_SET_PTR_I 5");
         for (DirectRoutine routine; rest >> routine.name >> routine.arguments;)
             list.push_back(routine);
+        return list;
+    }();
+    return all;
+}
+
+const std::vector<CarriedRoutine>& carried_routines()
+{
+    static const std::string tail = " fpm=128 epsout. loop< emin. emax. m0= e. x. m< res. info<";
+    static const auto all = [] {
+        std::vector<CarriedRoutine> list;
+        for (const auto& [core, letters, names, arguments] : std::vector<std::array<std::string, 4>>{
+                 {"iss", "*", "dcg dcg_init dcg_check dfgmres dfgmres_init dfgmres_check",
+                  "n+ x. b. rci_request< ipar=128 dpar. tmp."},
+                 {"iss", "*", "dcg_get dfgmres_get", "n+ x. b. rci_request= ipar=128 dpar. tmp. itercount<"},
+                 {"iss", "*", "dcgmrhs dcgmrhs_check", "n+ x. nrhs+ b. rci_request< ipar=r dpar. tmp."},
+                 {"iss", "*", "dcgmrhs_init", "n+ x. nrhs+ b. method+ rci_request< ipar=r dpar. tmp."},
+                 {"iss", "*", "dcgmrhs_get", "n+ x. nrhs+ b. rci_request= ipar=r dpar. tmp. itercount<"},
+                 {"iss", "*", "dcsrilu0", "n+ a. ia+p ja+c bilu0. ipar=128 dpar. ierr<"},
+                 {"iss", "*", "dcsrilut",
+                  "n+ a. ia+p ja+c bilut. ibilut<L jbilut<J tol. maxfil+ ipar=128 dpar. ierr<"},
+                 {"trs", "sd", "?trnlsp_init", "handle. n+ m+ x. eps. iter1+ iter2+ rs."},
+                 {"trs", "sd", "?trnlspbc_init", "handle. n+ m+ x. lw. up. eps. iter1+ iter2+ rs."},
+                 {"trs", "sd", "?trnlsp_check", "handle. n+ m+ fjac. fvec. eps. info<4"},
+                 {"trs", "d", "?trnlspbc_check", "handle. n+ m+ fjac. fvec. lw. up. eps. info<6"},
+                 {"trs", "s", "?trnlspbc_check", "handle. n+ m+ fjac. fvec. lw. up. eps. info=6"},
+                 {"trs", "sd", "?trnlsp_solve ?trnlspbc_solve", "handle. fvec. fjac. rci_request="},
+                 {"trs", "sd", "?trnlsp_get ?trnlspbc_get", "handle. iter= st_cr= r1. r2."},
+                 {"trs", "sd", "?trnlsp_delete ?trnlspbc_delete ?jacobi_delete", "handle."},
+                 {"trs", "sd", "?jacobi_init", "handle. n+ m+ x. fjac. eps."},
+                 {"trs", "sd", "?jacobi_solve", "handle. f1. f2. rci_request="},
+                 {"trs", "sd", "?jacobi", "fcn. n+ m+ fjac. x. eps."},
+                 {"trs", "sd", "?jacobix", "fcn. n+ m+ fjac. x. eps. user_data."},
+                 {"feast", "*", "feastinit", "fpm<128"},
+                 {"feast", "sd", "?feast_syev", "uplo. n+ a. lda+" + tail},
+                 {"feast", "cz", "?feast_heev", "uplo. n+ a. lda+" + tail},
+                 {"feast", "sd", "?feast_sygv", "uplo. n+ a. lda+ b. ldb+" + tail},
+                 {"feast", "cz", "?feast_hegv", "uplo. n+ a. lda+ b. ldb+" + tail},
+                 {"feast", "sd", "?feast_sbev", "uplo. n+ kla+ a. lda+" + tail},
+                 {"feast", "cz", "?feast_hbev", "uplo. n+ kla+ a. lda+" + tail},
+                 {"feast", "sd", "?feast_sbgv", "uplo. n+ kla+ a. lda+ klb+ b. ldb+" + tail},
+                 {"feast", "cz", "?feast_hbgv", "uplo. n+ kla+ a. lda+ klb+ b. ldb+" + tail},
+                 {"feast", "sd", "?feast_scsrev", "uplo. n+ a. ia+p ja+c" + tail},
+                 {"feast", "cz", "?feast_hcsrev", "uplo. n+ a. ia+p ja+c" + tail},
+                 {"feast", "sd", "?feast_scsrgv", "uplo. n+ a. ia+p ja+c b. ib+p jb+c" + tail},
+                 {"feast", "cz", "?feast_hcsrgv", "uplo. n+ a. ia+p ja+c b. ib+p jb+c" + tail},
+                 {"feast", "sd", "?feast_srci ?feast_srci_pfilter",
+                  "ijob= n+ ze. work. workc. aq. sq. fpm=128 epsout. loop= emin. emax. m0= e. x. m= res. "
+                  "info="},
+                 {"feast", "cz", "?feast_hrci",
+                  "ijob= n+ ze. work. workc. aq. sq. fpm=128 epsout. loop= emin. emax. m0= e. x. m= res. "
+                  "info="}})
+            for (std::string name : words(names))
+                for (const char letter : letters) {
+                    std::string lettered = name;
+                    if (lettered.front() == '?')
+                        lettered.front() = letter;
+                    list.push_back({lettered, "qnm_" + core + "_" + lettered, words(arguments)});
+                }
         return list;
     }();
     return all;

@@ -47,7 +47,7 @@ const std::vector<const Signature*>& others()
         return !s.callees.empty() && s.exported &&
                !lists("blas lapack lapack_extra trigonometric poisson lapacke helper helper_services "
                       "services published_services published_letters road registration callbacks "
-                      "dfti_fortran fftw fftw_fortran sparse spblas pds cluster",
+                      "dfti_fortran fftw fftw_fortran sparse spblas pds cluster iss trs feast",
                       s.family);
     });
     return all;

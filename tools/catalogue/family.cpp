@@ -78,6 +78,14 @@ Family read_family(Lexer& lexer, const std::string& name)
             family.registers.push_back(
                 read_word<std::string>(lexer, callbacks, "a callback (xerbla, progress, pivot)"));
         while (callbacks.count(lexer.peek().text) != 0);
+    if (lexer.accept("alignment"))
+        family.alignment = lexer.number("an alignment in bytes");
+    if (lexer.accept("null")) {
+        const bool integers = lexer.accept("integers");
+        if (!integers)
+            lexer.expect("info");
+        (integers ? family.null_status : family.null_position) = lexer.number("a status, or a position");
+    }
     if (lexer.accept("calls"))
         family.calls = lexer.identifier("the family whose entries are called");
     if (lexer.accept("core")) {

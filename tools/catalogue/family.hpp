@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,10 @@ struct Family {
     std::string wide_core;    // of those for 64-bit integers, where the core has functions for either width
     bool kernels = false;     // these are found by name, at the first call
     bool kernel_each = false; // of each form for itself
-    std::string calls;        // of an interface upon another one: the family whose entries it calls
+    int alignment = 0;        // of copies of integers in the core's memory; 0: they lie on the stack
+    std::optional<int> null_status;     // what an entry gives back for a null address of integers
+    std::optional<int> null_position;   // below which negative positions of null addresses are told in `info`
+    std::string calls;                  // of an interface upon another one: the family whose entries it calls
     std::vector<std::string> registers; // callbacks that its entries tell the core ahead of their jump
     std::vector<Form> forms;
 

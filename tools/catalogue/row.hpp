@@ -52,6 +52,8 @@ struct Argument {
     bool array = false;
     std::vector<ExpressionPtr> extents; // one for x[n], two for x(m,n), none for x[] or a scalar
     Direction direction = Direction::none;
+    std::vector<std::pair<Precision, Direction>> but; // of some letters it is another
+    ExpressionPtr present;                            // of an array that is copied only where this holds
     ExpressionPtr returned;     // of a work array: how many leading elements carry results
     bool query = false;         // -1 asks for sizes of work arrays
     bool alone = false;         // of a query: it asks for itself, and others do not ask for it

@@ -64,7 +64,17 @@ void read_modifiers(Lexer& lexer, Argument& a)
         } else if (directions.count(word) != 0 &&
                    (a.array || (word != "work" && (word != "in" || a.type != "char")))) {
             a.direction = directions.at(lexer.next().text);
-        } else if (take("returns", work || a.direction == Direction::out)) {
+        } else if (take("but", a.array && a.direction != Direction::none)) {
+            const auto way = directions.find(lexer.next().text);
+            const Precision letter = find_precision(lexer.peek().text);
+            if (way == directions.end() || letter.element == ' ')
+                lexer.fail("a direction and a letter");
+            lexer.next();
+            a.but.emplace_back(letter, way->second);
+        } else if (take("if", a.kind == Kind::integers)) {
+            a.present = parse_expression(lexer);
+        } else if (take("returns",
+                        work || a.direction == Direction::out || a.direction == Direction::inout)) {
             a.returned = parse_expression(lexer);
         } else if (take("query", a.kind == Kind::integer)) {
             a.query = true;
@@ -147,16 +157,22 @@ void check_row(const Lexer& lexer, const Row& row)
             refuse("'" + a.name + "'", "each argument's name once");
         for (const ExpressionPtr& extent : a.extents)
             check_names(lexer, row, *extent, row.definitions.size());
-        for (const ExpressionPtr& e : {a.minimum, a.above, a.maximum, a.barred, a.unless, a.returned})
+        for (const ExpressionPtr& e :
+             {a.minimum, a.above, a.maximum, a.barred, a.unless, a.returned, a.present})
             if (e)
                 check_names(lexer, row, *e, row.definitions.size());
         if (row.entry_class == Class::scratch && a.kind == Kind::integers &&
             (a.extents.size() != 1 || a.direction != Direction::in))
             refuse("'" + a.name + "'", "an extent and 'in' for the index array of a scratch entry");
-        if (row.entry_class == Class::carried && a.kind == Kind::integers &&
-            (a.extents.size() != 1 || a.extents[0]->kind != Expression::Kind::number ||
-             a.direction != Direction::inout))
-            refuse("'" + a.name + "'", "a number as extent and 'inout' for the array of a carried entry");
+        const bool carried = row.entry_class == Class::carried && a.kind == Kind::integers;
+        const bool on_stack = row.family->alignment == 0;
+        if (carried &&
+            (a.extents.size() != 1 || a.direction == Direction::none || a.direction == Direction::work))
+            refuse("'" + a.name + "'",
+                   "an extent and 'in', 'out' or 'inout' for the array of a carried entry");
+        if (carried && on_stack &&
+            (a.extents[0]->kind != Expression::Kind::number || a.present || a.returned))
+            refuse("'" + a.name + "'", "a number as extent where a family tells no alignment");
     }
     if (any_test != row.has_check())
         refuse(any_test ? "a test" : "no test",
@@ -241,6 +257,29 @@ void read_core(Lexer& lexer, Row& row)
 
 } // namespace
 
+namespace {
+
+/// A row, in two where an argument's direction is another one for a letter.
+void add_rows(std::vector<Row>& rows, const Row& row)
+{
+    Row rest = row;
+    for (std::size_t i = 0; i < row.arguments.size(); ++i)
+        for (const auto& [letter, direction] : row.arguments[i].but)
+            for (auto at = rest.precisions.begin(); at != rest.precisions.end(); ++at)
+                if (at->prefix == letter.prefix) {
+                    Row odd = row;
+                    odd.precisions = {letter};
+                    odd.arguments[i].direction = direction;
+                    rows.push_back(odd);
+                    rest.precisions.erase(at);
+                    break;
+                }
+    if (!rest.precisions.empty())
+        rows.push_back(rest);
+}
+
+} // namespace
+
 std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& family,
                            const Families& families)
 {
@@ -303,7 +342,7 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
         row.root = head.root;
         row.precisions = head.letters;
         row.only = head.only;
-        rows.push_back(row);
+        add_rows(rows, row);
     }
     return rows;
 }

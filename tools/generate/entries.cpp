@@ -18,6 +18,18 @@ std::string call(const std::string& callee, Words ahead, const Entry& entry)
     return callee + "(" + joined(ahead) + ")";
 }
 
+/// What a carried entry does of null addresses.
+std::string nulls(const Row& row)
+{
+    const Family& family = *row.family;
+    if (family.null_status)
+        return "NullInteger<" + std::to_string(*family.null_status) + ">{}";
+    if (!family.null_position)
+        return "NeverNull{}";
+    return row.find("info") == nullptr ? "NullEnds{}"
+                                       : "NullPosition<" + std::to_string(*family.null_position) + ">{info}";
+}
+
 std::string body(const Entry& entry)
 {
     const Row& row = *entry.row;
@@ -61,7 +73,7 @@ std::string body(const Entry& entry)
         return call("selected<" + core + ", " + entry.small_core() + ">",
                     {test_text(*row.small_condition, row)}, entry);
     case Class::carried:
-        return call("carried<" + core + ">", {}, entry);
+        return call("carried<" + joined({result_type(entry), core}) + ">", {nulls(row)}, entry);
     }
     return {};
 }

@@ -71,20 +71,42 @@ bool length_is_asked_for(const Argument& array, const Row& row)
     return asked;
 }
 
-std::string array_text(const Argument& a, const Row& row)
+std::string way(const Argument& a)
 {
     static const std::map<Direction, std::string> ways{{Direction::in, "in"},
                                                        {Direction::out, "out"},
                                                        {Direction::inout, "inout"},
                                                        {Direction::work, "work"}};
+    return "Way::" + ways.at(a.direction);
+}
+
+/// An argument that a carried entry copies, if it does.
+std::string carried_text(const Argument& a, const Row& row)
+{
+    if (a.kind == Kind::integers && row.family->alignment == 0)
+        return "Copied<" + way(a) + ", " + std::to_string(a.extents[0]->value) + ">{" + a.name + "}";
+    if (a.kind == Kind::integers) {
+        Words parts{a.name, told_text(*a.extents[0], row)};
+        if (a.present || a.returned)
+            parts.push_back(a.present ? told_text(*a.present, row) : "Always{}");
+        if (a.returned)
+            parts.push_back(told_text(*a.returned, row));
+        return "stored<" + std::to_string(row.family->alignment) + ", " + way(a) + ">(" + joined(parts) + ")";
+    }
+    if (comes_back(a))
+        return (a.direction == Direction::out ? "Answer{" : "Exchanged{") + a.name + "}";
+    return a.name;
+}
+
+std::string array_text(const Argument& a, const Row& row)
+{
     const auto later = [](const std::string& size) {
         return ", [&] QNM_INLINE_LAMBDA { return " + size + "; }";
     };
     const std::string flags = a.null_at_query ? ", Extra::null_at_query"
                               : a.cleared     ? ", Extra::cleared"
                                               : "";
-    std::string text =
-        "array<Way::" + ways.at(a.direction) + flags + ">(" + a.name + later(extent_text(a, row));
+    std::string text = "array<" + way(a) + flags + ">(" + a.name + later(extent_text(a, row));
     if (a.returned)
         text += a.returned->kind == Expression::Kind::number
                     ? ", First<" + std::to_string(a.returned->value) + ">{}"
@@ -98,10 +120,8 @@ std::string array_text(const Argument& a, const Row& row)
 std::string argument_text(const Argument& a, const Entry& entry)
 {
     const bool narrow = entry.width == Width::narrow;
-    if (entry.frame() == Class::carried && a.kind == Kind::integers)
-        return "Copied<" + std::to_string(a.extents[0]->value) + ">{" + a.name + "}";
-    if (entry.frame() == Class::carried && comes_back(a))
-        return "Answer{" + a.name + "}";
+    if (entry.frame() == Class::carried)
+        return carried_text(a, *entry.row);
     if (entry.frame() == Class::scratch && a.kind == Kind::integers)
         return "Indices{static_cast<const int*>(" + a.name + ")}";
     if (comes_back(a) && a.name == "info" && a.direction == Direction::out)

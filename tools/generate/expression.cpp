@@ -36,7 +36,7 @@ std::string ExpressionText::text(const Expression& e) const
     case EKind::name:
         return name(e.text);
     case EKind::element:
-        return e.text + "[" + operand(0) + "]";
+        return element(e);
     case EKind::letter:
         return letter(e);
     case EKind::condition:
@@ -50,6 +50,11 @@ std::string ExpressionText::text(const Expression& e) const
     }
     const std::string sign = e.text == "and" ? "&&" : e.text == "or" ? "||" : e.text;
     return "(" + operand(0) + " " + sign + " " + operand(1) + ")";
+}
+
+std::string ExpressionText::element(const Expression& e) const
+{
+    return e.text + "[" + operands(e)[0] + "]";
 }
 
 std::string ExpressionText::call(const Expression& e) const

@@ -21,6 +21,7 @@ protected:
     virtual std::string number(std::int64_t value) const = 0;
     virtual std::string name(const std::string& name) const = 0;
     virtual std::string letter(const catalogue::Expression& e) const = 0;
+    virtual std::string element(const catalogue::Expression& e) const;
     /// abs, min and max; what else a place has, it writes itself.
     virtual std::string call(const catalogue::Expression& e) const;
 

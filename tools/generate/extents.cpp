@@ -40,7 +40,40 @@ private:
     const Row& row_;
 };
 
+/// Arguments as the core has them, by their places among the rooms of a call.
+class Told final : public SizeText {
+public:
+    explicit Told(const Row& row) : row_(row) {}
+
+private:
+    std::string place(const std::string& name) const
+    {
+        return "told<" + std::to_string(row_.position(*row_.find(name)) - 1) + ">(rooms";
+    }
+    std::string name(const std::string& name) const override
+    {
+        return row_.find(name) != nullptr ? place(name) + ")" : text(*defined(row_.definitions, name));
+    }
+    std::string element(const Expression& e) const override
+    {
+        return place(e.text) + ", " + operands(e)[0] + ")";
+    }
+    std::string letter(const Expression& e) const override
+    {
+        throw TableError("'" + e.text + "': expected integers, which are all that a copy's length asks for");
+    }
+
+    const Row& row_;
+};
+
 } // namespace
+
+std::string told_text(const Expression& e, const Row& row)
+{
+    if (e.kind == Expression::Kind::number)
+        return "Number<" + std::to_string(e.value) + ">{}";
+    return "[](auto& rooms) QNM_INLINE_LAMBDA { return " + Told(row).text(e) + "; }";
+}
 
 std::string size_text(const Expression& e, const Row& row)
 {

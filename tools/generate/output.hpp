@@ -16,6 +16,8 @@ std::string test_text(const catalogue::Expression& expression, const catalogue::
 
 /// An expression of arguments as a size of 64 bits, and the number of elements of an array.
 std::string size_text(const catalogue::Expression& expression, const catalogue::Row& row);
+/// A number that the rooms of a call tell.
+std::string told_text(const catalogue::Expression& expression, const catalogue::Row& row);
 std::string extent_text(const catalogue::Argument& array, const catalogue::Row& row);
 
 /// The struct that holds a row's tests, and its name.
