@@ -8,11 +8,13 @@
 namespace {
 
 using Handler = void (*)(const char* srname, const int* info, int len);
-using Callback = int (*)();
+using Progress = int (*)(const int* thread, const int* step, char* stage, int length);
+using Pivot = int (*)();
 
 std::atomic<Handler> registered_handler{nullptr}; // by the application, at run time
 std::atomic<Handler> chain_head{nullptr};         // by the layer, at each of its calls
-std::atomic<Callback> registered_progress{nullptr}, progress_head{nullptr}, pivot{nullptr};
+std::atomic<Progress> registered_progress{nullptr}, progress_head{nullptr};
+std::atomic<Pivot> pivot{nullptr};
 
 // Names arrive padded with blanks, or with a terminator counted in.
 int trimmed(const char* srname, int len)
@@ -86,24 +88,38 @@ qnm_core_not_carried(const char* name, qnm::core::core_int* info, const qnm::cor
         std::fill_n(info, count != nullptr ? std::max<core_int>(*count, 0) : 1, not_carried_info);
 }
 
-// No solver of this core asks for progress or for a pivot yet; what is set is kept for it.
+// As with reports, what was registered at run time comes first.
+bool qnm::core::goes_on(std::string_view stage, int step)
+{
+    Progress callback = registered_progress.load();
+    if (callback == nullptr)
+        callback = progress_head.load();
+    if (callback == nullptr)
+        return true;
+    const int thread = 0;
+    char text[64] = "";
+    const std::size_t length = stage.copy(text, sizeof text - 1);
+    return callback(&thread, &step, text, static_cast<int>(length)) == 0;
+}
+
 QNM_CORE int qnm_serv_default_progress()
 {
     return 0; // go on
 }
+// No solver of this core asks for a pivot; what is set is kept.
 QNM_CORE int qnm_serv_default_pardiso_pivot()
 {
     return 0; // the solver's own pivot
 }
-QNM_CORE Callback qnm_serv_set_progress(Callback callback)
+QNM_CORE Progress qnm_serv_set_progress(Progress callback)
 {
     return registered_progress.exchange(callback);
 }
-QNM_CORE void qnm_serv_set_progress_interface(Callback head)
+QNM_CORE void qnm_serv_set_progress_interface(Progress head)
 {
     progress_head.store(head);
 }
-QNM_CORE Callback qnm_serv_set_pardiso_pivot(Callback callback)
+QNM_CORE Pivot qnm_serv_set_pardiso_pivot(Pivot callback)
 {
     return pivot.exchange(callback);
 }

@@ -21,6 +21,9 @@ int vector_threads();
 /// Whether a call keeps to the thread that makes it: inside of a parallel region, and in a child of a fork.
 bool keeps_to_one_thread();
 
+/// Tells the application how far a solution has come, and asks whether to go on.
+bool goes_on(std::string_view stage, int step);
+
 inline void report(std::string_view routine, int info)
 {
     qnm_serv_xerbla(routine.data(), &info, static_cast<int>(routine.size()));

@@ -2,15 +2,14 @@
 #include "plugin.h"
 #include "plan.hpp"
 
+#include "../beside.hpp"
 #include "../services.hpp"
 #include "qnm/core/dft.h"
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <memory>
 #include <new>
 #include <string>
@@ -49,40 +48,13 @@ constexpr dft_plugin_host host{.allocate = allocate, .release = qnm_serv_free, .
 
 // ---- the library
 
-// Where the core lay when it was opened: its name may be relative to a folder that has been left since. It is
-// asked for by an exported function, so that programs which have parts of the core in them find the core,
-// too.
-std::string folder()
-{
-    Dl_info info;
-    char path[PATH_MAX] = "";
-    if (dladdr(reinterpret_cast<void*>(&qnm_dft_bless_node_thr), &info) == 0)
-        return path;
-    if (void* const core = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD)) {
-        if (dlinfo(core, RTLD_DI_ORIGIN, path) != 0)
-            path[0] = '\0';
-        dlclose(core);
-    }
-    return path;
-}
-
 const dft_plugin* opened(std::string& why)
 {
-    const std::string file = folder() + "/libqnm_core_fftw.so";
-    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    const auto text = [](const char* error) {
-        return std::string(error != nullptr ? error : "no reason is told");
-    };
-    if (library == nullptr) {
-        why = text(dlerror());
-        return nullptr;
-    }
-    auto* const open = reinterpret_cast<dft_plugin_open*>(dlsym(library, "qnm_core_plugin"));
+    auto* const open =
+        reinterpret_cast<dft_plugin_open*>(opened_beside("libqnm_core_fftw.so", "qnm_core_plugin", why));
     const dft_plugin* const found = open != nullptr ? open(DFT_PLUGIN_EDITION, &host) : nullptr;
-    if (found == nullptr) {
-        why = open != nullptr ? file + ": of another edition" : text(dlerror());
-        dlclose(library);
-    }
+    if (open != nullptr && found == nullptr)
+        why = "libqnm_core_fftw.so: of another edition";
     return found;
 }
 

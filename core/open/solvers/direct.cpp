@@ -1,0 +1,132 @@
+// Direct solvers: carried by a library beside the core, which is opened when the first one is called.
+#include "../beside.hpp"
+#include "../services.hpp"
+#include "controls.hpp"
+#include "plugin.hpp"
+
+#include <cstdarg>
+#include <new>
+#include <unistd.h>
+
+namespace qnm::core::solvers {
+namespace {
+
+constexpr Host host{.goes_on = [](const char* stage, int step) { return core::goes_on(stage, step); }};
+
+struct Opened {
+    const Plugin* plugin = nullptr;
+    std::string why;
+
+    Opened()
+    {
+        constexpr const char* file = "libqnm_core_solvers.so";
+        if (auto* const open = reinterpret_cast<OpenPlugin*>(opened_beside(file, "qnm_core_solvers", why))) {
+            plugin = open(plugin_edition, &host);
+            if (plugin == nullptr)
+                why = std::string(file) + ": of another edition";
+        }
+    }
+};
+
+/// Null, with a line that says why, where nobody carries the routine.
+const Plugin* carrier(const char* routine) noexcept
+{
+    const char* why = "no memory";
+    try {
+        static const Opened opened;
+        if (opened.plugin != nullptr)
+            return opened.plugin;
+        why = opened.why.c_str();
+    } catch (const std::bad_alloc&) { // asked again at the next call
+    }
+    print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core: %.512s.\n", routine, why);
+    return nullptr;
+}
+
+/// A routine of addresses alone that nobody carries; argument `place`, counted from 1, is its error.
+template <class I>
+[[gnu::cold]] void refuse(const char* routine, int place, std::va_list behind_first)
+{
+    print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core.\n", routine);
+    for (int k = 2; k < place; ++k)
+        va_arg(behind_first, void*);
+    *va_arg(behind_first, I*) = inconsistent;
+}
+
+} // namespace
+
+using Narrow = std::int32_t;
+using Wide = std::int64_t;
+
+// Types of a, b and x are told by mtype and by iparm alone, whatever the name.
+#define QNM_PARDISO(I, plugins, name)                                                                        \
+    QNM_CORE void qnm_pds_lp64_##name(void** pt, const I* maxfct, const I* mnum, const I* mtype,             \
+                                      const I* phase, const I* n, const void* a, const I* ia, const I* ja,   \
+                                      I* perm, const I* nrhs, I* iparm, const I* msglvl, void* b, void* x,   \
+                                      I* error)                                                              \
+    {                                                                                                        \
+        if (const Plugin* const carried = carrier("PARDISO"))                                                \
+            return carried->plugins(pt, maxfct, mnum, mtype, phase, n, a, ia, ja, perm, nrhs, iparm, msglvl, \
+                                    b, x, error);                                                            \
+        *error = inconsistent;                                                                               \
+    }
+#define QNM_PARDISO_BOTH(name)                                                                               \
+    QNM_PARDISO(Narrow, pardiso, name)                                                                       \
+    QNM_PARDISO(Wide, pardiso_64, name##_64)
+#define QNM_PARDISO_TYPED(name)                                                                              \
+    QNM_PARDISO_BOTH(name)                                                                                   \
+    QNM_PARDISO(Narrow, pardiso, name##_2d)                                                                  \
+    QNM_PARDISO(Wide, pardiso_64, name##_64_2d)
+QNM_PARDISO_BOTH(pardiso)
+QNM_PARDISO_TYPED(pardiso_d)
+QNM_PARDISO_TYPED(pardiso_s)
+QNM_PARDISO_TYPED(pardiso_dc)
+QNM_PARDISO_TYPED(pardiso_sc)
+
+QNM_CORE void qnm_pds_lp64_pardisoinit(void** pt, const Narrow* mtype, Narrow* iparm)
+{
+    std::fill_n(pt, 64, nullptr);
+    Controls(iparm).set_defaults(Kind(*mtype), true);
+}
+
+#define QNM_REFUSED(I, place, name)                                                                          \
+    QNM_CORE void qnm_pds_lp64_##name(void* first, ...)                                                      \
+    {                                                                                                        \
+        std::va_list behind;                                                                                 \
+        va_start(behind, first);                                                                             \
+        refuse<I>(#name, place, behind);                                                                     \
+        va_end(behind);                                                                                      \
+    }
+QNM_REFUSED(Narrow, 7, pardiso_export)
+QNM_REFUSED(Narrow, 7, pardiso_export_d)
+QNM_REFUSED(Narrow, 7, pardiso_export_s)
+QNM_REFUSED(Narrow, 7, pardiso_export_c)
+QNM_REFUSED(Narrow, 7, pardiso_export_z)
+QNM_REFUSED(Narrow, 5, pardiso_getdiag)
+QNM_REFUSED(Narrow, 5, pardiso_getdiag_d)
+QNM_REFUSED(Narrow, 5, pardiso_getdiag_z)
+#define QNM_REFUSED_BOTH(place, name) QNM_REFUSED(Narrow, place, name) QNM_REFUSED(Wide, place, name##_64)
+QNM_REFUSED_BOTH(3, pardiso_handle_store)
+QNM_REFUSED_BOTH(3, pardiso_handle_restore)
+QNM_REFUSED_BOTH(2, pardiso_handle_delete)
+QNM_REFUSED_BOTH(17, cluster_sparse_solver)
+#define QNM_REFUSED_TYPED(name)                                                                              \
+    QNM_REFUSED_BOTH(17, name) QNM_REFUSED(Narrow, 17, name##_2d) QNM_REFUSED(Wide, 17, name##_64_2d)
+QNM_REFUSED_TYPED(cluster_sparse_solver_d)
+QNM_REFUSED_TYPED(cluster_sparse_solver_s)
+QNM_REFUSED_TYPED(cluster_sparse_solver_dc)
+QNM_REFUSED_TYPED(cluster_sparse_solver_sc)
+#define QNM_REFUSED_FORTRAN(place, name) QNM_REFUSED(Narrow, place, name) QNM_REFUSED(Narrow, place, name##_f)
+QNM_REFUSED_FORTRAN(4, cluster_sparse_solver_export)
+QNM_REFUSED_FORTRAN(6, cluster_sparse_solver_get_csr_size)
+#define QNM_REFUSED_OF_TYPES(place, name)                                                                    \
+    QNM_REFUSED(Narrow, place, name)                                                                         \
+    QNM_REFUSED(Narrow, place, name##_d)                                                                     \
+    QNM_REFUSED(Narrow, place, name##_s)                                                                     \
+    QNM_REFUSED(Narrow, place, name##_dc)                                                                    \
+    QNM_REFUSED(Narrow, place, name##_sc)
+QNM_REFUSED_OF_TYPES(7, cluster_sparse_solver_set_csr_ptrs)
+QNM_REFUSED_OF_TYPES(5, cluster_sparse_solver_set_ptr)
+QNM_REFUSED(Narrow, 5, cluster_sparse_solver_set_ptr_i)
+
+} // namespace qnm::core::solvers

@@ -1,0 +1,28 @@
+// What the core asks of the library that carries its direct solvers: one function, and what it gives.
+#pragma once
+
+#include <cstdint>
+
+namespace qnm::core::solvers {
+
+constexpr int plugin_edition = 1;
+
+/// What the core lends beyond its exported functions.
+struct Host {
+    bool (*goes_on)(const char* stage, int step);
+};
+
+/// As published, at the caller's width.
+template <class I>
+using Pardiso = void(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I* phase, const I* n,
+                     const void* a, const I* ia, const I* ja, I* perm, const I* nrhs, I* iparm,
+                     const I* msglvl, void* b, void* x, I* error);
+
+struct Plugin {
+    Pardiso<std::int32_t>* pardiso;
+    Pardiso<std::int64_t>* pardiso_64;
+};
+
+using OpenPlugin = const Plugin*(int edition, const Host* host);
+
+} // namespace qnm::core::solvers

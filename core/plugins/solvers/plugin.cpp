@@ -1,0 +1,27 @@
+// The library's one exported function.
+#include "pardiso.hpp"
+
+#include <cstdlib>
+
+namespace qnm::core::solvers {
+
+const Host* host = nullptr;
+
+} // namespace qnm::core::solvers
+
+// The engine's orderings look at variables, which are not for a program with rights that its caller has not.
+extern "C" char* __wrap_getenv(const char* name);
+extern "C" char* __wrap_getenv(const char* name)
+{
+    return secure_getenv(name);
+}
+
+QNM_CORE const qnm::core::solvers::Plugin* qnm_core_solvers(int edition, const qnm::core::solvers::Host* host)
+{
+    using namespace qnm::core::solvers;
+    static constexpr Plugin carried{.pardiso = pardiso<std::int32_t>, .pardiso_64 = pardiso<std::int64_t>};
+    if (edition != plugin_edition)
+        return nullptr;
+    qnm::core::solvers::host = host;
+    return &carried;
+}

@@ -1,0 +1,46 @@
+// A system of equations in steps: analysed, factored, solved as often as wanted.
+#pragma once
+
+#include "pattern.hpp"
+
+#include <memory>
+
+namespace qnm::core::solvers {
+
+/// What an analysis is to heed.
+struct Wishes {
+    core_int reordering = 2;
+    bool scaled = false, matched = false;
+    core_int perturbation = 13; // null pivots become 10^-this times the norm; below zero: they are an error
+};
+
+enum class Turned { no, conjugated, plain };
+
+/// Kilobytes, and counts of the factors.
+struct Facts {
+    core_int analysis_kb = 0, factors_kb = 0, nonzeros = 0, millions_of_operations = 0;
+    core_int perturbed = 0, zero_pivot_row = 0, negative = 0;
+};
+
+/// Errors are told by what is returned; without memory steps throw.
+class System {
+public:
+    virtual ~System() = default;
+    /// With an order if one is given, from 1: the place of each row among the pivots. Values may be missing.
+    virtual Error analyse(const void* values, const int* given_order) = 0;
+    virtual Error factor(const void* values) = 0;
+    /// x has b at first. Returns how often it was refined.
+    virtual Error solve(Turned turned, core_int sides, void* x) = 0;
+    /// Up to so many steps; returns how many were made, below zero an error.
+    virtual core_int refine(Turned turned, core_int sides, const void* b, void* x, const void* values,
+                            core_int most) = 0;
+    virtual const int* order() const = 0; // as it was made
+    virtual bool is_factored() const = 0;
+
+    Facts facts;
+};
+
+std::unique_ptr<System> make_system(Kind kind, bool single, const Wishes& wishes,
+                                    std::shared_ptr<const Pattern> pattern);
+
+} // namespace qnm::core::solvers
