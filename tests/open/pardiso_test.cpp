@@ -1,0 +1,428 @@
+// PARDISO beside dense factors of the same matrices.
+#include "core.hpp"
+
+#include <array>
+#include <cmath>
+#include <mutex>
+#include <thread>
+
+namespace qnm::test {
+namespace {
+
+template <class I>
+const std::string width{sizeof(I) == 4 ? "" : "_64"};
+
+/// An address with its controls, counted from 1 as in their documentation.
+template <class T, class I>
+struct Caller {
+    std::array<void*, 64> pt{};
+    std::array<I, 64> iparm{};
+    I maxfct = 1, mnum = 1, mtype, msglvl = 0;
+    std::string name = "pardiso";
+
+    explicit Caller(int type) : mtype(static_cast<I>(type))
+    {
+        std::array<int, 64> narrow{};
+        by_value("qnm_pds_lp64_pardisoinit", pt, &type, narrow);
+        std::ranges::copy(narrow, iparm.begin());
+        control(28) = std::is_same_v<real_t<T>, float> ? 1 : 0;
+    }
+    ~Caller() { phase(-1, 0, nullptr, nullptr, nullptr, nullptr, 1, nullptr, nullptr); }
+    Caller(const Caller&) = delete;
+    I& control(int k) { return iparm[static_cast<std::size_t>(k - 1)]; }
+
+    core_int phase(int which, core_int n, const void* a, const I* ia, const I* ja, I* perm, core_int sides,
+                   void* b, void* x)
+    {
+        I error = -99;
+        const I phase = static_cast<I>(which), rows = static_cast<I>(n), nrhs = static_cast<I>(sides);
+        by_value("qnm_pds_lp64_" + name + width<I>, pt, &maxfct, &mnum, &mtype, &phase, &rows, a, ia, ja,
+                 perm, &nrhs, iparm, &msglvl, b, x, &error);
+        return error;
+    }
+};
+
+bool is_half(int mtype)
+{
+    return mtype == 2 || std::abs(mtype) == 4 || mtype == -2 || mtype == 6;
+}
+
+/// A matrix by rows, and what it is as a dense one. Rows of blocks if these are larger than 1.
+template <class T, class I>
+struct System {
+    int mtype, base;
+    core_int n, block;
+    Matrix<T> dense;
+    std::vector<I> ia, ja, perm;
+    std::vector<T> a;
+
+    System(int type, core_int rows, int first, core_int block_size = 1)
+        : mtype(type), base(first), n(rows), block(block_size), dense(rows, rows)
+    {
+        std::vector<bool> stored(static_cast<std::size_t>(n / block * (n / block)));
+        for (auto&& each : stored)
+            each = random_integer(0, 3) == 0;
+        const auto at = [&](core_int i, core_int j) { return static_cast<std::size_t>(i * (n / block) + j); };
+        for (core_int i = 0; i < n / block; ++i) {
+            stored[at(i, i)] = true;
+            for (core_int j = 0; j < i; ++j)
+                if (mtype != 11 && mtype != 13)
+                    stored[at(i, j)] = stored[at(j, i)];
+        }
+        ia.push_back(static_cast<I>(base));
+        for (core_int i = 0; i < n / block; ++i) {
+            for (core_int j = is_half(mtype) ? i : 0; j < n / block; ++j)
+                if (stored[at(i, j)])
+                    ja.push_back(static_cast<I>(j + base));
+            ia.push_back(static_cast<I>(static_cast<core_int>(ja.size()) + base));
+        }
+        renew();
+    }
+    /// Other values at the same places.
+    void renew()
+    {
+        dense.take('N', dense, T(0));
+        a.clear();
+        for (core_int row = 0; row < n / block; ++row)
+            for (I p = ia[static_cast<std::size_t>(row)]; p < ia[static_cast<std::size_t>(row) + 1]; ++p)
+                for (core_int k = 0; k < block * block; ++k) {
+                    const core_int down = base == 0 ? k / block : k % block;
+                    const core_int right = base == 0 ? k % block : k / block;
+                    const core_int column =
+                        ja[static_cast<std::size_t>(p) - static_cast<std::size_t>(base)] - base;
+                    a.push_back(element(row * block + down, column * block + right));
+                }
+    }
+    core_int rows() const { return n / block; }
+
+private:
+    T element(core_int i, core_int j)
+    {
+        T v = random_vector<T>(1)[0];
+        if (is_half(mtype) && j < i)
+            return T(77); // of a block on the diagonal, which nobody may read
+        if (i == j)
+            v += T(static_cast<real_t<T>>((mtype != 2 && mtype != 4 && i % 3 == 1 ? -12 : 12) * (5 + i % 7)));
+        if (i == j && std::abs(mtype) == 4)
+            v = T(std::real(v));
+        dense(i, j) = v;
+        if (is_half(mtype) && i != j)
+            dense(j, i) = std::abs(mtype) == 4 ? conjugate(v) : v;
+        return v;
+    }
+};
+
+/// Solutions by dense factors.
+template <class T>
+Matrix<T> solved(char trans, const Matrix<T>& a, const Matrix<T>& b)
+{
+    Matrix<T> lu = a, x = b;
+    std::vector<core_int> pivots(static_cast<std::size_t>(a.rows));
+    EXPECT_EQ(lapack<T>("?getrf", a.rows, a.rows, lu, pivots.data()), 0);
+    EXPECT_EQ(lapack<T>("?getrs", &trans, a.rows, b.columns, lu, pivots.data(), x), 0);
+    return x;
+}
+
+template <class T>
+std::vector<int> kinds()
+{
+    if constexpr (is_complex<T>)
+        return {3, 4, -4, 6, 13};
+    else
+        return {1, 2, -2, 11};
+}
+
+template <class T>
+void expect_solved(const Matrix<T>& x, const Matrix<T>& expected)
+{
+    for (core_int j = 0; j < x.columns; ++j)
+        for (core_int i = 0; i < x.rows; ++i)
+            ASSERT_LE(std::abs(x(i, j) - expected(i, j)), 400 * std::numeric_limits<real_t<T>>::epsilon())
+                << "row " << i << ", side " << j;
+}
+
+template <class T, class I>
+void solve_by_all_ways(int mtype)
+{
+    const core_int block = random_integer(0, 2) == 0 ? random_integer(2, 3) : 1;
+    System<T, I> system(mtype, random_integer(1, 20) * block, random_integer(0, 1), block);
+    Caller<T, I> caller(mtype);
+    caller.control(35) = system.base == 0 ? 1 : 0;
+    caller.control(37) = static_cast<I>(block == 1 ? 0 : block);
+    caller.control(27) = block == 1 ? 1 : 0;
+    caller.control(2) = static_cast<I>(2 * random_integer(0, 1));
+    caller.control(8) = static_cast<I>(random_integer(0, 2));
+    caller.control(6) = static_cast<I>(random_integer(0, 1));
+    caller.control(11) = caller.control(13) = static_cast<I>(random_integer(0, 1));
+    const int how = random_integer(0, 2);
+    caller.control(12) = static_cast<I>(how);
+    const core_int sides = random_integer(1, 3);
+    const Matrix<T> b(system.n, sides, 0);
+    static const std::vector<std::vector<int>> paths{{13}, {12, 33}, {11, 23}, {11, 22, 33}};
+    const auto run = [&](const std::vector<int>& path) {
+        Matrix<T> given = b, x(system.n, sides, 0);
+        for (const int phase : path)
+            ASSERT_EQ(caller.phase(phase, system.rows(), system.a.data(), system.ia.data(), system.ja.data(),
+                                   nullptr, sides, given.data.data(), x.data.data()),
+                      0)
+                << "phase " << phase;
+        expect_solved(caller.control(6) == 1 ? given : x, solved("NCT"[how], system.dense, b));
+        if (caller.control(6) == 0) {
+            EXPECT_EQ(given.data, b.data);
+        }
+    };
+    run(paths[static_cast<std::size_t>(random_integer(0, 3))]);
+    system.renew();
+    run({22, 33});
+    system.renew();
+    run({23});
+}
+
+QNM_TYPED(Pardiso, SolvesAsDenseFactorsDo)
+{
+    for (const int mtype : kinds<T>())
+        for (int k = 0; k < 20; ++k) {
+            SCOPED_TRACE("mtype " + std::to_string(mtype));
+            solve_by_all_ways<T, int>(mtype);
+            solve_by_all_ways<T, core_int>(mtype);
+        }
+}
+
+/// One right side; 0 or the error.
+template <class T, class I>
+core_int solve(Caller<T, I>& caller, const System<T, I>& system, int phase, std::vector<T>& x,
+               I* perm = nullptr)
+{
+    std::vector<T> b(static_cast<std::size_t>(system.n), T(1));
+    x.resize(b.size());
+    caller.control(35) = system.base == 0 ? 1 : 0;
+    return caller.phase(phase, system.n, system.a.data(), system.ia.data(), system.ja.data(), perm, 1,
+                        b.data(), x.data());
+}
+
+TEST(Pardiso, KeepsFactorsOfSeveralMatricesApart)
+{
+    System<double, int> system(11, 20, 1);
+    Caller<double, int> caller(11);
+    std::vector<double> x, again;
+    caller.maxfct = 3;
+    caller.control(13) = 0; // the order is not of anybody's values
+    ASSERT_EQ(solve(caller, system, 11, x), 0);
+    std::vector<System<double, int>> all(3, system);
+    for (const int k : {3, 1, 2}) {
+        caller.mnum = k;
+        all[static_cast<std::size_t>(k - 1)].renew();
+        ASSERT_EQ(solve(caller, all[static_cast<std::size_t>(k - 1)], 22, x), 0);
+    }
+    for (const int k : {1, 2, 3}) {
+        caller.mnum = k;
+        const auto& one = all[static_cast<std::size_t>(k - 1)];
+        ASSERT_EQ(solve(caller, one, 33, x), 0);
+        Caller<double, int> other(11);
+        other.control(13) = 0;
+        ASSERT_EQ(solve(other, one, 13, again), 0);
+        EXPECT_EQ(x, again);
+    }
+    caller.mnum = 2;
+    EXPECT_EQ(solve(caller, system, 0, x), 0);
+    EXPECT_EQ(solve(caller, system, 33, x), -1);
+    caller.mnum = 1;
+    EXPECT_EQ(solve(caller, system, 33, x), 0);
+    caller.mnum = 4;
+    EXPECT_EQ(solve(caller, system, 33, x), -1);
+}
+
+/// A matrix of whole numbers by rows, from 1.
+System<double, int> whole(int mtype, const std::vector<std::vector<double>>& rows)
+{
+    System<double, int> made(mtype, static_cast<core_int>(rows.size()), 1);
+    made.ia = {1}, made.ja.clear(), made.a.clear();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        for (std::size_t j = is_half(mtype) ? i : 0; j < rows.size(); ++j)
+            if (rows[i][j] != 0 || i == j) {
+                made.ja.push_back(static_cast<int>(j + 1));
+                made.a.push_back(rows[i][j]);
+            }
+        made.ia.push_back(static_cast<int>(made.ja.size() + 1));
+    }
+    return made;
+}
+
+// Of a matrix that is full in its first row alone, factors fill up if that row comes first.
+TEST(Pardiso, TakesAnOrderAndGivesItBack)
+{
+    constexpr std::size_t n = 40;
+    for (const int base : {0, 1}) {
+        std::vector<std::vector<double>> rows(n, std::vector<double>(n));
+        for (std::size_t i = 0; i < n; ++i)
+            rows[0][i] = rows[i][0] = 1, rows[i][i] = 50;
+        System<double, int> system = whole(-2, rows);
+        for (int& each : system.ia)
+            each += base - 1;
+        for (int& each : system.ja)
+            each += base - 1;
+        system.base = base;
+        std::vector<int> first(n), last(n), made(n, -7);
+        for (std::size_t i = 0; i < n; ++i) {
+            first[i] = static_cast<int>(i) + base;
+            last[i] =
+                static_cast<int>((i + n - 1) % n) + base; // the place of each row, not the row of each place
+        }
+        const auto filled = [&](int control, std::vector<int>& order) {
+            Caller<double, int> caller(-2);
+            std::vector<double> x;
+            caller.control(5) = control;
+            EXPECT_EQ(solve(caller, system, 13, x, order.data()), 0);
+            return caller.control(18);
+        };
+        EXPECT_EQ(filled(1, first), n * n); // zeros of fronts are counted
+        EXPECT_EQ(filled(1, last), 2 * n);
+        filled(2, made);
+        EXPECT_LE(filled(1, made), 4 * n);
+        std::vector<int> sorted = made;
+        std::ranges::sort(sorted);
+        EXPECT_EQ(sorted, first);
+        made[3] = made[4];
+        Caller<double, int> caller(-2);
+        std::vector<double> x;
+        caller.control(5) = 1;
+        EXPECT_EQ(solve(caller, system, 11, x, made.data()), -1);
+    }
+}
+
+TEST(Pardiso, TellsWhatIsWrongWithAMatrix)
+{
+    struct Case {
+        int mtype, perturbation;
+        std::vector<std::vector<double>> rows;
+        int error, zero_row;
+    };
+    const std::vector<std::vector<double>> indefinite{{1, 2, 0}, {2, 1, 0}, {0, 0, 3}};
+    const std::vector<std::vector<double>> singular{{4, 2, 0}, {2, 1, 0}, {0, 0, 5}};
+    for (const Case& each : std::vector<Case>{{2, 13, indefinite, -4, 0},
+                                              {-2, 8, indefinite, 0, 0},
+                                              {2, 13, {{1, 0, 0}, {0, 0, 0}, {0, 0, 2}}, -7, 2},
+                                              {2, 13, {{1, 0, 3}, {0, 0, 0}, {3, 0, 20}}, -4, 2},
+                                              {1, -1, {{1, 0, 3}, {0, 0, 0}, {4, 0, 20}}, -4, 2},
+                                              {-2, -1, {{1, 0, 3}, {0, 0, 0}, {3, 0, 20}}, -4, 2},
+                                              {1, 13, singular, 0, 0},
+                                              {11, -1, {{1, 1, 0}, {1, 1, 0}, {0, 0, 1}}, -4, -1},
+                                              {11, 13, {{0, 1, 0}, {0, 2, 0}, {0, 3, 1}}, 0, 0}}) {
+        SCOPED_TRACE("mtype " + std::to_string(each.mtype) + ", perturbation " +
+                     std::to_string(each.perturbation));
+        const System<double, int> system = whole(each.mtype, each.rows);
+        Caller<double, int> caller(each.mtype);
+        caller.control(10) = each.perturbation;
+        std::vector<double> x;
+        EXPECT_EQ(solve(caller, system, 13, x), each.error);
+        if (each.zero_row >= 0) {
+            EXPECT_EQ(caller.control(30), each.zero_row);
+        }
+        EXPECT_EQ(caller.control(14), each.perturbation == 13 && each.error == 0 ? 1 : 0);
+        if (each.mtype == -2 && each.error == 0) {
+            EXPECT_EQ(caller.control(22), 2);
+            EXPECT_EQ(caller.control(23), 1);
+        }
+    }
+}
+
+TEST(Pardiso, RefusesWhatIsInconsistent)
+{
+    const System<double, int> good(11, 10, 1);
+    const auto refused = [&](auto spoil, core_int error = -1) {
+        System<double, int> system = good;
+        Caller<double, int> caller(11);
+        caller.control(27) = 1;
+        std::vector<double> x;
+        int phase = 13;
+        spoil(caller, system, phase);
+        EXPECT_EQ(solve(caller, system, phase, x), error);
+    };
+    refused([](auto&, auto&, int&) {}, 0);
+    refused([](auto&, auto& s, int&) { s.ja.back() = 11; });
+    refused([](auto&, auto& s, int&) { s.ja.back() = 0; });
+    refused([](auto&, auto& s, int&) { s.ia.front() = 0; });
+    refused([](auto&, auto& s, int&) { s.ia[3] = s.ia[10]; });
+    refused([](auto&, auto& s, int&) { s.ja[1] = s.ja[0]; });
+    refused([](auto& c, auto&, int&) { c.mtype = -2; }); // its lower triangle is there
+    refused([](auto& c, auto&, int&) { c.mtype = 5; });
+    refused([](auto& c, auto&, int&) { c.mnum = 2; });
+    refused([](auto& c, auto&, int&) { c.pt[0] = &c; });
+    refused([](auto&, auto& s, int&) { s.n = 0; });
+    refused([](auto& c, auto&, int&) { c.control(36) = 1; });
+    refused([](auto& c, auto&, int&) { c.control(60) = 2; });
+    for (const int phase : {22, 23, 33, 331, 21, 14, 10, 3})
+        refused([phase](auto&, auto&, int& which) { which = phase; });
+    Caller<double, core_int> wide(11);
+    const System<double, core_int> any(11, 5, 1);
+    EXPECT_EQ(wide.phase(11, core_int{1} << 31, any.a.data(), any.ia.data(), any.ja.data(), nullptr, 1,
+                         nullptr, nullptr),
+              -8);
+}
+
+int stops_at = 0;
+std::vector<std::string> stages;
+int watch(const int*, const int* step, char* stage, int length)
+{
+    stages.emplace_back(stage, static_cast<std::size_t>(length));
+    return *step >= stops_at ? 1 : 0;
+}
+
+TEST(Pardiso, AsksWhetherToGoOn)
+{
+    const System<double, int> system(11, 10, 0);
+    Caller<double, int> caller(11);
+    std::vector<double> x;
+    stops_at = 60, stages.clear();
+    service<void*>("set_progress", &watch);
+    EXPECT_EQ(solve(caller, system, 13, x), -13);
+    EXPECT_EQ(stages, (std::vector<std::string>{"analysis", "factors"}));
+    stops_at = 101;
+    EXPECT_EQ(solve(caller, system, 13, x), 0);
+    service<void*>("set_progress", nullptr);
+}
+
+TEST(Pardiso, SolvesInSeveralThreadsAtOnce)
+{
+    const auto work = [](int mtype) {
+        for (int k = 0; k < 30; ++k) {
+            std::vector<double> x, again;
+            static std::mutex one; // of the random numbers
+            std::unique_lock hold(one);
+            const System<double, int> system(mtype, 30, 1);
+            hold.unlock();
+            Caller<double, int> first(mtype), second(mtype);
+            EXPECT_EQ(solve(first, system, 13, x), 0);
+            EXPECT_EQ(solve(second, system, 13, again), 0);
+            EXPECT_EQ(x, again);
+        }
+    };
+    std::thread other(work, 11);
+    work(-2);
+    other.join();
+}
+
+TEST(Pardiso, TellsOfMissingMemoryAndLosesNone)
+{
+    const System<double, int> system(-2, 30, 1);
+    std::vector<double> x;
+    const Use before = in_use();
+    core_int error = -2;
+    for (std::size_t more = 1; error == -2; more *= 2) {
+        ASSERT_LT(more, std::size_t{1} << 30);
+        service("set_memory_limit", 1, static_cast<std::size_t>(before.first) + more);
+        {
+            Caller<double, int> caller(-2);
+            error = solve(caller, system, 13, x);
+        }
+        service("set_memory_limit", 1, std::size_t{0});
+        EXPECT_EQ(in_use(), before);
+        if (more == 1) {
+            EXPECT_EQ(error, -2);
+        }
+    }
+    EXPECT_EQ(error, 0);
+}
+
+} // namespace
+} // namespace qnm::test
