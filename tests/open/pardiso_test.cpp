@@ -53,7 +53,7 @@ struct System {
     int mtype, base;
     core_int n, block;
     Matrix<T> dense;
-    std::vector<I> ia, ja, perm;
+    std::vector<I> ia, ja;
     std::vector<T> a;
 
     System(int type, core_int rows, int first, core_int block_size = 1)
@@ -328,7 +328,10 @@ TEST(Pardiso, TellsWhatIsWrongWithAMatrix)
 
 TEST(Pardiso, RefusesWhatIsInconsistent)
 {
-    const System<double, int> good(11, 10, 1);
+    std::vector<std::vector<double>> full(10, std::vector<double>(10, 1));
+    for (std::size_t i = 0; i < full.size(); ++i)
+        full[i][i] = 50;
+    const System<double, int> good = whole(11, full);
     const auto refused = [&](auto spoil, core_int error = -1) {
         System<double, int> system = good;
         Caller<double, int> caller(11);
@@ -422,6 +425,212 @@ TEST(Pardiso, TellsOfMissingMemoryAndLosesNone)
         }
     }
     EXPECT_EQ(error, 0);
+}
+
+// ---- DSS
+
+template <class... A>
+int dss(const std::string& name, const A&... arguments)
+{
+    return by_value<int>("qnm_pds_lp64_dss_" + name, arguments...);
+}
+
+/// The published codes of a kind: its structure, and the sign of its factors.
+std::pair<int, int> codes(int mtype)
+{
+    switch (mtype) {
+    case 1:
+        return {536871040, 134217856};
+    case 2:
+        return {536870976, 134217792};
+    case -2:
+        return {536870976, 134217856};
+    case 11:
+        return {536871104, 134217856};
+    case 3:
+        return {536871232, 134217856};
+    case 4:
+        return {536871168, 134217920};
+    case -4:
+        return {536871168, 134217984};
+    case 6:
+        return {536871168, 134217856};
+    default:
+        return {536871296, 134217856};
+    }
+}
+
+/// The determinant's logarithm and its direction, by dense factors.
+template <class T>
+std::pair<double, cdouble> determinant(const Matrix<T>& a)
+{
+    Matrix<T> lu = a;
+    std::vector<core_int> pivots(static_cast<std::size_t>(a.rows));
+    lapack<T>("?getrf", a.rows, a.rows, lu, pivots.data());
+    double size = 0;
+    cdouble direction = 1;
+    for (core_int i = 0; i < a.rows; ++i) {
+        const cdouble pivot = lu(i, i);
+        size += std::log10(std::abs(pivot));
+        direction *= pivot / std::abs(pivot) * (pivots[static_cast<std::size_t>(i)] == i + 1 ? 1.0 : -1.0);
+    }
+    return {size, direction};
+}
+
+QNM_TYPED(Dss, SolvesAsDenseFactorsDo)
+{
+    const std::string domain = is_complex<T> ? "complex" : "real";
+    const real_t<T> tolerance = 2000 * std::numeric_limits<real_t<T>>::epsilon();
+    for (int k = 0; k < 60; ++k) {
+        const std::vector<int> all = kinds<T>();
+        const int mtype = all[static_cast<std::size_t>(k) % all.size()];
+        SCOPED_TRACE("mtype " + std::to_string(mtype));
+        System<T, int> system(mtype, random_integer(1, 20), random_integer(0, 1));
+        const int n = static_cast<int>(system.n), stored = static_cast<int>(system.ja.size());
+        const auto [structure, sign] = codes(mtype);
+        const int options = (std::is_same_v<real_t<T>, float> ? 65536 : 0) + (system.base == 0 ? 131072 : 0) +
+                            random_integer(0, 1) * 8192;
+        const int how = random_integer(0, 2), sides = random_integer(1, 3);
+        const int turned = std::array{0, 524288, 262144}[static_cast<std::size_t>(how)];
+        const int ordering = std::array{268435520, 268435712}[static_cast<std::size_t>(random_integer(0, 1))];
+        const int given = 268435584;
+        void* handle = nullptr;
+        std::vector<int> order(static_cast<std::size_t>(n), -7);
+        ASSERT_EQ(dss("create", &handle, &options), 0);
+        ASSERT_EQ(dss("define_structure", &handle, &structure, system.ia, &n, &n, system.ja, &stored), 0);
+        ASSERT_EQ(dss("reorder", &handle, &ordering, order), 0);
+        if (ordering != 268435520) {
+            ASSERT_EQ(dss("reorder", &handle, &given, order), 0);
+        }
+        const Matrix<T> b(n, sides, 0);
+        Matrix<T> x(n, sides, 0);
+        for (int again = 0; again < 2; ++again, system.renew()) {
+            ASSERT_EQ(dss("factor_" + domain, &handle, &sign, system.a), 0);
+            ASSERT_EQ(dss("solve_" + domain, &handle, &turned, b.data.data(), &sides, x.data.data()), 0);
+            expect_solved(x, solved("NCT"[how], system.dense, b));
+            std::array<double, 4> told{};
+            ASSERT_EQ(dss("statistics", &handle, &turned, "ReorderTime, determinant", told), 0);
+            const auto [size, direction] = determinant(system.dense);
+            EXPECT_LT(told[0], 1);
+            const cdouble base{told[2], told[3]};
+            EXPECT_GE(std::abs(base), 1 - tolerance);
+            EXPECT_LE(std::abs(base), 10);
+            EXPECT_NEAR(told[1] + std::log10(std::abs(base)), size, tolerance);
+            EXPECT_LE(std::abs(base / std::abs(base) - direction), tolerance);
+            if (mtype == 2 || mtype == -2) {
+                int negative = 0;
+                for (core_int i = 0; i < n; ++i)
+                    negative += std::real(system.dense(i, i)) < 0 ? 1 : 0;
+                ASSERT_EQ(dss("statistics", &handle, &turned, "Inertia", told), 0);
+                EXPECT_EQ(told, (std::array<double, 4>{double(n - negative), double(negative), 0, told[3]}));
+            }
+        }
+        EXPECT_EQ(dss("delete", &handle, &turned), 0);
+        EXPECT_EQ(handle, nullptr);
+    }
+}
+
+TEST(Dss, TellsWhatIsWrong)
+{
+    const int none = 0, structure = 536870976, ordering = 268435520, given = 268435584, positive = 134217792;
+    const System<double, int> system = whole(2, {{1, 2, 0}, {2, 1, 0}, {0, 0, 3}});
+    std::vector<int> ia = system.ia, ja = system.ja;
+    int n = 3, columns = 3, stored = 4;
+    std::vector<double> x(3);
+    std::vector<int> order{1, 2, 2};
+    void* handle = nullptr;
+    EXPECT_EQ(dss("delete", &handle, &none), -9);
+    ASSERT_EQ(dss("create", &handle, &none), 0);
+    const auto define = [&](int code) {
+        return dss("define_structure", &handle, &code, ia, &n, &columns, ja, &stored);
+    };
+    EXPECT_EQ(dss("reorder", &handle, &ordering, order), -9);
+    EXPECT_EQ(define(0), -14);
+    columns = 4;
+    EXPECT_EQ(define(structure), -8);
+    columns = 3, stored = 5;
+    EXPECT_EQ(define(structure), -7);
+    stored = 3;
+    EXPECT_EQ(define(structure), -6);
+    stored = 4, ja[3] = 4;
+    EXPECT_EQ(define(structure), -5);
+    ja[3] = 3, ia[1] = 9;
+    EXPECT_EQ(define(structure), -4);
+    ia[1] = 3;
+    EXPECT_EQ(define(structure), 0);
+    EXPECT_EQ(dss("factor_real", &handle, &positive, system.a), -9);
+    EXPECT_EQ(dss("reorder", &handle, &given, order), -15);
+    EXPECT_EQ(dss("reorder", &handle, &ordering, order), 0);
+    EXPECT_EQ(dss("factor_complex", &handle, &positive, system.a), -16);
+    EXPECT_EQ(dss("factor_real", &handle, &positive, system.a), -1);
+    const int one = 1;
+    EXPECT_EQ(dss("solve_real", &handle, &none, x, &one, x), -9);
+    EXPECT_EQ(dss("statistics", &handle, &none, "Weight", x), -17);
+    EXPECT_EQ(dss("statistics", &handle, &none, "Inertia", x), -18);
+    EXPECT_EQ(dss("delete", &handle, &none), 0);
+}
+
+// ---- tools, and what nobody carries
+
+struct Examined {
+    int n;
+    const int *ia, *ja;
+    int indexing, structure, format, message_level, print_style;
+    int result[3];
+};
+
+TEST(SparseMatrixChecker, FindsTheFirstThingThatIsWrong)
+{
+    const auto found = [](std::vector<int> ia, std::vector<int> ja, int indexing, int structure) {
+        Examined of;
+        by_value("qnm_pds_lp64_sparse_matrix_checker_init", &of);
+        of.n = 2, of.ia = ia.data(), of.ja = ja.data(), of.indexing = indexing, of.structure = structure;
+        EXPECT_EQ(by_value<int>("qnm_pds_lp64_sparse_matrix_checker", &of), of.result[0]);
+        return std::vector<int>(of.result, of.result + 3);
+    };
+    EXPECT_EQ(found({1, 3, 4}, {1, 2, 2}, 1, 1), (std::vector<int>{0, 0, 0}));
+    EXPECT_EQ(found({0, 2, 3}, {0, 1, 1}, 0, 0), (std::vector<int>{0, 0, 0}));
+    EXPECT_EQ(found({1, 3, 2}, {1, 2, 2}, 1, 0), (std::vector<int>{21, 2, 1}));
+    EXPECT_EQ(found({1, 3, 4}, {1, 2, 3}, 1, 0), (std::vector<int>{22, 2, 3}));
+    EXPECT_EQ(found({0, 2, 3}, {0, -1, 1}, 0, 0), (std::vector<int>{22, 0, 1}));
+    EXPECT_EQ(found({1, 3, 4}, {1, 2, 1}, 1, 1), (std::vector<int>{23, 2, 3}));
+    EXPECT_EQ(found({1, 3, 4}, {1, 2, 1}, 1, 2), (std::vector<int>{23, 1, 2}));
+    EXPECT_EQ(found({1, 3, 4}, {2, 1, 1}, 1, 0), (std::vector<int>{24, 1, 2}));
+}
+
+TEST(DirectSolvers, WhatNobodyCarriesSaysSoInItsError)
+{
+    for (const auto& [name, place] :
+         std::vector<std::pair<std::string, std::size_t>>{{"pardiso_export_z", 7},
+                                                          {"pardiso_getdiag", 5},
+                                                          {"pardiso_handle_store", 3},
+                                                          {"pardiso_handle_delete_64", 2},
+                                                          {"cluster_sparse_solver", 17},
+                                                          {"cluster_sparse_solver_sc_64_2d", 17},
+                                                          {"cluster_sparse_solver_export_f", 4},
+                                                          {"cluster_sparse_solver_get_csr_size", 6},
+                                                          {"cluster_sparse_solver_set_csr_ptrs_dc", 7},
+                                                          {"cluster_sparse_solver_set_ptr_i", 5}}) {
+        SCOPED_TRACE(name);
+        std::vector<core_int> arguments(place + 1, 77);
+        std::vector<const void*> addresses;
+        for (std::size_t k = 0; k < place; ++k)
+            addresses.push_back(&arguments[k]);
+        by_pointers("qnm_pds_lp64_" + name, addresses);
+        const bool wide = name.find("_64") != std::string::npos;
+        const core_int error = arguments[place - 1];
+        EXPECT_EQ(wide ? error : static_cast<int>(error), -1);
+        arguments[place - 1] = 77;
+        EXPECT_EQ(arguments, std::vector<core_int>(place + 1, 77));
+    }
+}
+
+TEST(DirectSolvers, TextGetsAnEnd)
+{
+    std::string text(5, 'x');
+    const int length = 3;
+    by_value("qnm_pds_lp64_qnm_cvt_to_null_terminated_str", text, &length, "abcd");
+    EXPECT_EQ(text, std::string("abc\0x", 5));
 }
 
 } // namespace

@@ -18,6 +18,26 @@ enum Error : int {
     stopped = -13
 };
 
+/// Statuses of DSS; options have published numbers of their own.
+enum Status : int {
+    dss_done = 0,
+    dss_zero_pivot = -1,
+    dss_no_memory = -2,
+    dss_failed = -3,
+    dss_row_index = -4,
+    dss_column_index = -5,
+    dss_too_few_values = -6,
+    dss_too_many_values = -7,
+    dss_not_square = -8,
+    dss_bad_state = -9,
+    dss_bad_option = -10,
+    dss_bad_structure = -14,
+    dss_bad_order = -15,
+    dss_bad_values = -16,
+    dss_bad_statistic = -17,
+    dss_no_statistic = -18
+};
+
 enum class Symmetry { none, structure, plain, hermitian };
 
 /// The kinds that the published numbers tell.

@@ -1,10 +1,12 @@
 // Direct solvers: carried by a library beside the core, which is opened when the first one is called.
 #include "../beside.hpp"
 #include "../services.hpp"
+#include "checker.hpp"
 #include "controls.hpp"
 #include "plugin.hpp"
 
 #include <cstdarg>
+#include <cstring>
 #include <new>
 #include <unistd.h>
 
@@ -87,6 +89,87 @@ QNM_CORE void qnm_pds_lp64_pardisoinit(void** pt, const Narrow* mtype, Narrow* i
 {
     std::fill_n(pt, 64, nullptr);
     Controls(iparm).set_defaults(Kind(*mtype), true);
+}
+
+#define QNM_DSS(name, step, parameters, ...)                                                                 \
+    QNM_CORE int qnm_pds_lp64_dss_##name parameters                                                          \
+    {                                                                                                        \
+        const Plugin* const carried = carrier("DSS_" #name);                                                 \
+        return carried != nullptr ? carried->step(__VA_ARGS__) : dss_failed;                                 \
+    }
+#define QNM_DSS_TYPED(domain, suffix)                                                                        \
+    QNM_DSS(factor_##domain##suffix, factor, (void** handle, const int* opt, const void* values), handle,    \
+            opt, values, domain)                                                                             \
+    QNM_DSS(solve_##domain##suffix, solve,                                                                   \
+            (void** handle, const int* opt, const void* rhs, const int* nrhs, void* solution), handle, opt,  \
+            rhs, nrhs, solution, domain)
+namespace {
+constexpr bool real = false, complex = true; // domains
+}
+QNM_DSS_TYPED(real, )
+QNM_DSS_TYPED(real, _d)
+QNM_DSS_TYPED(real, _s)
+QNM_DSS_TYPED(complex, )
+QNM_DSS_TYPED(complex, _d)
+QNM_DSS_TYPED(complex, _s)
+QNM_DSS(create, create, (void** handle, const int* opt), handle, opt)
+QNM_DSS(define_structure, define_structure,
+        (void** handle, const int* opt, const int* row_index, const int* rows, const int* cols,
+         const int* columns, const int* nonzeros),
+        handle, opt, row_index, rows, cols, columns, nonzeros)
+QNM_DSS(reorder, reorder, (void** handle, const int* opt, int* perm), handle, opt, perm)
+QNM_DSS(statistics, statistics, (void** handle, const int* opt, const char* stat, double* results), handle,
+        opt, stat, results)
+QNM_DSS(delete, end, (void** handle, const int* opt), handle, opt)
+
+// Tools, which need no engine.
+
+/// A matrix and what is asked of it; the last three are results: the finding, its row and its place.
+struct Examined {
+    int n;
+    const int *ia, *ja;
+    int indexing, structure, format, message_level, print_style;
+    int result[3];
+};
+
+QNM_CORE void qnm_pds_lp64_sparse_matrix_checker_init(Examined* of)
+{
+    *of = {.n = 0,
+           .ia = nullptr,
+           .ja = nullptr,
+           .indexing = 1,
+           .structure = 0,
+           .format = 0,
+           .message_level = 0,
+           .print_style = 0,
+           .result = {}};
+}
+
+QNM_CORE int qnm_pds_lp64_sparse_matrix_checker(Examined* of)
+{
+    const core_int base = of->indexing == 0 ? 0 : 1;
+    const Triangle triangle = of->structure == 1   ? Triangle::upper
+                              : of->structure == 2 ? Triangle::lower
+                                                   : Triangle::all;
+    if (of->n < 0 || of->ia == nullptr || of->ja == nullptr)
+        return of->result[0] = descending;
+    const Checked found = checked(of->n, of->ia, of->ja, base, triangle);
+    const bool is_sound = found.finding == sound;
+    of->result[0] = found.finding;
+    of->result[1] = is_sound ? 0 : static_cast<int>(found.row + base);
+    of->result[2] = is_sound ? 0 : static_cast<int>(found.place + base);
+    if (of->message_level != 0 && !is_sound)
+        print_to(STDERR_FILENO, "QNM ERROR: SPARSE_MATRIX_CHECKER: %d at row %d, element %d.\n",
+                 of->result[0], of->result[1], of->result[2]);
+    return of->result[0];
+}
+
+QNM_CORE void qnm_pds_lp64_qnm_cvt_to_null_terminated_str(char* destination, const int* length,
+                                                          const char* source)
+{
+    const auto count = static_cast<std::size_t>(std::max(*length, 0));
+    std::memcpy(destination, source, count);
+    destination[count] = '\0';
 }
 
 #define QNM_REFUSED(I, place, name)                                                                          \

@@ -21,6 +21,17 @@ using Pardiso = void(void** pt, const I* maxfct, const I* mnum, const I* mtype, 
 struct Plugin {
     Pardiso<std::int32_t>* pardiso;
     Pardiso<std::int64_t>* pardiso_64;
+
+    // DSS: the same steps as functions with a status
+    int (*create)(void** handle, const int* opt);
+    int (*define_structure)(void** handle, const int* opt, const int* row_index, const int* rows,
+                            const int* cols, const int* columns, const int* nonzeros);
+    int (*reorder)(void** handle, const int* opt, int* perm);
+    int (*factor)(void** handle, const int* opt, const void* values, bool complex);
+    int (*solve)(void** handle, const int* opt, const void* rhs, const int* nrhs, void* solution,
+                 bool complex);
+    int (*statistics)(void** handle, const int* opt, const char* stat, double* results);
+    int (*end)(void** handle, const int* opt);
 };
 
 using OpenPlugin = const Plugin*(int edition, const Host* host);

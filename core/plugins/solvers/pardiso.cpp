@@ -1,5 +1,6 @@
 #include "pardiso.hpp"
 
+#include "living.hpp"
 #include "open/solvers/checker.hpp"
 #include "system.hpp"
 
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <set>
 #include <vector>
 
 namespace qnm::core::solvers {
@@ -28,33 +28,7 @@ struct Handle {
     std::vector<int> given_order;          // from 1; empty: none
 };
 
-/// Handles that live: an address that is none of them is refused.
-class Living {
-public:
-    Handle* find(void* address)
-    {
-        const std::lock_guard guard(lock_);
-        return all_.count(address) != 0 ? static_cast<Handle*>(address) : nullptr;
-    }
-    void add(Handle* handle)
-    {
-        const std::lock_guard guard(lock_);
-        all_.insert(handle);
-    }
-    void end(Handle* handle)
-    {
-        {
-            const std::lock_guard guard(lock_);
-            all_.erase(handle);
-        }
-        delete handle;
-    }
-
-private:
-    std::mutex lock_;
-    std::set<void*> all_;
-};
-Living living;
+Living<Handle> living;
 
 void say(const char* what)
 {
@@ -175,19 +149,16 @@ private:
         }
         if (handle != nullptr && (handle->n != n * block() || handle->single != is_single())) {
             living.end(handle); // another system
-            handle = nullptr;
+            pt[0] = handle = nullptr;
         }
         if (handle == nullptr) {
-            pt[0] = nullptr;
-            auto made = std::make_unique<Handle>(Handle{.kind = kind,
-                                                        .single = is_single(),
-                                                        .n = n * block(),
-                                                        .wishes = {},
-                                                        .matrices = {},
-                                                        .latest = {},
-                                                        .given_order = {}});
-            living.add(made.get());
-            pt[0] = handle = made.release();
+            pt[0] = handle = living.add(std::make_unique<Handle>(Handle{.kind = kind,
+                                                                        .single = is_single(),
+                                                                        .n = n * block(),
+                                                                        .wishes = {},
+                                                                        .matrices = {},
+                                                                        .latest = {},
+                                                                        .given_order = {}}));
         }
         handle->kind = kind;
         handle->wishes = {.reordering = iparm[reordering],

@@ -1,4 +1,5 @@
 // The library's one exported function.
+#include "dss.hpp"
 #include "pardiso.hpp"
 
 #include <cstdlib>
@@ -19,7 +20,15 @@ extern "C" char* __wrap_getenv(const char* name)
 QNM_CORE const qnm::core::solvers::Plugin* qnm_core_solvers(int edition, const qnm::core::solvers::Host* host)
 {
     using namespace qnm::core::solvers;
-    static constexpr Plugin carried{.pardiso = pardiso<std::int32_t>, .pardiso_64 = pardiso<std::int64_t>};
+    static constexpr Plugin carried{.pardiso = pardiso<std::int32_t>,
+                                    .pardiso_64 = pardiso<std::int64_t>,
+                                    .create = dss::create,
+                                    .define_structure = dss::define_structure,
+                                    .reorder = dss::reorder,
+                                    .factor = dss::factor,
+                                    .solve = dss::solve,
+                                    .statistics = dss::statistics,
+                                    .end = dss::end};
     if (edition != plugin_edition)
         return nullptr;
     qnm::core::solvers::host = host;

@@ -53,7 +53,6 @@ public:
         : kind_(kind),
           wishes_(wishes),
           pattern_(std::move(pattern)),
-          // A complex matrix that is symmetric has no pivots of one sign.
           engine_(kind.symmetry != Symmetry::plain ? 0
                   : kind.positive                  ? 1
                                                    : 2)
@@ -97,6 +96,7 @@ public:
         words.a = engine_.elements(pattern_->elements(static_cast<const T*>(values), room));
         facts.perturbed = facts.zero_pivot_row = facts.negative = 0;
         engine_.control(24) = 0;
+        engine_.control(33) = wishes_.determinant ? 1 : 0;
         int told = run_with_room();
         if (error_of(told) == zero_pivot)
             told = factor_singular();
@@ -104,6 +104,10 @@ public:
         if (told == 0) {
             facts.factors_kb = core_int{engine_.told(18)} * 1024;
             facts.nonzeros = engine_.counted(9);
+            facts.flops = static_cast<double>(words.rinfog[2]);
+            facts.determinant = {static_cast<double>(words.rinfog[11]),
+                                 static_cast<double>(words.rinfog[12])};
+            facts.binary_exponent = engine_.told(34);
             facts.negative = kind_.symmetry == Symmetry::plain && !kind_.complex ? engine_.told(12) : 0;
         }
         Error error = error_of(told);

@@ -12,6 +12,7 @@ struct Wishes {
     core_int reordering = 2;
     bool scaled = false, matched = false;
     core_int perturbation = 13; // null pivots become 10^-this times the norm; below zero: they are an error
+    bool determinant = false;
 };
 
 enum class Turned { no, conjugated, plain };
@@ -20,6 +21,9 @@ enum class Turned { no, conjugated, plain };
 struct Facts {
     core_int analysis_kb = 0, factors_kb = 0, nonzeros = 0, millions_of_operations = 0;
     core_int perturbed = 0, zero_pivot_row = 0, negative = 0;
+    double flops = 0;
+    cdouble determinant = 0; // times a power of 2
+    int binary_exponent = 0;
 };
 
 /// Errors are told by what is returned; without memory steps throw.
