@@ -3,8 +3,22 @@
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
+
+// A BLAS of the program's, with 32-bit integers: nobody may call it.
+#define QNM_FOREIGN(name)                                                                                    \
+    extern "C" [[gnu::visibility("default")]] void name();                                                   \
+    void name()                                                                                              \
+    {                                                                                                        \
+        std::abort();                                                                                        \
+    }
+QNM_FOREIGN(dgemm_)
+QNM_FOREIGN(dtrsm_)
+QNM_FOREIGN(dgemv_)
+QNM_FOREIGN(dscal_)
+QNM_FOREIGN(daxpy_)
 
 namespace qnm::test {
 namespace {
@@ -223,6 +237,12 @@ TEST(Pardiso, KeepsFactorsOfSeveralMatricesApart)
         ASSERT_EQ(solve(other, one, 13, again), 0);
         EXPECT_EQ(x, again);
     }
+    caller.mnum = 1;
+    EXPECT_EQ(solve(caller, system, 11, x), 0);
+    EXPECT_EQ(solve(caller, system, 33, x), -1); // new factors are wanted
+    EXPECT_EQ(solve(caller, system, 22, x), 0);
+    caller.mnum = 3;
+    EXPECT_EQ(solve(caller, system, 33, x), 0);
     caller.mnum = 2;
     EXPECT_EQ(solve(caller, system, 0, x), 0);
     EXPECT_EQ(solve(caller, system, 33, x), -1);
@@ -246,6 +266,31 @@ System<double, int> whole(int mtype, const std::vector<std::vector<double>>& row
         made.ia.push_back(static_cast<int>(made.ja.size() + 1));
     }
     return made;
+}
+
+QNM_TYPED(Pardiso, RefinesTowardsTheMatrixThatItIsGiven)
+{
+    for (const int mtype : kinds<T>())
+        for (int how = 0; how < 3; ++how) {
+            SCOPED_TRACE("mtype " + std::to_string(mtype) + ", way " + std::to_string(how));
+            System<T, int> system(mtype, 30, 1);
+            Caller<T, int> caller(mtype);
+            std::vector<T> x;
+            ASSERT_EQ(solve(caller, system, 12, x), 0);
+            constexpr real_t<T> larger = 1.0625;
+            for (T& each : system.a)
+                each *= larger;
+            system.dense.take('N', system.dense, T(larger));
+            caller.control(12) = how;
+            caller.control(8) = 30;
+            ASSERT_EQ(solve(caller, system, 33, x), 0);
+            EXPECT_GT(caller.control(7), 4);
+            EXPECT_LT(caller.control(7), 20);
+            Matrix<T> b(30, 1, 0), found(30, 1, 0);
+            std::ranges::fill(b.data, T(1));
+            std::ranges::copy(x, found.data.begin());
+            expect_solved(found, solved("NCT"[how], system.dense, b));
+        }
 }
 
 // Of a matrix that is full in its first row alone, factors fill up if that row comes first.
@@ -388,11 +433,11 @@ TEST(Pardiso, AsksWhetherToGoOn)
 TEST(Pardiso, SolvesInSeveralThreadsAtOnce)
 {
     const auto work = [](int mtype) {
-        for (int k = 0; k < 30; ++k) {
+        for (int k = 0; k < 12; ++k) {
             std::vector<double> x, again;
             static std::mutex one; // of the random numbers
             std::unique_lock hold(one);
-            const System<double, int> system(mtype, 30, 1);
+            const System<double, int> system(mtype, 200, 1);
             hold.unlock();
             Caller<double, int> first(mtype), second(mtype);
             EXPECT_EQ(solve(first, system, 13, x), 0);

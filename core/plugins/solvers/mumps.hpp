@@ -13,6 +13,8 @@
 #include <smumps_c.h>
 #include <zmumps_c.h>
 
+extern "C" void SCOTCH_randomReset(void);
+
 namespace qnm::core::solvers {
 
 template <class T>
@@ -61,6 +63,7 @@ public:
     int run(int job)
     {
         const std::lock_guard one_at_a_time(engine());
+        SCOTCH_randomReset(); // orders, and so bits, do not depend on what was ordered before
         words.job = job;
         Mumps<T>::call(&words);
         return words.infog[0] < 0 ? words.infog[0] : 0;
