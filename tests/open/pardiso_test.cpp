@@ -248,6 +248,7 @@ TEST(Pardiso, KeepsFactorsOfSeveralMatricesApart)
     EXPECT_EQ(solve(caller, system, 33, x), -1);
     caller.mnum = 1;
     EXPECT_EQ(solve(caller, system, 33, x), 0);
+    EXPECT_EQ(solve(caller, System<double, int>(11, 19, 1), 33, x), -1);
     caller.mnum = 4;
     EXPECT_EQ(solve(caller, system, 33, x), -1);
 }

@@ -126,10 +126,12 @@ private:
     core_int base() const { return iparm[zero_based] == 1 ? 0 : 1; }
     core_int block() const { return std::max<core_int>(iparm[block_size], 1); }
 
+    bool is_same_system() const { return handle != nullptr && handle->n == n * block(); }
+
     Handle::Matrix& matrix() const
     {
-        if (handle->matrices.size() < static_cast<std::size_t>(maxfct))
-            handle->matrices.resize(static_cast<std::size_t>(maxfct));
+        if (handle->matrices.size() < static_cast<std::size_t>(mnum))
+            handle->matrices.resize(static_cast<std::size_t>(mnum));
         return handle->matrices[static_cast<std::size_t>(mnum - 1)];
     }
 
@@ -196,7 +198,7 @@ private:
 
     Error factor() const
     {
-        if (handle == nullptr || handle->latest == nullptr || a == nullptr)
+        if (!is_same_system() || handle->latest == nullptr || a == nullptr)
             return inconsistent;
         Handle::Matrix& of = matrix();
         if (of.system == nullptr)
@@ -209,7 +211,7 @@ private:
 
     Error solve() const
     {
-        if (handle == nullptr || b == nullptr || x == nullptr || nrhs < 1)
+        if (!is_same_system() || b == nullptr || x == nullptr || nrhs < 1)
             return inconsistent;
         if (nrhs > std::numeric_limits<int>::max())
             return too_large;
@@ -298,7 +300,7 @@ void pardiso(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I*
                         .b = b,
                         .x = x})
                    .run();
-    } catch (const std::bad_alloc&) { // as told
+    } catch (const std::exception&) { // of memory, or of sizes that no memory holds
     }
     *error = static_cast<I>(told);
 }
