@@ -1,6 +1,7 @@
 #include "dss.hpp"
 
 #include "living.hpp"
+#include "open/guarded.hpp"
 #include "open/solvers/checker.hpp"
 #include "system.hpp"
 
@@ -97,14 +98,10 @@ int with(void** handle, double Solver::*time, const Step& step)
     if (solver == nullptr)
         return dss_bad_state;
     const auto begun = Clock::now();
-    try {
-        const Status status = step(*solver);
-        if (time != nullptr)
-            solver->*time = std::chrono::duration<double>(Clock::now() - begun).count();
-        return status;
-    } catch (const std::bad_alloc&) {
-        return dss_no_memory;
-    }
+    const Status status = guarded<dss_no_memory, dss_failed>([&]() -> Status { return step(*solver); });
+    if (time != nullptr)
+        solver->*time = std::chrono::duration<double>(Clock::now() - begun).count();
+    return status;
 }
 
 unsigned option(const int* opt)
@@ -162,16 +159,14 @@ int write_statistic(const Solver& solver, std::string_view name, double* results
 
 int create(void** handle, const int* opt)
 {
-    try {
+    return guarded<dss_no_memory, dss_failed>([&] {
         auto made = std::make_unique<Solver>();
         made->single = (option(opt) & single_precision) != 0;
         made->from_zero = (option(opt) & zero_based) != 0;
         made->refines = (option(opt) & refinement_on) != 0;
         *handle = living.add(std::move(made));
         return dss_done;
-    } catch (const std::bad_alloc&) {
-        return dss_no_memory;
-    }
+    });
 }
 
 int define_structure(void** handle, const int* opt, const int* row_index, const int* rows, const int* cols,

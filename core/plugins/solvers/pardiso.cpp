@@ -1,6 +1,7 @@
 #include "pardiso.hpp"
 
 #include "living.hpp"
+#include "open/guarded.hpp"
 #include "open/solvers/checker.hpp"
 #include "system.hpp"
 
@@ -282,9 +283,8 @@ void pardiso(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I*
              const void* a, const I* ia, const I* ja, I* perm, const I* nrhs, I* iparm, const I* msglvl,
              void* b, void* x, I* error)
 {
-    Error told = no_memory;
-    try {
-        told = Call<I>({.pt = pt,
+    const auto run = [&] {
+        return Call<I>({.pt = pt,
                         .maxfct = *maxfct,
                         .mnum = *mnum,
                         .phase = *phase,
@@ -299,10 +299,9 @@ void pardiso(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I*
                         .tells = *msglvl == 1,
                         .b = b,
                         .x = x})
-                   .run();
-    } catch (const std::exception&) { // of memory, or of sizes that no memory holds
-    }
-    *error = static_cast<I>(told);
+            .run();
+    };
+    *error = static_cast<I>(guarded<no_memory, internal>(run));
 }
 
 template Pardiso<std::int32_t> pardiso<std::int32_t>;
