@@ -49,7 +49,9 @@ QNM_ALL_LETTERS(QNM_DECLARE)
 #define QNM_DECLARE(l, L, T)                                                                                 \
     void l##tpmv_(const char* uplo, const char* trans, const char* diag, const std::int64_t* n, const T* ap, \
                   T* x, const std::int64_t* incx);                                                           \
-    void l##scal_(const std::int64_t* n, const T* alpha, T* x, const std::int64_t* incx);
+    void l##scal_(const std::int64_t* n, const T* alpha, T* x, const std::int64_t* incx);                    \
+    T l##dot_(const std::int64_t* n, const T* x, const std::int64_t* incx, const T* y,                       \
+              const std::int64_t* incy);
 QNM_REAL_LETTERS(QNM_DECLARE)
 #undef QNM_DECLARE
 
