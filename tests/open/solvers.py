@@ -4,10 +4,12 @@ import sys
 import unittest
 
 import numpy as np
+import scipy.optimize as optimize
 import scipy.sparse as sparse
 import scipy.sparse.linalg as linalg
 
 library = ctypes.CDLL(sys.argv[1])
+library.qnm_serv_mem_stat.restype = ctypes.c_int64
 
 
 def reference(argument):
@@ -192,7 +194,10 @@ class Iterative(unittest.TestCase):
             one()
             np.testing.assert_array_equal(many.x[:, k], one.x)
             self.assertEqual(many.ipar[128 + k], one.ipar[STEPS])
-        # The second one fails.
+        # The same again, and some of which one fails.
+        first, many.x[:] = many.x.copy(), 0
+        self.assertEqual(many(), 0)
+        np.testing.assert_array_equal(many.x, first)
         many = Solve('dcgmrhs', sparse.diags([1.0, 2, -2]), np.array([[1.0, 0, 1], [0, 1, 0], [0, 1, 0]], order='F'))
         self.assertEqual(many(), -2)
         np.testing.assert_array_equal(many.x[:, ::2], [[1, 1], [0, 0], [0, 0]])
@@ -319,6 +324,216 @@ class Incomplete(unittest.TestCase):
         outcome = self.ilut(good, 0.0, 1)[0]
         library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
         self.assertEqual(outcome, -104)
+
+
+BARD = np.array([.14, .18, .22, .25, .29, .32, .35, .39, .37, .58, .73, .96, 1.34, 2.10, 4.39])
+TURN = np.arange(1, 21) / 5
+
+
+def bard(x):
+    u = np.arange(1, 16)
+    return BARD - (x[0] + u / ((16 - u) * x[1] + np.minimum(u, 16 - u) * x[2]))
+
+
+def helix(x):
+    angle = np.arctan(x[1] / x[0]) / (2 * np.pi) + (0.5 if np.real(x[0]) < 0 else 0)
+    return np.array([10 * (x[2] - 10 * angle), 10 * (np.sqrt(x[0]**2 + x[1]**2) - 1), x[2]])
+
+
+# Published: residuals, where to begin, the least sum of their squares.
+PROBLEMS = {
+    'Rosenbrock': (lambda x: np.array([10 * (x[1] - x[0]**2), 1 - x[0]]), [-1.2, 1], 0),
+    'Powell': (lambda x: np.array([x[0] + 10 * x[1], 5**.5 * (x[2] - x[3]), (x[1] - 2 * x[2])**2,
+                                   10**.5 * (x[0] - x[3])**2]), [3, -1, 0, 1], 0),
+    'Wood': (lambda x: np.array([10 * (x[1] - x[0]**2), 1 - x[0], 90**.5 * (x[3] - x[2]**2), 1 - x[2],
+                                 10**.5 * (x[1] + x[3] - 2), 10**-.5 * (x[1] - x[3])]), [-3, -1, -3, -1], 0),
+    'Helix': (helix, [-1, 0, 0], 0),
+    'Brown': (lambda x: (x[0] + TURN * x[1] - np.exp(TURN))**2 + (x[2] + x[3] * np.sin(TURN) - np.cos(TURN))**2,
+              [25, 5, -5, -1], 85822.2),
+    'Bard': (bard, [1, 1, 1], 8.21487e-3),
+}
+
+
+def derivatives(f, x):
+    """By complex steps, which leave no difference."""
+    x = np.asarray(x, dtype=float)
+    return np.array([f(x + 1e-30j * e).imag * 1e30 for e in np.eye(len(x))]).T
+
+
+class Trust:
+    """Least squares by reverse communication."""
+
+    def __init__(self, f, x, bounds=None, letter='d', eps=(1e-14, 1e-12, 1e-14, 1e-10, 1e-14, 1e-10), most=1000, inner=100,
+                 factor=0.0, size=None):
+        self.type = {'d': np.float64, 's': np.float32}[letter]
+        self.f, self.x = f, np.array(x, dtype=self.type)
+        self.name = f'trs_{letter}trnlsp' + ('bc' if bounds else '')
+        self.bounds = [np.array(np.broadcast_to(bound, self.x.shape), dtype=self.type) for bound in bounds or []]
+        self.handle, self.m = word(0), len(f(self.x)) if size is None else size
+        self.eps = np.array(eps, dtype=self.type)
+        self.status = call(self.name + '_init', self.handle, len(x), self.m, self.x, *self.bounds, self.eps, most, inner,
+                           ctypes.byref((ctypes.c_double if letter == 'd' else ctypes.c_float)(factor)))
+        self.fvec, self.fjac = (np.zeros(k, dtype=self.type) for k in (self.m, self.m * len(x)))
+        self.request, self.calls = word(0), 0
+
+    def check(self):
+        info = np.full(6, 77)
+        assert call(self.name + '_check', self.handle, len(self.x), self.m, self.fjac, self.fvec, *self.bounds, self.eps,
+                    info) == 1501
+        return info.tolist()
+
+    def step(self):
+        self.status = call(self.name + '_solve', self.handle, self.fvec, self.fjac, self.request)
+        assert not self.bounds or ((self.bounds[0] <= self.x) & (self.x <= self.bounds[1])).all()
+        if self.request[0] == 1:
+            self.fvec[:] = self.f(self.x.astype(float))
+            self.calls += 1
+        elif self.request[0] == 2:
+            self.fjac[:] = derivatives(self.f, self.x).ravel('F')
+        return self.status == 1501 and self.request[0] > 0
+
+    def __call__(self):
+        while self.step():
+            pass
+        return self.request[0]
+
+    def get(self):
+        words, norms = np.full(2, 77), np.zeros(2, dtype=self.type)
+        assert call(self.name + '_get', self.handle, words, words[1:], norms, norms[1:]) == 1501
+        return *words, *norms
+
+    def __del__(self):
+        if self.handle[0] != 0:
+            call(self.name + '_delete', self.handle)
+
+
+class TrustRegion(unittest.TestCase):
+    def test_published_minima(self):
+        for name, (f, x, least) in PROBLEMS.items():
+            # In single precision Wood's function is flat where others still go on.
+            for letter, close in (('d', 1e-6), ('s', 1e-3))[:1 if name == 'Wood' else 2]:
+                for bounds in None, (-1e4, 1e4):
+                    for factor in (0.0, 0.5):
+                        with self.subTest(name=name, letter=letter, bounds=bounds, factor=factor):
+                            solve = Trust(f, x, bounds, letter, factor=factor)
+                            self.assertLess(solve(), -1)
+                            steps, criterion, first, last = solve.get()
+                            self.assertEqual((steps, criterion), (solve.calls - 1, -solve.request[0]))
+                            self.assertLess(steps, 500 if name == 'Brown' else 100)
+                            self.assertAlmostEqual(first / np.linalg.norm(f(np.array(x, dtype=float))), 1, 6)
+                            np.testing.assert_allclose(last**2, least, rtol=5e-6, atol=close**2)
+                            np.testing.assert_allclose(np.linalg.norm(solve.fvec), last, rtol=1e-5)
+                            np.testing.assert_allclose(f(solve.x.astype(float)), solve.fvec, rtol=1e-5, atol=1e-4)
+
+    def test_bounds_as_scipy(self):
+        for name, low, high in (
+                ('Rosenbrock', [-2, 1.5], 2), ('Rosenbrock', -2, [0.5, 2]), ('Powell', [0.1, -20, -20, -20], [20, 20, 0.5, 0.2]),
+                ('Wood', [-3, -1, -3, -1], 0.8), ('Helix', [-2, -2, -2], [0.8, 2, 2]), ('Helix', [-2, 0.1, -1], [2, 2, 2]),
+                ('Brown', -10, 100), ('Bard', [0.1, 0, 0], [50, 1.5, 2]), ('Bard', [-np.inf, 1.3, 1], [1, 2, np.inf])):
+            f, x, _ = PROBLEMS[name]
+            low, high = (np.broadcast_to(np.array(bound, dtype=float), len(x)) for bound in (low, high))
+            inside = np.clip(x, low + 1e-3, high - 1e-3)
+            best = optimize.least_squares(f, inside, lambda x: derivatives(f, x), (low, high), xtol=1e-14, ftol=1e-14, gtol=1e-14, max_nfev=2000)
+            with self.subTest(name=name, low=low):
+                solve = Trust(f, inside, (low, high))
+                self.assertLess(solve(), -1)
+                self.assertGreater(sum((solve.x - low < 1e-4) | (high - solve.x < 1e-4)), 0)
+                np.testing.assert_allclose(solve.get()[3]**2 / 2, best.cost, rtol=1e-7, atol=1e-12)
+                np.testing.assert_allclose(solve.x, best.x, rtol=1e-4, atol=1e-4)
+
+    def test_bounds_that_leave_no_room(self):
+        f, x, _ = PROBLEMS['Bard']
+        solve = Trust(f, [9, 9, -9], ([-5, 1.25, 0], [5, 1.25, 5]))  # begins outside, and has a variable that is fixed
+        solve()
+        rest = optimize.least_squares(lambda y: f([y[0], 1.25, y[1]]), [1, 1], bounds=([-5, 0], [5, 5]), xtol=1e-14)
+        np.testing.assert_allclose(solve.x, [rest.x[0], 1.25, rest.x[1]], rtol=1e-5)
+
+    def test_what_ends_it(self):
+        f, x, _ = PROBLEMS['Bard']
+        tight = np.full(6, 1e-30)
+        for place, value, outcome in ((0, 1e9, -2), (1, 0.1, -3), (2, 1e9, -4), (3, 1e-3, -5), (4, 1e-3, -6)):
+            for bounds in None, (-9, 9):
+                eps = tight.copy()
+                eps[place] = value
+                solve = Trust(f, x, bounds, eps=eps)
+                self.assertEqual(solve(), outcome)
+                self.assertEqual(solve.get()[1], -outcome)
+                self.assertEqual(solve(), outcome)  # for good
+        solve = Trust(f, x, most=2)
+        self.assertEqual((solve(), solve.get()[:2]), (-1, (2, 1)))
+        # What is not finite is no step; nowhere to begin is none either.
+        solve = Trust(lambda x: np.array([np.sqrt(x[0]), 1 + 0 * x[0]]) if np.real(x[0]) > 0 else np.full(2, np.nan), [1])
+        with np.errstate(all='ignore'):
+            self.assertLess(solve(), -1)
+        self.assertLess(0, solve.x[0])
+        self.assertLess(solve.x[0], 1e-3)
+        solve = Trust(lambda x: x * np.nan, [1])
+        solve()
+        self.assertEqual(solve.status, 1502)
+
+    def test_checks(self):
+        f, x, _ = PROBLEMS['Bard']
+        for bounds, count in (None, 4), ((-9, 9), 6):
+            solve = Trust(f, x, bounds, eps=[1e-9] * 6)
+            self.assertEqual(solve.check(), [0] * count + [77] * (6 - count))
+            solve.fjac[3], solve.fvec[2] = np.nan, np.inf
+            self.assertEqual(solve.check()[:3], [0, 2, 3])
+            solve.fjac = None
+            self.assertEqual(solve.check()[1], 1)
+            self.assertEqual(Trust(f, x, bounds, eps=[1e-9] * 4 + [0, 1e-9]).check()[count - 1], 4)
+            self.assertEqual(Trust(f, x, bounds, eps=[1e-9] * 5 + [0]).check()[count - 1], 0)  # for the usual
+        self.assertEqual(Trust(f, x, ([-9, -np.inf, -9], 9)).check()[3:5], [3, 0])
+        for options in ({'most': 0}, {'inner': 0}, {'factor': -1.0}, {'factor': np.nan}, {'size': 0}, {'x': []},
+                        {'bounds': (2, [3, 1, 3])}, {'bounds': (np.nan, 3)}):
+            solve = Trust(**{'f': f, 'x': x, **({'size': 15} if 'x' in options else {}), **options})
+            self.assertEqual((solve.status, solve.step(), solve.status), (1502, False, 1502))
+        del solve
+        before, outcomes = library.qnm_serv_mem_stat(None), []
+        while outcomes[-1:] != [1501]:  # each allocation fails once
+            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(before + 64 + 8 * len(outcomes)))
+            outcomes.append(Trust(f, x).status)
+            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
+            self.assertEqual(library.qnm_serv_mem_stat(None), before)
+        self.assertEqual(set(outcomes), {1503, 1501})
+
+
+class Jacobian(unittest.TestCase):
+    def test_derivatives(self):
+        for name, (f, x, _) in PROBLEMS.items():
+            for letter, type, real, eps, close in (('d', np.float64, ctypes.c_double, 1e-5, 1e-8), ('s', np.float32, ctypes.c_float, 1e-2, 2e-3)):
+                x = np.array(x, dtype=type)
+                m, n = len(f(x)), len(x)
+                expected = derivatives(f, x)
+                # The sizes go to the function as whole words.
+                Function = ctypes.CFUNCTYPE(None, *[ctypes.POINTER(ctypes.c_int64)] * 2, *[ctypes.POINTER(real)] * 2, ctypes.c_void_p)
+
+                @Function
+                def function(rows, columns, at, to, data):
+                    assert (rows[0], columns[0]) == (m, n)
+                    self.data.add(data)
+                    rows[0] = columns[0] = -7
+                    np.ctypeslib.as_array(to, (m,))[:] = f(np.ctypeslib.as_array(at, (n,)).astype(float))
+                found, before = np.full((n, m), 77, dtype=type), x.copy()
+                for entry, more in ('jacobi', ()), ('jacobix', (ctypes.c_void_p(4711),)):
+                    self.data = set()
+                    found[:] = 77
+                    self.assertEqual(call(f'trs_{letter}{entry}', function, n, m, found, x, ctypes.byref(real(eps)), *more), 1501)
+                    np.testing.assert_allclose(found.T, expected, rtol=close, atol=close * abs(expected).max())
+                    self.assertTrue(not more or self.data == {4711})
+                again, handle, request = np.full((n, m), 77, dtype=type), word(0), word(0)
+                self.assertEqual(call(f'trs_{letter}jacobi_init', handle, n, m, x, again, ctypes.byref(real(eps))), 1501)
+                f1, f2 = np.full(m, np.nan, dtype=type), np.full(m, np.nan, dtype=type)
+                for _ in range(2 * n):
+                    self.assertEqual(call(f'trs_{letter}jacobi_solve', handle, f1, f2, request), 1501)
+                    (f1 if request[0] == 1 else f2)[:] = f(x.astype(float))
+                call(f'trs_{letter}jacobi_solve', handle, f1, f2, request)
+                self.assertEqual(request[0], 0)
+                np.testing.assert_array_equal(again, found)
+                np.testing.assert_array_equal(x, before)
+                self.assertEqual([call(f'trs_{letter}jacobi_delete', handle) for _ in range(2)], [1501, 1502])
+                for bad in 0, -1, np.nan, np.inf:
+                    self.assertEqual(call(f'trs_{letter}jacobi', function, n, m, found, x, ctypes.byref(real(bad))), 1502)
+                self.assertEqual(call(f'trs_{letter}jacobi', function, 0, m, found, x, ctypes.byref(real(eps))), 1502)
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,12 +1,12 @@
 // Incomplete LU factors of sparse rows, after Saad: with the pattern of A, and with fill bounded by size and
 // number.
-#include "../sparse/rows.hpp"
+#include "../array.hpp"
 #include "parameters.hpp"
+
+#include <functional>
 
 namespace qnm::core::iterative {
 namespace {
-
-using sparse::Array;
 
 enum Error : core_int {
     none = 0,
