@@ -384,7 +384,7 @@ class Trust:
 
     def step(self):
         self.status = call(self.name + '_solve', self.handle, self.fvec, self.fjac, self.request)
-        assert not self.bounds or ((self.bounds[0] <= self.x) & (self.x <= self.bounds[1])).all()
+        assert self.status != 1501 or not self.bounds or ((self.bounds[0] <= self.x) & (self.x <= self.bounds[1])).all()
         if self.request[0] == 1:
             self.fvec[:] = self.f(self.x.astype(float))
             self.calls += 1
@@ -448,6 +448,20 @@ class TrustRegion(unittest.TestCase):
         rest = optimize.least_squares(lambda y: f([y[0], 1.25, y[1]]), [1, 1], bounds=([-5, 0], [5, 5]), xtol=1e-14)
         np.testing.assert_allclose(solve.x, [rest.x[0], 1.25, rest.x[1]], rtol=1e-5)
 
+    def test_fewer_functions_than_variables(self):
+        solve = Trust(lambda x: np.array([x[0] * x[1] - 2, x[1] + x[2] - 3]), [4, 3, -2])
+        self.assertEqual((solve(), solve.get()[1]), (-3, 3))
+
+    def test_lengths_of_steps(self):
+        a = np.array([[1, 0.9], [0, 0.1]])
+        for inner, low in (1, 0), (8, 0.5 - 1e-9):  # one iteration need not find the parameter
+            solve = Trust(lambda x: a @ x - [3, 2], [0, 0], factor=0.5, inner=inner)
+            for _ in range(3):
+                solve.step()
+            length = np.linalg.norm(solve.x * np.linalg.norm(a, axis=0))
+            self.assertLess(low, length)
+            self.assertLess(length, 0.5 + 1e-9)
+
     def test_what_ends_it(self):
         f, x, _ = PROBLEMS['Bard']
         tight = np.full(6, 1e-30)
@@ -472,7 +486,7 @@ class TrustRegion(unittest.TestCase):
         self.assertEqual(solve.status, 1502)
 
     def test_checks(self):
-        f, x, _ = PROBLEMS['Bard']
+        f, x, _ = PROBLEMS['Brown']
         for bounds, count in (None, 4), ((-9, 9), 6):
             solve = Trust(f, x, bounds, eps=[1e-9] * 6)
             self.assertEqual(solve.check(), [0] * count + [77] * (6 - count))
@@ -482,10 +496,10 @@ class TrustRegion(unittest.TestCase):
             self.assertEqual(solve.check()[1], 1)
             self.assertEqual(Trust(f, x, bounds, eps=[1e-9] * 4 + [0, 1e-9]).check()[count - 1], 4)
             self.assertEqual(Trust(f, x, bounds, eps=[1e-9] * 5 + [0]).check()[count - 1], 0)  # for the usual
-        self.assertEqual(Trust(f, x, ([-9, -np.inf, -9], 9)).check()[3:5], [3, 0])
+        self.assertEqual(Trust(f, x, ([-9, -np.inf, -9, -9], 9)).check()[3:5], [3, 0])
         for options in ({'most': 0}, {'inner': 0}, {'factor': -1.0}, {'factor': np.nan}, {'size': 0}, {'x': []},
-                        {'bounds': (2, [3, 1, 3])}, {'bounds': (np.nan, 3)}):
-            solve = Trust(**{'f': f, 'x': x, **({'size': 15} if 'x' in options else {}), **options})
+                        {'bounds': (2, [3, 1, 3, 3])}, {'bounds': (np.nan, 3)}):
+            solve = Trust(**{'f': f, 'x': x, **({'size': 20} if 'x' in options else {}), **options})
             self.assertEqual((solve.status, solve.step(), solve.status), (1502, False, 1502))
         del solve
         before, outcomes = library.qnm_serv_mem_stat(None), []
@@ -534,6 +548,187 @@ class Jacobian(unittest.TestCase):
                 for bad in 0, -1, np.nan, np.inf:
                     self.assertEqual(call(f'trs_{letter}jacobi', function, n, m, found, x, ctypes.byref(real(bad))), 1502)
                 self.assertEqual(call(f'trs_{letter}jacobi', function, 0, m, found, x, ctypes.byref(real(eps))), 1502)
+
+
+POINTS, LOOPS, GIVEN, BY_RESIDUALS, CONTOUR_ONLY = 1, 3, 4, 5, 13
+TYPES = {'s': np.float32, 'd': np.float64, 'c': np.complex64, 'z': np.complex128}
+
+
+class Feast:
+    """Arguments of a call, and what came back."""
+
+    def __init__(self, letter, form, low, high, m0, a, b=None, uplo='F', words=(), x=None, **odd):
+        self.type = TYPES[letter]
+        real = TYPES['s' if letter in 'sc' else 'd']
+        n = odd.get('n', a.shape[0])
+        self.fpm = np.full(128, -7)
+        call('feast_feastinit', self.fpm)
+        for place, value in words:
+            self.fpm[place] = value
+        self.e, self.res, self.epsout = np.full(max(m0, 1), 77, real), np.full(max(m0, 1), 77, real), np.full(1, 77, real)
+        self.x = np.full((a.shape[0], max(m0, 1)), np.nan, self.type, 'F') if x is None else x
+        self.loop, self.count, self.info = word(), word(), word()
+        low, high = np.array([low], real), np.array([high], real)
+        tail = self.fpm, self.epsout, self.loop, low, high, m0, self.e, self.x, self.count, self.res, self.info
+        if form == 'rci':
+            self.reverse(letter, a, b, n, m0, tail)
+            return
+        matrices = [argument for m in (a, b) if m is not None
+                    for argument in getattr(self, form)(m.astype(self.type), uplo, odd)]
+        kind = ('h' if letter in 'cz' else 's') + {'dense': 'e' if letter in 'cz' else 'y', 'band': 'b', 'csr': 'csr'}[form]
+        call(f'feast_{letter}feast_{kind}{"e" if b is None else "g"}v', ctypes.c_char_p(uplo.encode()), n, *matrices, *tail)
+
+    @staticmethod
+    def part(a, uplo):
+        """What is not stored must not be read."""
+        a = a.toarray()
+        if uplo != 'F':
+            a[np.tri(*a.shape, -1).astype(bool).T if uplo == 'L' else np.tri(*a.shape, -1).astype(bool)] = np.nan
+        return a
+
+    def dense(self, a, uplo, odd):
+        return np.asfortranarray(np.vstack([self.part(a, uplo), np.full((2, a.shape[1]), np.nan, self.type)])), \
+            odd.get('lda', a.shape[0] + 2)
+
+    def band(self, a, uplo, odd):
+        k = int(abs(np.subtract(*a.nonzero())).max(initial=0))
+        lda = (2 * k if uplo == 'F' else k) + 1
+        ab = np.full((lda + 1, a.shape[0]), np.nan, self.type, 'F')
+        part, first = self.part(a, uplo), 0 if uplo == 'L' else k
+        for j in range(a.shape[0]):
+            for i in range(max(0, j - (0 if uplo == 'L' else k)), min(a.shape[0], j + (0 if uplo == 'U' else k) + 1)):
+                ab[first + i - j, j] = part[i, j]
+        return odd.get('k', k), ab, odd.get('lda', lda + 1)
+
+    def csr(self, a, uplo, odd):
+        a = {'F': sparse.csr_matrix, 'L': sparse.tril, 'U': sparse.triu}[uplo](a).tocsr()
+        data, ia, ja = rows(a)
+        ja[0] = odd.get('ja', ja[0])
+        return data, ia, ja
+
+    def reverse(self, letter, a, b, n, m0, tail):
+        work, workc = np.full((n, m0), np.nan, self.type, 'F'), np.full((n, m0), np.nan, np.complex128 if letter in 'dz' else np.complex64, 'F')
+        small, ze, job = np.full((2, m0, m0), np.nan, self.type), np.zeros(1, workc.dtype), word(-1)
+        b = sparse.identity(n) if b is None else b
+        self.jobs = []
+        while True:
+            call(f'feast_{letter}feast_{"h" if letter in "cz" else "s"}rci', job, n, ze, work, workc, small[0], small[1], *tail)
+            self.fpm[:] = self.fpm.astype(np.int32)  # no more comes back
+            self.jobs.append(job[0])
+            if job[0] == 0:
+                break
+            first, count = self.fpm[23:25]
+            if job[0] == 10:
+                pencil = (ze[0] * b - a).toarray()
+            elif job[0] in (11, 21):
+                workc[:] = np.linalg.solve(pencil if job[0] == 11 else pencil.conj().T, workc)
+            elif job[0] in (30, 40):
+                work[:, first - 1:first - 1 + count] = (a if job[0] == 30 else b) @ self.x[:, first - 1:first - 1 + count]
+
+    def outcome(self):
+        return self.info[0], self.count[0]
+
+
+def laplacian(*sizes):
+    """Without convection, and its eigenvalues, in ascending order."""
+    a, values = sparse.csr_matrix((1, 1)), np.zeros(1)
+    for n in sizes:
+        line = sparse.diags([-1.0, 2, -1], [-1, 0, 1], (n, n))
+        a = sparse.kron(a, sparse.identity(n)) + sparse.kron(sparse.identity(a.shape[0]), line)
+        values = np.add.outer(values, 4 * np.sin(np.arange(1, n + 1) * np.pi / (2 * n + 2))**2).ravel()
+    return a.tocsr(), np.sort(values)
+
+
+def turned(a):
+    """A Hermitian matrix with the same eigenvalues."""
+    phases = sparse.diags(np.exp(1j * np.arange(a.shape[0])**2))
+    return (phases @ a @ phases.conj()).tocsr()
+
+
+class Eigenvalues(unittest.TestCase):
+    def test_all_forms(self):
+        plain, values = laplacian(9, 6)
+        mass = sparse.diags([1.0, 4, 1], [-1, 0, 1], plain.shape).tocsr() / 6
+        general = np.sort(np.linalg.eigvals(np.linalg.solve(mass.toarray(), plain.toarray())).real)
+        for letter in TYPES:
+            a, b = (turned(m) if letter in 'cz' else m for m in (plain, mass))
+            close = 1e-4 if letter in 'sc' else 1e-10
+            for form in 'dense', 'band', 'csr', 'rci':
+                for uplo in 'F' if form == 'rci' else 'FLUlu':
+                    for other, expected in (None, values), (b, general):
+                        if uplo.islower() and form != 'dense':
+                            continue
+                        with self.subTest(letter=letter, form=form, uplo=uplo, general=other is not None):
+                            high = (expected[6] + expected[7]) / 2
+                            f = Feast(letter, form, expected[0] - 1, high, 12, a, other, uplo.upper(), [(BY_RESIDUALS, 1)])
+                            self.assertEqual(f.outcome(), (0, 7))
+                            np.testing.assert_allclose(f.e[:7], expected[:7], atol=close)
+                            x, bx = f.x[:, :7], (f.x if other is None else other @ f.x)[:, :7]
+                            np.testing.assert_allclose(a @ x, bx * f.e[:7], atol=10 * close)
+                            np.testing.assert_allclose(x.conj().T @ bx, np.eye(7), atol=close)
+                            self.assertLess(f.res[:7].max(), close)
+
+    def test_intervals(self):
+        a, values = laplacian(40)
+        middle = (values[1:] + values[:-1]) / 2
+        for low, high, m0, words, outcome in (
+                (values[0] - 3, values[0] - 1, 10, [], (1, 0)), (middle[4], middle[5], 10, [], (0, 1)),
+                (middle[9], middle[29], 30, [], (0, 20)), (middle[9], middle[29], 20, [], (3, 20)),
+                (-1, 5, 40, [], (0, 40)), (middle[9], middle[29], 30, [(LOOPS, 0)], (2, None)),
+                (middle[9], middle[29], 30, [(POINTS, 3), (LOOPS, 60)], (0, 20)),
+                (middle[9], middle[29], 30, [(CONTOUR_ONLY, 1)], (4, 30))):
+            with self.subTest(outcome=outcome, words=words):
+                f = Feast('d', 'band', low, high, m0, a, words=words)
+                self.assertEqual(f.outcome(), (outcome[0], f.count[0] if outcome[1] is None else outcome[1]))
+                if outcome[0] == 0:
+                    np.testing.assert_allclose(f.e[:outcome[1]], [v for v in values if low < v < high], atol=1e-10)
+                    self.assertLess(f.epsout[0], 1e-12)
+        # The subspace of a contour is a beginning.
+        f = Feast('d', 'band', middle[9], middle[29], 30, a, words=[(GIVEN, 1)], x=f.x)
+        self.assertEqual(f.outcome(), (0, 20))
+
+    def test_what_a_caller_is_asked_for(self):
+        a, values = laplacian(10)
+        for letter, contour in ('d', [10, 11]), ('z', [10, 11, 20, 21]):
+            f = Feast(letter, 'rci', 0, 0.5, 4, a, words=[(GIVEN, 1), (LOOPS, 0), (POINTS, 3)],
+                      x=np.asfortranarray(random.standard_normal((10, 4)).astype(TYPES[letter])))
+            self.assertEqual(f.jobs, [40] + 3 * contour + [30, 40, 0])
+
+    def test_refusals(self):
+        a, _ = laplacian(6)
+        good = {'letter': 'd', 'form': 'dense', 'low': 0, 'high': 1, 'm0': 3, 'a': a}
+        for change, info in (
+                [({'words': [(place, value)]}, 101 + place) for place, value in
+                 ((0, 2), (1, 0), (2, 17), (2, -1), (3, -1), (4, 2), (5, -1), (6, 8), (13, 2), (26, 2), (27, -1))] +
+                [({'high': 0}, 200), ({'high': np.nan}, 200), ({'m0': 0}, 201), ({'m0': 7}, 201), ({'n': 0}, 202),
+                 ({'lda': 5}, -104), ({'b': a, 'lda': 5}, -104), ({'form': 'band', 'k': -1}, -103),
+                 ({'form': 'band', 'k': 6}, -103), ({'form': 'band', 'lda': 2}, -105), ({'form': 'csr', 'ja': 7}, -105),
+                 ({'form': 'csr', 'ja': 0}, -105)]):
+            with self.subTest(change=str(change)):
+                f = Feast(**{**good, **change})
+                self.assertEqual(f.outcome(), (info, 0))
+        call('feast_dfeast_syev', ctypes.c_char_p(b'X'), 6, np.zeros((6, 6)), 6, f.fpm, f.epsout, f.loop, 0.0, 1.0, 3, f.e, f.x,
+             f.count, f.res, f.info)
+        self.assertEqual(f.info[0], -101)
+        # Of B, whose arguments come later.
+        data, ia, ja = rows(a)
+        band, off = np.ones((2, 6), order='F'), ja + 6
+        for name, arguments, info in (
+                ('syg', [np.eye(6), 6, np.eye(6), 5], -106), ('sbg', [1, band, 2, 6, band, 2], -106),
+                ('sbg', [1, band, 2, 1, band, 1], -108), ('scsrg', [data, ia, ja, data, ia, off], -108)):
+            call(f'feast_dfeast_{name}v', ctypes.c_char_p(b'L'), 6, *arguments, Feast(**good).fpm, f.epsout, f.loop, 0.0, 1.0, 3,
+                 f.e, f.x, f.count, f.res, f.info)
+            self.assertEqual((name, f.info[0]), (name, info))
+        job = word(-1)
+        call('feast_dfeast_srci_pfilter', job, *[None] * 16, f.info)
+        self.assertEqual((job[0], f.info[0]), (0, -2))
+        before, outcomes = library.qnm_serv_mem_stat(None), []
+        while outcomes[-1:] != [0]:
+            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(before + 64 + 256 * len(outcomes)))
+            outcomes.append(Feast(**good).info[0])
+            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
+            self.assertEqual(library.qnm_serv_mem_stat(None), before)
+        self.assertEqual(set(outcomes), {-1, 0})
 
 
 unittest.main(argv=sys.argv[:1])

@@ -82,7 +82,7 @@ public:
           most_inner_(most_inner),
           factor_(factor > 0 ? factor : 100),
           // Rows for the bounds, and where the Jacobian has too few of its own.
-          rows_(lower != nullptr || m <= n ? m + n : m),
+          rows_(lower != nullptr || m < n ? m + n : m),
           x_(x),
           lower_(n, -infinite),
           upper_(n, infinite),
@@ -235,8 +235,6 @@ private:
             const T way = inner < 0 ? upper_[j] - best_[j] : best_[j] - lower_[j];
             const bool bounded = inner != 0 && std::isfinite(way);
             scale_[j] = bounded ? std::sqrt(way * unit) : unit;
-            if (lower_[j] == upper_[j])
-                scale_[j] = 0;
             bend_[j] = bounded ? std::abs(inner) * unit : T(0);
             gradient_[j] = scale_[j] * inner;
             steepest = std::max(steepest, std::abs(bounded ? way * inner : inner));
