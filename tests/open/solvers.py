@@ -443,7 +443,7 @@ class TrustRegion(unittest.TestCase):
 
     def test_bounds_that_leave_no_room(self):
         f, x, _ = PROBLEMS['Bard']
-        solve = Trust(f, [9, 9, -9], ([-5, 1.25, 0], [5, 1.25, 5]))  # begins outside, and has a variable that is fixed
+        solve = Trust(f, [9, 9, -8], ([-5, 1.25, 0], [5, 1.25, 5]))  # begins outside, and has a variable that is fixed
         solve()
         rest = optimize.least_squares(lambda y: f([y[0], 1.25, y[1]]), [1, 1], bounds=([-5, 0], [5, 5]), xtol=1e-14)
         np.testing.assert_allclose(solve.x, [rest.x[0], 1.25, rest.x[1]], rtol=1e-5)

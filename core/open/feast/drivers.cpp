@@ -17,6 +17,7 @@ extern "C" {
                    const std::int64_t* ipiv, T* b, const std::int64_t* ldb, std::int64_t* info);
 QNM_COMPLEX_LETTERS(QNM_DECLARE)
 #undef QNM_DECLARE
+void qnm_core_not_carried(const char* name, std::int64_t* info, const std::int64_t* count);
 }
 
 namespace qnm::core::feast {
@@ -422,6 +423,7 @@ QNM_CORE void qnm_feast_feastinit(core_int* fpm)
     {                                                                                                        \
         *ijob = finished; /* nobody knows what it filters */                                                 \
         *info = solver_failed;                                                                               \
+        qnm_core_not_carried(#L "FEAST_SRCI_PFILTER", nullptr, nullptr);                                     \
     }
 #define QNM_COMPLEX(l, L, T) QNM_DRIVERS(l, T, he, hb, hcsr, hrci)
 QNM_REAL_LETTERS(QNM_REAL)
