@@ -688,6 +688,14 @@ class Eigenvalues(unittest.TestCase):
         f = Feast('d', 'band', middle[9], middle[29], 30, a, words=[(GIVEN, 1)], x=f.x)
         self.assertEqual(f.outcome(), (0, 20))
 
+    def test_a_contour_around_everything_changes_nothing(self):
+        a, _ = laplacian(12)
+        for letter in 'd', 'z':
+            x = np.asfortranarray(random.standard_normal((12, 3)).astype(TYPES[letter]))
+            f = Feast(letter, 'dense', -1, 5, 3, turned(a) if letter == 'z' else a, words=[(GIVEN, 1), (CONTOUR_ONLY, 1), (POINTS, 16)],
+                      x=x.copy('F'))
+            np.testing.assert_allclose(f.x, x, atol=1e-5)
+
     def test_what_a_caller_is_asked_for(self):
         a, values = laplacian(10)
         for letter, contour in ('d', [10, 11]), ('z', [10, 11, 20, 21]):
