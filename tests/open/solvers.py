@@ -484,7 +484,7 @@ class TrustRegion(unittest.TestCase):
         self.assertLess(solve.x[0], 1e-3)
         solve = Trust(lambda x: x * np.nan, [1])
         solve()
-        self.assertEqual(solve.status, 1502)
+        self.assertEqual((solve.status, solve.request[0]), (1502, 1))
 
     def test_checks(self):
         f, x, _ = PROBLEMS['Brown']
