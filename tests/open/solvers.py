@@ -452,6 +452,8 @@ class TrustRegion(unittest.TestCase):
         a = random.standard_normal((2, 3))
         solve = Trust(lambda x: a @ x - [1, 2], [4, 3, -2])
         self.assertEqual((solve(), solve.get()[:2]), (-3, (1, 3)))
+        unit = 1 / np.linalg.norm(a, axis=0)  # the shortest step, in scaled variables
+        np.testing.assert_allclose(solve.x, [4, 3, -2] + unit * (np.linalg.pinv(a * unit) @ ([1, 2] - a @ [4, 3, -2])))
 
     def test_lengths_of_steps(self):
         a = np.array([[1, 0.9], [0, 0.1]])
