@@ -3,6 +3,7 @@
 
 #include "services.hpp"
 
+#include <algorithm>
 #include <new>
 
 namespace qnm::core {

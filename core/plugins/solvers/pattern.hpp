@@ -1,12 +1,10 @@
 // Where a matrix has elements: rows of the caller's become coordinates, as the engine wants them.
 #pragma once
 
+#include "open/array.hpp"
 #include "open/solvers/controls.hpp"
-#include "open/sparse/rows.hpp" // memory that counts
 
 namespace qnm::core::solvers {
-
-using sparse::Array;
 
 /// The caller's arrays: rows of elements, or of blocks that count from the first row and column on.
 template <class I>
