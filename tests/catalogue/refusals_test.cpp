@@ -109,6 +109,9 @@ TEST(Refusals, OfArgumentsAndClauses)
         int n, T n => 'n': expected each argument's name once;
         int n,| T x value => 3: 'value': expected it behind an int or a void that is no array;
         T n, T x[n] => 'n': expected an integer argument or an earlier name of 'where';
+        int n, list few => 'few': expected a list that was told before;
+        int n|list few int m -> T => 3: '->': expected ',' or the end of the list;
+        int n|list few int m|list few int k => 4: 'few': expected each list's name once;
         int n, T x[ia[n]] => 'ia': expected an array of integers of the row;
         T x kept => 'kept': expected ',', '->', 'where', 'tested last', ...;
         int n -> real => 'real': expected the result's type;

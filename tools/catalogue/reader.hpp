@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,9 +11,14 @@
 
 namespace qnm::catalogue {
 
+/// Arguments that several rows have in common.
+using Lists = std::map<std::string, std::vector<Argument>>;
+
+/// `list NAME ARGUMENTS`, behind its first word.
+void read_list(Lexer& lexer, Lists& lists);
 /// The rows of one statement, one for each root.
 std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& family,
-                           const Families& families);
+                           const Families& families, const Lists& lists);
 
 // Parts of statements.
 

@@ -255,9 +255,15 @@ void read_core(Lexer& lexer, Row& row)
         row.value_core_root = lexer.identifier("the core's function of the form with values");
 }
 
-} // namespace
-
-namespace {
+/// The arguments of `list NAME`.
+void add_list(Lexer& lexer, Row& row, const Lists& lists)
+{
+    const auto list = lists.find(lexer.peek().text);
+    if (list == lists.end())
+        lexer.fail("a list that was told before");
+    lexer.next();
+    row.arguments.insert(row.arguments.end(), list->second.begin(), list->second.end());
+}
 
 /// A row, in two where an argument's direction is another one for a letter.
 void add_rows(std::vector<Row>& rows, const Row& row)
@@ -280,8 +286,21 @@ void add_rows(std::vector<Row>& rows, const Row& row)
 
 } // namespace
 
+void read_list(Lexer& lexer, Lists& lists)
+{
+    const std::string name = lexer.identifier("the list's name");
+    std::vector<Argument> arguments;
+    do
+        arguments.push_back(read_argument(lexer));
+    while (lexer.accept(","));
+    if (!lexer.at_end())
+        lexer.fail("',' or the end of the list");
+    if (!lists.emplace(name, std::move(arguments)).second)
+        lexer.fail_at(lexer.first_line(), "'" + name + "'", "each list's name once");
+}
+
 std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& family,
-                           const Families& families)
+                           const Families& families, const Lists& lists)
 {
     Row row;
     row.file = lexer.file();
@@ -300,6 +319,8 @@ std::vector<Row> read_rows(Lexer& lexer, const std::string& root, const Family& 
         do
             if ((row.variadic = lexer.accept("more")))
                 break;
+            else if (lexer.accept("list"))
+                add_list(lexer, row, lists);
             else
                 row.arguments.push_back(read_argument(lexer));
         while (lexer.accept(","));

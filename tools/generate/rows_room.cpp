@@ -1,6 +1,5 @@
 #include "rows_room.hpp"
 
-#include "catalogue/reader.hpp"
 #include "catalogue/row_signatures.hpp"
 #include "output.hpp"
 
@@ -10,7 +9,9 @@ using namespace catalogue;
 
 void RowsRoom::read(Catalogue& house, Lexer& lexer, const std::string& root, const Family& family)
 {
-    for (Row& row : read_rows(lexer, root, family, house.families())) {
+    if (root == "list")
+        return read_list(lexer, lists_);
+    for (Row& row : read_rows(lexer, root, family, house.families(), lists_)) {
         const Row& added = house.add(std::move(row));
         for (const Entry& entry : Catalogue::entries(added))
             for (const std::string& spelling : entry.spellings())

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "catalogue/catalogue.hpp"
+#include "catalogue/reader.hpp"
 
 namespace qnm::generate {
 
@@ -20,6 +21,9 @@ public:
 protected:
     /// A row's checks and entries, as text; `declared` holds the core's functions that the text above has.
     virtual std::string text(const catalogue::Row& row, std::set<std::string>& declared) const;
+
+private:
+    catalogue::Lists lists_;
 };
 
 } // namespace qnm::generate
