@@ -14,14 +14,22 @@ struct DirectRoutine {
 };
 const std::vector<DirectRoutine>& direct_routines();
 
-/// An entry that carries integers over: its name in lower case, the core's prefix, and its arguments, each
-/// with what is done with it: `.` goes on as it is, `+` widened, `<` comes back, `=` both; an array of
-/// integers with its length behind: a number, or
+/// An argument, and what an entry does with it: `.` goes on as it is, `+` widened, `<` comes back, `=` both.
+/// An array of integers has a length: a number, or
 ///     r  128 and two of each right-hand side        p  n + 1, row pointers        c  as many as those tell
 ///     L  n + 1, and J as much as maxfil asks for: results that come back if ierr is 0
+struct CarriedArgument {
+    std::string name;
+    char way;
+    std::string length;
+    bool goes_in() const { return way == '+' || way == '='; }
+    bool comes_back() const { return way == '<' || way == '='; }
+};
+
+/// An entry that carries integers over: its name in lower case, the word in the core's names, the arguments.
 struct CarriedRoutine {
-    std::string name, core;
-    std::vector<std::string> arguments;
+    std::string name, family;
+    std::vector<CarriedArgument> arguments;
 };
 const std::vector<CarriedRoutine>& carried_routines();
 
