@@ -3,8 +3,15 @@
 
 #include <qnm/df.h>
 #include <qnm/poisson.h>
+#include <qnm/solvers.h>
 #include <qnm/sparse_types.h>
 #include <qnm/vsl.h>
+
+// A core's plug-ins may be missing, or ask for several processes: the calls of these end here.
+extern "C" {
+[[gnu::visibility("default")]] void qnm_pds_lp64_pardiso() {}
+[[gnu::visibility("default")]] void qnm_pds_lp64_cluster_sparse_solver() {}
+}
 
 namespace qnm::bench {
 namespace {
@@ -99,6 +106,15 @@ std::unique_ptr<Work> by_products(const Library& layer)
     return calls(layer, "vslsConvExec", task, x, &stride, y, &stride, z, &stride);
 }
 
+std::unique_ptr<Work> by_gradients(const Library& layer)
+{
+    static const int n = 1;
+    static int request, ipar[128];
+    static double x[n], b[n] = {1}, dpar[128], tmp[4 * n];
+    entry<decltype(dcg_init)>(layer, "dcg_init")(&n, x, b, &request, ipar, dpar, tmp);
+    return calls(layer, "dcg", &n, x, b, &request, ipar, dpar, tmp);
+}
+
 // A core gives these back at once: there is no handle, and no element.
 constexpr qnm_sparse_matrix_t nothing = nullptr;
 constexpr qnm_sparse_descr_t general{};
@@ -184,10 +200,19 @@ const std::vector<Call> layer_calls = {
          return calls(l, "QNM_SPARSE_D_GV", "S", nullptr, &nothing, &general, &nothing, &general, &zero,
                       nullptr, nullptr, nullptr, nullptr);
      }},
-    {"QNM_DCSRMV", 50, [](const Library& l) {
+    {"QNM_DCSRMV", 50,
+     [](const Library& l) {
          static double x = 0;
          static int row = 1;
          return calls(l, "QNM_DCSRMV", "N", &zero, &zero, &one, "GLNF", &x, &row, &row, &row, &x, &one, &x);
-     }}};
+     }},
+    {"pardiso", 27, [](const Library& l) { return calls(l, "pardiso"); }},
+    {"cluster_sparse_solver", 19, [](const Library& l) { return calls(l, "cluster_sparse_solver"); }},
+    {"dtrnlsp_delete", 2,
+     [](const Library& l) {
+         static void* handle;
+         return calls(l, "dtrnlsp_delete", &handle);
+     }},
+    {"dcg", 620, by_gradients}};
 
 } // namespace qnm::bench
