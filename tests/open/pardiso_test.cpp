@@ -336,6 +336,30 @@ TEST(Pardiso, TakesAnOrderAndGivesItBack)
     }
 }
 
+// Threads of the ordering's own would leave it to chance.
+TEST(Pardiso, OrdersAMatrixAlwaysAlike)
+{
+    constexpr int side = 12, n = side * side * side;
+    std::vector<int> ia{0}, ja;
+    for (int i = 0; i < n; ++i) {
+        for (const int away : {0, 1, side, side * side})
+            if (away == 0 || i / away % side < side - 1)
+                ja.push_back(i + away);
+        ia.push_back(static_cast<int>(ja.size()));
+    }
+    const std::vector<double> a(ja.size(), 1);
+    std::vector<int> first, order(n);
+    for (int run = 0; run < 16; ++run) {
+        Caller<double, int> caller(-2);
+        caller.control(5) = 2;
+        caller.control(35) = 1;
+        ASSERT_EQ(caller.phase(11, n, a.data(), ia.data(), ja.data(), order.data(), 1, nullptr, nullptr), 0);
+        if (run == 0)
+            first = order;
+        EXPECT_EQ(order, first) << run;
+    }
+}
+
 TEST(Pardiso, TellsWhatIsWrongWithAMatrix)
 {
     struct Case {
