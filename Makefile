@@ -5,13 +5,13 @@ PREFIX  ?= /usr/local
 POINTS  ?= 1000000
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
-LAYER_TARGETS := qnm_layer qnm_core qnm_gnu qnm_watch qnm_run qnm_headers
+LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_watch qnm_run qnm_headers
 
 .PHONY: all lib plugins demo check sanitizers bench accuracy dieharder install format clean
 
 all: lib
 
-## lib: the layer, the open core, the adapter and qnm-run, without tests
+## lib: the layer, the open core and its direct solvers, the adapter and qnm-run, without tests
 lib:
 	@$(PACKAGES) lib
 	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
