@@ -75,6 +75,33 @@ if [ -x "$build/bin/poisson_sparse_fortran" ]; then
     printf 'The same digits as from C.\n'
 fi
 
+title "Poisson's equation on a cube, by PARDISO and by conjugate gradients, and its lowest eigenvalues by FEAST"
+if [ -e "$build/lib/libqnm_core_solvers.so" ]; then
+    echo "\$ poisson3d_c_narrow"
+    "$build/bin/poisson3d_c_narrow" | tee "$scratch/poisson3d"
+    echo
+    same_digits() {
+        echo "\$ $*"
+        "$@" >"$scratch/other"
+        for each in poisson3d other; do
+            sed 's/ *[0-9.]* seconds$//' "$scratch/$each" >"$scratch/$each.digits"
+        done
+        cmp "$scratch/poisson3d.digits" "$scratch/other.digits"
+        printf 'The same digits.\n'
+    }
+    for program in poisson3d_c_wide poisson3d_fortran_narrow poisson3d_fortran_wide; do
+        [ ! -x "$build/bin/$program" ] || (cd "$build/bin" && same_digits "./$program")
+    done
+    # By its place: others may be put ahead.
+    if /usr/bin/python3 -I -c 'import scipy.sparse' 2>/dev/null; then
+        (cd "$here" && same_digits /usr/bin/python3 poisson3d.py "$build/lib" wide)
+    else
+        echo "in Python: left out, there is no SciPy (package python3-scipy)"
+    fi
+else
+    echo "left out: the open core was built without direct solvers (packages libmumps64-seq-dev and libscotch-dev)"
+fi
+
 title "10,000 options priced by vector functions; errors of 24 prices that are certified to 20 digits"
 for program in options_c_narrow options_c_wide options_fortran_narrow options_fortran_wide; do
     [ -x "$build/bin/$program" ] || continue # no Fortran
