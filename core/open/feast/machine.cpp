@@ -1,6 +1,7 @@
 #include "machine.hpp"
 
 #include "../array.hpp"
+#include "../guarded.hpp"
 
 #include <bit>
 #include <cmath>
@@ -382,11 +383,12 @@ template <class T>
 void Problem<T>::next() const
 {
     const Machine<T> machine{*this};
-    try {
+    const auto went = guarded<no_memory, reduced_failed>([&] {
         *ijob == begin ? machine.start() : machine.next();
-    } catch (const std::bad_alloc&) {
-        machine.end(no_memory);
-    }
+        return good;
+    });
+    if (went != good)
+        machine.end(went);
 }
 
 template struct Problem<float>;

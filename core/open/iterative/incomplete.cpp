@@ -1,6 +1,7 @@
 // Incomplete LU factors of sparse rows, after Saad: with the pattern of A, and with fill bounded by size and
 // number.
 #include "../array.hpp"
+#include "../guarded.hpp"
 #include "parameters.hpp"
 
 #include <functional>
@@ -178,32 +179,23 @@ Error keep_largest(const Rows& rows, double* lu, core_int* start, core_int* inde
     return none;
 }
 
-template <class Work>
-core_int in_memory(const Work& work)
-{
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    }
-}
-
 } // namespace
 } // namespace qnm::core::iterative
 
 using qnm::core::core_int;
+using qnm::core::guarded;
 using namespace qnm::core::iterative;
 
 QNM_CORE void qnm_iss_dcsrilu0(const core_int* n, const double* a, const core_int* ia, const core_int* ja,
                                double* bilu0, core_int* ipar, double* dpar, core_int* ierr)
 {
-    *ierr = in_memory([&] { return keep_pattern({*n, a, ia, ja}, bilu0, {ipar, dpar}); });
+    *ierr = guarded<no_memory, no_memory>([&] { return keep_pattern({*n, a, ia, ja}, bilu0, {ipar, dpar}); });
 }
 QNM_CORE void qnm_iss_dcsrilut(const core_int* n, const double* a, const core_int* ia, const core_int* ja,
                                double* bilut, core_int* ibilut, core_int* jbilut, const double* tol,
                                const core_int* maxfil, core_int* ipar, double* dpar, core_int* ierr)
 {
-    *ierr = in_memory([&] {
+    *ierr = guarded<no_memory, no_memory>([&] {
         return keep_largest({*n, a, ia, ja}, bilut, ibilut, jbilut, *tol, *maxfil, {ipar, dpar});
     });
 }

@@ -57,7 +57,7 @@ Status differentiate(core_int n, core_int m, T* fjac, const T* x, T eps, const F
 {
     if (!Differences<T>::is_good(n, m, eps))
         return invalid;
-    try {
+    return guarded<no_memory, invalid>([&] {
         const Array<T> at(n), f1(m), f2(m);
         std::copy_n(x, n, at.get());
         Differences<T> differences(n, m, at.get(), fjac, eps);
@@ -66,9 +66,7 @@ Status differentiate(core_int n, core_int m, T* fjac, const T* x, T eps, const F
             function(&rows, &columns, at.get(), request == ahead ? f1.get() : f2.get());
         }
         return success;
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    }
+    });
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../array.hpp"
+#include "../guarded.hpp"
 
 namespace qnm::core::trust {
 
@@ -11,12 +12,10 @@ enum Status : int { success = 1501, invalid = 1502, no_memory = 1503 };
 template <class Make>
 Status hold(void** handle, const Make& make)
 {
-    try {
+    return guarded<no_memory, invalid>([&] {
         *handle = make();
         return success;
-    } catch (const std::bad_alloc&) {
-        return no_memory;
-    }
+    });
 }
 
 /// Calls work(what the handle stands for).
