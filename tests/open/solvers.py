@@ -1,6 +1,9 @@
 """Solvers of the open core against NumPy, SciPy and what theory tells. usage: solvers.py CORE"""
 import ctypes
+import os
+import shutil
 import sys
+import tempfile
 import unittest
 
 import numpy as np
@@ -9,7 +12,6 @@ import scipy.sparse as sparse
 import scipy.sparse.linalg as linalg
 
 library = ctypes.CDLL(sys.argv[1])
-library.qnm_serv_mem_stat.restype = ctypes.c_int64
 
 
 def reference(argument):
@@ -27,6 +29,21 @@ def call(name, *arguments):
     function = getattr(library, 'qnm_' + name)
     function.restype = ctypes.c_int
     return function(*map(reference, arguments))
+
+
+def scarce(test, work, failure, success, step=8):
+    """With ever more memory, so that each allocation fails once: what is told, and that nothing is lost."""
+    status, outcomes = library.qnm_serv_mem_stat, []
+    status.restype = ctypes.c_int64
+    before = status(None)
+    for limit in range(before + 1, before + 100_000, step):
+        library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(limit))
+        outcomes.append(work())
+        library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
+        test.assertEqual(status(None), before)
+        if outcomes[-1] == success:
+            break
+    test.assertEqual(set(outcomes), {failure, success})
 
 
 def word(value=77):
@@ -320,10 +337,12 @@ class Incomplete(unittest.TestCase):
         self.assertEqual(self.ilut(small, 0.0, 1, 1, (0.25, 3.0))[1][1, 1], 3)
         for most in -1, 3:
             self.assertEqual(self.ilut(good, 0.0, most)[0], -105)
-        library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(1))
-        outcome = self.ilut(good, 0.0, 1)[0]
-        library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
-        self.assertEqual(outcome, -104)
+        scarce(self, lambda: self.ilut(good, 0.0, 1)[0], -104, 0)
+
+        def kept():
+            call('iss_dcsrilu0', 2, *rows(good), np.zeros(2), np.zeros(128, dtype=np.int64), np.zeros(128), error)
+            return error[0]
+        scarce(self, kept, -104, 0)
 
 
 BARD = np.array([.14, .18, .22, .25, .29, .32, .35, .39, .37, .58, .73, .96, 1.34, 2.10, 4.39])
@@ -505,13 +524,7 @@ class TrustRegion(unittest.TestCase):
             solve = Trust(**{'f': f, 'x': x, **({'size': 20} if 'x' in options else {}), **options})
             self.assertEqual((solve.status, solve.step(), solve.status), (1502, False, 1502))
         del solve
-        before, outcomes = library.qnm_serv_mem_stat(None), []
-        while outcomes[-1:] != [1501]:  # each allocation fails once
-            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(before + 64 + 8 * len(outcomes)))
-            outcomes.append(Trust(f, x).status)
-            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
-            self.assertEqual(library.qnm_serv_mem_stat(None), before)
-        self.assertEqual(set(outcomes), {1503, 1501})
+        scarce(self, lambda: Trust(f, x).status, 1503, 1501)
 
 
 class Jacobian(unittest.TestCase):
@@ -551,9 +564,10 @@ class Jacobian(unittest.TestCase):
                 for bad in 0, -1, np.nan, np.inf:
                     self.assertEqual(call(f'trs_{letter}jacobi', function, n, m, found, x, ctypes.byref(real(bad))), 1502)
                 self.assertEqual(call(f'trs_{letter}jacobi', function, 0, m, found, x, ctypes.byref(real(eps))), 1502)
+                scarce(self, lambda: call(f'trs_{letter}jacobi', function, n, m, found, x, ctypes.byref(real(eps))), 1503, 1501)
 
 
-POINTS, LOOPS, GIVEN, BY_RESIDUALS, CONTOUR_ONLY = 1, 3, 4, 5, 13
+TELLS, POINTS, LOOPS, GIVEN, BY_RESIDUALS, CONTOUR_ONLY = 0, 1, 3, 4, 5, 13
 TYPES = {'s': np.float32, 'd': np.float64, 'c': np.complex64, 'z': np.complex128}
 
 
@@ -686,8 +700,8 @@ class Eigenvalues(unittest.TestCase):
                 if outcome[0] == 0:
                     np.testing.assert_allclose(f.e[:outcome[1]], [v for v in values if low < v < high], atol=1e-10)
                     self.assertLess(f.epsout[0], 1e-12)
-        # The subspace of a contour is a beginning.
-        f = Feast('d', 'band', middle[9], middle[29], 30, a, words=[(GIVEN, 1)], x=f.x)
+        # The subspace of a contour is a beginning, whatever the lengths of its vectors.
+        f = Feast('d', 'band', middle[9], middle[29], 30, a, words=[(GIVEN, 1)], x=f.x * 10.0**-np.arange(30))
         self.assertEqual(f.outcome(), (0, 20))
 
     def test_a_contour_around_everything_changes_nothing(self):
@@ -733,13 +747,44 @@ class Eigenvalues(unittest.TestCase):
         job = word(-1)
         call('feast_dfeast_srci_pfilter', job, *[None] * 16, f.info)
         self.assertEqual((job[0], f.info[0]), (0, -2))
-        before, outcomes = library.qnm_serv_mem_stat(None), []
-        while outcomes[-1:] != [0]:
-            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(before + 64 + 256 * len(outcomes)))
-            outcomes.append(Feast(**good).info[0])
-            library.qnm_serv_set_memory_limit(1, ctypes.c_size_t(0))
-            self.assertEqual(library.qnm_serv_mem_stat(None), before)
-        self.assertEqual(set(outcomes), {-1, 0})
+        for form in 'dense', 'band', 'csr', 'rci':
+            for letter, of in ('d', a), ('z', turned(a)):
+                scarce(self, lambda: Feast(**{**good, 'form': form, 'letter': letter, 'a': of}).info[0], -1, 0, 48)
+
+    def test_what_is_told(self):
+        a, values = laplacian(30)
+        with tempfile.TemporaryFile('w+') as told:
+            kept = os.dup(1)
+            os.dup2(told.fileno(), 1)
+            f = Feast('d', 'band', 0, values[5], 9, a, words=[(TELLS, 1)])
+            os.dup2(kept, 1)
+            os.close(kept)
+            told.seek(0)
+            lines = told.readlines()
+        self.assertEqual((f.info[0], len(lines)), (0, f.loop[0] + 1))
+        self.assertRegex(lines[-1], rf'contour {len(lines)}: 6 eigenvalues')
+
+    def test_sparse_systems_by_direct_solvers(self):
+        Feast('d', 'csr', 0, 1, 6, laplacian(6)[0])
+        beside = os.path.join(os.path.dirname(os.path.realpath(library._name)), 'libqnm_core_solvers.so')
+        with open('/proc/self/maps') as maps:
+            self.assertEqual(beside in maps.read(), os.path.exists(beside))
+
+
+class EigenvaluesByTheCoreAlone(Eigenvalues):
+    """The same of a core that lies in a folder of its own, without the library of direct solvers."""
+    @classmethod
+    def setUpClass(cls):
+        global library
+        cls.beside = library
+        with tempfile.TemporaryDirectory() as folder:
+            library = ctypes.CDLL(shutil.copy(sys.argv[1], folder))
+            Feast('d', 'csr', 0, 1, 6, laplacian(6)[0])  # which looks for it
+
+    @classmethod
+    def tearDownClass(cls):
+        global library
+        library = cls.beside
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,5 +1,8 @@
 // Drivers of the contour integrals, for dense, banded and sparse matrices.
 #include "../array.hpp"
+#include "../guarded.hpp"
+#include "../solvers/carrier.hpp"
+#include "../solvers/controls.hpp"
 #include "machine.hpp"
 
 #include <Eigen/OrderingMethods>
@@ -140,10 +143,11 @@ public:
         Engine<C>::getrf(&n_, &n_, factors_.get(), &n_, pivots_.get(), &info);
         return info == 0;
     }
-    void solve(const char* trans, C* x, core_int count) const
+    bool solve(const char* trans, C* x, core_int count) const
     {
         core_int info = 0;
         Engine<C>::getrs(trans, &n_, &count, factors_.get(), &n_, pivots_.get(), x, &n_, &info);
+        return info == 0;
     }
     void times(bool b, const T* x, T* y, core_int count) const
     {
@@ -188,11 +192,12 @@ public:
         gbtrf(C())(&n_, &n_, &k_, &k_, factors_.get(), &rows, pivots_.get(), &info);
         return info == 0;
     }
-    void solve(const char* trans, C* x, core_int count) const
+    bool solve(const char* trans, C* x, core_int count) const
     {
         core_int info = 0;
         const core_int rows = ld();
         gbtrs(C())(trans, &n_, &k_, &k_, &count, factors_.get(), &rows, pivots_.get(), x, &n_, &info);
+        return info == 0;
     }
     void times(bool b, const T* x, T* y, core_int count) const
     {
@@ -213,34 +218,56 @@ private:
     Array<core_int> pivots_;
 };
 
-/// By the engine's sparse LU, whose memory is its own.
+/// By the library of direct solvers if it is there, else by the engine's sparse LU; their memory is their
+/// own.
 template <class T>
 class Pencil<T, Csr> {
 public:
     using C = std::complex<real_t<T>>;
     Pencil(Part part, const Csr<T>& a, const std::optional<Csr<T>>& b)
-        : a_(taken(part, a)), b_(a_.rows(), a_.cols())
+        : a_(taken(part, a)), b_(a_.rows(), a_.cols()), plugin_(solvers::carrier())
     {
         if (b)
             b_ = taken(part, *b);
         else
             b_.setIdentity();
     }
+    ~Pencil()
+    {
+        if (system_ != nullptr)
+            plugin_->end_inner(system_);
+    }
+    Pencil(const Pencil&) = delete;
+    Pencil& operator=(const Pencil&) = delete;
+
     bool factor(C z)
     {
         const Sparse<C> pencil = z * b_.template cast<C>() - a_.template cast<C>();
-        if (!std::exchange(analysed_, true))
-            lu_.analyzePattern(pencil);
-        lu_.factorize(pencil);
+        const bool analyses = !std::exchange(analysed_, true);
+        if (plugin_ != nullptr) {
+            if (analyses && !is_done(plugin_->begin_inner(&system_, sizeof(real_t<T>) == sizeof(float),
+                                                          !is_complex<T>, static_cast<int>(pencil.rows()),
+                                                          pencil.outerIndexPtr(), pencil.innerIndexPtr())))
+                return false;
+            return is_done(plugin_->factor_inner(system_, pencil.valuePtr()));
+        }
+        const Eigen::SparseMatrix<C, Eigen::ColMajor, std::int32_t> columns = pencil;
+        if (analyses)
+            lu_.analyzePattern(columns);
+        lu_.factorize(columns);
         return lu_.info() == Eigen::Success;
     }
-    void solve(const char* trans, C* x, core_int count)
+    bool solve(const char* trans, C* x, core_int count)
     {
+        const bool adjoint = !is_letter(trans, 'N');
+        if (plugin_ != nullptr)
+            return is_done(plugin_->solve_inner(system_, adjoint, static_cast<int>(count), x));
         Eigen::Map<Block<C>> columns(x, a_.rows(), count);
-        if (is_letter(trans, 'N'))
-            columns = lu_.solve(columns).eval();
-        else
+        if (adjoint)
             columns = lu_.adjoint().solve(columns).eval();
+        else
+            columns = lu_.solve(columns).eval();
+        return true;
     }
     void times(bool b, const T* x, T* y, core_int count) const
     {
@@ -250,7 +277,7 @@ public:
 
 private:
     template <class X>
-    using Sparse = Eigen::SparseMatrix<X, Eigen::ColMajor, std::int32_t>;
+    using Sparse = Eigen::SparseMatrix<X, Eigen::RowMajor, std::int32_t>;
     template <class X>
     using Block = Eigen::Matrix<X, Eigen::Dynamic, Eigen::Dynamic>;
 
@@ -266,8 +293,19 @@ private:
         made.setFromTriplets(all.begin(), all.end());
         return made;
     }
+    static bool is_done(int error)
+    {
+        if (error == solvers::no_memory)
+            throw std::bad_alloc();
+        return error == solvers::no_error;
+    }
+
     Sparse<T> a_, b_;
-    Eigen::SparseLU<Sparse<C>, Eigen::COLAMDOrdering<std::int32_t>> lu_;
+    Eigen::SparseLU<Eigen::SparseMatrix<C, Eigen::ColMajor, std::int32_t>,
+                    Eigen::COLAMDOrdering<std::int32_t>>
+        lu_;
+    const solvers::Plugin* plugin_;
+    void* system_ = nullptr;
     bool analysed_ = false;
 };
 
@@ -307,7 +345,7 @@ void drive(const char* uplo, const Kind<T>& a, const std::optional<Kind<T>>& b, 
     else if (const int other = b ? b->bad(part) : 0; other != 0)
         *tail.info = bad_argument - place_of_b - other + 1;
     else
-        try {
+        *tail.info = guarded<no_memory, solver_failed>([&] {
             const core_int n = a.n, m0 = *tail.m0;
             Pencil<T, Kind> pencil(part, a, b);
             Array<T> work(n * m0), aq(m0 * m0), sq(m0 * m0);
@@ -319,18 +357,16 @@ void drive(const char* uplo, const Kind<T>& a, const std::optional<Kind<T>>& b, 
             for (;;) {
                 p.next();
                 const core_int count = tail.fpm[columns];
+                bool good = true;
                 switch (job) {
                 case factor:
-                    if (!pencil.factor(ze)) {
-                        *tail.info = solver_failed;
-                        return;
-                    }
+                    good = pencil.factor(ze);
                     break;
                 case solve:
-                    pencil.solve("N", workc.get(), count);
+                    good = pencil.solve("N", workc.get(), count);
                     break;
                 case solve_adjoint:
-                    pencil.solve("C", workc.get(), count);
+                    good = pencil.solve("C", workc.get(), count);
                     break;
                 case times_a:
                     pencil.times(false, tail.x, work.get(), count);
@@ -344,12 +380,12 @@ void drive(const char* uplo, const Kind<T>& a, const std::optional<Kind<T>>& b, 
                 case factor_adjoint: // the factors serve both
                     break;
                 default:
-                    return;
+                    return static_cast<Info>(*tail.info);
                 }
+                if (!good)
+                    return solver_failed;
             }
-        } catch (const std::bad_alloc&) {
-            *tail.info = no_memory;
-        }
+        });
 }
 
 } // namespace

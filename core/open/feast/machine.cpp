@@ -2,12 +2,14 @@
 
 #include "../array.hpp"
 #include "../guarded.hpp"
+#include "../services.hpp"
 
 #include <bit>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <numeric>
+#include <unistd.h>
 
 extern "C" {
 #define QNM_DECLARE(l, L, T)                                                                                 \
@@ -326,6 +328,8 @@ private:
         const R now = std::accumulate(p.e, p.e + *p.m, R()), before = exchange_trace(now);
         if (*p.loop > 0)
             *p.epsout = std::abs(now - before) / largest();
+        if (p.fpm[tells] != 0)
+            tell(now, worst);
         const bool last = *p.loop >= p.fpm[most_loops];
         if (*p.m == 0) {
             if (*p.loop > 0 || last)
@@ -342,6 +346,13 @@ private:
             return end(not_converged);
         ++*p.loop;
         integrate(); // of B times the new vectors
+    }
+    [[gnu::cold]] void tell(R sum, R worst) const
+    {
+        print_to(STDOUT_FILENO,
+                 "FEAST: contour %lld: %lld eigenvalues, sum %.15g, changed by %.2g, largest residual %.2g\n",
+                 static_cast<long long>(*p.loop + 1), static_cast<long long>(*p.m), static_cast<double>(sum),
+                 static_cast<double>(*p.epsout), static_cast<double>(worst));
     }
     R tolerance() const
     {

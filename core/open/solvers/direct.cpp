@@ -1,6 +1,7 @@
 // Direct solvers: carried by a library beside the core, which is opened when the first one is called.
 #include "../beside.hpp"
 #include "../services.hpp"
+#include "carrier.hpp"
 #include "checker.hpp"
 #include "controls.hpp"
 #include "plugin.hpp"
@@ -30,15 +31,20 @@ struct Opened {
     }
 };
 
+const Opened& opened()
+{
+    static const Opened one;
+    return one;
+}
+
 /// Null, with a line that says why, where nobody carries the routine.
 const Plugin* carrier(const char* routine) noexcept
 {
     const char* why = "no memory";
     try {
-        static const Opened opened;
-        if (opened.plugin != nullptr)
-            return opened.plugin;
-        why = opened.why.c_str();
+        if (opened().plugin != nullptr)
+            return opened().plugin;
+        why = opened().why.c_str();
     } catch (const std::bad_alloc&) { // asked again at the next call
     }
     print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core: %.512s.\n", routine, why);
@@ -56,6 +62,11 @@ template <class I>
 }
 
 } // namespace
+
+const Plugin* carrier()
+{
+    return opened().plugin;
+}
 
 using Narrow = std::int32_t;
 using Wide = std::int64_t;

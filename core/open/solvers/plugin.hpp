@@ -5,7 +5,7 @@
 
 namespace qnm::core::solvers {
 
-constexpr int plugin_edition = 1;
+constexpr int plugin_edition = 2;
 
 /// What the core lends beyond its exported functions.
 struct Host {
@@ -32,6 +32,13 @@ struct Plugin {
                  bool complex);
     int (*statistics)(void** handle, const int* opt, const char* stat, double* results);
     int (*end)(void** handle, const int* opt);
+
+    // Complex systems for the core's own use, by rows that count from 0 and have both triangles: begun,
+    // factored and solved as often as wanted, with the matrix or its adjoint. Errors are PARDISO's.
+    int (*begin_inner)(void** system, bool single, bool symmetric, int n, const int* start, const int* index);
+    int (*factor_inner)(void* system, const void* values);
+    int (*solve_inner)(void* system, bool adjoint, int sides, void* x);
+    void (*end_inner)(void* system);
 };
 
 using OpenPlugin = const Plugin*(int edition, const Host* host);

@@ -1,5 +1,6 @@
 // The library's one exported function.
 #include "dss.hpp"
+#include "inner.hpp"
 #include "pardiso.hpp"
 
 #include <cstdlib>
@@ -33,7 +34,11 @@ QNM_CORE const qnm::core::solvers::Plugin* qnm_core_solvers(int edition, const q
                                     .factor = dss::factor,
                                     .solve = dss::solve,
                                     .statistics = dss::statistics,
-                                    .end = dss::end};
+                                    .end = dss::end,
+                                    .begin_inner = inner::begin,
+                                    .factor_inner = inner::factor,
+                                    .solve_inner = inner::solve,
+                                    .end_inner = inner::end};
     if (edition != plugin_edition)
         return nullptr;
     qnm::core::solvers::host = host;
