@@ -92,6 +92,16 @@ sparse()
     "$build/bin/qnm_bench_sparse"
 }
 
+solvers()
+{
+    echo "== Solvers beside SciPy: milliseconds (aims in docs/speed.md)"
+    if /usr/bin/python3 -Ic 'import scipy' 2>/dev/null; then
+        OMP_NUM_THREADS=1 /usr/bin/python3 -IB "$source/bench/solvers.py" "$build/lib"
+    else
+        echo "Left out: SciPy"
+    fi
+}
+
 loading()
 {
     echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
@@ -154,6 +164,7 @@ echo "== Changes of layout and NaN checks beside plain work on the same bytes; r
 vectors
 statistics
 sparse
+solvers
 loading
 relocations
 if [ $clean_build = yes ]; then
