@@ -2,9 +2,12 @@
 #include "core.hpp"
 
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <mutex>
+#include <new>
+#include <sstream>
 #include <thread>
 
 // A BLAS of the program's, with 32-bit integers: nobody may call it.
@@ -20,8 +23,50 @@ QNM_FOREIGN(dgemv_)
 QNM_FOREIGN(dscal_)
 QNM_FOREIGN(daxpy_)
 
+// Blocks of the core's and of the objects of its solvers: one of them can be refused.
+namespace {
+thread_local bool counting = false;
+thread_local int spared = -1; // how many are granted before one is refused; below 0: all are granted
+std::atomic<int> objects{0};
+
+bool is_refused()
+{
+    return counting && spared >= 0 && spared-- == 0;
+}
+} // namespace
+extern "C" [[gnu::visibility("default")]] void* qnm_serv_malloc(std::size_t bytes, int alignment);
+void* qnm_serv_malloc(std::size_t bytes, int alignment)
+{
+    static const auto next =
+        reinterpret_cast<decltype(&qnm_serv_malloc)>(dlsym(RTLD_NEXT, "qnm_serv_malloc"));
+    return is_refused() ? nullptr : next(bytes, alignment);
+}
+[[gnu::visibility("default"), gnu::noinline]] void* operator new(std::size_t bytes)
+{
+    void* const made = is_refused() ? nullptr : std::malloc(std::max(bytes, std::size_t{1}));
+    if (made == nullptr)
+        throw std::bad_alloc();
+    ++objects;
+    return made;
+}
+[[gnu::visibility("default"), gnu::noinline]] void operator delete(void* made) noexcept
+{
+    objects -= made != nullptr ? 1 : 0;
+    std::free(made);
+}
+[[gnu::visibility("default"), gnu::noinline]] void operator delete(void* made, std::size_t /*bytes*/) noexcept
+{
+    operator delete(made);
+}
+
 namespace qnm::test {
 namespace {
+
+/// Allocations count while it lives: the caller's own are none of the core's.
+struct Counting {
+    Counting() { counting = true; }
+    ~Counting() { counting = false; }
+};
 
 template <class I>
 const std::string width{sizeof(I) == 4 ? "" : "_64"};
@@ -32,7 +77,7 @@ struct Caller {
     std::array<void*, 64> pt{};
     std::array<I, 64> iparm{};
     I maxfct = 1, mnum = 1, mtype, msglvl = 0;
-    std::string name = "pardiso";
+    std::string letters{}, layout{}; // words of the routine's name
 
     explicit Caller(int type) : mtype(static_cast<I>(type))
     {
@@ -50,8 +95,10 @@ struct Caller {
     {
         I error = -99;
         const I phase = static_cast<I>(which), rows = static_cast<I>(n), nrhs = static_cast<I>(sides);
-        by_value("qnm_pds_lp64_" + name + width<I>, pt, &maxfct, &mnum, &mtype, &phase, &rows, a, ia, ja,
-                 perm, &nrhs, iparm, &msglvl, b, x, &error);
+        const std::string name = "qnm_pds_lp64_pardiso" + letters + width<I> + layout;
+        const Counting now;
+        by_value(name, pt, &maxfct, &mnum, &mtype, &phase, &rows, a, ia, ja, perm, &nrhs, iparm, &msglvl, b,
+                 x, &error);
         return error;
     }
 };
@@ -161,6 +208,11 @@ void solve_by_all_ways(int mtype)
     const core_int block = random_integer(0, 2) == 0 ? random_integer(2, 3) : 1;
     System<T, I> system(mtype, random_integer(1, 20) * block, random_integer(0, 1), block);
     Caller<T, I> caller(mtype);
+    if (random_integer(0, 1) == 0) {
+        caller.letters =
+            std::string(std::is_same_v<real_t<T>, float> ? "_s" : "_d") + (is_complex<T> ? "c" : "");
+        caller.layout = random_integer(0, 1) == 0 ? "" : "_2d";
+    }
     caller.control(35) = system.base == 0 ? 1 : 0;
     caller.control(37) = static_cast<I>(block == 1 ? 0 : block);
     caller.control(27) = block == 1 ? 1 : 0;
@@ -210,7 +262,8 @@ core_int solve(Caller<T, I>& caller, const System<T, I>& system, int phase, std:
     std::vector<T> b(static_cast<std::size_t>(system.n), T(1));
     x.resize(b.size());
     caller.control(35) = system.base == 0 ? 1 : 0;
-    return caller.phase(phase, system.n, system.a.data(), system.ia.data(), system.ja.data(), perm, 1,
+    caller.control(37) = static_cast<I>(system.block == 1 ? 0 : system.block);
+    return caller.phase(phase, system.rows(), system.a.data(), system.ia.data(), system.ja.data(), perm, 1,
                         b.data(), x.data());
 }
 
@@ -298,11 +351,20 @@ QNM_TYPED(Pardiso, RefinesTowardsTheMatrixThatItIsGiven)
 TEST(Pardiso, TakesAnOrderAndGivesItBack)
 {
     constexpr std::size_t n = 40;
-    for (const int base : {0, 1}) {
+    for (const int k : {0, 1, 2, 3}) {
+        const int base = k % 2;
+        const std::size_t block = k < 2 ? 1 : 2;
         std::vector<std::vector<double>> rows(n, std::vector<double>(n));
         for (std::size_t i = 0; i < n; ++i)
             rows[0][i] = rows[i][0] = 1, rows[i][i] = 50;
         System<double, int> system = whole(-2, rows);
+        system.block = static_cast<core_int>(block);
+        system.n *= system.block;
+        std::vector<double> blocks; // each is symmetric
+        for (const double each : system.a)
+            for (std::size_t at = 0; at < block * block; ++at)
+                blocks.push_back(at % (block + 1) == 0 ? each : 1);
+        system.a = blocks;
         for (int& each : system.ia)
             each += base - 1;
         for (int& each : system.ja)
@@ -319,9 +381,9 @@ TEST(Pardiso, TakesAnOrderAndGivesItBack)
             std::vector<double> x;
             caller.control(5) = control;
             EXPECT_EQ(solve(caller, system, 13, x, order.data()), 0);
-            return caller.control(18);
+            return static_cast<std::size_t>(caller.control(18)) / (block * block);
         };
-        EXPECT_EQ(filled(1, first), n * n); // zeros of fronts are counted
+        EXPECT_GE(filled(1, first), n * n / 2);
         EXPECT_EQ(filled(1, last), 2 * n);
         filled(2, made);
         EXPECT_LE(filled(1, made), 4 * n);
@@ -357,6 +419,78 @@ TEST(Pardiso, OrdersAMatrixAlwaysAlike)
         if (run == 0)
             first = order;
         EXPECT_EQ(order, first) << run;
+    }
+}
+
+// A full matrix of n rows takes 2/3 n^3 operations.
+TEST(Pardiso, TellsWhatItTookIfAsked)
+{
+    constexpr std::size_t n = 150;
+    std::vector<std::vector<double>> rows(n, std::vector<double>(n, 1));
+    for (std::size_t i = 0; i < n; ++i)
+        rows[i][i] = 200;
+    const System<double, int> system = whole(11, rows);
+    std::vector<double> x, again;
+    Caller<double, int> caller(11), silent(11);
+    caller.control(18) = caller.control(19) = -1;
+    caller.control(31) = caller.control(34) = caller.control(39) = 1; // accepted
+    caller.msglvl = 1;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(solve(caller, system, 11, x), 0);
+    EXPECT_GT(caller.control(15), 0);
+    EXPECT_GT(caller.control(16), 0);
+    EXPECT_EQ(caller.control(17), 0);
+    EXPECT_EQ(solve(caller, system, 23, x), 0);
+    EXPECT_GT(caller.control(17), 0);
+    EXPECT_EQ(caller.control(18), n * n);
+    EXPECT_EQ(caller.control(19), 2);
+    EXPECT_EQ(caller.control(22), -1); // of symmetric matrices alone
+    EXPECT_EQ(caller.control(23), -1);
+    std::istringstream told(testing::internal::GetCapturedStdout());
+    for (const std::string stage : {"analysis", "factors", "solution"}) {
+        std::string line;
+        std::getline(told, line);
+        EXPECT_EQ(
+            line.rfind("PARDISO " + stage + ": 150 equations, 22500 non-zeros of factors, 2 million", 0), 0)
+            << line;
+    }
+    silent.control(18) = silent.control(19) = 0;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(solve(silent, system, 13, again), 0);
+    EXPECT_EQ(told.rdbuf()->in_avail(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(silent.control(18), 0);
+    EXPECT_EQ(silent.control(19), 0);
+    EXPECT_EQ(x, again);
+}
+
+TEST(Pardiso, HasTheDefaultsThatWerePublished)
+{
+    for (const auto& [mtype, perturbation, matched] : std::vector<std::array<int, 3>>{{1, 13, 0},
+                                                                                      {2, 13, 0},
+                                                                                      {-2, 8, 0},
+                                                                                      {11, 13, 1},
+                                                                                      {3, 13, 0},
+                                                                                      {4, 13, 0},
+                                                                                      {-4, 8, 0},
+                                                                                      {6, 8, 0},
+                                                                                      {13, 13, 1}}) {
+        SCOPED_TRACE("mtype " + std::to_string(mtype));
+        std::array<int, 64> expected{};
+        expected[0] = 1, expected[1] = 2, expected[9] = perturbation, expected[17] = -1, expected[20] = 1;
+        expected[10] = expected[12] = matched;
+        Caller<cdouble, int> caller(mtype);
+        EXPECT_EQ(caller.iparm, expected);
+        caller.iparm.fill(7);
+        caller.control(1) = 0;
+        const int one = 1;
+        const cdouble a = 1;
+        const std::array<int, 2> ia{1, 2};
+        EXPECT_EQ(caller.phase(11, 1, &a, ia.data(), &one, nullptr, 1, nullptr, nullptr), 0);
+        expected[0] = 0;
+        for (const int told : {15, 16, 18})
+            expected[static_cast<std::size_t>(told - 1)] = caller.control(told);
+        EXPECT_EQ(caller.iparm, expected);
     }
 }
 
@@ -497,12 +631,97 @@ TEST(Pardiso, TellsOfMissingMemoryAndLosesNone)
     EXPECT_EQ(error, 0);
 }
 
+/// Runs with each allocation refused once, until none is left to be refused; returns how many there were.
+template <class Run>
+int refused_in_turn(const Run& run)
+{
+    for (int k = 0; k < 1000; ++k) {
+        const Use before = in_use();
+        const int before_objects = objects;
+        spared = k;
+        run();
+        const bool was_refused = spared < 0;
+        spared = -1;
+        EXPECT_EQ(in_use(), before) << "allocation " << k;
+        EXPECT_EQ(objects, before_objects) << "allocation " << k;
+        if (!was_refused)
+            return k;
+    }
+    return -1;
+}
+
+// The phase that meets it gives -2; after it, all may be done anew.
+QNM_TYPED(Pardiso, LosesNothingWhateverIsRefused)
+{
+    for (const int mtype : kinds<T>()) {
+        SCOPED_TRACE("mtype " + std::to_string(mtype));
+        System<T, int> system(mtype, 20, 1, 2);
+        std::vector<int> order(10);
+        std::vector<T> expected, x(20), b(20, T(1));
+        {
+            Caller<T, int> caller(mtype);
+            ASSERT_EQ(solve(caller, system, 13, expected), 0);
+        }
+        const int all = refused_in_turn([&] {
+            Caller<T, int> caller(mtype);
+            caller.control(5) = 2;
+            caller.control(8) = 2;
+            caller.control(37) = 2;
+            const auto run = [&](int phase) {
+                const bool refuses = spared >= 0;
+                const core_int error = caller.phase(phase, 10, system.a.data(), system.ia.data(),
+                                                    system.ja.data(), order.data(), 1, b.data(), x.data());
+                EXPECT_EQ(error, refuses && spared < 0 ? -2 : 0) << "phase " << phase;
+                return error == 0;
+            };
+            if (!run(11) || !run(22) || !run(33)) {
+                EXPECT_TRUE(run(13));
+            }
+            for (std::size_t i = 0; i < x.size(); ++i)
+                ASSERT_LE(std::abs(x[i] - expected[i]), 400 * std::numeric_limits<real_t<T>>::epsilon());
+        });
+        EXPECT_GT(all, 6);
+    }
+}
+
 // ---- DSS
 
 template <class... A>
 int dss(const std::string& name, const A&... arguments)
 {
-    return by_value<int>("qnm_pds_lp64_dss_" + name, arguments...);
+    const std::string routine = "qnm_pds_lp64_dss_" + name;
+    const Counting now;
+    return by_value<int>(routine, arguments...);
+}
+
+TEST(Dss, LosesNothingWhateverIsRefused)
+{
+    const int none = 0, structure = 536871104, ordering = 268435520, sign = 134217856, refined = 8192, n = 20,
+              one = 1;
+    System<double, int> system(11, n, 1);
+    const int stored = static_cast<int>(system.ja.size());
+    std::vector<double> b(20, 1), x(20);
+    std::vector<int> order(20);
+    const int all = refused_in_turn([&] {
+        void* handle = nullptr;
+        const auto done = [&](auto step) {
+            const bool refuses = spared >= 0;
+            if (int status = step(); status != 0) {
+                EXPECT_TRUE(refuses && spared < 0);
+                EXPECT_EQ(status, -2);
+                EXPECT_EQ(step(), 0);
+            }
+        };
+        done([&] { return dss("create", &handle, &none); });
+        done([&] {
+            return dss("define_structure", &handle, &structure, system.ia, &n, &n, system.ja, &stored);
+        });
+        done([&] { return dss("reorder", &handle, &ordering, order); });
+        done([&] { return dss("factor_real", &handle, &sign, system.a); });
+        done([&] { return dss("solve_real", &handle, &refined, b, &one, x); });
+        EXPECT_EQ(dss("delete", &handle, &none), 0);
+    });
+    EXPECT_GT(all, 8);
 }
 
 /// The published codes of a kind: its structure, and the sign of its factors.

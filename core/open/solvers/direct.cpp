@@ -14,6 +14,7 @@
 namespace qnm::core::solvers {
 namespace {
 
+static_assert(int{no_memory} == int{dss_no_memory});
 constexpr Host host{.goes_on = [](const char* stage, int step) { return core::goes_on(stage, step); }};
 
 struct Opened {
@@ -37,8 +38,9 @@ const Opened& opened()
     return one;
 }
 
-/// Null, with a line that says why, where nobody carries the routine.
-const Plugin* carrier(const char* routine) noexcept
+/// Null, with a line that says why, where nobody carries the routine; the error is then changed if memory is
+/// missing.
+const Plugin* carrier(const char* routine, int& error) noexcept
 {
     const char* why = "no memory";
     try {
@@ -46,6 +48,7 @@ const Plugin* carrier(const char* routine) noexcept
             return opened().plugin;
         why = opened().why.c_str();
     } catch (const std::bad_alloc&) { // asked again at the next call
+        error = no_memory;
     }
     print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core: %.512s.\n", routine, why);
     return nullptr;
@@ -78,10 +81,11 @@ using Wide = std::int64_t;
                                       I* perm, const I* nrhs, I* iparm, const I* msglvl, void* b, void* x,   \
                                       I* error)                                                              \
     {                                                                                                        \
-        if (const Plugin* const carried = carrier("PARDISO"))                                                \
+        int failed = inconsistent;                                                                           \
+        if (const Plugin* const carried = carrier("PARDISO", failed))                                        \
             return carried->plugins(pt, maxfct, mnum, mtype, phase, n, a, ia, ja, perm, nrhs, iparm, msglvl, \
                                     b, x, error);                                                            \
-        *error = inconsistent;                                                                               \
+        *error = failed;                                                                                     \
     }
 #define QNM_PARDISO_BOTH(name)                                                                               \
     QNM_PARDISO(Narrow, pardiso, name)                                                                       \
@@ -105,8 +109,9 @@ QNM_CORE void qnm_pds_lp64_pardisoinit(void** pt, const Narrow* mtype, Narrow* i
 #define QNM_DSS(name, step, parameters, ...)                                                                 \
     QNM_CORE int qnm_pds_lp64_dss_##name parameters                                                          \
     {                                                                                                        \
-        const Plugin* const carried = carrier("DSS_" #name);                                                 \
-        return carried != nullptr ? carried->step(__VA_ARGS__) : dss_failed;                                 \
+        int failed = dss_failed;                                                                             \
+        const Plugin* const carried = carrier("DSS_" #name, failed);                                         \
+        return carried != nullptr ? carried->step(__VA_ARGS__) : failed;                                     \
     }
 #define QNM_DSS_TYPED(domain, suffix)                                                                        \
     QNM_DSS(factor_##domain##suffix, factor, (void** handle, const int* opt, const void* values), handle,    \

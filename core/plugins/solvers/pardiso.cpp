@@ -169,13 +169,14 @@ private:
                           .matched = iparm[matching] == 1,
                           .perturbation = iparm[perturbation]};
         handle->given_order.clear();
+        handle->latest.reset(); // what fails from here on leaves no analysis
+        matrix() = {};
         if (iparm[permutation] == 1)
             for (core_int i = 0; i < n; ++i) // rows of a block stay together
                 for (core_int k = 0; k < block(); ++k)
                     handle->given_order.push_back(static_cast<int>((perm[i] - base()) * block() + k + 1));
         handle->latest =
             std::make_shared<const Pattern>(kind, Stored<I>{n * block(), ia, ja, base(), block()});
-        matrix() = {};
         return analyse(matrix());
     }
 
@@ -190,11 +191,23 @@ private:
             of.system.reset();
             return error;
         }
-        if (iparm[permutation] == 2 && perm != nullptr && block() == 1 && of.system->order() != nullptr)
-            for (core_int i = 0; i < n; ++i)
-                perm[i] = static_cast<I>(of.system->order()[i] - 1 + base());
+        if (iparm[permutation] == 2 && perm != nullptr && of.system->order() != nullptr)
+            return_order(of.system->order());
         tell_facts(*of.system);
         return no_error;
+    }
+
+    /// Blocks in the order of the first of their rows.
+    void return_order(const int* places) const
+    {
+        const Array<core_int> at(handle->n); // the block of each place
+        for (core_int i = 0; i < handle->n; ++i)
+            at[places[i] - 1] = i / block();
+        std::fill_n(perm, n, static_cast<I>(-1));
+        core_int next = base();
+        for (core_int place = 0; place < handle->n; ++place)
+            if (I& of_block = perm[at[place]]; of_block < 0)
+                of_block = static_cast<I>(next++);
     }
 
     Error factor() const
