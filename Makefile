@@ -45,7 +45,8 @@ bench:
 	@$(PACKAGES) lib bench
 	@cmake --preset release -DQNM_TESTS=OFF -DQNM_BENCH=ON -DQNM_PLUGINS=ON >/dev/null
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_core_fftw qnm_bench_cost qnm_bench_copies \
-	  qnm_bench_transforms qnm_bench_vectors qnm_bench_statistics qnm_bench_sparse qnm_bench_load
+	  qnm_bench_transforms qnm_bench_vectors qnm_bench_statistics qnm_bench_sparse qnm_bench_load \
+	  $$(cmake --build $(BUILD) --target help | grep -o '^qnm_bench_direct' || true)
 	@bench/run.sh $(BUILD)
 
 ## accuracy: docs/accuracy.md, from POINTS points a function, or FULL=1: every number of single precision

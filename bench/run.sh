@@ -102,6 +102,16 @@ solvers()
     fi
 }
 
+direct()
+{
+    echo "== Direct solvers beside MUMPS called directly: nanoseconds for a row; ratios (aims in docs/speed.md)"
+    if [ -x "$build/bin/qnm_bench_direct" ]; then
+        "$build/bin/qnm_bench_direct"
+    else
+        echo "Left out: MUMPS"
+    fi
+}
+
 loading()
 {
     echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
@@ -165,6 +175,7 @@ vectors
 statistics
 sparse
 solvers
+direct
 loading
 relocations
 if [ $clean_build = yes ]; then

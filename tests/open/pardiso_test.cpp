@@ -41,13 +41,18 @@ void* qnm_serv_malloc(std::size_t bytes, int alignment)
         reinterpret_cast<decltype(&qnm_serv_malloc)>(dlsym(RTLD_NEXT, "qnm_serv_malloc"));
     return is_refused() ? nullptr : next(bytes, alignment);
 }
-[[gnu::visibility("default"), gnu::noinline]] void* operator new(std::size_t bytes)
+[[gnu::visibility("default"), gnu::noinline]] void* operator new(std::size_t bytes,
+                                                                 const std::nothrow_t& /*none*/) noexcept
 {
     void* const made = is_refused() ? nullptr : std::malloc(std::max(bytes, std::size_t{1}));
-    if (made == nullptr)
-        throw std::bad_alloc();
-    ++objects;
+    objects += made != nullptr ? 1 : 0;
     return made;
+}
+[[gnu::visibility("default"), gnu::noinline]] void* operator new(std::size_t bytes)
+{
+    if (void* const made = operator new(bytes, std::nothrow))
+        return made;
+    throw std::bad_alloc();
 }
 [[gnu::visibility("default"), gnu::noinline]] void operator delete(void* made) noexcept
 {
