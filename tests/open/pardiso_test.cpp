@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <new>
 #include <sstream>
@@ -689,6 +691,70 @@ QNM_TYPED(Pardiso, LosesNothingWhateverIsRefused)
     }
 }
 
+QNM_TYPED(Pardiso, KeepsHandlesInAFolder)
+{
+    std::string folder = ::testing::TempDir() + "/pardiso-XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const auto files = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder),
+                             std::filesystem::directory_iterator());
+    };
+    const auto kept = [&](const char* step, auto&... pt) {
+        int error = -99;
+        by_value(std::string("qnm_pds_lp64_pardiso_handle_") + step, pt..., folder.c_str(), &error);
+        return error;
+    };
+    for (const int mtype : kinds<T>()) {
+        SCOPED_TRACE("mtype " + std::to_string(mtype));
+        System<T, int> system(mtype, 25, 0), other = system;
+        other.renew();
+        std::vector<T> x, second, again;
+        Caller<T, int> caller(mtype), restored(mtype);
+        caller.maxfct = restored.maxfct = 3;
+        EXPECT_EQ(solve(caller, system, 11, x), 0);
+        EXPECT_EQ(kept("store", caller.pt), 0); // replaced below
+        EXPECT_EQ(solve(caller, system, 23, x), 0);
+        caller.mnum = 3;
+        EXPECT_EQ(solve(caller, other, 23, second), 0);
+        EXPECT_EQ(kept("store", caller.pt), 0);
+        EXPECT_EQ(files(), 5);
+        EXPECT_EQ(kept("restore", restored.pt), 0);
+        EXPECT_EQ(solve(restored, system, 33, again), 0);
+        EXPECT_EQ(again, x);
+        restored.mnum = 2;
+        EXPECT_EQ(solve(restored, system, 33, again), -1);
+        restored.mnum = 3;
+        EXPECT_EQ(solve(restored, other, 33, again), 0);
+        EXPECT_EQ(again, second);
+        system.renew();
+        EXPECT_EQ(solve(restored, system, 23, again), 0); // other values, and a new slot by the old structure
+        restored.mnum = 2;
+        EXPECT_EQ(solve(restored, system, 23, second), 0);
+        Matrix<T> b(25, 1, 0), found(25, 1, 0);
+        std::ranges::fill(b.data, T(1));
+        for (const auto* each : {&again, &second}) {
+            std::ranges::copy(*each, found.data.begin());
+            expect_solved(found, solved('N', system.dense, b));
+        }
+        EXPECT_EQ(kept("delete"), 0);
+        EXPECT_EQ(files(), 0);
+    }
+    std::array<void*, 64> pt{};
+    EXPECT_EQ(kept("store", pt), -1);
+    EXPECT_EQ(kept("restore", pt), -10);
+    EXPECT_EQ(kept("delete"), -10);
+    const System<T, int> system(kinds<T>()[0], 5, 1);
+    std::vector<T> x;
+    Caller<T, int> caller(system.mtype);
+    EXPECT_EQ(solve(caller, system, 12, x), 0);
+    EXPECT_EQ(kept("store", caller.pt), 0);
+    std::fstream(folder + "/pardiso.qnm", std::ios::in | std::ios::out).seekp(60) << 'x';
+    EXPECT_EQ(kept("restore", pt), -11);
+    EXPECT_EQ(pt[0], nullptr);
+    std::filesystem::remove_all(folder);
+    EXPECT_EQ(kept("store", caller.pt), -10);
+}
+
 // ---- DSS
 
 template <class... A>
@@ -897,8 +963,6 @@ TEST(DirectSolvers, WhatNobodyCarriesSaysSoInItsError)
     for (const auto& [name, place] :
          std::vector<std::pair<std::string, std::size_t>>{{"pardiso_export_z", 7},
                                                           {"pardiso_getdiag", 5},
-                                                          {"pardiso_handle_store", 3},
-                                                          {"pardiso_handle_delete_64", 2},
                                                           {"cluster_sparse_solver", 17},
                                                           {"cluster_sparse_solver_sc_64_2d", 17},
                                                           {"cluster_sparse_solver_export_f", 4},

@@ -15,9 +15,11 @@ struct Checked {
     core_int row = 0, place = 0; // from 0: where it was found
 };
 
-/// Starts that descend are found ahead of all else: indices are read between sound starts alone.
+/// Starts that descend are found ahead of all else: indices are read between sound starts alone. The rows may
+/// be a part of the matrix, from `first` on.
 template <class I>
-Checked checked(core_int n, const I* ia, const I* ja, core_int base, Triangle triangle)
+Checked checked(core_int n, const I* ia, const I* ja, core_int base, Triangle triangle, core_int first,
+                core_int columns)
 {
     if (ia[0] != base)
         return {descending, 0, 0};
@@ -28,9 +30,10 @@ Checked checked(core_int n, const I* ia, const I* ja, core_int base, Triangle tr
         core_int last = -1;
         for (core_int p = ia[i] - base; p < ia[i + 1] - base; ++p) {
             const core_int j = ja[p] - base;
-            if (j < 0 || j >= n)
+            if (j < 0 || j >= columns)
                 return {out_of_range, i, p};
-            if ((triangle == Triangle::upper && j < i) || (triangle == Triangle::lower && j > i))
+            if ((triangle == Triangle::upper && j < first + i) ||
+                (triangle == Triangle::lower && j > first + i))
                 return {in_wrong_triangle, i, p};
             if (j <= last)
                 return {unordered, i, p};
@@ -38,6 +41,12 @@ Checked checked(core_int n, const I* ia, const I* ja, core_int base, Triangle tr
         }
     }
     return {};
+}
+
+template <class I>
+Checked checked(core_int n, const I* ia, const I* ja, core_int base, Triangle triangle)
+{
+    return checked(n, ia, ja, base, triangle, 0, n);
 }
 
 } // namespace qnm::core::solvers

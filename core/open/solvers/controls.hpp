@@ -15,6 +15,8 @@ enum Error : int {
     not_matched = -6,
     singular_diagonal = -7,
     too_large = -8,
+    not_opened = -10, // files
+    not_passed = -11, // they were not written, read or removed
     stopped = -13
 };
 
@@ -111,6 +113,9 @@ enum Control {
     schur_complement = 36,
     block_size = 37,
     zero_based = 35,
+    spread_input = 40,
+    first_row = 41,
+    last_row = 42,
     diagonal_access = 56,
     out_of_core = 60
 };

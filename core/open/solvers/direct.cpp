@@ -1,4 +1,5 @@
-// Direct solvers: carried by a library beside the core, which is opened when the first one is called.
+// Direct solvers: carried by libraries beside the core, each of which is opened when the first of its own is
+// called.
 #include "../beside.hpp"
 #include "../services.hpp"
 #include "carrier.hpp"
@@ -8,6 +9,7 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <dlfcn.h>
 #include <new>
 #include <unistd.h>
 
@@ -17,58 +19,98 @@ namespace {
 static_assert(int{no_memory} == int{dss_no_memory});
 constexpr Host host{.goes_on = [](const char* stage, int step) { return core::goes_on(stage, step); }};
 
+template <class P>
 struct Opened {
-    const Plugin* plugin = nullptr;
+    const P* plugin = nullptr;
     std::string why;
 
-    Opened()
+    explicit Opened(const std::string& name)
     {
-        constexpr const char* file = "libqnm_core_solvers.so";
-        if (auto* const open = reinterpret_cast<OpenPlugin*>(opened_beside(file, "qnm_core_solvers", why))) {
+        const std::string file = "lib" + name + ".so";
+        if (auto* const open =
+                reinterpret_cast<OpenPlugin<P>*>(opened_beside(file.c_str(), name.c_str(), why))) {
             plugin = open(plugin_edition, &host);
             if (plugin == nullptr)
-                why = std::string(file) + ": of another edition";
+                why = file + ": of another edition";
         }
     }
 };
 
-const Opened& opened()
+template <class P>
+constexpr const char* library = nullptr;
+template <>
+constexpr const char* library<Plugin> = "qnm_core_solvers";
+template <>
+constexpr const char* library<Cluster> = "qnm_core_cluster";
+
+template <class P>
+const Opened<P>& opened()
 {
-    static const Opened one;
+    static const Opened<P> one(library<P>);
     return one;
+}
+
+[[gnu::cold]] void say_why(const char* routine, const char* why)
+{
+    print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core: %.512s.\n", routine, why);
 }
 
 /// Null, with a line that says why, where nobody carries the routine; the error is then changed if memory is
 /// missing.
-const Plugin* carrier(const char* routine, int& error) noexcept
+template <class P = Plugin>
+const P* carrier(const char* routine, int& error) noexcept
 {
     const char* why = "no memory";
     try {
-        if (opened().plugin != nullptr)
-            return opened().plugin;
-        why = opened().why.c_str();
+        if (opened<P>().plugin != nullptr)
+            return opened<P>().plugin;
+        why = opened<P>().why.c_str();
     } catch (const std::bad_alloc&) { // asked again at the next call
         error = no_memory;
     }
-    print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core: %.512s.\n", routine, why);
+    say_why(routine, why);
+    return nullptr;
+}
+
+/// Whether the program has Open MPI at work. It is not brought in by this question.
+bool is_mpi_running()
+{
+    void* const mpi = dlopen("libmpi.so.40", RTLD_LAZY | RTLD_NOLOAD);
+    if (mpi == nullptr)
+        return false;
+    const auto tells = [&](const char* name) {
+        auto* const ask = reinterpret_cast<int (*)(int*)>(dlsym(mpi, name));
+        int flag = 0;
+        return ask != nullptr && ask(&flag) == 0 && flag != 0;
+    };
+    const bool running = tells("MPI_Initialized") && !tells("MPI_Finalized");
+    dlclose(mpi);
+    return running;
+}
+
+const Cluster* cluster_carrier(int& error) noexcept
+{
+    constexpr const char* routine = "CLUSTER_SPARSE_SOLVER";
+    if (is_mpi_running())
+        return carrier<Cluster>(routine, error);
+    say_why(routine, "no Open MPI is running in this program");
     return nullptr;
 }
 
 /// A routine of addresses alone that nobody carries; argument `place`, counted from 1, is its error.
-template <class I>
 [[gnu::cold]] void refuse(const char* routine, int place, std::va_list behind_first)
 {
     print_to(STDERR_FILENO, "QNM ERROR: %s is not carried by this core.\n", routine);
     for (int k = 2; k < place; ++k)
         va_arg(behind_first, void*);
-    *va_arg(behind_first, I*) = inconsistent;
+    *va_arg(behind_first, int*) = inconsistent;
 }
 
 } // namespace
 
 const Plugin* carrier()
 {
-    return opened().plugin;
+    return opened<Plugin>().plugin;
 }
 
 using Narrow = std::int32_t;
@@ -99,6 +141,45 @@ QNM_PARDISO_TYPED(pardiso_d)
 QNM_PARDISO_TYPED(pardiso_s)
 QNM_PARDISO_TYPED(pardiso_dc)
 QNM_PARDISO_TYPED(pardiso_sc)
+
+#define QNM_CLUSTER(I, plugins, name)                                                                        \
+    QNM_CORE void qnm_pds_lp64_cluster_sparse_solver##name(                                                  \
+        void** pt, const I* maxfct, const I* mnum, const I* mtype, const I* phase, const I* n,               \
+        const void* a, const I* ia, const I* ja, I* perm, const I* nrhs, I* iparm, const I* msglvl, void* b, \
+        void* x, const int* comm, I* error)                                                                  \
+    {                                                                                                        \
+        int failed = inconsistent;                                                                           \
+        if (const Cluster* const carried = cluster_carrier(failed))                                          \
+            return carried->plugins(pt, maxfct, mnum, mtype, phase, n, a, ia, ja, perm, nrhs, iparm, msglvl, \
+                                    b, x, comm, error);                                                      \
+        *error = failed;                                                                                     \
+    }
+#define QNM_CLUSTER_BOTH(name)                                                                               \
+    QNM_CLUSTER(Narrow, solver, name)                                                                        \
+    QNM_CLUSTER(Wide, solver_64, name##_64)
+#define QNM_CLUSTER_TYPED(name)                                                                              \
+    QNM_CLUSTER_BOTH(name)                                                                                   \
+    QNM_CLUSTER(Narrow, solver, name##_2d)                                                                   \
+    QNM_CLUSTER(Wide, solver_64, name##_64_2d)
+QNM_CLUSTER_BOTH()
+QNM_CLUSTER_TYPED(_d)
+QNM_CLUSTER_TYPED(_s)
+QNM_CLUSTER_TYPED(_dc)
+QNM_CLUSTER_TYPED(_sc)
+
+#define QNM_KEPT(I, step, name, parameters, ...)                                                             \
+    QNM_CORE void qnm_pds_lp64_pardiso_handle_##name parameters                                              \
+    {                                                                                                        \
+        int failed = inconsistent;                                                                           \
+        const Plugin* const carried = carrier("pardiso_handle_" #name, failed);                              \
+        *error = carried != nullptr ? carried->step(__VA_ARGS__) : failed;                                   \
+    }
+#define QNM_KEPT_OF_WIDTH(I, suffix)                                                                         \
+    QNM_KEPT(I, store, store##suffix, (void** pt, const char* directory, I* error), pt, directory)           \
+    QNM_KEPT(I, restore, restore##suffix, (void** pt, const char* directory, I* error), pt, directory)       \
+    QNM_KEPT(I, remove, delete##suffix, (const char* directory, I* error), directory)
+QNM_KEPT_OF_WIDTH(Narrow, )
+QNM_KEPT_OF_WIDTH(Wide, _64)
 
 QNM_CORE void qnm_pds_lp64_pardisoinit(void** pt, const Narrow* mtype, Narrow* iparm)
 {
@@ -188,44 +269,33 @@ QNM_CORE void qnm_pds_lp64_qnm_cvt_to_null_terminated_str(char* destination, con
     destination[count] = '\0';
 }
 
-#define QNM_REFUSED(I, place, name)                                                                          \
+#define QNM_REFUSED(place, name)                                                                             \
     QNM_CORE void qnm_pds_lp64_##name(void* first, ...)                                                      \
     {                                                                                                        \
         std::va_list behind;                                                                                 \
         va_start(behind, first);                                                                             \
-        refuse<I>(#name, place, behind);                                                                     \
+        refuse(#name, place, behind);                                                                        \
         va_end(behind);                                                                                      \
     }
-QNM_REFUSED(Narrow, 7, pardiso_export)
-QNM_REFUSED(Narrow, 7, pardiso_export_d)
-QNM_REFUSED(Narrow, 7, pardiso_export_s)
-QNM_REFUSED(Narrow, 7, pardiso_export_c)
-QNM_REFUSED(Narrow, 7, pardiso_export_z)
-QNM_REFUSED(Narrow, 5, pardiso_getdiag)
-QNM_REFUSED(Narrow, 5, pardiso_getdiag_d)
-QNM_REFUSED(Narrow, 5, pardiso_getdiag_z)
-#define QNM_REFUSED_BOTH(place, name) QNM_REFUSED(Narrow, place, name) QNM_REFUSED(Wide, place, name##_64)
-QNM_REFUSED_BOTH(3, pardiso_handle_store)
-QNM_REFUSED_BOTH(3, pardiso_handle_restore)
-QNM_REFUSED_BOTH(2, pardiso_handle_delete)
-QNM_REFUSED_BOTH(17, cluster_sparse_solver)
-#define QNM_REFUSED_TYPED(name)                                                                              \
-    QNM_REFUSED_BOTH(17, name) QNM_REFUSED(Narrow, 17, name##_2d) QNM_REFUSED(Wide, 17, name##_64_2d)
-QNM_REFUSED_TYPED(cluster_sparse_solver_d)
-QNM_REFUSED_TYPED(cluster_sparse_solver_s)
-QNM_REFUSED_TYPED(cluster_sparse_solver_dc)
-QNM_REFUSED_TYPED(cluster_sparse_solver_sc)
-#define QNM_REFUSED_FORTRAN(place, name) QNM_REFUSED(Narrow, place, name) QNM_REFUSED(Narrow, place, name##_f)
+QNM_REFUSED(7, pardiso_export)
+QNM_REFUSED(7, pardiso_export_d)
+QNM_REFUSED(7, pardiso_export_s)
+QNM_REFUSED(7, pardiso_export_c)
+QNM_REFUSED(7, pardiso_export_z)
+QNM_REFUSED(5, pardiso_getdiag)
+QNM_REFUSED(5, pardiso_getdiag_d)
+QNM_REFUSED(5, pardiso_getdiag_z)
+#define QNM_REFUSED_FORTRAN(place, name) QNM_REFUSED(place, name) QNM_REFUSED(place, name##_f)
 QNM_REFUSED_FORTRAN(4, cluster_sparse_solver_export)
 QNM_REFUSED_FORTRAN(6, cluster_sparse_solver_get_csr_size)
 #define QNM_REFUSED_OF_TYPES(place, name)                                                                    \
-    QNM_REFUSED(Narrow, place, name)                                                                         \
-    QNM_REFUSED(Narrow, place, name##_d)                                                                     \
-    QNM_REFUSED(Narrow, place, name##_s)                                                                     \
-    QNM_REFUSED(Narrow, place, name##_dc)                                                                    \
-    QNM_REFUSED(Narrow, place, name##_sc)
+    QNM_REFUSED(place, name)                                                                                 \
+    QNM_REFUSED(place, name##_d)                                                                             \
+    QNM_REFUSED(place, name##_s)                                                                             \
+    QNM_REFUSED(place, name##_dc)                                                                            \
+    QNM_REFUSED(place, name##_sc)
 QNM_REFUSED_OF_TYPES(7, cluster_sparse_solver_set_csr_ptrs)
 QNM_REFUSED_OF_TYPES(5, cluster_sparse_solver_set_ptr)
-QNM_REFUSED(Narrow, 5, cluster_sparse_solver_set_ptr_i)
+QNM_REFUSED(5, cluster_sparse_solver_set_ptr_i)
 
 } // namespace qnm::core::solvers

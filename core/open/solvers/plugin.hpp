@@ -1,11 +1,11 @@
-// What the core asks of the library that carries its direct solvers: one function, and what it gives.
+// What the core asks of the libraries that carry its direct solvers: one function of each, and what it gives.
 #pragma once
 
 #include <cstdint>
 
 namespace qnm::core::solvers {
 
-constexpr int plugin_edition = 2;
+constexpr int plugin_edition = 3;
 
 /// What the core lends beyond its exported functions.
 struct Host {
@@ -21,6 +21,9 @@ using Pardiso = void(void** pt, const I* maxfct, const I* mnum, const I* mtype, 
 struct Plugin {
     Pardiso<std::int32_t>* pardiso;
     Pardiso<std::int64_t>* pardiso_64;
+    int (*store)(void** pt, const char* folder);
+    int (*restore)(void** pt, const char* folder);
+    int (*remove)(const char* folder);
 
     // DSS: the same steps as functions with a status
     int (*create)(void** handle, const int* opt);
@@ -41,6 +44,18 @@ struct Plugin {
     void (*end_inner)(void* system);
 };
 
-using OpenPlugin = const Plugin*(int edition, const Host* host);
+/// Over several processes, with a communicator of Fortran's.
+template <class I>
+using OverProcesses = void(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I* phase,
+                           const I* n, const void* a, const I* ia, const I* ja, I* perm, const I* nrhs,
+                           I* iparm, const I* msglvl, void* b, void* x, const int* comm, I* error);
+
+struct Cluster {
+    OverProcesses<std::int32_t>* solver;
+    OverProcesses<std::int64_t>* solver_64;
+};
+
+template <class P>
+using OpenPlugin = const P*(int edition, const Host* host);
 
 } // namespace qnm::core::solvers

@@ -68,7 +68,7 @@ struct Solver {
         const bool scaled = kind.symmetry == Symmetry::none;
         const Wishes wishes{
             .scaled = scaled, .perturbation = kind.is_indefinite() ? 8 : 13, .determinant = true};
-        system = make_system(kind, single, wishes, std::make_shared<const Pattern>(kind, stored()));
+        system = make_system(kind, single, wishes, std::make_shared<const Pattern>(kind, stored()), {});
         mtype = type;
         return system->analyse(nullptr, order.empty() ? nullptr : order.data());
     }

@@ -11,7 +11,7 @@ int begin(void** system, bool single, bool symmetric, int n, const int* start, c
         const Kind kind(symmetric ? 6 : 3);
         const Wishes wishes{.scaled = true, .perturbation = -1};
         const Stored<int> all{n, start, index, 0, 1};
-        auto made = make_system(kind, single, wishes, std::make_shared<const Pattern>(kind, all));
+        auto made = make_system(kind, single, wishes, std::make_shared<const Pattern>(kind, all), {});
         const Error error = made->analyse(nullptr, nullptr);
         if (error == no_error)
             *system = made.release();

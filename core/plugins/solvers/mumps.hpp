@@ -1,19 +1,16 @@
 // The engine, MUMPS, by element type.
 #pragma once
 
-#include "open/solvers/controls.hpp"
+#include "processes.hpp"
 
 #include <complex>
 #include <cstring>
 #include <mutex>
-#include <new>
 
 #include <cmumps_c.h>
 #include <dmumps_c.h>
 #include <smumps_c.h>
 #include <zmumps_c.h>
-
-extern "C" void SCOTCH_randomReset(void);
 
 namespace qnm::core::solvers {
 
@@ -37,33 +34,43 @@ inline std::mutex& engine()
     return one;
 }
 
-/// One matrix of the engine's.
+/// One matrix of the engine's. All its processes run a job, begin and end it together.
 template <class T>
 class Instance {
 public:
     using Element = typename Mumps<T>::Element;
 
-    /// Throws if there is no memory.
-    explicit Instance(int symmetry)
+    Instance(int symmetry, const Processes& processes)
     {
         std::memset(&words, 0, sizeof words);
         words.sym = symmetry;
-        words.par = 1;
-        words.comm_fortran = -987654; // as its documentation has it
-        if (run(-1) != 0)
-            throw std::bad_alloc();
-        for (const int stream : {1, 2, 3, 4})
-            control(stream) = stream == 4 ? 0 : -1; // it prints nothing
+        words.par = 1; // the first process has a share of the work
+        words.comm_fortran = processes.communicator();
     }
-    ~Instance() { run(-2); }
+    ~Instance()
+    {
+        if (begun_)
+            run(-2);
+    }
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
 
     /// 0, or the engine's error.
+    int begin()
+    {
+        if (begun_)
+            return 0;
+        if (const int told = run(-1); told != 0)
+            return told;
+        begun_ = true;
+        for (const int stream : {1, 2, 3, 4})
+            control(stream) = stream == 4 ? 0 : -1; // it prints nothing
+        return 0;
+    }
     int run(int job)
     {
         const std::lock_guard one_at_a_time(engine());
-        SCOTCH_randomReset(); // orders, and so bits, do not depend on what was ordered before
+        Processes::begin_engine();
         words.job = job;
         Mumps<T>::call(&words);
         return words.infog[0] < 0 ? words.infog[0] : 0;
@@ -81,6 +88,9 @@ public:
     }
 
     typename Mumps<T>::Words words;
+
+private:
+    bool begun_ = false;
 };
 
 } // namespace qnm::core::solvers

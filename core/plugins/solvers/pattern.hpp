@@ -12,6 +12,7 @@ struct Stored {
     core_int n; // rows of elements
     const I *start, *index;
     core_int base, block;
+    core_int first = 0; // row of the matrix
 
     /// visit(row, column, place of the value), all from 0. Blocks lie by columns where indices count from 1,
     /// as elsewhere, else by rows.
@@ -21,7 +22,7 @@ struct Stored {
         if (block == 1) {
             for (core_int i = 0; i < n; ++i)
                 for (core_int p = start[i] - base; p < start[i + 1] - base; ++p)
-                    visit(i, index[p] - base, p);
+                    visit(first + i, index[p] - base, p);
             return;
         }
         for (core_int i = 0; i < n / block; ++i)
@@ -29,15 +30,21 @@ struct Stored {
                 for (core_int k = 0; k < block * block; ++k) {
                     const core_int down = base == 0 ? k / block : k % block;
                     const core_int right = base == 0 ? k % block : k / block;
-                    visit(i * block + down, (index[p] - base) * block + right, p * block * block + k);
+                    visit(first + i * block + down, (index[p] - base) * block + right, p * block * block + k);
                 }
     }
 };
 
 class Pattern {
 public:
+    Pattern() = default; // of nothing
     template <class I>
-    Pattern(Kind kind, const Stored<I>& a) : n(a.n)
+    Pattern(Kind kind, const Stored<I>& a) : Pattern(kind, a, a.n, false)
+    {
+    }
+    /// Of a matrix with n rows, some of which may be elsewhere.
+    template <class I>
+    Pattern(Kind kind, const Stored<I>& a, core_int rows, bool in_parts) : n(rows), is_spread(in_parts)
     {
         // A triangle has nothing below its diagonal; of Hermitian ones the other triangle is completed.
         const bool half = kind.is_half();
@@ -88,7 +95,19 @@ public:
         return true;
     }
 
-    const core_int n;
+    /// To a file, or from one.
+    template <class Self, class File>
+    static void pass(Self& self, File& file)
+    {
+        file(self.n, self.count, self.is_spread, self.in_order_);
+        file.many(self.row, self.count);
+        file.many(self.column, self.count);
+        if (!self.in_order_)
+            file.many(self.from_, self.count);
+    }
+
+    core_int n = 0;
+    bool is_spread = false; // all processes have rows, each its own
     core_int count = 0;
     Array<int> row, column; // from 1
 

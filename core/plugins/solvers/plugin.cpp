@@ -2,32 +2,45 @@
 #include "dss.hpp"
 #include "inner.hpp"
 #include "pardiso.hpp"
-
-#include <cstdlib>
-#include <string_view>
+#include "store.hpp"
 
 namespace qnm::core::solvers {
+namespace {
 
-const Host* host = nullptr;
-
-} // namespace qnm::core::solvers
-
-// The engine's orderings look at variables, which are not for a program with rights that its caller has not.
-// Several threads would order one matrix now this way and now that: there is one unless somebody asks for
-// more.
-extern "C" char* __wrap_getenv(const char* name);
-extern "C" char* __wrap_getenv(const char* name)
+template <class I>
+void pardiso(void** pt, const I* maxfct, const I* mnum, const I* mtype, const I* phase, const I* n,
+             const void* a, const I* ia, const I* ja, I* perm, const I* nrhs, I* iparm, const I* msglvl,
+             void* b, void* x, I* error)
 {
-    static char one[] = "1";
-    char* const value = secure_getenv(name);
-    return value == nullptr && name == std::string_view("SCOTCH_PTHREAD_NUMBER") ? one : value;
+    *error = static_cast<I>(called<I>({.processes = {},
+                                       .pt = pt,
+                                       .maxfct = *maxfct,
+                                       .mnum = *mnum,
+                                       .mtype = *mtype,
+                                       .phase = *phase,
+                                       .n = *n,
+                                       .a = a,
+                                       .ia = ia,
+                                       .ja = ja,
+                                       .perm = perm,
+                                       .nrhs = *nrhs,
+                                       .iparm = Controls(iparm),
+                                       .tells = *msglvl == 1,
+                                       .b = b,
+                                       .x = x}));
 }
+
+} // namespace
+} // namespace qnm::core::solvers
 
 QNM_CORE const qnm::core::solvers::Plugin* qnm_core_solvers(int edition, const qnm::core::solvers::Host* host)
 {
     using namespace qnm::core::solvers;
     static constexpr Plugin carried{.pardiso = pardiso<std::int32_t>,
                                     .pardiso_64 = pardiso<std::int64_t>,
+                                    .store = store::write,
+                                    .restore = store::read,
+                                    .remove = store::remove,
                                     .create = dss::create,
                                     .define_structure = dss::define_structure,
                                     .reorder = dss::reorder,

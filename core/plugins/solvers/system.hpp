@@ -2,8 +2,10 @@
 #pragma once
 
 #include "pattern.hpp"
+#include "processes.hpp"
 
 #include <memory>
+#include <string>
 
 namespace qnm::core::solvers {
 
@@ -26,7 +28,12 @@ struct Facts {
     int binary_exponent = 0;
 };
 
-/// Errors are told by what is returned; without memory steps throw.
+/// What is done with a system's file.
+enum class Filed { written, read, removed };
+
+/// Errors are told by what is returned; without memory steps throw. All processes make a step together.
+/// Values are those of each one's own elements; what else a step is given or gives back lies at the first one
+/// alone, and the others hand on null.
 class System {
 public:
     virtual ~System() = default;
@@ -40,11 +47,13 @@ public:
                             core_int most) = 0;
     virtual const int* order() const = 0; // as it was made
     virtual bool is_factored() const = 0;
+    /// Under this name in this folder. One that is read goes on where the other was, facts apart.
+    virtual Error file(Filed what, const std::string& folder, const std::string& name, bool is_factored) = 0;
 
     Facts facts;
 };
 
 std::unique_ptr<System> make_system(Kind kind, bool single, const Wishes& wishes,
-                                    std::shared_ptr<const Pattern> pattern);
+                                    std::shared_ptr<const Pattern> pattern, const Processes& processes);
 
 } // namespace qnm::core::solvers
