@@ -284,7 +284,7 @@ template <class T>
 void solve_all(const std::vector<int>& kinds)
 {
     for (const int mtype : kinds)
-        for (int k = 0; k < 12; ++k) {
+        for (int k = 0; k < 6; ++k) {
             solve_as_one_process_does<T, int>(mtype, k % 3, k % 2 == 1);
             solve_as_one_process_does<T, qnm_int64>(mtype, k % 3, k % 2 == 1);
         }
