@@ -14,19 +14,19 @@ all: lib
 ## lib: the layer, the open core and its direct solvers, the adapter and qnm-run, without tests
 lib:
 	@$(PACKAGES) lib
-	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
+	@tools/configure release -DQNM_TESTS=OFF
 	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS)
 
 ## plugins: engines under other licences, to be opened at run time; nothing links or installs them (docs/open-core.md)
 plugins:
 	@$(PACKAGES) lib plug-ins
-	@cmake --preset release -DQNM_TESTS=OFF -DQNM_PLUGINS=ON >/dev/null
+	@tools/configure release -DQNM_TESTS=OFF -DQNM_PLUGINS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_core plugins
 
 ## demo: real programs through the layer
 demo:
 	@$(PACKAGES) lib demo
-	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
+	@tools/configure release -DQNM_TESTS=OFF
 	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS) examples
 	@examples/demo.sh $(BUILD)
 
@@ -43,7 +43,7 @@ sanitizers:
 ## bench: instructions and time beside a direct call of the engine
 bench:
 	@$(PACKAGES) lib bench
-	@cmake --preset release -DQNM_TESTS=OFF -DQNM_BENCH=ON -DQNM_PLUGINS=ON >/dev/null
+	@tools/configure release -DQNM_TESTS=OFF -DQNM_BENCH=ON -DQNM_PLUGINS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_core_fftw qnm_bench_cost qnm_bench_copies \
 	  qnm_bench_transforms qnm_bench_vectors qnm_bench_statistics qnm_bench_sparse qnm_bench_load \
 	  $$(cmake --build $(BUILD) --target help | grep -o '^qnm_bench_direct' || true)
@@ -52,7 +52,7 @@ bench:
 ## accuracy: docs/accuracy.md, from POINTS points a function, or FULL=1: every number of single precision
 accuracy:
 	@$(PACKAGES) lib check
-	@cmake --preset release -DQNM_TESTS=ON >/dev/null
+	@tools/configure release -DQNM_TESTS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target accuracy
 	@$(BUILD)/bin/accuracy $(POINTS) $(if $(FULL),all-floats) > $(BUILD)/accuracy.md; \
 	  missed=$$?; [ ! -s $(BUILD)/accuracy.md ] || mv $(BUILD)/accuracy.md docs/accuracy.md; exit $$missed
@@ -60,7 +60,7 @@ accuracy:
 ## dieharder: generators and distributions by a battery of tests, SOURCES and TESTS or all; hours, and no part of check
 dieharder:
 	@$(PACKAGES) lib check dieharder
-	@cmake --preset release -DQNM_TESTS=ON >/dev/null
+	@tools/configure release -DQNM_TESTS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target words
 	@tools/dieharder $(BUILD) $(SOURCES)
 

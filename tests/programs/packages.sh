@@ -55,4 +55,13 @@ for target in lib demo check sanitizers bench; do # whose groups are there
     expect "||0" all "" "$source/packages.txt" $groups
 done
 [ "$(make -C "$source" -n lib | grep -c 'packages.txt lib$')" = 1 ] || fail "make lib is not light"
+
+# Of configuring only what is left out is told, and how it ended.
+printf '#!/bin/sh\nprintf -- "-- Found it\\n-- No engine: not found\\nNo path\\n-- Noted\\n"; [ "$*" = "--preset fast -DX=1" ]\n' > cmake
+chmod +x cmake
+[ "$(PATH=$work:$PATH "$source/tools/configure" fast -DX=1)" = "No engine: not found" ] || fail "told by configure"
+! PATH=$work:$PATH "$source/tools/configure" slow > out || fail "what failed is not told"
+for target in lib plugins demo bench accuracy dieharder; do
+    [ "$(make -C "$source" -n "$target" | grep -c '^tools.configure release ')" = 1 ] || fail "make $target"
+done
 echo "all as expected"
