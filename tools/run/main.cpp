@@ -5,6 +5,7 @@
 #include "program.hpp"
 #include "refusal.hpp"
 #include "report.hpp"
+#include "trace/line.hpp"
 #include "traced_run.hpp"
 
 #include <cerrno>
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -117,25 +119,40 @@ int run_traced(const Options& options, const Program& program, char** arguments,
     const Process process;
     const File trace = open_trace(options, process);
     const auto begin = std::chrono::steady_clock::now();
-    const int status = traced_run(
-        program.path, arguments, preload,
-        [&](std::string_view line) {
-            if (options.trace)
-                std::fprintf(trace.get(), "%.*s\n", static_cast<int>(line.size()), line.data());
-            if (options.report)
-                report.add(line);
-        },
-        [&] { std::fflush(trace.get()); });
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    if (std::ferror(trace.get()))
-        std::fprintf(stderr, "qnm-run: the trace could not be written whole\n");
-    if (options.report)
+    qnm::trace::LineText text;
+    std::uint64_t records = 0;
+    std::optional<std::uint64_t> told;
+    const auto tell = [&] { // again, if more has come since
+        std::fflush(trace.get());
+        if (!options.report || told == records)
+            return;
+        told = records;
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
         std::fprintf(stderr, "\nqnm-run: %s%s ran %s\n%s",
                      process.is_one_of_several()
                          ? ("process " + process.number + " of " + process.count + ": ").c_str()
                          : "",
                      program.path.c_str(), duration_text(elapsed.count()).c_str(), report.text().c_str());
-    return status;
+    };
+    const Outcome outcome = traced_run(program.path, arguments, preload,
+                                       {[&](const Record& record) {
+                                            ++records;
+                                            if (options.trace) {
+                                                const std::string_view line =
+                                                    qnm::trace::line_text(record.line, record.seconds, text);
+                                                std::fwrite(line.data(), 1, line.size(), trace.get());
+                                            }
+                                            if (options.report)
+                                                report.add(record);
+                                        },
+                                        [&] { std::fflush(trace.get()); }, tell});
+    if (std::ferror(trace.get()))
+        std::fprintf(stderr, "qnm-run: the trace could not be written whole\n");
+    if (outcome.lost != 0)
+        std::fprintf(stderr, "qnm-run: of %llu calls nothing is known: they ended while they were told\n",
+                     static_cast<unsigned long long>(outcome.lost));
+    tell();
+    return outcome.status;
 }
 
 } // namespace

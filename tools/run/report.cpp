@@ -25,18 +25,6 @@ std::optional<T> number(std::string_view text)
     return value;
 }
 
-std::optional<double> parse_duration(std::string_view text)
-{
-    if (text == "-") // the time of this call is not known
-        return 0;
-    const std::size_t digits = std::min(text.find_first_not_of("0123456789.e+-"), text.size());
-    const auto value = number<double>(text.substr(0, digits));
-    for (const Unit& unit : units)
-        if (value && text.substr(digits) == unit.name)
-            return *value * unit.seconds;
-    return std::nullopt;
-}
-
 bool is_address(std::string_view text)
 {
     return text.starts_with("0x") || text == "(nil)";
@@ -93,34 +81,24 @@ bool read_transform(std::string_view text, TracedCall& call)
 
 std::optional<RefusedPlan> parse_refused_plan(std::string_view line)
 {
-    constexpr std::string_view mark = "QNM_VERBOSE no plan: ";
+    constexpr std::string_view mark = "no plan: ";
     if (!line.starts_with(mark))
         return std::nullopt;
     line.remove_prefix(mark.size());
     const std::size_t open = line.find('(');
-    const std::size_t end = line.rfind(' '); // of the time, which nobody knows
-    if (open == 0 || end == std::string_view::npos || end < open)
+    if (open == 0 || open == std::string_view::npos)
         return std::nullopt;
-    return RefusedPlan{line.substr(0, open), line.substr(open, end - open)};
+    return RefusedPlan{line.substr(0, open), line.substr(open)};
 }
 
 std::optional<TracedCall> parse_call(std::string_view line)
 {
-    constexpr std::string_view mark = "QNM_VERBOSE ";
-    if (!line.starts_with(mark))
-        return std::nullopt;
-    line.remove_prefix(mark.size());
     const std::size_t open = line.find('(');
-    const std::size_t close = line.rfind(") ");
+    const std::size_t close = line.rfind(')');
     if (open == 0 || open == std::string_view::npos || close == std::string_view::npos || close < open ||
         line.find(' ') < open)
         return std::nullopt;
-    std::string_view tail = line.substr(close + 2);
-    const auto seconds = parse_duration(tail.substr(0, tail.find(' ')));
-    if (!seconds)
-        return std::nullopt;
-
-    TracedCall call{std::string(line.substr(0, open)), {}, *seconds, {}, 0};
+    TracedCall call{std::string(line.substr(0, open)), {}, {}, 0};
     std::string_view rest = line.substr(open + 1, close - open - 1);
     while (!rest.empty()) {
         const std::size_t comma = rest.find(',');
@@ -150,15 +128,15 @@ std::string duration_text(double seconds)
     return text.data();
 }
 
-void Report::add(std::string_view line)
+void Report::add(const Record& record)
 {
-    if (const auto plan = parse_refused_plan(line)) {
+    if (const auto plan = parse_refused_plan(record.line)) {
         Refused& refused = refused_[std::string(plan->planner)];
         if (refused.plans++ == 0)
             refused.first = plan->shape;
         return;
     }
-    const auto call = parse_call(line);
+    const auto call = parse_call(record.line);
     if (!call)
         return;
     auto found = routines_.find(call->name);
@@ -166,7 +144,7 @@ void Report::add(std::string_view line)
         found = routines_.emplace(call->name, Totals{}).first;
     Totals& totals = found->second;
     ++totals.calls;
-    totals.seconds += call->seconds;
+    totals.seconds += std::max(record.seconds, 0.0);
     totals.largest.resize(std::max(totals.largest.size(), call->sizes.size()));
     for (std::size_t i = 0; i < call->sizes.size(); ++i)
         totals.largest[i] = std::max(totals.largest[i], call->sizes[i]);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "record.hpp"
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -9,11 +11,10 @@
 
 namespace qnm::run {
 
-/// One traced call, as its line tells it: "QNM_VERBOSE DGEMM(N,N,4,4,4,0x1,...) 1.234us".
+/// One traced call, as its line tells it: "DGEMM(N,N,4,4,4,0x1,...)".
 struct TracedCall {
     std::string name; ///< of the routine; of Fourier transforms with their letters: "FFT dcfo"
     std::vector<std::string_view> arguments;
-    double seconds = 0;
     std::vector<std::int64_t> sizes; ///< that say how much work it had, in their order: m, n, k, lengths
     std::int64_t batch = 0;          ///< how many transforms at once, if there are several
 };
@@ -21,7 +22,7 @@ struct TracedCall {
 /// Nothing if the line does not tell a call (the heading, or text of another origin).
 std::optional<TracedCall> parse_call(std::string_view line);
 
-/// A plan that was refused, as its line tells it: "QNM_VERBOSE no plan: fftw_plan_r2r_1d(n=8,...) -".
+/// A plan that was refused, as its line tells it: "no plan: fftw_plan_r2r_1d(n=8,...)".
 struct RefusedPlan {
     std::string_view planner;
     std::string_view shape;
@@ -37,8 +38,8 @@ std::string duration_text(double seconds);
 /// number of calls.
 class Report {
 public:
-    /// Takes a line of the trace; lines that tell no call are passed over.
-    void add(std::string_view line);
+    /// Records that tell no call are passed over. The time of one that is not known counts as none.
+    void add(const Record& record);
     /// The table, longest total time first, and its total line; then the refused plans, if there are any.
     std::string text() const;
 

@@ -1,41 +1,45 @@
 #include "traced_run.hpp"
 
 #include "refusal.hpp"
-#include "trace_fifo.hpp"
+#include "trace_ring.hpp"
 
-#include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <poll.h>
+#include <mutex>
 #include <sys/resource.h>
-#include <sys/signalfd.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace qnm::run {
 namespace {
 
-/// Takes the signals that would end or inform this process out of a descriptor, so that no handler
-/// runs at a random place; restore() gives the program what it would have had without us.
+/// Takes the signals that would end or inform this process, so that no handler runs at a random place;
+/// restore() gives the program what it would have had without us.
 class Signals {
 public:
     Signals()
     {
-        sigset_t taken;
-        sigemptyset(&taken);
+        sigemptyset(&taken_);
         for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGCHLD})
-            sigaddset(&taken, number);
-        sigprocmask(SIG_BLOCK, &taken, &before_);
+            sigaddset(&taken_, number);
+        sigprocmask(SIG_BLOCK, &taken_, &before_);
         pipe_before_ = std::signal(SIGPIPE, SIG_IGN);
-        fd_ = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
-        if (fd_ < 0)
-            throw Refusal(status_own_failure, std::string("signalfd: ") + std::strerror(errno));
     }
     ~Signals()
     {
-        close(fd_);
+        if (waiting_.joinable()) {
+            ended_ = true;
+            pthread_kill(waiting_.native_handle(), SIGCHLD);
+            waiting_.join();
+        }
         restore();
     }
     Signals(const Signals&) = delete;
@@ -46,75 +50,48 @@ public:
         std::signal(SIGPIPE, pipe_before_);
         sigprocmask(SIG_SETMASK, &before_, nullptr);
     }
-    int fd() const { return fd_; }
+
+    /// From now on a thread waits for them, and tells when there are some.
+    void wait(const std::function<void()>& arrived)
+    {
+        waiting_ = std::thread([this, arrived] {
+            while (!ended_) {
+                siginfo_t info;
+                if (sigwaitinfo(&taken_, &info) < 0)
+                    continue;
+                {
+                    const std::lock_guard lock(mutex_);
+                    arrived_.push_back(info);
+                }
+                arrived();
+            }
+        });
+    }
+    /// Those that arrived since this was asked last.
+    std::vector<siginfo_t> take()
+    {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(arrived_, {});
+    }
 
 private:
-    sigset_t before_ = {};
+    sigset_t taken_ = {}, before_ = {};
     void (*pipe_before_)(int) = SIG_DFL;
-    int fd_ = -1;
+    std::mutex mutex_;
+    std::vector<siginfo_t> arrived_;
+    std::atomic<bool> ended_{false};
+    std::thread waiting_;
 };
-
-/// Cuts a stream of bytes into lines; an endless line is cut too, so that nothing grows without bound.
-class Lines {
-public:
-    explicit Lines(const std::function<void(std::string_view)>& line) : line_(line) {}
-
-    void add(std::string_view bytes)
-    {
-        for (std::size_t end; (end = bytes.find('\n')) != std::string_view::npos;
-             bytes.remove_prefix(end + 1)) {
-            pending_ += bytes.substr(0, end);
-            flush();
-        }
-        pending_ += bytes;
-        if (pending_.size() > longest)
-            flush();
-    }
-    void end()
-    {
-        if (!pending_.empty())
-            flush();
-    }
-
-private:
-    static constexpr std::size_t longest = 1 << 16;
-
-    void flush()
-    {
-        line_(pending_);
-        pending_.clear();
-    }
-
-    const std::function<void(std::string_view)>& line_;
-    std::string pending_;
-};
-
-// What the read of a descriptor left behind: more may come, or all writers are gone.
-enum class Stream { open, ended };
-
-Stream drain(int fd, Lines& lines)
-{
-    std::array<char, 1 << 16> buffer;
-    for (;;) {
-        const ssize_t count = read(fd, buffer.data(), buffer.size());
-        if (count == 0)
-            return Stream::ended;
-        if (count > 0)
-            lines.add({buffer.data(), static_cast<std::size_t>(count)});
-        else if (errno != EINTR)
-            return Stream::open;
-    }
-}
 
 pid_t start(const std::string& path, char* const* arguments, const std::string& preload,
-            const std::string& fifo, const Signals& signals)
+            const std::string& ring, const Signals& signals)
 {
     const pid_t child = fork();
     if (child < 0)
         throw Refusal(status_own_failure, std::string("fork: ") + std::strerror(errno));
     if (child == 0) {
         signals.restore();
-        become(path, arguments, preload, fifo);
+        become(path, arguments, preload, ring);
         const int error = errno;
         std::fprintf(stderr, "qnm-run: %s: %s\n", path.c_str(), std::strerror(error));
         _exit(error == ENOENT ? status_not_found : status_not_runnable);
@@ -125,58 +102,69 @@ pid_t start(const std::string& path, char* const* arguments, const std::string& 
 } // namespace
 
 void become(const std::string& path, char* const* arguments, const std::string& preload,
-            const std::string& fifo)
+            const std::string& ring)
 {
-    if (!fifo.empty()) {
+    if (!ring.empty()) {
         setenv("QNM_VERBOSE", "1", 1);
-        setenv("QNM_VERBOSE_OUTPUT_FILE", fifo.c_str(), 1);
+        setenv("QNM_VERBOSE_RING", ring.c_str(), 1);
     }
     setenv("LD_PRELOAD", preload.c_str(), 1);
     execvp(path.c_str(), arguments);
 }
 
-int traced_run(const std::string& path, char* const* arguments, const std::string& preload,
-               const std::function<void(std::string_view)>& line, const std::function<void()>& batch_end)
+Outcome traced_run(const std::string& path, char* const* arguments, const std::string& preload,
+                   const Listener& listener)
 {
-    const Signals signals;
-    TraceFifo fifo;
-    Lines lines(line);
-    const pid_t child = start(path, arguments, preload, fifo.path(), signals);
+    using Clock = std::chrono::steady_clock;
+    using namespace std::chrono_literals;
+    constexpr auto patience = 2s;
 
-    int status = 0;
+    TraceRing ring;
+    Signals signals;
+    const pid_t child = start(path, arguments, preload, ring.path(), signals);
+    signals.wait([&] { ring.wake(); });
+
+    Outcome outcome;
     bool running = true;
     bool stopped = false; // by a signal, while only children of the program were left
     bool told = false;
+    Clock::time_point ended;
+    const auto handle = [&](const siginfo_t& signal) {
+        if (signal.si_signo == SIGCHLD) {
+            if (running && waitpid(child, &outcome.status, WNOHANG) == child) {
+                running = false;
+                ended = Clock::now();
+            }
+            return;
+        }
+        if (signal.si_signo == SIGTERM) { // whoever sends it may not wait long
+            ring.read(listener.record);
+            listener.terminated();
+        }
+        if (!running)
+            stopped = true;
+        else if (signal.si_code != SI_KERNEL)
+            kill(child, signal.si_signo); // the terminal's signals have reached the whole group already
+    };
     while (!stopped) {
-        std::array<pollfd, 2> wanted = {pollfd{fifo.reader(), POLLIN, 0}, pollfd{signals.fd(), POLLIN, 0}};
-        constexpr int patience_ms = 2000;
-        if (poll(wanted.data(), wanted.size(), running || told ? -1 : patience_ms) == 0) {
+        for (const siginfo_t& signal : signals.take())
+            handle(signal);
+        const bool over = !running && !ring.has_writers();
+        ring.read(listener.record);
+        listener.pause();
+        if (over)
+            break;
+        if (!running && !told && Clock::now() - ended > patience) {
             std::fprintf(stderr, "qnm-run: %s has ended, but a child of it still traces; waiting\n",
                          path.c_str());
             told = true;
         }
-        signalfd_siginfo info;
-        while (read(signals.fd(), &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-            const int number = static_cast<int>(info.ssi_signo);
-            if (number == SIGCHLD) {
-                if (running && waitpid(child, &status, WNOHANG) == child) {
-                    running = false;
-                    fifo.no_more_writers();
-                }
-            } else if (!running) {
-                stopped = true;
-            } else if (info.ssi_code != SI_KERNEL) {
-                kill(child, number); // the terminal's signals have reached the whole group already
-            }
-        }
-        const Stream stream = drain(fifo.reader(), lines);
-        batch_end();
-        if (stream == Stream::ended && !running)
-            break;
+        ring.wait(running ? 1h : 20ms); // nobody tells when the last child goes
     }
-    lines.end();
-    batch_end();
-    return status;
+    ring.read_last(listener.record);
+    listener.pause();
+    outcome.lost = ring.lost();
+    return outcome;
 }
 
 void end_like(int wait_status)

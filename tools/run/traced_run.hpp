@@ -1,22 +1,34 @@
 #pragma once
 
-#include <cstdio>
+#include "record.hpp"
+
+#include <cstdint>
 #include <functional>
 #include <string>
-#include <string_view>
 
 namespace qnm::run {
 
-/// Sets the environment of the tracing (nothing if `fifo` is empty) and of the preload, and becomes the
+/// Sets the environment of the tracing (nothing if `ring` is empty) and of the preload, and becomes the
 /// program. Returns only on failure, with errno set.
 void become(const std::string& path, char* const* arguments, const std::string& preload,
-            const std::string& fifo);
+            const std::string& ring);
 
-/// Runs the program with tracing on, hands each line of the trace (without its newline) to `line` while
-/// the program runs, and returns its wait status when it and all of its traced children are gone.
-/// Signals meant for the program reach it; the trace's private folder is removed on every path.
-int traced_run(const std::string& path, char* const* arguments, const std::string& preload,
-               const std::function<void(std::string_view)>& line, const std::function<void()>& batch_end);
+/// Who is told what while the program runs, all by the thread that called traced_run().
+struct Listener {
+    std::function<void(const Record&)> record; ///< the line lives as long as the call
+    std::function<void()> pause;               ///< all that was there is read
+    std::function<void()> terminated; ///< SIGTERM has come, and goes on to the program when this returns
+};
+
+struct Outcome {
+    int status = 0;         ///< of the program, as wait() tells it
+    std::uint64_t lost = 0; ///< records that their writers began and did not live to end
+};
+
+/// Runs the program with tracing on, and returns when it and all of its traced children are gone. Signals
+/// meant for the program reach it; nothing of the trace stays behind.
+Outcome traced_run(const std::string& path, char* const* arguments, const std::string& preload,
+                   const Listener& listener);
 
 /// Ends this process as the wait status says: the same exit status, or the same signal.
 [[noreturn]] void end_like(int wait_status);
