@@ -154,7 +154,9 @@ bool RingWriter::put(std::string_view line, double seconds)
     const KeptErrno kept;
     constexpr int yields = 64, turns_between_doubts = 512;
     for (int turn = 1; (word = slot.word.load(std::memory_order_acquire)) < lap; ++turn) {
-        if (ring_->reader.load() == trace::closed || (turn % turns_between_doubts == 0 && !reader_lives()))
+        if (turn % turns_between_doubts == 0 && !reader_lives())
+            reader_gone_.store(true, std::memory_order_relaxed);
+        if (reader_gone_.load(std::memory_order_relaxed) || ring_->reader.load() == trace::closed)
             return false;
         trace::wake(ring_->reader);
         if (turn < yields) {

@@ -29,6 +29,7 @@ private:
 
     trace::Ring* ring_ = nullptr; // stays mapped: another thread may be about to write
     const std::string path_;
+    std::atomic<bool> reader_gone_{false};
 };
 
 } // namespace qnm::core

@@ -150,9 +150,11 @@ void TraceRing::read(const std::function<void(const Record&)>& record)
     const auto now = Clock::now();
     if (ticket_ != first)
         last_read_ = now;
-    if (ticket_ != first || !is_taken())
-        stuck_since_ = now;
-    else if (now - stuck_since_ > patience)
+    if (!is_taken())
+        stuck_ = {};
+    else if (!stuck_ || stuck_->ticket != ticket_)
+        stuck_ = {ticket_, now};
+    else if (now - stuck_->since > patience)
         give_up();
 }
 

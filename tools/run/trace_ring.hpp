@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace qnm::run {
@@ -50,7 +51,12 @@ private:
     trace::Ring* ring_ = nullptr;
     std::uint64_t ticket_ = 0; // to be read next
     std::uint64_t given_up_ = 0;
-    Clock::time_point last_read_ = {}, stuck_since_ = {};
+    Clock::time_point last_read_;
+    struct Stuck {
+        std::uint64_t ticket;
+        Clock::time_point since;
+    };
+    std::optional<Stuck> stuck_; // where this side waits for a writer
     std::atomic<bool> woken_{false};
 };
 
