@@ -46,6 +46,7 @@ bench:
 	@tools/configure release -DQNM_TESTS=OFF -DQNM_BENCH=ON -DQNM_PLUGINS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_layer qnm_core qnm_core_fftw qnm_bench_cost qnm_bench_copies \
 	  qnm_bench_transforms qnm_bench_vectors qnm_bench_statistics qnm_bench_sparse qnm_bench_load \
+	  qnm_bench_trace qnm_run qnm_gnu qnm_watch \
 	  $$(cmake --build $(BUILD) --target help | grep -o '^qnm_bench_direct' || true)
 	@bench/run.sh $(BUILD)
 

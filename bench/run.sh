@@ -112,6 +112,27 @@ direct()
     fi
 }
 
+# Nanoseconds for a call of DSCAL with three elements, each line's median of five runs.
+tracing()
+{
+    echo "== Traced calls"
+    local program=$build/bin/qnm_bench_trace run=$build/bin/qnm-run
+    ways()
+    {
+        local label=$1
+        shift
+        for _ in 1 2 3 4 5; do "$@" "$program" calls 1000000 2>/dev/null; done | sort -n |
+            awk -v label="$label" 'NR == 3 { printf "%-30s %8.1f ns\n", label, $1 }'
+    }
+    ways "linked, untraced"
+    ways "qnm-run" "$run"
+    ways "qnm-run --report" "$run" --report
+    ways "qnm-run --trace=FILE" "$run" --trace="$work/lines"
+    ways "QNM_VERBOSE_OUTPUT_FILE" env QNM_VERBOSE=1 QNM_VERBOSE_OUTPUT_FILE="$work/own"
+    counted "$work/counts" "$program" count
+    "$program" table "$work/counts"
+}
+
 loading()
 {
     echo "== Loading the layer beside a core, lazily, in 201 fresh processes (aim: median below 1000 us)"
@@ -176,6 +197,7 @@ statistics
 sparse
 solvers
 direct
+tracing
 loading
 relocations
 if [ $clean_build = yes ]; then
