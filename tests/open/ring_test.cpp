@@ -11,6 +11,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <map>
+#include <set>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -70,6 +71,7 @@ int status_of(pid_t process)
 struct Calls {
     std::map<std::pair<int, int>, int> count;
     std::map<int, std::pair<int, std::int64_t>> last; // by the system's number: the program's, and when
+    std::set<int> processes;
     std::string wrong;
 
     void add(const Record& record)
@@ -78,6 +80,7 @@ struct Calls {
         if (record.line.starts_with('#') || std::sscanf(record.line.data(), "CALL(%d,", &thread) != 1)
             return;
         int& next = count[{record.process, thread}];
+        processes.insert(record.process);
         auto& [is, when] = last.try_emplace(record.thread, thread, 0).first->second;
         if (wrong.empty() && (record.line != line_of(thread, next) || record.seconds != 1e-6 ||
                               is != thread || record.start < when))
@@ -110,8 +113,9 @@ TEST(Ring, NothingIsLostOrMixedAmongThreadsAndProcesses)
     TraceRing ring;
     const auto all_threads = [&] {
         std::vector<std::thread> all;
-        for (int thread = 0; thread < threads; ++thread)
+        for (int thread = 1; thread < threads; ++thread)
             all.emplace_back([thread] { print_calls(thread, count); });
+        print_calls(0, count);
         for (auto& thread : all)
             thread.join();
         return 0;
@@ -141,6 +145,7 @@ TEST(Ring, NothingIsLostOrMixedAmongThreadsAndProcesses)
         whole += who.first != processes[0] && made == count;
     EXPECT_EQ(whole, 3 * threads);
     EXPECT_EQ(calls.last.size(), 4U * threads);
+    EXPECT_EQ(calls.processes.size(), 4U);
     EXPECT_LE(ring.lost(), std::uint64_t{threads});
 }
 
@@ -244,6 +249,8 @@ bool renounce_calls()
 
 TEST(Ring, ATracedCallMakesNoSystemCallAndHoldsNoDescriptor)
 {
+    if (QNM_SANITIZED)
+        GTEST_SKIP() << "a sanitizer makes calls of its own";
     TraceRing ring;
     const auto descriptors = [] {
         const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -302,9 +309,9 @@ TEST(Ring, SleepsUntilARecordOrACallOfItsOwnSideComes)
             else
                 ring.wake();
         });
-        ring.wait(60s);
+        ring.wait(5s);
         const auto slept = std::chrono::steady_clock::now() - begin;
-        EXPECT_TRUE(slept > 150ms && slept < 30s) << slept.count();
+        EXPECT_TRUE(slept > 150ms && slept < 4s) << slept.count();
         later.join();
         ring.read([](const Record&) {});
         std::this_thread::sleep_for(50ms); // no more is expected so soon
