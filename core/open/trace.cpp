@@ -72,7 +72,7 @@ int moved_up(int fd)
     return -1;
 }
 
-// Where lines go. It is never freed: another thread may be about to write.
+// Where lines go. One that has been in use is never freed: another thread may be about to write.
 class Output {
 public:
     // Standard error, unless it is closed: what the program opens in its place is the program's.
@@ -91,6 +91,16 @@ public:
     }
 
     explicit Output(std::unique_ptr<qnm::core::RingWriter> ring) : ring_(std::move(ring)) {}
+
+    ~Output() // of one that nobody has seen
+    {
+        if (!name_.empty() && fd_ >= 0)
+            close(fd_);
+    }
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    const Output* former = nullptr; // kept in sight
 
     bool is_open() const { return fd_ >= 0; }
     qnm::core::RingWriter* ring() const { return ring_.get(); }
@@ -133,7 +143,10 @@ class Trace {
 public:
     static Trace& instance()
     {
-        static Trace trace; // reads the environment before anything can ask
+        // Reads the environment before anything can ask. It is there for calls that a program makes while it
+        // ends.
+        alignas(Trace) static char room[sizeof(Trace)];
+        static Trace& trace = *new (room) Trace;
         return trace;
     }
 
@@ -183,13 +196,19 @@ private:
             set_mode(mode[0] - '0'); // which refuses all but 0, 1 and 2
     }
 
+    void use(std::unique_ptr<Output> output)
+    {
+        output->former = output_.load();
+        output_.store(output.release());
+    }
+
     bool open(const char* name)
     {
         const bool named = name != nullptr && *name != '\0';
         auto output = named ? made(name) : made();
         if (output == nullptr || (named && !output->is_open()))
             return false;
-        output_.store(output.release());
+        use(std::move(output));
         std::atomic_ref(to_file_).store(named);
         announced_ = false;
         return true;
@@ -205,7 +224,7 @@ private:
             auto output = ring != nullptr ? made(std::move(ring)) : nullptr;
             if (output == nullptr)
                 return false;
-            output_.store(output.release());
+            use(std::move(output));
             std::atomic_ref(to_file_).store(1);
             planned_ring_ = planned_file_ = nullptr;
         }
@@ -244,6 +263,7 @@ private:
         }
         // Of several threads that find this out, one has its way. None of them waits, since a child of a fork
         // might do so for ever.
+        again->former = now;
         return output_.compare_exchange_strong(now, again.get()) ? again.release() : now;
     }
 
