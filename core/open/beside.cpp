@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <dlfcn.h>
+#include <link.h>
 
 namespace qnm::core {
 namespace {
@@ -13,11 +14,11 @@ namespace {
 // too.
 std::string folder()
 {
-    Dl_info info;
+    dl_find_object info; // dladdr would look through all names of the core
     char path[PATH_MAX] = "";
-    if (dladdr(reinterpret_cast<void*>(&qnm_serv_xerbla), &info) == 0)
+    if (_dl_find_object(reinterpret_cast<void*>(&qnm_serv_getenv), &info) != 0)
         return path;
-    if (void* const core = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD)) {
+    if (void* const core = dlopen(info.dlfo_link_map->l_name, RTLD_LAZY | RTLD_NOLOAD)) {
         if (dlinfo(core, RTLD_DI_ORIGIN, path) != 0)
             path[0] = '\0';
         dlclose(core);
@@ -27,9 +28,14 @@ std::string folder()
 
 } // namespace
 
+void* library_beside(const char* file)
+{
+    return dlopen((folder() + "/" + file).c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
 void* opened_beside(const char* file, const char* entry, std::string& why)
 {
-    void* const library = dlopen((folder() + "/" + file).c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const library = library_beside(file);
     void* const found = library != nullptr ? dlsym(library, entry) : nullptr;
     if (found == nullptr) {
         const char* const error = dlerror();

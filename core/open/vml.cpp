@@ -1,5 +1,7 @@
 // Vector mathematics: the library of kernels, opened when the first function is called, and the threaders
 // that divide a vector among threads.
+#include "beside.hpp"
+#include "guarded.hpp"
 #include "kernels/contract.hpp"
 #include "services.hpp"
 #include "team.hpp"
@@ -192,9 +194,11 @@ QNM_REAL_LETTERS(QNM_THREADERS_OF_REALS)
 // The layer asks dlerror() behind its next look-up: a failure here leaves it nothing.
 QNM_CORE void* qnm_serv_load_vml()
 {
-    const char* const other = secure_getenv("QNM_KERNELS");
-    void* const handle =
-        dlopen(other != nullptr && *other != '\0' ? other : "libqnm_kernels.so", RTLD_NOW | RTLD_LOCAL);
+    void* const handle = qnm::core::guarded<nullptr, nullptr>([] {
+        const char* const other = secure_getenv("QNM_KERNELS");
+        return other != nullptr && *other != '\0' ? dlopen(other, RTLD_NOW | RTLD_LOCAL)
+                                                  : qnm::core::library_beside("libqnm_kernels.so");
+    });
     if (handle == nullptr)
         dlerror();
     return handle;

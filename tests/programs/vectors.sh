@@ -24,6 +24,11 @@ fi
 [ "$("$qnm_run" --report "$old_program" 2> report)" = "2.718281828 7.389056099" ] || fail "not ours: $(cat report)"
 [ "$(counted VDEXP)" = 0 ] || fail "these calls are not traced: $(cat report)"
 
+# Kernels are those beside the core, whatever a variable holds ready under their name.
+mkdir other
+touch other/libqnm_kernels.so
+[ "$(LD_LIBRARY_PATH=$work/other "$qnm_run" "$old_program")" = "2.718281828 7.389056099" ] || fail "kernels by a variable"
+
 # The layer asks where it is while it is loaded; a program cannot begin in a folder that is gone.
 mkdir gone
 (cd gone && rmdir ../gone && "$qnm_run" "$old_program" > ../out 2> ../err && fail "began in no folder") || status=$?
