@@ -59,7 +59,7 @@ TEST_F(Generator, WritesOnlyWhatChanged)
 {
     const std::string table = in_folder("level1.tab"), source = in_folder("level1.cpp"),
                       families = std::regex_replace(all_tables, std::regex("\\S+/(?!family)[\\w-]+.tab"), ""),
-                      text = "family blas\nlift s checked int n >= 0\n";
+                      text = "family blas\ntitle lift \"Lifts\"\nlift s checked int n >= 0\n";
     const auto long_ago = fs::file_time_type::clock::now() - std::chrono::hours(1);
     const auto writes = [&](const std::string& content) {
         write(table, content);
@@ -73,8 +73,26 @@ TEST_F(Generator, WritesOnlyWhatChanged)
     };
     EXPECT_TRUE(writes(text));
     EXPECT_FALSE(writes("# One comment ahead of all,\n# and another.\n" + text + "    # and behind\n"));
-    EXPECT_TRUE(writes(text + "copy s unchecked int n, T x[], int incx, T y[] out, int incy\n"));
+    EXPECT_TRUE(writes(
+        text + "title copy \"Copies\"\ncopy s unchecked int n, T x[], int incx, T y[] out, int incy\n"));
     EXPECT_THAT(read(source), ::testing::HasSubstr("qnm_blas_scopy"));
+}
+
+TEST_F(Generator, WantsATitleOfEachPublishedRoutine)
+{
+    const std::string table = in_folder("level9.tab"), name = folder_.filename().string() + "/level9.tab";
+    const auto source = [&](const std::string& text) {
+        write(table, "family blas\n" + text);
+        run("source " + name + " " + in_folder("x.cpp") + " " + all_tables + " " + table);
+        return error_;
+    };
+    const std::string lift = "lift s checked int n >= 0\n";
+    EXPECT_EQ(source(lift), name + ":2: 'lift': expected a title\n");
+    EXPECT_EQ(source("title lift \"Lifts\"\n" + lift), "");
+    EXPECT_EQ(source("title lift drop \"Lifts\"\n" + lift),
+              name + ":2: 'drop': expected a row of this table\n");
+    EXPECT_EQ(source("title lift \"Lifts\" positive singular\n" + lift),
+              name + ":2: 'singular': expected a routine with info\n");
 }
 
 TEST_F(Generator, ExplainsWhatItKnowsAndRefusesTheRest)
@@ -102,7 +120,7 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
         write(source, text);
         return run("header " + source + " " + result + " " + all_tables) == 0 ? read(result) : error_;
     };
-    std::string wanted = "/* ahead */\n";
+    std::string wanted = "/* ahead */\n/* Reports a bad argument of a routine whose name is an array. */\n";
     for (const auto& [spelling, type] : {std::pair{"XERBLA_ARRAY", "int"},
                                          {"xerbla_array", "int"},
                                          {"xerbla_array_", "int"},
@@ -135,9 +153,9 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
           {"@prototypes blas/sparse1.tab axpyi gather @\n",
            "blas/sparse1.tab:0: 'gather': expected a row of this table\n"},
           {"@prototypes lapack/errors.tab @\n@prototypes lapack/errors.tab xerbla_array @\n",
-           "lapack/errors.tab:4: 'xerbla_array': expected to be asked for once\n"},
+           "lapack/errors.tab:5: 'xerbla_array': expected to be asked for once\n"},
           {"@prototypes services/chains.tab cdecl_xerbla\n  cdecl_pardiso_pivot @\n",
-           "services/chains.tab:6: 'cdecl_progress': expected a place in the header\n"}})
+           "services/chains.tab:8: 'cdecl_progress': expected a place in the header\n"}})
         EXPECT_EQ(header(text), said);
 }
 

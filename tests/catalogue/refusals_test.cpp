@@ -66,6 +66,16 @@ TEST(Refusals, OfHeadsAndFamilies)
         axpy unchecked int n => 'axpy': expected letters ahead of the class;
         axpy s unchecked int n|axpy d s unchecked int n => 3: 'SAXPY': expected a name that x.tab:2 does not
             export;
+        title lift "Lifts, # and all" positive odd|positive odd "is odd" => 2: 'odd': expected a word that
+            'positive' told before;
+        title lift lift "Lifts" => 'lift': expected one title for a root;
+        title lift Lifts => end of the row: expected the routine's title, in quotation marks;
+        title lift "Lifts|  things" => "Lifts: expected a closing quotation mark in its line;
+        title lift "Lifts." => the title of 'lift', 6 characters: expected 1 to 80 of them, without a full stop;
+        title lift "Lifts" source book one => 'one': expected the publication's edition, 1988 or 3.12;
+        title lift "Lifts" source book 3.1 => 'book 3.1': expected a publication that 'source' told before;
+        source book "A book"|family blas source book 3.1|title lift "Lifts" => accepted;
+        source book "A book" and more => 'book': expected a word and what it stands for, once;
         family nowhere => end of the row: expected a family that was told before;
         family blas core qnm_blas_name => 'core': expected a family that was not told before;
         family own check own_name => 'check': expected 'form';

@@ -38,6 +38,7 @@ void Catalogue::read_text(const std::string& text, const std::string& table)
     if (std::find(tables_.begin(), tables_.end(), table) == tables_.end())
         tables_.push_back(table);
     family_ = nullptr;
+    source_.clear();
     std::istringstream in(text);
     std::optional<Lexer> lexer;
     const auto finish = [&] {
@@ -67,6 +68,12 @@ void Catalogue::statement(Lexer& lexer)
         return family(lexer);
     if (lexer.accept("type"))
         return read_type_statement(lexer);
+    if (lexer.accept("title"))
+        return title(lexer);
+    if (lexer.accept("positive"))
+        return phrase(lexer, positives_);
+    if (lexer.accept("source"))
+        return phrase(lexer, sources_);
     const std::string root = lexer.identifier("the root of a routine's name, 'family' or 'type'");
     if (family_ == nullptr)
         lexer.fail_at(lexer.first_line(), "'" + root + "'", "a line 'family NAME' above the first row");
@@ -80,15 +87,80 @@ void Catalogue::statement(Lexer& lexer)
 void Catalogue::family(Lexer& lexer)
 {
     const std::string name = lexer.identifier("the family's name");
-    if (lexer.at_end()) { // which family the rows below belong to
-        if (families_.count(name) == 0)
+    const bool told = families_.count(name) != 0;
+    if (lexer.at_end() || (told && lexer.peek().text == "source")) { // which family the rows below belong to
+        if (!told)
             lexer.fail("a family that was told before");
         family_ = &families_.at(name);
+        source_ = lexer.accept("source") ? read_source(lexer) : family_->source;
+        check_source(lexer, source_);
+        if (!lexer.at_end())
+            lexer.fail("the end of the statement");
         return;
     }
-    if (families_.count(name) != 0)
+    if (told)
         lexer.fail("a family that was not told before");
-    families_.emplace(name, read_family(lexer, name));
+    check_source(lexer, families_.emplace(name, read_family(lexer, name)).first->second.source);
+}
+
+void Catalogue::title(Lexer& lexer)
+{
+    if (family_ == nullptr)
+        lexer.fail_at(lexer.first_line(), "'title'", "a line 'family NAME' above the first title");
+    const Documentation& d = titles_.emplace_back(read_title(lexer, *family_, source_));
+    check_source(lexer, d.source);
+    if (!d.positive.empty() && positives_.count(d.positive) == 0)
+        lexer.fail_at(d.line, "'" + d.positive + "'", "a word that 'positive' told before");
+    for (const std::string& root : d.roots)
+        if (!title_of_.emplace(std::pair(d.family, root), &d).second)
+            lexer.fail_at(d.line, "'" + root + "'", "one title for a root");
+}
+
+void Catalogue::phrase(Lexer& lexer, Phrases& phrases)
+{
+    const std::string word = lexer.identifier("a word");
+    if (!phrases.emplace(word, lexer.quoted("what the word stands for")).second || !lexer.at_end())
+        lexer.fail_at(lexer.first_line(), "'" + word + "'", "a word and what it stands for, once");
+}
+
+void Catalogue::check_source(const Lexer& lexer, const std::string& source) const
+{
+    if (!source.empty() && sources_.count(source.substr(0, source.find(' '))) == 0)
+        lexer.fail_at(lexer.first_line(), "'" + source + "'", "a publication that 'source' told before");
+}
+
+const Documentation* Catalogue::documentation(const Signature& signature) const
+{
+    const auto find = [&](const std::string& family, const std::string& root) {
+        const auto found = title_of_.find({family, root});
+        return found == title_of_.end() ? nullptr : found->second;
+    };
+    const Documentation* d = find(signature.family, signature.root);
+    const std::string& calls = families_.at(signature.family).calls;
+    const std::string& root = signature.called_root.empty() ? signature.root : signature.called_root;
+    for (auto at = families_.begin(); d == nullptr && !calls.empty() && at != families_.end(); ++at)
+        if (at->first == calls || at->second.room == calls)
+            d = find(at->first, root);
+    return d;
+}
+
+void Catalogue::check_titles(const std::string& table) const
+{
+    std::set<std::pair<std::string, std::string>> told;
+    for (const Signature& s : signatures(table)) {
+        const Documentation* d = documentation(s);
+        if (d == nullptr && s.exported && !s.declared().empty())
+            throw TableError(s.where() + ": '" + s.root + "': expected a title");
+        const auto has_info = [](const Parameter& p) { return p.name == "info"; };
+        if (d != nullptr && !d->positive.empty() && d->table == table &&
+            std::none_of(s.parameters.begin(), s.parameters.end(), has_info))
+            throw TableError(d->where() + ": '" + d->positive + "': expected a routine with info");
+        told.emplace(s.family, s.root);
+    }
+    for (const Documentation& d : titles_)
+        for (const std::string& root : d.roots)
+            if (d.table == table && told.count({d.family, root}) == 0)
+                throw TableError(d.where() + ": '" + root + "': expected a row of this table");
 }
 
 Room& Catalogue::room_of(const Family& family)

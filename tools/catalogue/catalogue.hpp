@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "documentation.hpp"
 #include "lexer.hpp"
 #include "room.hpp"
 #include "row.hpp"
@@ -37,6 +38,16 @@ public:
     /// The room of a folder; null if no family of the tables is its.
     const Room* room(const std::string& name) const;
 
+    /// The titles, in order.
+    const std::deque<Documentation>& titles() const { return titles_; }
+    /// What is told of a function's routine: by its own family, or by one whose entries that calls. Null if
+    /// nothing is.
+    const Documentation* documentation(const Signature& signature) const;
+    /// Refuses a published function of a table without a title, and a title that no row of its table has.
+    void check_titles(const std::string& table) const;
+    const Phrases& positives() const { return positives_; }
+    const Phrases& sources() const { return sources_; }
+
     // For rooms.
     const Families& families() const { return families_; }
     const Row& add(Row row) { return rows_.emplace_back(std::move(row)); }
@@ -46,6 +57,9 @@ public:
 private:
     void statement(Lexer& lexer);
     void family(Lexer& lexer);
+    void title(Lexer& lexer);
+    void phrase(Lexer& lexer, Phrases& phrases);
+    void check_source(const Lexer& lexer, const std::string& source) const;
     Room& room_of(const Family& family);
     const Room& room_of_table(const std::string& table) const;
 
@@ -54,6 +68,10 @@ private:
     std::map<std::string, std::set<Room*>> room_of_tables_;
     std::vector<std::string> tables_;
     const Family* family_ = nullptr;
+    std::string source_; // of the rows below
+    std::deque<Documentation> titles_;
+    std::map<std::pair<std::string, std::string>, const Documentation*> title_of_; // by family and root
+    Phrases positives_, sources_;
     std::deque<Row> rows_;                       // entries and plans point at them
     std::map<std::string, std::string> claimed_; // each exported name and where it was told
 };

@@ -66,6 +66,17 @@ const Form* Family::find(const std::string& form) const
     return found == forms.end() ? nullptr : &*found;
 }
 
+std::string read_source(Lexer& lexer)
+{
+    std::string source = lexer.identifier("the word of a publication") + " ";
+    do {
+        if (!is_number(lexer.peek().text))
+            lexer.fail("the publication's edition, 1988 or 3.12");
+        source += lexer.next().text;
+    } while (lexer.accept(".") && (source += ".", true));
+    return source;
+}
+
 Family read_family(Lexer& lexer, const std::string& name)
 {
     static const std::map<std::string, std::string> callbacks{
@@ -73,6 +84,8 @@ Family read_family(Lexer& lexer, const std::string& name)
     Family family;
     family.name = name;
     family.room = lexer.accept("room") ? lexer.identifier("the folder of the family's templates") : name;
+    if (lexer.accept("source"))
+        family.source = read_source(lexer);
     if (lexer.accept("registers"))
         do
             family.registers.push_back(

@@ -43,6 +43,7 @@ struct Family {
     std::optional<int> null_status;     // what an entry gives back for a null address of integers
     std::optional<int> null_position;   // below which negative positions of null addresses are told in `info`
     std::string calls;                  // of an interface upon another one: the family whose entries it calls
+    std::string source;                 // the publication that its routines are of: "lapack 3.12"
     std::vector<std::string> registers; // callbacks that its entries tell the core ahead of their jump
     std::vector<Form> forms;
 
@@ -56,6 +57,9 @@ using Families = std::map<std::string, Family>;
 
 /// Reads a family's statement behind its name.
 Family read_family(Lexer& lexer, const std::string& name);
+
+/// `lapack 3.12`: a publication that was told, and which edition.
+std::string read_source(Lexer& lexer);
 
 /// Letters of a family's naming: prefix in front of the root, and the types that T, R and C stand for.
 struct Precision {

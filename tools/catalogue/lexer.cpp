@@ -51,6 +51,11 @@ void Lexer::add_line(const std::string& text, int line)
             continue;
         }
         std::size_t length = 1;
+        if (c == '"') {
+            length = text.find('"', i + 1) - i + 1;
+            if (text.find('"', i + 1) == std::string::npos)
+                fail_at(line, text.substr(i), "a closing quotation mark in its line");
+        }
         // A `?` with a word character beside it is the place of the precision letter; alone it is an
         // operator.
         if (word_character(c) || (c == '?' && i + 1 < text.size() && word_character(text[i + 1]))) {
@@ -109,6 +114,14 @@ std::vector<std::string> Lexer::identifiers(const std::string& what)
         all.push_back(identifier(what));
     while (accept(","));
     return all;
+}
+
+std::string Lexer::quoted(const std::string& what)
+{
+    if (peek().text.empty() || peek().text.front() != '"')
+        fail(what + ", in quotation marks");
+    const std::string text = next().text;
+    return text.substr(1, text.size() - 2);
 }
 
 int Lexer::number(const std::string& what)

@@ -39,6 +39,8 @@ public:
     std::string identifier(const std::string& what);
     /// One or more of them, commas in between.
     std::vector<std::string> identifiers(const std::string& what);
+    /// What stands between quotation marks, in one line.
+    std::string quoted(const std::string& what);
     /// At most six digits, decimal or behind 0x, a minus ahead of them or none.
     int number(const std::string& what);
 

@@ -73,7 +73,8 @@ struct Signature {
     std::string table;
     int line = 0;
     std::string family;
-    std::string root; // what the row is called
+    std::string root;        // what the row is called
+    std::string called_root; // and that of the routine it is an interface of; empty: there is none
     Precision letter;
     const Form* form = nullptr;
     std::string source;    // where its steps stand: "checked, src/blas/checked.hpp"

@@ -134,6 +134,7 @@ std::string entry_text(const Entry& entry)
 
 std::string source_text(const Catalogue& tables, const std::string& table)
 {
+    tables.check_titles(table);
     return tables.source(table);
 }
 

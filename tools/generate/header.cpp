@@ -22,15 +22,21 @@ class Declared {
 public:
     explicit Declared(const Catalogue& tables) : tables_(tables) {}
 
-    /// The prototypes of a table's rows of these names, or of all its rows if there are none.
+    /// The prototypes of a table's rows of these names, or of all its rows if there are none, each routine's
+    /// below its title.
     std::string prototypes(const std::string& table, const std::set<std::string>& roots)
     {
         std::string text;
         std::set<std::string> missing = roots;
+        const Documentation* told = nullptr;
         for (const Signature& s : tables_.signatures(table)) {
             if (!roots.empty() && roots.count(s.root) == 0)
                 continue;
             missing.erase(s.root);
+            const Documentation* d = tables_.documentation(s);
+            if (d != nullptr && d != told && !s.declared().empty())
+                text += "/* " + d->title + ". */\n";
+            told = d;
             for (const std::string& name : s.declared()) {
                 if (!seen_[table].insert(name).second)
                     throw TableError(s.where() + ": '" + s.root + "': expected to be asked for once");

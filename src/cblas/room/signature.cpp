@@ -124,6 +124,7 @@ Signature c_signature(const CEntry& entry)
         {CRole::address, Travel::address}};
     const CRow& row = *entry.row;
     Signature s = signature_of(row, entry.precision, entry.form);
+    s.called_root = row.fortran_root;
     s.names = {entry.name()};
     s.source = row.form + ", src/cblas" +
                (row.conjugated.empty() ? "" : ", row-major conjugated: " + row.conjugated);

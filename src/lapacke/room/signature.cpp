@@ -86,7 +86,7 @@ Signature signature(const LapackePlan& plan, const Precision& letter, const Form
     s.table = plan.c->file;
     s.line = plan.c->line;
     s.family = plan.family->name;
-    s.root = plan.row->root;
+    s.root = s.called_root = plan.row->root;
     s.letter = letter;
     s.form = &form;
     s.source =

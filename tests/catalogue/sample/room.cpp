@@ -14,6 +14,7 @@ public:
             return RowsRoom::read(house, lexer, root, family);
         Signature s;
         s.names = {root};
+        s.root = root;
         s.table = lexer.file();
         s.line = lexer.first_line();
         s.family = family.name;
