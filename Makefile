@@ -7,7 +7,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_watch qnm_run qnm_headers
 
-.PHONY: all lib plugins demo check sanitizers bench accuracy dieharder install format clean
+.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder install format clean
 
 all: lib
 
@@ -22,6 +22,13 @@ plugins:
 	@$(PACKAGES) lib plug-ins
 	@tools/configure release -DQNM_TESTS=OFF -DQNM_PLUGINS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_core plugins
+
+## doc: the reference, a page for each routine: build/release/doc/man3 for man, build/release/doc/html/index.html
+doc:
+	@$(PACKAGES) lib doc
+	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
+	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_doc
+	@echo "$(BUILD)/doc/html/index.html; man -M $(BUILD)/doc dgemm_64"
 
 ## demo: real programs through the layer
 demo:

@@ -1,28 +1,9 @@
 // The generator: reads the tables and writes what the compiler and the linker need of them.
 #include <cstdio>
-#include <fstream>
 #include <map>
-#include <sstream>
 
 #include "catalogue/tool.hpp"
 #include "output.hpp"
-
-namespace qnm::generate {
-
-void write_if_changed(const std::string& path, const std::string& text)
-{
-    std::ifstream in(path);
-    std::ostringstream old;
-    old << in.rdbuf();
-    if (in && old.str() == text)
-        return;
-    std::ofstream out(path);
-    out << text;
-    if (!out.flush())
-        throw catalogue::TableError(path + ":0: cannot be written: expected a folder that exists");
-}
-
-} // namespace qnm::generate
 
 namespace {
 

@@ -1,6 +1,8 @@
-#include "text.hpp"
+#include "output.hpp"
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
 
 namespace qnm::generate {
 
@@ -38,6 +40,19 @@ std::string source_head(const std::string& table, const std::string& folder, con
 std::string exported(const std::string& head, const std::string& statement)
 {
     return "extern \"C\" QNM_EXPORT " + head + "\n{\n    " + statement + ";\n}\n";
+}
+
+void write_if_changed(const std::string& path, const std::string& text)
+{
+    std::ifstream in(path);
+    std::ostringstream old;
+    old << in.rdbuf();
+    if (in && old.str() == text)
+        return;
+    std::ofstream out(path);
+    out << text;
+    if (!out.flush())
+        throw catalogue::TableError(path + ":0: cannot be written: expected a folder that exists");
 }
 
 } // namespace qnm::generate
