@@ -453,6 +453,28 @@ std::string definitions(const Page& page)
     return text;
 }
 
+/// Which of its arguments a function hands on, and in which order, for one layout; the callee tests them
+/// there.
+std::string exchanged(const Signature& s)
+{
+    for (const Callee& callee : s.callees) {
+        if (callee.when != "row-major")
+            continue;
+        Words places;
+        for (const Place& place : callee.places)
+            if (place.parameter >= 0) {
+                std::string letters;
+                for (const auto& [code, letter] : place.letters)
+                    letters += (letters.empty() ? "" : " ") + std::to_string(code) + ":" + letter;
+                places.push_back(s.parameters[static_cast<std::size_t>(place.parameter)].name +
+                                 (place.fill == Fill::conjugated ? " conjugated" : "") +
+                                 (letters.empty() ? "" : " (" + letters + ")"));
+            }
+        return joined(places);
+    }
+    return {};
+}
+
 std::string row_major(const Page& page)
 {
     const auto groups = grouped(page, [](const Signature& s) {
@@ -465,6 +487,11 @@ std::string row_major(const Page& page)
     std::string text;
     for (const auto& [list, functions] : groups)
         text += ".Pp\n" + wrapped("In " + whose(functions) + ":") + "\n.Bl -tag -width Ds\n" + list + ".El\n";
+    for (const auto& [places, functions] : grouped(page, exchanged))
+        text += ".Pp\n" +
+                wrapped("In row-major " + whose(functions) +
+                        " hands on, and tests as the routine does: " + places + ".") +
+                "\n";
     return text;
 }
 
