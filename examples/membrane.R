@@ -3,8 +3,7 @@
 #
 #     Rscript membrane.R FOLDER      FOLDER has the libraries
 folder <- commandArgs(trailingOnly = TRUE)[1]
-dyn.load(file.path(folder, "libqnm_core.so"), local = FALSE)
-dyn.load(file.path(folder, "libqnm_orvan_lp64.so.2"))
+dyn.load(file.path(folder, "libqnm.so.2"))
 
 called <- function(...) {
     result <- .C(...)

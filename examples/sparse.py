@@ -16,8 +16,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from matrix_files import read
 
 folder, files = sys.argv[1], sys.argv[2:]
-core = ctypes.CDLL(folder + "/libqnm_core.so", mode=ctypes.RTLD_GLOBAL)  # the layer takes its names from there
-layer = ctypes.CDLL(folder + "/libqnm_orvan_lp64.so.2")
+layer = ctypes.CDLL(folder + "/libqnm.so.2")
 
 PLAIN, TRANSPOSED, BY_ROWS = 10, 11, 101
 epsilon = np.finfo(float).eps

@@ -2,8 +2,7 @@
 #
 #     Rscript vectors.R FOLDER      FOLDER has the libraries
 folder <- commandArgs(trailingOnly = TRUE)[1]
-dyn.load(file.path(folder, "libqnm_core.so"), local = FALSE) # the layer takes its names from there
-dyn.load(file.path(folder, "libqnm_orvan_lp64.so.2"), now = FALSE)
+dyn.load(file.path(folder, "libqnm.so.2"))
 
 # Of one, two inputs.
 vector <- function(name, ...) .Fortran(name, length(..1), ..., y = numeric(length(..1)))$y

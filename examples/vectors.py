@@ -12,8 +12,7 @@ import numpy as np
 from scipy import special
 
 folder = sys.argv[1]
-core = ctypes.CDLL(folder + "/libqnm_core.so", mode=ctypes.RTLD_GLOBAL)  # the layer takes its names from there
-layer = ctypes.CDLL(folder + "/libqnm_orvan_lp64.so.2")
+layer = ctypes.CDLL(folder + "/libqnm.so.2")
 
 
 def vector(name, *inputs):

@@ -9,8 +9,7 @@ import numpy as np
 from scipy import signal
 
 folder = sys.argv[1]
-core = ctypes.CDLL(folder + "/libqnm_core.so", mode=ctypes.RTLD_GLOBAL)  # the layer takes its names from there
-layer = ctypes.CDLL(folder + "/libqnm_orvan_lp64.so.2")
+layer = ctypes.CDLL(folder + "/libqnm.so.2")
 types = {"s": np.float32, "d": np.float64, "c": np.complex64, "z": np.complex128}
 
 

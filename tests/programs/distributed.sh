@@ -40,7 +40,7 @@ done
 # Without the library there is nothing to run on.
 mkdir -p bin lib
 cp "$qnm_run" bin/
-cp "${library%/*}"/libqnm_gnu.so lib/
+cp "${library%/*}"/libqnm_gnu.so.2 lib/
 bin/qnm-run --cluster "$plain" 2> err && fail "without the library"
 grep -qF "libqnm_cdft_fftw.so is missing; looked in $work/lib" err || fail "message without the library"
 grep -qF '`make plugins` builds it' err || fail "hint without the library"

@@ -1,9 +1,9 @@
 # Runs one test program of the reference LAPACK on its inputs, as it stands and through qnm-run, and compares
-# verdicts: what passed, what failed and how many tests were made. The only differences allowed, and required, are
+# verdicts: what passed, what failed and how many tests were made. In the folder lapack64 the programs have 64-bit integers. The only differences allowed, and required, are
 # those of lapack_differences.txt.
 # usage: lapack.sh QNM_RUN FOLDER DIFFERENCES PROGRAM INPUT...
 . "${0%/*}/common.sh"
-qnm_run=$1 folder=$2 differences=$3 program=$4
+qnm_run=$1 folder=$2 differences=$3 program=$4 integers=$(integers_of "$2")
 shift 4
 
 # Rounding differs from processor to processor, and a ratio close to its threshold with it: one kind of kernels, which
@@ -18,9 +18,9 @@ failures=0
 compared=0
 for input in "$@"; do
     # without: the reference libraries, whatever the machine's own choice is
-    LD_LIBRARY_PATH=$folder:$folder/../blas "$folder/$program" < "$folder/$input.in" > plain 2> plain-errors
+    LD_LIBRARY_PATH=$folder:${folder/lapack/blas} "$folder/$program" < "$folder/$input.in" > plain 2> plain-errors
     status=0
-    "$qnm_run" "$folder/$program" < "$folder/$input.in" > layer 2> layer-errors || status=$?
+    "$qnm_run" $integers "$folder/$program" < "$folder/$input.in" > layer 2> layer-errors || status=$?
     verdicts plain > plain-verdicts
     verdicts layer > layer-verdicts
     compared=$((compared + $(wc -l < plain-verdicts)))
@@ -39,7 +39,7 @@ done
 
 # And it was the layer that ran: calls of the first input, with fewer matrices, are traced.
 sed -E 's/^[0-9]+( +Number of values of [MN]\b)/3\1/' "$folder/$1.in" > shorter
-"$qnm_run" --report "$folder/$program" < shorter > layer 2> report || failures=$((failures + 1))
+"$qnm_run" $integers --report "$folder/$program" < shorter > layer 2> report || failures=$((failures + 1))
 calls=$(counted total)
 [ "$calls" -gt 1000 ] || fail "$calls calls passed through the layer"
 

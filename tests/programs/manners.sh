@@ -88,7 +88,7 @@ mkdir bin
 cp "$qnm_run" bin/
 bin/qnm-run "$longley" 2> err
 check "status without libraries" 125 $?
-check "message without libraries" "qnm-run: libqnm_gnu.so is missing; looked in $work/lib" \
+check "message without libraries" "qnm-run: libqnm_gnu.so.2 is missing; looked in $work/lib" \
     "$(sed 's/ and .*//' err)"
 
 # Streams and exit, with and without a trace.
@@ -100,7 +100,7 @@ for options in "" "--report" "--trace=trace"; do
     expect 3 "" $options sh -c 'exit 3'
     expect 143 "" $options sh -c 'kill -TERM $$'
     check "own preloads stand behind $options" ":libm.so.6" \
-        "$(LD_PRELOAD=libm.so.6 "$qnm_run" $options sh -c 'echo "${LD_PRELOAD##*core.so}"' 2> err)"
+        "$(LD_PRELOAD=libm.so.6 "$qnm_run" $options sh -c 'echo "${LD_PRELOAD##*core.so.2}"' 2> err)"
     # a signal sent to qnm-run reaches the program, which may have its own way with it
     rm -f ready
     "$qnm_run" $options sh -c \

@@ -1,8 +1,10 @@
 # Runs one test program of the reference BLAS, in Fortran or in C, as it stands and through qnm-run, and compares verdicts.
+# In the folder blas64 they have 64-bit integers under the same names.
 # usage: reference.sh QNM_RUN FOLDER fortran|c LEVEL LETTER
 . "${0%/*}/common.sh"
 qnm_run=$1 folder=$2 language=$3 level=$4 letter=$5
 mkdir plain layer
+integers=$(integers_of "$folder")
 program=$folder/xblat$level$letter given=$folder/${letter}blat$level.in
 if [ "$language" = c ]; then
     program=$folder/x${letter}cblat$level given=$folder/${letter}in$level
@@ -19,7 +21,7 @@ fi
 
 # The summary is the file that the program writes, or its output if it writes none.
 (cd plain && "$program" < ../input > output)
-(cd layer && "$qnm_run" --report "$program" < ../input > output 2> ../report) ||
+(cd layer && "$qnm_run" $integers --report "$program" < ../input > output 2> ../report) ||
     fail "exit status $? through qnm-run: $(tail -3 report)"
 diff -r plain layer || fail "the verdicts differ (< plain, > through the layer)"
 cat layer/* > verdicts

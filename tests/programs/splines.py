@@ -8,8 +8,7 @@ import numpy as np
 from scipy.interpolate import Akima1DInterpolator, CubicHermiteSpline, CubicSpline
 
 folder = sys.argv[1]
-core = ctypes.CDLL(folder + "/libqnm_core.so", mode=ctypes.RTLD_GLOBAL)  # the layer takes its names from there
-layer = ctypes.CDLL(folder + "/libqnm_orvan_lp64.so.2")
+layer = ctypes.CDLL(folder + "/libqnm.so.2")
 
 DEFAULT, NATURAL, HERMITE, AKIMA = 0, 2, 3, 5
 NOT_A_KNOT, FREE, LEFT1, RIGHT1, LEFT2, RIGHT2, PERIODIC = 1, 2, 4, 8, 16, 32, 64

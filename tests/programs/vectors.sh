@@ -4,7 +4,7 @@
 . "${0%/*}/common.sh"
 qnm_run=$1 examples=$2 python=$3 old_program=$4
 mkdir "a folder"
-cp "${1%/bin/*}"/lib/libqnm_{core.so,orvan_lp64.so.2,kernels.so} "a folder"
+cp "${1%/bin/*}"/lib/{libqnm{,_core,_orvan_lp64}.so.2,libqnm_kernels.so} "a folder"
 if "$python" -I -c 'import scipy.special' 2> errors; then
     "$python" -I "$examples/vectors.py" "a folder" > differences || fail "$(cat differences)"
     [ "$(grep -c allowed differences)" = 45 ] || fail "not all functions: $(cat differences)"

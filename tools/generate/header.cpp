@@ -135,6 +135,44 @@ std::string complex_functions(const Catalogue& tables, const std::string& macro)
     return text;
 }
 
+/// Whether two functions take and give back the same types.
+bool same_types(const Signature& one, const Signature& other)
+{
+    return one.result == other.result &&
+           std::equal(one.parameters.begin(), one.parameters.end(), other.parameters.begin(),
+                      other.parameters.end(),
+                      [](const Parameter& a, const Parameter& b) { return a.type == b.type; });
+}
+
+/// `@wide_fellows MACRO PREFIX...@`: the macro for each name of a Fortran compiler, or with such a prefix,
+/// that has a fellow with _64 whose integers are wider: both names.
+std::string wide_fellows(const Catalogue& tables, const std::string& macro, const Words& prefixes)
+{
+    const auto all = tables.signatures();
+    std::map<std::string, const Signature*> wide;
+    for (const Signature& s : all)
+        if (s.published && s.form->width == Width::wide)
+            for (const std::string& name : s.declared())
+                wide[name] = &s;
+    std::string text;
+    for (const Signature& s : all) {
+        if (!s.published || s.form->width != Width::narrow)
+            continue;
+        for (const std::string& name : s.declared()) {
+            const bool fortran = name.back() == '_' && name == to_lower(name);
+            if (!fortran && std::none_of(prefixes.begin(), prefixes.end(), [&](const std::string& prefix) {
+                    return name.rfind(prefix, 0) == 0;
+                }))
+                continue;
+            const std::string fellow = name + (fortran ? "64_" : "_64");
+            const auto found = wide.find(fellow);
+            if (found != wide.end() && !same_types(s, *found->second))
+                text += macro + " " + name + ", " + fellow + "\n";
+        }
+    }
+    return text;
+}
+
 /// `@constants FILE@`: what the enumerators of another template of this folder are in Fortran, and its macros
 /// that are numbers of 64 bits.
 std::string constants(const std::filesystem::path& path)
@@ -174,6 +212,8 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
         return routines(tables, words[1], words[2], words[3]);
     if (words.size() == 2 && words[0] == "complex_functions")
         return complex_functions(tables, words[1]);
+    if (words.size() > 1 && words[0] == "wide_fellows")
+        return wide_fellows(tables, words[1], {words.begin() + 2, words.end()});
     if (words.size() == 2 && words[0] == "constants")
         return constants(folder / words[1]);
     if (const Room* room = words.empty() ? nullptr : tables.room(words[0])) {
@@ -183,7 +223,9 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
     }
     throw TableError("'@" + joined(words, " ") +
                      "@': expected prototypes TABLE ROOT..., core TABLE, helpers FAMILY, renames FAMILY, "
-                     "routines FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a room's own");
+                     "routines FAMILY FORM PREFIX, complex_functions MACRO, wide_fellows MACRO PREFIX..., "
+                     "constants FILE or a "
+                     "room's own");
 }
 
 } // namespace

@@ -23,11 +23,12 @@ namespace {
 using namespace qnm::run;
 
 constexpr const char* help =
-    R"(Usage: qnm-run [--cluster] [--trace[=FILE]] [--report] PROGRAM [ARGUMENT...]
+    R"(Usage: qnm-run [--cluster] [--integers=64] [--trace[=FILE]] [--report] PROGRAM [ARGUMENT...]
 
 Runs an unmodified program, linked against any BLAS, through the interface layer over the open core.
 
   --cluster       puts Fourier transforms on several processes ahead of the layer (`make plugins` builds them)
+  --integers=64   for programs whose integers have 64 bits under plain names (dgemm_, cblas_dgemm)
   --trace         writes a line for each traced call to standard error
   --trace=FILE    writes these lines to FILE
   --report        writes a table of the calls by routine to standard error at the end
@@ -39,7 +40,7 @@ Exit status: that of PROGRAM, or its signal; 127 if PROGRAM is missing, 126 if i
 )";
 
 struct Options {
-    bool cluster = false;
+    Asked asked;
     bool trace = false;
     bool report = false;
     std::string trace_file;
@@ -64,7 +65,9 @@ Options parse_options(int argc, char** argv)
             std::puts("qnm-run " QNM_VERSION);
             return options;
         } else if (word == "--cluster") {
-            options.cluster = true;
+            options.asked.cluster = true;
+        } else if (word == "--integers=64") {
+            options.asked.wide_integers = true;
         } else if (word == "--report") {
             options.report = true;
         } else if (word == "--trace") {
@@ -164,7 +167,7 @@ try {
         return 0;
     char** arguments = argv + options.program;
     const Program program = find_program(arguments[0]);
-    const std::string preload = preload_list(options.cluster);
+    const std::string preload = preload_list(options.asked);
     if (options.trace || options.report)
         end_like(run_traced(options, program, arguments, preload));
     become(program.path, arguments, preload, "");

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 struct Library {
     const char* name;
-    bool of_cluster = false;
+    bool Asked::*by = nullptr; // null: always there
     const char* hint = "";
 };
 
@@ -21,11 +21,12 @@ struct Library {
 // always there: a program may open what uses FFTW at run time, and where nothing does it is one small library
 // more.
 constexpr Library libraries[] = {
-    {"libqnm_gnu.so"}, // complex functions of GNU Fortran
-    {"libqnm_cdft_fftw.so", true, "; `make plugins` builds it"},
+    {"libqnm_ilp64.so.2", &Asked::wide_integers},
+    {"libqnm_gnu.so.2"}, // complex functions of GNU Fortran
+    {"libqnm_cdft_fftw.so", &Asked::cluster, "; `make plugins` builds it"},
     {"libqnm_watch.so"}, // planners
     {"libqnm_orvan_lp64.so.2"},
-    {"libqnm_core.so"},
+    {"libqnm_core.so.2"},
 };
 
 // Relative to the folder of this program: the build's layout and the installed one.
@@ -47,12 +48,12 @@ std::string find_library(const fs::path& home, const Library& library)
 
 } // namespace
 
-std::string preload_list(bool cluster)
+std::string preload_list(const Asked& asked)
 {
     const fs::path home = fs::read_symlink("/proc/self/exe").parent_path();
     std::string list;
     for (const Library& library : libraries) {
-        if (library.of_cluster && !cluster)
+        if (library.by != nullptr && !(asked.*library.by))
             continue;
         const std::string path = find_library(home, library);
         if (path.find_first_of(" :") != std::string::npos)
