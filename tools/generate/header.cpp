@@ -17,6 +17,20 @@ using namespace catalogue;
 
 namespace {
 
+/// The prototype of one name. A complex function under a Fortran compiler's name has two: with the adapter
+/// for GNU Fortran its value comes back as C gives it.
+std::string declaration(const Signature& s, const std::string& name)
+{
+    const std::string layers = prototype(s, name);
+    if (!s.complex_result || name.back() != '_')
+        return layers;
+    Signature adapters = s;
+    adapters.result = s.parameters.front().type;
+    adapters.result.pop_back(); // its *
+    adapters.parameters.erase(adapters.parameters.begin());
+    return "#ifdef QNM_GNU_COMPLEX\n" + prototype(adapters, name) + "#else\n" + layers + "#endif\n";
+}
+
 /// What headers declare of each table, and what this one has declared so far.
 class Declared {
 public:
@@ -40,7 +54,7 @@ public:
             for (const std::string& name : s.declared()) {
                 if (!seen_[table].insert(name).second)
                     throw TableError(s.where() + ": '" + s.root + "': expected to be asked for once");
-                text += prototype(s, name);
+                text += declaration(s, name);
             }
         }
         if (!missing.empty())
