@@ -7,7 +7,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_headers
 
-.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder install format clean
+.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder install uninstall format clean
 
 all: lib
 
@@ -72,9 +72,22 @@ dieharder:
 	@cmake --build $(BUILD) --parallel $(JOBS) --target words
 	@tools/dieharder $(BUILD) $(SOURCES)
 
-## install: library, open core, adapter, qnm-run, headers, package files (PREFIX, DESTDIR)
-install: lib
-	@cmake --install $(BUILD) --prefix $(PREFIX)
+## install: libraries, qnm-run, headers, package files, pages, licence (PREFIX, DESTDIR; STRIP=1: without line tables)
+install: installable
+	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS)
+	@cmake --install $(BUILD) $(if $(STRIP),--strip)
+	@[ -n "$(DESTDIR)" ] || ldconfig 2>/dev/null || true
+
+## uninstall: takes back what this tree installs (PREFIX, DESTDIR)
+uninstall: installable
+	@tools/uninstall $(BUILD) $(PREFIX)
+	@[ -n "$(DESTDIR)" ] || ldconfig 2>/dev/null || true
+
+# The folder of libraries is the distribution's, which depends on the prefix.
+.PHONY: installable
+installable:
+	@$(PACKAGES) lib
+	@tools/configure release -DQNM_TESTS=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 
 ## format: put all sources into the house's format
 format:

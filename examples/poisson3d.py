@@ -12,8 +12,7 @@ from scipy import sparse
 
 folder, width = sys.argv[1:3]
 side = int(sys.argv[3]) if len(sys.argv) > 3 else 12
-core = ctypes.CDLL(folder + "/libqnm_core.so", mode=ctypes.RTLD_GLOBAL)  # the layer takes its names from there
-layer = ctypes.CDLL(folder + "/libqnm_orvan_lp64.so.2")
+layer = ctypes.CDLL(folder + "/libqnm.so.2")
 layer.dsecnd.restype = c_double
 ROOM, LOWEST, HIGHEST = 30, 0.0, 150.0  # 17 eigenvalues, a gap behind them
 

@@ -1,57 +1,121 @@
-# package.sh BUILD SOURCE SCRATCH VERSION: makes a program of C, and where there is the compiler one of GNU Fortran, in
-# each of the ways that README tells: by its own lines over the build, then over an installation of it elsewhere by
-# find_package, and by pkg-config where there is one.
+# package.sh BUILD SOURCE SCRATCH VERSION: installs a build elsewhere, and makes programs of C, C++ and, where there is the
+# compiler, GNU Fortran as a stranger would: by find_package, by opening the libraries, by README's lines with each linker.
+# They start as they are. Then the installation is taken back.
 set -e
+shopt -s extglob
 build=$1 source=$2 scratch=$3 version=$4
+root=$(cd "$source/../.." && pwd)
 major=${version%%.*} minor=${version#*.} minor=${minor%%.*}
 flags="-DQNM_MAJOR=$major -DQNM_MINOR=$minor"
 rm -rf "$scratch"
 mkdir -p "$scratch/consumer"
-cmake --install "$build" --prefix "$scratch/usr" >"$scratch/install.log"
+cd "$scratch"
+unset LD_LIBRARY_PATH LD_PRELOAD
+fail() {
+  echo "FAILED: $*"
+  exit 1
+}
+
+# By way of a folder that is not the one of use, as packages are made.
+prefix=$scratch/usr
+DESTDIR=$scratch/staged cmake --install "$build" --prefix "$prefix" >install.log
+mv "$scratch/staged$prefix" "$prefix"
+[ -s "$prefix/share/doc/qnm/LICENSE" ] && [ -s "$prefix/share/doc/qnm/docs/design.md" ] || fail "licence or pages"
 
 echo '#include <qnm/core/dft.h>' |
-  ${CC:-cc} -std=c99 -Wall -Wextra -Wpedantic -Werror -I"$scratch/usr/include" -fsyntax-only -x c -
+  ${CC:-cc} -std=c99 -Wall -Wextra -Wpedantic -Werror -I"$prefix/include" -fsyntax-only -x c -
 echo "for who writes a core: stands in C"
 
-languages=C
-! command -v gfortran >/dev/null || languages="C Fortran"
+languages="C CXX"
+! command -v gfortran >/dev/null || languages="C CXX Fortran"
 ways() { echo "$1: $languages built and ran"; }
-run() { "$@" -o "$scratch/program" && "$scratch/program"; }
 
-readme() { # COMPILER SOURCE FLAGS
-  local line=$(sed -n "s/^    $1 program[^ ]* //p" "$source/../../README.md")
-  test -n "$line"
-  LD_LIBRARY_PATH=$build/lib run $1 $3 "$2" ${line//build\/release/$build}
-}
-readme cc "$source/program.c" "$flags"
-[ "$languages" = C ] || readme gfortran "$source/complex_function.f90"
-ways README
-
-cat >"$scratch/consumer/CMakeLists.txt" <<END
+cat >consumer/CMakeLists.txt <<END
 cmake_minimum_required(VERSION 3.25)
 project(consumer $languages)
 find_package(qnm $major REQUIRED)
-add_executable(consumer_C $source/program.c)
-target_link_libraries(consumer_C PRIVATE qnm::layer qnm::core)
+set(programs)
+function(program name source)
+  add_executable(\${name} \${source})
+  target_link_libraries(\${name} PRIVATE \${ARGN})
+  set(programs \${programs} \${name} PARENT_SCOPE)
+endfunction()
+program(of_C $source/program.c QNM::qnm)
+program(own_core $source/program.c QNM::layer QNM::core)
+program(of_CXX $source/program.cpp QNM::qnm)
+# A library within a library, of which the program does not know.
+add_library(inner STATIC $source/gnu_complex.c)
+target_link_libraries(inner PRIVATE QNM::gfortran)
+file(TOUCH empty.c)
+program(through_inner empty.c inner)
 if("$languages" MATCHES Fortran)
-  add_executable(consumer_Fortran $source/complex_function.f90)
-  target_link_libraries(consumer_Fortran PRIVATE qnm::gnu qnm::layer qnm::core)
+  program(of_Fortran $source/complex_function.f90 QNM::gfortran)
+  program(wide $source/default_integers.f90 QNM::gfortran QNM::ilp64)
+  target_compile_options(wide PRIVATE -fdefault-integer-8)
+endif()
+install(TARGETS \${programs})
+program(lower $source/program.c qnm::layer qnm::core) # runs where it was built, as CMake has it
+find_package(qnm $major QUIET COMPONENTS static)
+if(qnm_FOUND)
+  message(FATAL_ERROR "a static library was found")
 endif()
 END
-cmake -S "$scratch/consumer" -B "$scratch/consumer/build" -DCMAKE_PREFIX_PATH="$scratch/usr" \
-  -DCMAKE_C_FLAGS="$flags" >"$scratch/configure.log"
-cmake --build "$scratch/consumer/build" >"$scratch/build.log"
-for language in $languages; do "$scratch/consumer/build/consumer_$language"; done
+cmake -S consumer -B consumer/build -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_FLAGS="$flags" >configure.log
+cmake --build consumer/build >build.log
+cmake --install consumer/build --prefix "$scratch/consumed" >>build.log
+for program in consumed/bin/* consumer/build/lower; do $program || fail "${program##*/}: status $?"; done
+! readelf -d consumed/bin/* | grep -E 'RUNPATH.*(\[:|::|:\])' || fail "an empty folder is looked into: the working one"
 ways find_package
 
-command -v pkg-config >/dev/null || { echo "pkg-config: not here, left out"; exit 0; }
-description=$(find "$scratch/usr" -name qnm.pc)
-export PKG_CONFIG_PATH=${description%/*}
-test "$(pkg-config --modversion qnm)" = "$version"
-export LD_LIBRARY_PATH=$(pkg-config --variable=libdir qnm)
-run ${CC:-cc} $flags $(pkg-config --cflags qnm) "$source/program.c" $(pkg-config --libs qnm) -lqnm_core
-for program in "$source/complex_function.f90" \
-  "$(pkg-config --variable=includedir qnm)/qnm/qnm_dfti.f90 $source/../open/module_program.F90"; do
-  [ "$languages" = C ] || run gfortran -J "$scratch" $program $(pkg-config --libs qnm-gnu) -lqnm_core
-done
-ways pkg-config
+! cmake -S "$root" -B refused -DBUILD_SHARED_LIBS=OFF >refused.log 2>&1 && grep -q "no static library" refused.log ||
+  fail "a static layer"
+
+# One after the other in processes of their own, without names for all.
+if command -v python3 >/dev/null; then
+  for library in libqnm libqnm_gfortran; do
+    python3 -c "import ctypes; ctypes.CDLL('$prefix/lib/$library.so.2').cblas_dnrm2" || fail "$library cannot be opened"
+  done
+fi
+
+# Another core, whose names are all but one: the linker tells, and so does the loader if it is asked at the start.
+layer=$prefix/lib/libqnm_orvan_lp64.so.2
+nm -D --undefined-only "$layer" | sed -n 's/^ *U \(qnm_[A-Za-z0-9_]*\)$/\1/p' | grep -vx qnm_blas_dgemm |
+  sed 's/.*/.globl &\n&: ret/' >core.s
+mkdir lacking
+${CC:-cc} -shared -nostdlib -Wl,-soname,libqnm_core.so.2 core.s -o lacking/libqnm_core.so.2
+! ${CC:-cc} $flags -I"$prefix/include" "$source/program.c" "$layer" lacking/libqnm_core.so.2 -lm -o program 2>link.log &&
+  grep -q 'undefined reference to .qnm_blas_dgemm' link.log || fail "a core that lacks a name is linked"
+! LD_LIBRARY_PATH=lacking LD_BIND_NOW=1 consumed/bin/of_C 2>start.log &&
+  grep -q 'undefined symbol: qnm_blas_dgemm' start.log || fail "a core that lacks a name is started"
+
+if command -v pkg-config >/dev/null; then
+  description=$(find "$prefix" -name qnm.pc)
+  export PKG_CONFIG_PATH=${description%/*}
+  test "$(pkg-config --modversion qnm)" = "$version"
+  made() { # COMPILER WORDS...: in words, as a shell reads them
+    eval "$*" -o program && ./program || fail "$*: status $?"
+  }
+  lines=$(sed -n 's/^    \(\(cc\|gfortran\) .*\$(pkg-config.*\)/\1/p' "$root/README.md")
+  [ "$(wc -l <<<"$lines")" = 3 ] || fail "README has other lines: $lines"
+  for linker in bfd gold lld; do
+    command -v ld.$linker >/dev/null || { echo "ld.$linker: not here, left out"; continue; }
+    while read -r compiler words; do
+      case $compiler-$words in
+      cc-*) program="$flags $source/program.c" ;;
+      *integer-8*) program=$source/default_integers.f90 ;;
+      *) program=$source/complex_function.f90 ;;
+      esac
+      [ $compiler = cc ] || [ "$languages" != "C CXX" ] || continue
+      made $compiler -fuse-ld=$linker -Wl,--as-needed "${words/program.[cf]*([90])/$program}"
+    done <<<"$lines"
+  done
+  made ${CC:-cc} $flags '$(pkg-config --cflags qnm-layer)' "$source/program.c" '$(pkg-config --libs qnm-layer)' \
+    -Wl,--no-as-needed -lqnm_core -Wl,-rpath,"$prefix/lib"
+  [ "$languages" = "C CXX" ] ||
+    made gfortran -J "$scratch" "$prefix/include/qnm/qnm_dfti.f90" "$source/../open/module_program.F90" \
+      '$(pkg-config --libs qnm-gfortran)'
+  ways pkg-config
+fi
+
+"$root/tools/uninstall" "$build" "$prefix"
+[ ! -e "$prefix" ] || fail "left behind: $(find "$prefix" | head)"
