@@ -1,8 +1,8 @@
 # How qnm-run treats the programs, their streams and their ends.
-# usage: manners.sh QNM_RUN LONGLEY STATIC_PROGRAM OWN_XERBLA LINGERING LONGLEY_LAPACK
+# usage: manners.sh QNM_RUN LONGLEY STATIC_PROGRAM OWN_XERBLA LINGERING LONGLEY_LAPACK OF_MUSL SANITIZED
 . "${0%/*}/common.sh"
 set +e
-qnm_run=$1 longley=$2 static_program=$3 own_xerbla=$4 lingering=$5 longley_lapack=$6
+qnm_run=$1 longley=$2 static_program=$3 own_xerbla=$4 lingering=$5 longley_lapack=$6 of_musl=$7 sanitized=$8
 mkdir tmp
 export TMPDIR=$work/tmp
 
@@ -28,7 +28,7 @@ printf '#!%s\n' "$static_program" > static-script
 printf '#!/no/such/interpreter\n' > lost-script
 head -c 64 "$longley" > other-machine
 printf '\x28' | dd of=other-machine bs=1 seek=18 conv=notrunc status=none
-head -c 200 "$longley" > cut-short
+touch cut-short
 chmod +x foreign static-script lost-script other-machine cut-short
 mkdir -p folders/longley
 expect 127 "./missing: no such program" ./missing
@@ -39,7 +39,16 @@ expect 126 "statically linked" "$static_program"
 expect 126 "interpreter $static_program: is statically linked" ./static-script
 expect 126 "interpreter /no/such/interpreter: No such file" ./lost-script
 expect 126 "is not a 64-bit x86-64 program" ./other-machine
-expect 126 "statically linked" ./cut-short
+for length in 40 200 9000; do
+    head -c $length "$longley" > cut-short
+    expect 126 "./cut-short: is cut short" ./cut-short
+done
+loader=$(LC_ALL=C readelf --program-headers "$longley" | sed -nE 's/.*interpreter: (.*)\]/\1/p')
+expect 126 "$loader: is the dynamic loader; name the program itself" "$loader" "$longley"
+cp "$(dirname "$qnm_run")/../lib/libqnm_gnu.so.2" library
+chmod +x library
+expect 126 "./library: is a library, no program" ./library
+expect 126 "$of_musl: is a program of musl" "$of_musl"
 expect 126 "neither a program of this machine nor a script" ./foreign
 if [ "$(id -u)" = 0 ]; then
     cp "$longley" set-user-id
@@ -68,10 +77,24 @@ fi
 # Options.
 expect 125 "no program given" --report
 expect 125 "unknown option --fast" --fast "$longley"
-expect 125 "unknown option --trace=" --trace= "$longley"
+expect 125 "unknown option -1" -1 "$longley"
+expect 125 "--trace=: expected --trace[=FILE]" --trace= "$longley"
+expect 125 "--core: expected --core=FILE" --core "$longley"
+expect 125 "--check=yes: expected --check" --check=yes "$longley"
+expect 125 "--integers=16: integers have 32 or 64 bits" --integers=16 "$longley"
 expect 125 "no/such/folder/trace: No such file" --trace=no/such/folder/trace "$longley"
-expect 0 "" --help
-check "help goes to standard output" 1 "$(grep -c '^Usage: qnm-run' out)"
+for option in --help -h; do
+    expect 0 "" $option
+    check "help goes to standard output" 1 "$(grep -c '^Usage: qnm-run' out)"
+done
+for option in --version -V; do
+    expect 0 "" $option
+    check "qnm-run, layer, core and engine of $option" 1 "$(paste -sd' ' out |
+        grep -c '^qnm-run [0-9.]* layer /.*libqnm_orvan_lp64.so.2 core  /.*libqnm_core.so.2 .* core [0-9.]*, engine ')"
+done
+expect 0 "" --explain dgemm_64_
+check "what a name is" "DGEMM_64" "$(head -1 out)"
+expect 125 "the layer has no function dgemmm_" --explain dgemmm_
 cp "$longley" ./-dashed
 expect 0 "" -- "$longley"
 PATH="$work:$PATH" expect 0 "" -- -dashed
@@ -90,6 +113,41 @@ bin/qnm-run "$longley" 2> err
 check "status without libraries" 125 $?
 check "message without libraries" "qnm-run: libqnm_gnu.so.2 is missing; looked in $work/lib" \
     "$(sed 's/ and .*//' err)"
+
+# A sanitizer's runtime wants to be the first library. A core is what was asked for.
+expect 0 "" "$sanitized"
+expect 0 "" --report "$sanitized"
+cp "$(readlink -f "$(dirname "$qnm_run")/../lib/libqnm_core.so.2")" other-core.so
+expect 0 "" --core=other-core.so sh -c 'echo "$LD_PRELOAD"'
+check "another core" "$work/other-core.so" "$(sed 's/.*://' out)"
+
+# Where there is no /proc, it is found by its own name.
+if unshare -m true 2> err; then
+    unshare -m sh -c 'mount -t tmpfs none /proc && exec "$@"' - "$qnm_run" true 2> err
+    check "status without /proc: $(<err)" 0 $?
+else
+    echo "left out: no /proc, which takes a mount of one's own"
+fi
+
+# Names of files tell processes apart. One that cannot be written whole is a failure, if the program has none.
+unset OMPI_COMM_WORLD_RANK OMPI_COMM_WORLD_SIZE
+expect 0 "" --trace=trace.%p.%r.%% --report=report.%p sh -c "echo \$\$; exec '$longley'"
+process=$(head -1 out)
+check "files by process" 260 "$(grep -c '^QNM_VERBOSE' "trace.$process.0.%")"
+check "a report in a file" 1 "$(grep -c '^total  *260 ' "report.$process")"
+check "nothing beside it" "" "$(<err)"
+OMPI_COMM_WORLD_RANK=1 OMPI_COMM_WORLD_SIZE=2 expect 0 "" --report=of-several true
+check "one of two" 1 "$(grep -c ': process 1 of 2: ' of-several.1)"
+PMI_RANK=1 PMI_SIZE=2 expect 0 "" --report=ranked.%r true
+check "one of two, named" 1 "$(grep -c ': process 1 of 2: ' ranked.1)"
+expect 125 "report.%x: expected %p, %r or %%" --report=report.%x touch was-run
+check "nothing is run without its file" "" "$(find . -name was-run)"
+for file in trace report; do
+    expect 125 "/dev/full could not be written whole: No space left" --$file=/dev/full "$longley"
+    expect 3 "" --$file=/dev/full sh -c "$longley; exit 3"
+done
+"$qnm_run" --trace=lines --report "$longley" > out 2>&-
+check "no report in a trace that got its descriptor" "260 0" "$(grep -c '^QNM_VERBOSE D' lines) $(grep -c '^total' lines)"
 
 # Streams and exit, with and without a trace.
 for options in "" "--report" "--trace=trace"; do
@@ -133,7 +191,6 @@ expect 4 "" --report sh -c "$longley; $longley; exit 4"
 check "calls of two children" 1 "$(table | grep -c '|DROT 224 7|')"
 expect 5 "" --report "$lingering"
 check "calls of a child that outlives the program" "DSCAL 2 3|total 2" "$(table)"
-expect 0 "no traced call was made" --report true
 
 # A function that a program brings along is told, where there is a report to tell it in.
 expect 0 "cblas_xerbla" --report "$own_xerbla"

@@ -55,55 +55,101 @@ bool ElfFile::is_native() const
            (head->e_type == ET_EXEC || head->e_type == ET_DYN);
 }
 
-std::optional<std::string_view> ElfFile::interpreter() const
+bool ElfFile::is_cut_short() const
+{
+    const auto* head = at<Elf64_Ehdr>(0);
+    if (head == nullptr || !is_native())
+        return is_elf() && head == nullptr;
+    const auto* segments = at<Elf64_Phdr>(head->e_phoff, head->e_phnum);
+    for (int i = 0; segments != nullptr && i < head->e_phnum; ++i)
+        if (segments[i].p_type == PT_LOAD && at<char>(segments[i].p_offset, segments[i].p_filesz) == nullptr)
+            return true;
+    return segments == nullptr;
+}
+
+const Elf64_Phdr* ElfFile::segment(Elf64_Word kind) const
 {
     const auto* head = at<Elf64_Ehdr>(0);
     const auto* segments = at<Elf64_Phdr>(head->e_phoff, head->e_phnum);
-    for (int i = 0; segments != nullptr && i < head->e_phnum; ++i) {
-        const Elf64_Phdr& segment = segments[i];
-        const char* text = at<char>(segment.p_offset, segment.p_filesz);
-        if (segment.p_type == PT_INTERP && text != nullptr)
-            return std::string_view(text, strnlen(text, segment.p_filesz));
-    }
-    return std::nullopt;
+    for (int i = 0; segments != nullptr && i < head->e_phnum; ++i)
+        if (segments[i].p_type == kind)
+            return segments + i;
+    return nullptr;
 }
 
-template <class Wanted>
-std::string_view ElfFile::find_symbol(const Wanted& wanted) const
+std::optional<std::string_view> ElfFile::interpreter() const
+{
+    const Elf64_Phdr* asked = segment(PT_INTERP);
+    const char* text = asked != nullptr ? at<char>(asked->p_offset, asked->p_filesz) : nullptr;
+    if (text == nullptr)
+        return std::nullopt;
+    return std::string_view(text, strnlen(text, asked->p_filesz));
+}
+
+std::string_view ElfFile::own_name() const
 {
     const auto* head = at<Elf64_Ehdr>(0);
     const auto* sections = at<Elf64_Shdr>(head->e_shoff, head->e_shnum);
     for (int i = 0; sections != nullptr && i < head->e_shnum; ++i) {
         const Elf64_Shdr& table = sections[i];
-        if (table.sh_type != SHT_DYNSYM || table.sh_link >= head->e_shnum)
+        const std::size_t count = table.sh_size / sizeof(Elf64_Dyn);
+        const auto* entries = at<Elf64_Dyn>(table.sh_offset, count);
+        if (table.sh_type != SHT_DYNAMIC || table.sh_link >= head->e_shnum)
             continue;
-        const Elf64_Shdr& strings = sections[table.sh_link];
-        const char* names = at<char>(strings.sh_offset, strings.sh_size);
+        for (std::size_t k = 0; entries != nullptr && k < count; ++k)
+            if (entries[k].d_tag == DT_SONAME)
+                return text_at(sections[table.sh_link], entries[k].d_un.d_val);
+    }
+    return {};
+}
+
+std::string_view ElfFile::text_at(const Elf64_Shdr& strings, std::size_t offset) const
+{
+    const char* texts = at<char>(strings.sh_offset, strings.sh_size);
+    if (texts == nullptr || offset >= strings.sh_size)
+        return {};
+    return {texts + offset, strnlen(texts + offset, strings.sh_size - offset)};
+}
+
+template <class Wanted>
+std::string_view ElfFile::find_symbol(Elf64_Word kind, const Wanted& wanted) const
+{
+    const auto* head = at<Elf64_Ehdr>(0);
+    const auto* sections = at<Elf64_Shdr>(head->e_shoff, head->e_shnum);
+    for (int i = 0; sections != nullptr && i < head->e_shnum; ++i) {
+        const Elf64_Shdr& table = sections[i];
+        if (table.sh_type != kind || table.sh_link >= head->e_shnum)
+            continue;
         const std::size_t count = table.sh_size / sizeof(Elf64_Sym);
-        const auto* symbols = at<Elf64_Sym>(table.sh_offset, count);
-        for (std::size_t k = 0; names != nullptr && symbols != nullptr && k < count; ++k) {
-            const Elf64_Sym& entry = symbols[k];
-            if (entry.st_name >= strings.sh_size)
-                continue;
-            const char* name = names + entry.st_name;
-            const std::string_view text(name, strnlen(name, strings.sh_size - entry.st_name));
-            if (wanted(text, entry.st_shndx != SHN_UNDEF))
-                return text;
+        const auto* entries = at<Elf64_Sym>(table.sh_offset, count);
+        for (std::size_t k = 0; entries != nullptr && k < count; ++k) {
+            const Elf64_Sym& entry = entries[k];
+            const std::string_view name = text_at(sections[table.sh_link], entry.st_name);
+            const auto binding = ELF64_ST_BIND(entry.st_info);
+            if (!name.empty() && binding != STB_LOCAL &&
+                wanted(Symbol{name, entry.st_shndx != SHN_UNDEF, binding == STB_WEAK}))
+                return name;
         }
     }
     return {};
 }
 
-bool ElfFile::defines(std::string_view symbol) const
+void ElfFile::symbols(Elf64_Word kind, const std::function<void(const Symbol&)>& visit) const
 {
-    return !find_symbol([&](std::string_view name, bool defined) {
-                return defined && name == symbol;
+    find_symbol(kind, [&](const Symbol& symbol) { return visit(symbol), false; });
+}
+
+bool ElfFile::defines(std::string_view name) const
+{
+    return !find_symbol(SHT_DYNSYM, [&](const Symbol& symbol) {
+                return symbol.defined && symbol.name == name;
             }).empty();
 }
 
 std::string_view ElfFile::import(bool (*wanted)(std::string_view)) const
 {
-    return find_symbol([&](std::string_view name, bool defined) { return !defined && wanted(name); });
+    return find_symbol(SHT_DYNSYM,
+                       [&](const Symbol& symbol) { return !symbol.defined && wanted(symbol.name); });
 }
 
 } // namespace qnm::run

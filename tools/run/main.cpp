@@ -1,6 +1,9 @@
 // qnm-run: runs an unmodified program through the adapter, the layer and the open core.
 
+#include "check.hpp"
 #include "elf_file.hpp"
+#include "options.hpp"
+#include "output.hpp"
 #include "preload.hpp"
 #include "program.hpp"
 #include "refusal.hpp"
@@ -8,108 +11,76 @@
 #include "trace/line.hpp"
 #include "traced_run.hpp"
 
+#include "catalogue/linked.hpp"
+#include "generate/output.hpp"
+
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 namespace {
 
 using namespace qnm::run;
 
-constexpr const char* help =
-    R"(Usage: qnm-run [--cluster] [--integers=64] [--trace[=FILE]] [--report] PROGRAM [ARGUMENT...]
-
-Runs an unmodified program, linked against any BLAS, through the interface layer over the open core.
-
-  --cluster       puts Fourier transforms on several processes ahead of the layer (`make plugins` builds them)
-  --integers=64   for programs whose integers have 64 bits under plain names (dgemm_, cblas_dgemm)
-  --trace         writes a line for each traced call to standard error
-  --trace=FILE    writes these lines to FILE
-  --report        writes a table of the calls by routine to standard error at the end
-  --help          shows this text
-  --version       shows the version
-
-Exit status: that of PROGRAM, or its signal; 127 if PROGRAM is missing, 126 if it cannot be run this way,
-125 if qnm-run itself fails.
-)";
-
-struct Options {
-    Asked asked;
-    bool trace = false;
-    bool report = false;
-    std::string trace_file;
-    int program = 0; // index of PROGRAM among the arguments
-};
-
-// Nothing is run when --help or --version answered already: program stays 0.
-Options parse_options(int argc, char** argv)
+// Files that are opened here must not become one of a program's three streams, nor take our own messages.
+void hold_closed_streams()
 {
-    Options options;
-    int i = 1;
-    for (; i < argc && argv[i][0] == '-'; ++i) {
-        const std::string_view word = argv[i];
-        constexpr std::string_view trace_to = "--trace=";
-        if (word == "--") {
-            ++i;
-            break;
-        } else if (word == "--help") {
-            std::fputs(help, stdout);
-            return options;
-        } else if (word == "--version") {
-            std::puts("qnm-run " QNM_VERSION);
-            return options;
-        } else if (word == "--cluster") {
-            options.asked.cluster = true;
-        } else if (word == "--integers=64") {
-            options.asked.wide_integers = true;
-        } else if (word == "--report") {
-            options.report = true;
-        } else if (word == "--trace") {
-            options.trace = true;
-            options.trace_file.clear();
-        } else if (word.starts_with(trace_to) && word.size() > trace_to.size()) {
-            options.trace = true;
-            options.trace_file = word.substr(trace_to.size());
-        } else {
-            throw Refusal(status_own_failure, "unknown option " + std::string(word) + "; --help lists them");
-        }
-    }
-    if (i >= argc)
-        throw Refusal(status_own_failure, "no program given; --help tells the usage");
-    options.program = i;
-    return options;
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDWR | O_CLOEXEC) < 0)
+            throw Refusal(status_own_failure, std::string("/dev/null: ") + std::strerror(errno));
 }
 
-/// Of several processes that Open MPI started, each with a qnm-run of its own; empty elsewhere.
-struct Process {
-    std::string number = text_of("OMPI_COMM_WORLD_RANK"), count = text_of("OMPI_COMM_WORLD_SIZE");
-
-    static std::string text_of(const char* variable)
-    {
-        const char* const value = std::getenv(variable);
-        return value != nullptr ? value : "";
-    }
-    bool is_one_of_several() const { return !number.empty() && !count.empty() && count != "1"; }
-};
-
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-// Processes do not write over each other's traces.
-File open_trace(const Options& options, const Process& process)
+int answer(const std::string& text, int status = 0)
 {
-    if (options.trace_file.empty())
-        return {stderr, std::fflush};
-    const std::string name = options.trace_file + (process.is_one_of_several() ? "." + process.number : "");
-    File file(std::fopen(name.c_str(), "we"), std::fclose);
-    if (!file)
-        throw Refusal(status_own_failure, name + ": " + std::strerror(errno));
-    return file;
+    std::fputs(text.c_str(), stdout);
+    if (std::fflush(stdout) != 0)
+        throw Refusal(status_own_failure, std::string("standard output: ") + std::strerror(errno));
+    return status;
+}
+
+int explain(const std::string& name)
+{
+    const auto tables = qnm::catalogue::linked_tables();
+    const std::string text = qnm::generate::explanation(tables.signatures(), name);
+    if (text.empty())
+        throw Refusal(status_own_failure, "the layer has no function " + name);
+    return answer(text);
+}
+
+// The core tells itself and its engine; it takes its functions for granted only when they are called.
+int tell_versions(const Asked& asked)
+{
+    const std::vector<std::string> ours = preloaded(asked);
+    std::string text =
+        "qnm-run " QNM_VERSION "\nlayer " + ours.at(ours.size() - 2) + "\ncore  " + ours.back();
+    void* const core = dlopen(ours.back().c_str(), RTLD_LAZY | RTLD_LOCAL);
+    if (core == nullptr)
+        throw Refusal(status_own_failure, dlerror());
+    using Tell = void (*)(char*, std::int64_t);
+    if (const auto tell = reinterpret_cast<Tell>(dlsym(core, "qnm_serv_get_version_string_c"))) {
+        char version[512] = "";
+        tell(version, sizeof version);
+        text += std::string("\n      ") + version;
+    }
+    return answer(text + "\n");
+}
+
+int check(const Options& options, const char* name)
+try {
+    const Program program = find_program(name);
+    const Check check(program, preloaded(asked_by(options, program)));
+    return answer(check.text(), check.status());
+} catch (const Refusal& refusal) {
+    if (refusal.status() == status_own_failure)
+        throw;
+    return answer(std::string("cannot run: ") + refusal.what() + "\n", 2);
 }
 
 int run_traced(const Options& options, const Program& program, char** arguments, const std::string& preload)
@@ -119,56 +90,77 @@ int run_traced(const Options& options, const Program& program, char** arguments,
         std::fprintf(stderr, "qnm-run: %s has a cblas_xerbla of its own, which takes the layer's place\n",
                      program.path.c_str());
     Report report;
-    const Process process;
-    const File trace = open_trace(options, process);
+    const Rank rank;
+    OutputFile trace, table;
     const auto begin = std::chrono::steady_clock::now();
     qnm::trace::LineText text;
     std::uint64_t records = 0;
     std::optional<std::uint64_t> told;
     const auto tell = [&] { // again, if more has come since
-        std::fflush(trace.get());
-        if (!options.report || told == records)
+        trace.flush();
+        if (!options.report.wanted || told == records)
             return;
         told = records;
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-        std::fprintf(stderr, "\nqnm-run: %s%s ran %s\n%s",
-                     process.is_one_of_several()
-                         ? ("process " + process.number + " of " + process.count + ": ").c_str()
-                         : "",
-                     program.path.c_str(), duration_text(elapsed.count()).c_str(), report.text().c_str());
+        std::string whole = "\nqnm-run: " + rank.heading() + program.path + " ran " +
+                            duration_text(elapsed.count()) + "\n" + report.text();
+        if (report.is_empty())
+            whole += "why: " + Check(program, preloaded(asked_by(options, program))).reason() + "\n";
+        table.write_anew(whole);
     };
-    const Outcome outcome = traced_run(program.path, arguments, preload,
-                                       {[&](const Record& record) {
-                                            ++records;
-                                            if (options.trace) {
-                                                const std::string_view line =
-                                                    qnm::trace::line_text(record.line, record.seconds, text);
-                                                std::fwrite(line.data(), 1, line.size(), trace.get());
-                                            }
-                                            if (options.report)
-                                                report.add(record);
-                                        },
-                                        [&] { std::fflush(trace.get()); }, tell});
-    if (std::ferror(trace.get()))
-        std::fprintf(stderr, "qnm-run: the trace could not be written whole\n");
+    Listener listener;
+    listener.started = [&](int process) {
+        if (options.trace.wanted)
+            trace.open(options.trace.file, process, rank);
+        if (options.report.wanted)
+            table.open(options.report.file, process, rank);
+    };
+    listener.record = [&](const Record& record) {
+        ++records;
+        if (options.trace.wanted)
+            trace.write(qnm::trace::line_text(record.line, record.seconds, text));
+        if (options.report.wanted)
+            report.add(record);
+    };
+    listener.pause = [&] { trace.flush(); };
+    listener.terminated = tell;
+    const Outcome outcome = traced_run(program.path, arguments, preload, listener);
     if (outcome.lost != 0)
         std::fprintf(stderr, "qnm-run: of %llu calls nothing is known: they ended while they were told\n",
                      static_cast<unsigned long long>(outcome.lost));
     tell();
-    return outcome.status;
+    bool whole = true;
+    for (OutputFile* file : {&trace, &table})
+        if (const std::string why = file->close(); !why.empty()) {
+            std::fprintf(stderr, "qnm-run: %s\n", why.c_str());
+            whole = false;
+        }
+    constexpr int own_failure = status_own_failure << 8; // as wait() tells it
+    return outcome.status != 0 || whole ? outcome.status : own_failure;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 try {
+    hold_closed_streams();
     const Options options = parse_options(argc, argv);
-    if (options.program == 0)
-        return 0;
+    switch (options.action) {
+    case Options::Action::help:
+        return answer(help_text());
+    case Options::Action::version:
+        return tell_versions(options.asked);
+    case Options::Action::explain:
+        return explain(options.explained);
+    case Options::Action::check:
+        return check(options, argv[options.program]);
+    case Options::Action::run:
+        break;
+    }
     char** arguments = argv + options.program;
     const Program program = find_program(arguments[0]);
-    const std::string preload = preload_list(options.asked);
-    if (options.trace || options.report)
+    const std::string preload = preload_list(preloaded(asked_by(options, program), program));
+    if (options.trace.wanted || options.report.wanted)
         end_like(run_traced(options, program, arguments, preload));
     become(program.path, arguments, preload, "");
     throw Refusal(status_not_runnable, program.path + ": " + std::strerror(errno));

@@ -1,10 +1,14 @@
 #include "preload.hpp"
 
+#include "elf_file.hpp"
+#include "program.hpp"
 #include "refusal.hpp"
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
+#include <sys/auxv.h>
 
 namespace qnm::run {
 namespace {
@@ -26,11 +30,21 @@ constexpr Library libraries[] = {
     {"libqnm_cdft_fftw.so", &Asked::cluster, "; `make plugins` builds it"},
     {"libqnm_watch.so"}, // planners
     {"libqnm_orvan_lp64.so.2"},
-    {"libqnm_core.so.2"},
 };
+constexpr Library open_core = {"libqnm_core.so.2"};
 
 // Relative to the folder of this program: the build's layout and the installed one.
 constexpr std::array folders = {"../lib", QNM_LIBDIR_FROM_BINDIR};
+
+fs::path program_of_ours()
+{
+    std::error_code none;
+    for (const fs::path& path :
+         {fs::path("/proc/self/exe"), fs::path(reinterpret_cast<const char*>(getauxval(AT_EXECFN)))})
+        if (const fs::path real = fs::canonical(path, none); !none)
+            return real;
+    return fs::path(QNM_BINDIR) / "qnm-run";
+}
 
 std::string find_library(const fs::path& home, const Library& library)
 {
@@ -46,16 +60,70 @@ std::string find_library(const fs::path& home, const Library& library)
                   std::string(library.name) + " is missing; looked in " + looked_in + library.hint);
 }
 
+std::string core_of(const fs::path& home, const Asked& asked)
+{
+    if (asked.core.empty())
+        return find_library(home, open_core);
+    std::error_code error;
+    const fs::path path = fs::canonical(asked.core, error);
+    if (error)
+        throw Refusal(status_own_failure, asked.core + ": " + error.message());
+    if (!ElfFile(path).is_native())
+        throw Refusal(status_own_failure, asked.core + ": is not a library of this machine");
+    return path;
+}
+
+// The runtimes of compilers' sanitizers, which refuse to be behind anything.
+bool is_sanitizer(std::string_view name)
+{
+    for (const char* begin : {"libasan.", "libtsan.", "liblsan.", "libhwasan.", "libclang_rt.asan",
+                              "libclang_rt.tsan", "libclang_rt.hwasan"})
+        if (name.starts_with(begin))
+            return true;
+    return false;
+}
+
 } // namespace
 
-std::string preload_list(const Asked& asked)
+// Whose names come first is the first of them.
+bool has_wide_integers(const Program& program)
 {
-    const fs::path home = fs::read_symlink("/proc/self/exe").parent_path();
+    for (const Needed& library : program.needed) {
+        for (const char* wide : {"libblas64.so.3", "liblapack64.so.3"})
+            if (library.name == wide)
+                return true;
+        for (const char* narrow : {"libblas.so.3", "liblapack.so.3"})
+            if (library.name == narrow)
+                return false;
+    }
+    return false;
+}
+
+std::vector<std::string> preloaded(const Asked& asked)
+{
+    const fs::path home = program_of_ours().parent_path();
+    std::vector<std::string> list;
+    for (const Library& library : libraries)
+        if (library.by == nullptr || asked.*library.by)
+            list.push_back(find_library(home, library));
+    list.push_back(core_of(home, asked));
+    return list;
+}
+
+std::vector<std::string> preloaded(const Asked& asked, const Program& program)
+{
+    std::vector<std::string> list = preloaded(asked), first;
+    for (const Needed& library : program.needed)
+        if (is_sanitizer(library.name) && !library.path.empty())
+            first.push_back(library.path);
+    list.insert(list.begin(), first.begin(), first.end());
+    return list;
+}
+
+std::string preload_list(const std::vector<std::string>& libraries)
+{
     std::string list;
-    for (const Library& library : libraries) {
-        if (library.by != nullptr && !(asked.*library.by))
-            continue;
-        const std::string path = find_library(home, library);
+    for (const std::string& path : libraries) {
         if (path.find_first_of(" :") != std::string::npos)
             throw Refusal(status_own_failure,
                           path + ": the dynamic loader cannot preload from a path with a blank or a colon");

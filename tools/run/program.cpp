@@ -1,7 +1,6 @@
 #include "program.hpp"
 
 #include "elf_file.hpp"
-#include "needed.hpp"
 #include "refusal.hpp"
 
 #include <cerrno>
@@ -91,6 +90,30 @@ void check_privileges(const std::string& path, const std::string& who)
         not_runnable(who, std::string("is ") + why + ", and the dynamic loader ignores preloads for it");
 }
 
+bool is_loader(std::string_view name)
+{
+    return name.starts_with("ld-") || name.starts_with("ld.");
+}
+
+// Only glibc's loader can bring libraries that were made for it.
+void check_loader(const ElfFile& file, const std::string& path, const std::string& who)
+{
+    const std::string_view own_name = file.own_name();
+    if (is_loader(own_name) || is_loader(path.substr(path.rfind('/') + 1)))
+        not_runnable(who, "is the dynamic loader; name the program itself, which brings its loader along");
+    const auto interpreter = file.interpreter();
+    if (!interpreter && !own_name.empty())
+        not_runnable(who, "is a library, no program");
+    if (!interpreter)
+        not_runnable(who, "is statically linked; nothing can be loaded ahead of its own routines");
+    const std::string_view loader = interpreter->substr(interpreter->rfind('/') + 1);
+    if (!loader.starts_with("ld-linux"))
+        not_runnable(who, "is a program of " +
+                              std::string(loader.starts_with("ld-musl") ? "musl, another C library"
+                                                                        : "another dynamic loader") +
+                              " (" + std::string(*interpreter) + "); the libraries need that of glibc");
+}
+
 // What the kernel, or execvp after it, starts for a file that is no ELF image; empty if nothing does.
 std::string interpreter_of(std::string_view text)
 {
@@ -115,10 +138,11 @@ std::string find_image(const std::string& path)
         if (!file.readable())
             not_runnable(who, std::string("cannot be read: ") + std::strerror(errno));
         if (file.is_elf()) {
+            if (file.is_cut_short())
+                not_runnable(who, "is cut short: the file ends ahead of what its head promises");
             if (!file.is_native())
                 not_runnable(who, "is not a 64-bit x86-64 program");
-            if (!file.interpreter())
-                not_runnable(who, "is statically linked; nothing can be loaded ahead of its own routines");
+            check_loader(file, current, who);
             check_privileges(current, who);
             return current;
         }
@@ -138,17 +162,19 @@ bool is_fftw_alone(std::string_view name)
            ((name.starts_with("dfftw_") || name.starts_with("sfftw_")) && name.ends_with("__"));
 }
 
-void check_mixture(const std::string& path, const std::string& image)
+void check_mixture(const Program& program)
 {
-    std::vector<std::string> files = needed_libraries(image);
-    files.insert(files.begin(), image);
-    for (const std::string& file : files) {
+    const auto check = [&](const std::string& file) {
         const ElfFile elf(file);
         const std::string_view name = elf.is_native() ? elf.import(is_fftw_alone) : "";
         if (!name.empty())
-            not_runnable(path, (file == path ? "calls " : file + " calls ") + std::string(name) +
-                                   ", which only FFTW has; its plans cannot be mixed with the layer's");
-    }
+            not_runnable(program.path,
+                         (file == program.path ? "calls " : file + " calls ") + std::string(name) +
+                             ", which only FFTW has; its plans cannot be mixed with the layer's");
+    };
+    check(program.image);
+    for (const Needed& library : program.needed)
+        check(library.path);
 }
 
 } // namespace
@@ -157,8 +183,9 @@ Program find_program(const std::string& name)
 {
     const std::string path = look_up(name);
     const std::string image = find_image(path);
-    check_mixture(path, image);
-    return {path, image};
+    Program program{path, image, needed_libraries(image)};
+    check_mixture(program);
+    return program;
 }
 
 } // namespace qnm::run

@@ -40,6 +40,8 @@ class Report {
 public:
     /// Records that tell no call are passed over. The time of one that is not known counts as none.
     void add(const Record& record);
+    /// Whether nothing was told, neither a call nor a refused plan.
+    bool is_empty() const { return routines_.empty() && refused_.empty(); }
     /// The table, longest total time first, and its total line; then the refused plans, if there are any.
     std::string text() const;
 

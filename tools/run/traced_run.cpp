@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <mutex>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -83,21 +84,55 @@ private:
     std::thread waiting_;
 };
 
-pid_t start(const std::string& path, char* const* arguments, const std::string& preload,
-            const std::string& ring, const Signals& signals)
-{
-    const pid_t child = fork();
-    if (child < 0)
-        throw Refusal(status_own_failure, std::string("fork: ") + std::strerror(errno));
-    if (child == 0) {
-        signals.restore();
-        become(path, arguments, preload, ring);
-        const int error = errno;
-        std::fprintf(stderr, "qnm-run: %s: %s\n", path.c_str(), std::strerror(error));
-        _exit(error == ENOENT ? status_not_found : status_not_runnable);
+// The child becomes the program when this side lets it; an end of this side ends it.
+class Child {
+public:
+    Child(const std::string& path, char* const* arguments, const std::string& preload,
+          const std::string& ring, const Signals& signals)
+    {
+        if (pipe2(gate_, O_CLOEXEC) != 0)
+            throw Refusal(status_own_failure, std::string("pipe: ") + std::strerror(errno));
+        process_ = fork();
+        if (process_ < 0) {
+            close(gate_[0]);
+            close(gate_[1]);
+            throw Refusal(status_own_failure, std::string("fork: ") + std::strerror(errno));
+        }
+        if (process_ == 0) {
+            close(gate_[1]);
+            char word;
+            if (read(gate_[0], &word, 1) != 1)
+                _exit(status_own_failure);
+            signals.restore();
+            become(path, arguments, preload, ring);
+            const int error = errno;
+            std::fprintf(stderr, "qnm-run: %s: %s\n", path.c_str(), std::strerror(error));
+            _exit(error == ENOENT ? status_not_found : status_not_runnable);
+        }
+        close(gate_[0]);
     }
-    return child;
-}
+    ~Child()
+    {
+        if (gate_[1] < 0)
+            return;
+        close(gate_[1]);
+        waitpid(process_, nullptr, 0);
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    pid_t process() const { return process_; }
+    void go()
+    {
+        if (write(gate_[1], "", 1) != 1)
+            throw Refusal(status_own_failure, std::string("pipe: ") + std::strerror(errno));
+        close(std::exchange(gate_[1], -1));
+    }
+
+private:
+    int gate_[2] = {-1, -1};
+    pid_t process_ = -1;
+};
 
 } // namespace
 
@@ -121,7 +156,10 @@ Outcome traced_run(const std::string& path, char* const* arguments, const std::s
 
     TraceRing ring;
     Signals signals;
-    const pid_t child = start(path, arguments, preload, ring.path(), signals);
+    Child started(path, arguments, preload, ring.path(), signals);
+    const pid_t child = started.process();
+    listener.started(child);
+    started.go();
     signals.wait([&] { ring.wake(); });
 
     Outcome outcome;

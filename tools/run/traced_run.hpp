@@ -15,6 +15,8 @@ void become(const std::string& path, char* const* arguments, const std::string& 
 
 /// Who is told what while the program runs, all by the thread that called traced_run().
 struct Listener {
+    std::function<void(int)>
+        started; ///< the program's process is there and waits; it never was one if this throws
     std::function<void(const Record&)> record; ///< the line lives as long as the call
     std::function<void()> pause;               ///< all that was there is read
     std::function<void()> terminated; ///< SIGTERM has come, and goes on to the program when this returns

@@ -1,0 +1,54 @@
+# What qnm-run tells of a program's names without running it, and why a run told nothing.
+# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY
+. "${0%/*}/common.sh"
+qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6
+
+# A check, its status, and lines that it has; names of a fate may go on in further lines.
+expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
+    local wanted=$1 lines=$2 status=0 line
+    shift 2
+    "$qnm_run" "$@" > out 2>&1 || status=$?
+    [ $status = "$wanted" ] || fail "status $status of: $*: $(<out)"
+    while read -r line; do
+        grep -qxF -- "$line" <(sed 's/^ *//' out) || fail "no line '$line' of: $*: $(<out)"
+    done <<< "$lines"
+}
+
+expect 0 "ours, 32-bit integers (7): dcopy_ dgemv_ dnrm2_ drot_ drotg_ dscal_ dtrsv_
+all is ours: 7 names (dcopy_, dgemv_, dnrm2_, ...)" --check "$longley"
+expect 1 "$names
+ours by the adapter, 32-bit integers (1): zdotc_
+ours, 32-bit integers (2): dgemm_ xerbla_
+ours, 64-bit integers (1): dgemm_64_
+not ours, by $rival (1): dlasd4_
+1 name (dlasd4_) is not ours, 4 names (dgemm_, dgemm_64_, xerbla_, ...) are" --check "$names"
+! grep -q rival_solve out || fail "another's own affair: $(<out)"
+expect 1 "defined in the program itself (1): dgemm_
+1 name (dgemm_) is not ours, none is" --check "$own"
+expect 0 "calls nothing of the layer; what it opens or starts while it runs is not seen" --check true
+
+# 64-bit integers under plain names: asked for, or because of the library that has them.
+jumps="ours by libqnm_ilp64.so.2, 64-bit integers (2): dgemm_ zdotc_"
+expect 1 "$jumps" --check "$wide"
+expect 1 "$jumps" --integers=64 --check "$names"
+expect 1 "ours, 32-bit integers (2): dgemm_ xerbla_" --integers=32 --check "$wide"
+
+# What cannot run.
+expect 2 "cannot run: ./missing: no such program" --check ./missing
+LC_ALL=C sed 's/libnames\.so\.3/libnemos.so.3/' "$names" > lost
+chmod +x lost
+expect 2 "cannot run: the library libnemos.so.3 is not found" --check ./lost
+cp "$rival" core.so
+expect 2 "$PWD/core.so
+cannot run: dgemm_ ends the program, since the core lacks qnm_blas_dgemm" --core=core.so --check "$names"
+expect 125 "qnm-run: none.so: No such file or directory" --core=none.so --check "$names"
+expect 125 "qnm-run: out: is not a library of this machine" --core=out --check "$names"
+
+# A run that told nothing says why.
+expect 0 "why: it takes 1 name (dlasd4_) from other libraries; 1 name (xerbla_) of ours with no line of their own;\
+ of ours it might have called 3 names (dgemm_, dgemm_64_, zdotc_), and did not" --report "$names"
+expect 0 "why: it brings 1 name (dgemm_) itself; what it opens while it runs is not seen here" --report "$own" call
+expect 0 "why: neither it nor a library that it needs takes a name of ours; what it opens while it runs is not seen here" \
+    --report true
+"$qnm_run" --report "$longley" 2>&1 | grep -q "why:" && fail "why nothing was told, where something was"
+echo "all as expected"

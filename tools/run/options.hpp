@@ -1,0 +1,36 @@
+#pragma once
+
+#include "preload.hpp"
+#include "program.hpp"
+
+#include <optional>
+#include <string>
+
+namespace qnm::run {
+
+/// Something to be written while the program runs and at its end.
+struct Output {
+    bool wanted = false;
+    std::string file; ///< as it was asked for; empty: standard error
+};
+
+struct Options {
+    enum class Action { run, check, explain, help, version } action = Action::run;
+    Asked asked;
+    std::optional<bool> wide_integers; ///< if not told, the program's libraries tell
+    Output trace, report;
+    std::string explained; ///< a name
+    int program = 0;       ///< index of PROGRAM among the arguments
+};
+
+/// Throws Refusal with status 125 if there is an option that is not in the table, a value that is missing or
+/// too much, or no program where one is wanted.
+Options parse_options(int argc, char** argv);
+
+/// With what the program tells where the options do not.
+Asked asked_by(const Options& options, const Program& program);
+
+/// What --help shows.
+std::string help_text();
+
+} // namespace qnm::run
