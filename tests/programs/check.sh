@@ -1,7 +1,7 @@
 # What qnm-run tells of a program's names without running it, and why a run told nothing.
-# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY
+# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE
 . "${0%/*}/common.sh"
-qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6
+qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7
 
 # A check, its status, and lines that it has; names of a fate may go on in further lines.
 expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
@@ -16,13 +16,15 @@ expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
 
 expect 0 "ours, 32-bit integers (7): dcopy_ dgemv_ dnrm2_ drot_ drotg_ dscal_ dtrsv_
 all is ours: 7 names (dcopy_, dgemv_, dnrm2_, ...)" --check "$longley"
-expect 1 "$names
+for file in "$names" "$module"; do
+    expect 1 "$file
 ours by the adapter, 32-bit integers (1): zdotc_
 ours, 32-bit integers (2): dgemm_ xerbla_
 ours, 64-bit integers (1): dgemm_64_
 not ours, by $rival (1): dlasd4_
-1 name (dlasd4_) is not ours, 4 names (dgemm_, dgemm_64_, xerbla_, ...) are" --check "$names"
-! grep -q rival_solve out || fail "another's own affair: $(<out)"
+1 name (dlasd4_) is not ours, 4 names (dgemm_, dgemm_64_, xerbla_, ...) are" --check "$file"
+    ! grep -q rival_solve out || fail "another's own affair: $(<out)"
+done
 expect 1 "defined in the program itself (1): dgemm_
 1 name (dgemm_) is not ours, none is" --check "$own"
 expect 0 "calls nothing of the layer; what it opens or starts while it runs is not seen" --check true

@@ -243,7 +243,6 @@ void Check::follow(const Scope& scope)
 // The layer's own system libraries need not be among those of the program.
 void Check::ask_core(const Scope& scope)
 {
-    const auto loader = scope.file(0).interpreter();
     std::set<std::string> wanted;
     std::vector<Needed> behind;
     for (int i = 1; scope.is_ours(i); ++i) {
@@ -252,7 +251,7 @@ void Check::ask_core(const Scope& scope)
                 if (!symbol.defined && !symbol.weak && scope.definer(symbol.name) < 0)
                     wanted.emplace(symbol.name);
             });
-        for (const Needed& library : needed_libraries(scope.path(i), std::string(loader.value_or(""))))
+        for (const Needed& library : needed_libraries(scope.path(i)))
             behind.push_back(library);
     }
     std::set<std::string> asked;

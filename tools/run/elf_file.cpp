@@ -86,7 +86,7 @@ std::optional<std::string_view> ElfFile::interpreter() const
     return std::string_view(text, strnlen(text, asked->p_filesz));
 }
 
-std::string_view ElfFile::own_name() const
+std::string_view ElfFile::dynamic_text(Elf64_Sxword tag) const
 {
     const auto* head = at<Elf64_Ehdr>(0);
     const auto* sections = at<Elf64_Shdr>(head->e_shoff, head->e_shnum);
@@ -97,10 +97,15 @@ std::string_view ElfFile::own_name() const
         if (table.sh_type != SHT_DYNAMIC || table.sh_link >= head->e_shnum)
             continue;
         for (std::size_t k = 0; entries != nullptr && k < count; ++k)
-            if (entries[k].d_tag == DT_SONAME)
+            if (entries[k].d_tag == tag)
                 return text_at(sections[table.sh_link], entries[k].d_un.d_val);
     }
     return {};
+}
+
+bool ElfFile::is_library() const
+{
+    return !interpreter() && (!dynamic_text(DT_SONAME).empty() || !dynamic_text(DT_NEEDED).empty());
 }
 
 std::string_view ElfFile::text_at(const Elf64_Shdr& strings, std::size_t offset) const

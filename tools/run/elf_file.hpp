@@ -36,8 +36,11 @@ public:
     bool is_cut_short() const;
     /// The dynamic loader that the image asks for; nothing if it is statically linked.
     std::optional<std::string_view> interpreter() const;
-    /// The name that a shared object gives itself; empty if it has none.
-    std::string_view own_name() const;
+    /// The first text that the dynamic section has under a tag: DT_SONAME is the name that a shared object
+    /// gives itself, DT_NEEDED a library. Empty if there is none.
+    std::string_view dynamic_text(Elf64_Sxword tag) const;
+    /// A shared object that no kernel starts: one that programs need, or open.
+    bool is_library() const;
     /// Those of the tables of one kind: SHT_DYNSYM has what is exported and imported, SHT_SYMTAB, in images
     /// that are not stripped, all; local ones are passed over.
     void symbols(Elf64_Word kind, const std::function<void(const Symbol&)>& visit) const;

@@ -74,7 +74,7 @@ int tell_versions(const Asked& asked)
 
 int check(const Options& options, const char* name)
 try {
-    const Program program = find_program(name);
+    const Program program = find_checked(name);
     const Check check(program, preloaded(asked_by(options, program)));
     return answer(check.text(), check.status());
 } catch (const Refusal& refusal) {

@@ -53,12 +53,9 @@ std::string list_of(const char* program, char* const* arguments)
 std::vector<Needed> needed_libraries(const std::string& image)
 {
     const ElfFile file(image);
-    const auto interpreter = file.interpreter();
-    return interpreter ? needed_libraries(image, std::string(*interpreter)) : std::vector<Needed>();
-}
-
-std::vector<Needed> needed_libraries(const std::string& image, std::string loader)
-{
+    if (!file.is_native())
+        return {};
+    std::string loader(file.interpreter().value_or("/lib64/ld-linux-x86-64.so.2"));
     std::string program = image;
     char* const arguments[] = {loader.data(), program.data(), nullptr};
     const std::string text = list_of(loader.c_str(), arguments);

@@ -10,10 +10,8 @@ struct Needed {
     std::string path; ///< empty if the loader does not find it
 };
 
-/// The libraries that the dynamic loader will bring for an image that has one, in its order, as the loader
-/// itself tells them. Empty if it does not tell.
+/// The libraries that the dynamic loader will bring for an image, a program's own loader or that of this
+/// system for a library, in its order, as the loader itself tells them. Empty if it does not tell.
 std::vector<Needed> needed_libraries(const std::string& image);
-/// The same for an image that has none of its own, a library, by this loader.
-std::vector<Needed> needed_libraries(const std::string& image, std::string loader);
 
 } // namespace qnm::run

@@ -98,11 +98,11 @@ bool is_loader(std::string_view name)
 // Only glibc's loader can bring libraries that were made for it.
 void check_loader(const ElfFile& file, const std::string& path, const std::string& who)
 {
-    const std::string_view own_name = file.own_name();
+    const std::string_view own_name = file.dynamic_text(DT_SONAME);
     if (is_loader(own_name) || is_loader(path.substr(path.rfind('/') + 1)))
         not_runnable(who, "is the dynamic loader; name the program itself, which brings its loader along");
     const auto interpreter = file.interpreter();
-    if (!interpreter && !own_name.empty())
+    if (file.is_library())
         not_runnable(who, "is a library, no program");
     if (!interpreter)
         not_runnable(who, "is statically linked; nothing can be loaded ahead of its own routines");
@@ -186,6 +186,14 @@ Program find_program(const std::string& name)
     Program program{path, image, needed_libraries(image)};
     check_mixture(program);
     return program;
+}
+
+Program find_checked(const std::string& name)
+{
+    if (const ElfFile file(name);
+        name.find('/') != std::string::npos && file.is_native() && file.is_library())
+        return {name, name, needed_libraries(name)};
+    return find_program(name);
 }
 
 } // namespace qnm::run

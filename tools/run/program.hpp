@@ -21,5 +21,7 @@ struct Program {
 /// this machine's kind, cut short, statically linked, a library, if it has another dynamic loader than
 /// glibc's or is one, if its privileges make the loader ignore preloads, or if it would mix.
 Program find_program(const std::string& name);
+/// The same to be looked at: a library may be named too, by a path, as programs open it while they run.
+Program find_checked(const std::string& name);
 
 } // namespace qnm::run
