@@ -1,7 +1,7 @@
 # What qnm-run tells of a program's names without running it, and why a run told nothing.
-# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE
+# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE BELOW ABOVE
 . "${0%/*}/common.sh"
-qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7
+qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7 below=$8 above=$9
 
 # A check, its status, and lines that it has; names of a fate may go on in further lines.
 expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
@@ -27,6 +27,8 @@ not ours, by $rival (1): dlasd4_
 done
 expect 1 "defined in the program itself (1): dgemm_
 1 name (dgemm_) is not ours, none is" --check "$own"
+expect 0 "$above
+ours, 32-bit integers (1): dgemm_" --check "$below"
 expect 0 "calls nothing of the layer; what it opens or starts while it runs is not seen" --check true
 
 # 64-bit integers under plain names: asked for, or because of the library that has them.

@@ -124,7 +124,7 @@ check "another core" "$work/other-core.so" "$(sed 's/.*://' out)"
 # Where there is no /proc, it is found by its own name.
 if unshare -m true 2> err; then
     unshare -m sh -c 'mount -t tmpfs none /proc && exec "$@"' - "$qnm_run" true 2> err
-    check "status without /proc: $(<err)" 0 $?
+    check "status without /proc" 0 $?
 else
     echo "left out: no /proc, which takes a mount of one's own"
 fi

@@ -96,7 +96,7 @@ int run_traced(const Options& options, const Program& program, char** arguments,
     qnm::trace::LineText text;
     std::uint64_t records = 0;
     std::optional<std::uint64_t> told;
-    const auto tell = [&] { // again, if more has come since
+    const auto tell = [&](bool at_the_end) { // again, if more has come since
         trace.flush();
         if (!options.report.wanted || told == records)
             return;
@@ -104,7 +104,7 @@ int run_traced(const Options& options, const Program& program, char** arguments,
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
         std::string whole = "\nqnm-run: " + rank.heading() + program.path + " ran " +
                             duration_text(elapsed.count()) + "\n" + report.text();
-        if (report.is_empty())
+        if (at_the_end && report.is_empty())
             whole += "why: " + Check(program, preloaded(asked_by(options, program))).reason() + "\n";
         table.write_anew(whole);
     };
@@ -123,12 +123,12 @@ int run_traced(const Options& options, const Program& program, char** arguments,
             report.add(record);
     };
     listener.pause = [&] { trace.flush(); };
-    listener.terminated = tell;
+    listener.terminated = [&] { tell(false); };
     const Outcome outcome = traced_run(program.path, arguments, preload, listener);
     if (outcome.lost != 0)
         std::fprintf(stderr, "qnm-run: of %llu calls nothing is known: they ended while they were told\n",
                      static_cast<unsigned long long>(outcome.lost));
-    tell();
+    tell(true);
     bool whole = true;
     for (OutputFile* file : {&trace, &table})
         if (const std::string why = file->close(); !why.empty()) {
