@@ -146,7 +146,7 @@ for file in trace report; do
     expect 125 "/dev/full could not be written whole: No space left" --$file=/dev/full "$longley"
     expect 3 "" --$file=/dev/full sh -c "$longley; exit 3"
 done
-"$qnm_run" --trace=lines --report "$longley" > out 2>&-
+"$qnm_run" --trace=lines --report "$longley" > out <&- 2>&-
 check "no report in a trace that got its descriptor" "260 0" "$(grep -c '^QNM_VERBOSE D' lines) $(grep -c '^total' lines)"
 
 # Streams and exit, with and without a trace.
