@@ -1,4 +1,5 @@
 // Error reports, and the two other callbacks that an application can take over.
+#include "refusals.hpp"
 #include "services.hpp"
 
 #include <atomic>
@@ -73,7 +74,9 @@ QNM_CORE void qnm_lapack_xerbla_array(const char* srname_array, const qnm::core:
 // The engine's own reports go the same way. It counts the terminator as part of the name.
 extern "C" [[gnu::visibility("hidden")]] int xerbla_(const char* srname, const int* info, std::int64_t len)
 {
-    qnm_serv_xerbla(srname, info, static_cast<int>(strnlen(srname, static_cast<std::size_t>(len))));
+    const int length = static_cast<int>(strnlen(srname, static_cast<std::size_t>(len)));
+    qnm::core::note_refusal({srname, static_cast<std::size_t>(trimmed(srname, length))}, *info);
+    qnm_serv_xerbla(srname, info, length);
     return 0;
 }
 

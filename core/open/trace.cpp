@@ -1,5 +1,6 @@
 // Tracing: the live mode word, where lines go, and their form.
 #include "engine.hpp"
+#include "refusals.hpp"
 #include "ring_writer.hpp"
 #include "services.hpp"
 #include "trace/line.hpp"
@@ -186,6 +187,14 @@ public:
         }
     }
 
+    // Goes to a reader alone: the lines of files are what they are.
+    void note(std::string_view line)
+    {
+        const Output* const output = output_.load(std::memory_order_acquire);
+        if (std::atomic_ref(mode_).load() != 0 && output->ring() != nullptr)
+            output->ring()->put(line, -1);
+    }
+
 private:
     Trace()
         : planned_ring_(secure_getenv("QNM_VERBOSE_RING")),
@@ -284,6 +293,17 @@ bool knows_time(int enabled, std::string_view line, double seconds)
 }
 
 } // namespace
+
+void qnm::core::note_refusal(std::string_view routine, int position)
+{
+    if (position < 1 || position >= memory_failure)
+        return;
+    char line[64];
+    const int length = std::snprintf(line, sizeof line, "# refused %.*s %d", static_cast<int>(routine.size()),
+                                     routine.data(), position);
+    if (length > 0 && static_cast<std::size_t>(length) < sizeof line)
+        Trace::instance().note({line, static_cast<std::size_t>(length)});
+}
 
 // 0 off, 1 and 2 on. Returns the former mode; any other value changes nothing and returns -1.
 QNM_CORE int qnm_serv_verbose(int mode)
