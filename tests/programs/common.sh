@@ -10,5 +10,8 @@ fail() {
 }
 # What qnm-run has to be told of programs that lie in this folder.
 integers_of() { [ "${1%64}" = "$1" ] || echo --integers=64; }
-# What qnm-run counted of a routine, in either width, over all reports.
-counted() { cat report* | awk -v name="$1" '$1 == name || $1 == name "_64" { sum += $2 } END { print sum + 0 }'; }
+# What qnm-run counted of a routine, in either width, over all reports: calls, or those that were refused.
+counted() { # ROUTINE [refused]
+    cat report* | awk -v name="$1" -v column="${2:+4}" '($1 == name || $1 == name "_64") && $7 ~ /%$/ {
+        sum += $(column == "" ? 2 : column) } END { print sum + 0 }'
+}

@@ -95,6 +95,10 @@ done
 expect 0 "" --explain dgemm_64_
 check "what a name is" "DGEMM_64" "$(head -1 out)"
 expect 125 "the layer has no function dgemmm_" --explain dgemmm_
+expect 125 "no/such/folder/page.html: No such file" --page=no/such/folder/page.html "$longley"
+for seconds in 0 -1 1.5 1x; do
+    expect 125 "--every=$seconds: not a number of seconds" --every=$seconds "$longley"
+done
 cp "$longley" ./-dashed
 expect 0 "" -- "$longley"
 PATH="$work:$PATH" expect 0 "" -- -dashed
@@ -172,11 +176,11 @@ for options in "" "--report" "--trace=trace"; do
 done
 
 # Report and trace of a program whose calls are known: 16 observations by 7 terms. Columns: calls and largest sizes.
-table() { awk '/^routine /{on=1; next} on{print $1, $2, $6, $7, $8}' err | sort | sed 's/ *$//' | paste -sd'|'; }
+table() { awk '/^routine /{on=1; next} on{print $1, $2, $8, $9, $10}' err | sort | sed 's/ *$//' | paste -sd'|'; }
 expect 0 "qnm-run: $longley ran " --report --trace=trace "$longley"
 check "answer" "at least" "$(tail -1 out | cut -d' ' -f1,2)"
 check "calls and largest sizes" \
-    "DCOPY 19 16|DGEMV 1 16 7|DNRM2 8 16|DROT 112 7|DROTG 112|DSCAL 7 16|DTRSV 1 7|total 260" "$(table)"
+    "DCOPY 19 n=16|DGEMV 1 m=16 n=7|DNRM2 8 n=16|DROT 112 n=7|DROTG 112|DSCAL 7 n=16|DTRSV 1 n=7|total 260" "$(table)"
 check "lines of the trace" 260 "$(grep -cE '^QNM_VERBOSE D[A-Z0-9]+\(.*\) [0-9.]+(ns|us|ms|s)' trace)"
 check "a line of the trace" 1 "$(grep -c '^QNM_VERBOSE DTRSV(U,N,N,7,0x[0-9a-f]*,7,0x[0-9a-f]*,1) ' trace)"
 expect 0 "QNM_VERBOSE DTRSV(U,N,N,7," --trace "$longley"
@@ -184,13 +188,21 @@ expect 0 "QNM_VERBOSE DTRSV(U,N,N,7," --trace "$longley"
 # A driver of LAPACK is one call: what it calls within the core is the core's own affair.
 expect 0 "" --report "$longley_lapack"
 check "answer by LAPACK" "at least" "$(tail -1 out | cut -d' ' -f1,2)"
-check "calls of LAPACK" "DGELS 1 16 7 1|DNRM2 8 16|total 9" "$(table)"
+check "calls of LAPACK" "DGELS 1 m=16 n=7 nrhs=1|DNRM2 8 n=16|total 9" "$(table)"
 
 # Children write into the same report, also those that outlive the program.
 expect 4 "" --report sh -c "$longley; $longley; exit 4"
-check "calls of two children" 1 "$(table | grep -c '|DROT 224 7|')"
+check "calls of two children" 1 "$(table | grep -c '|DROT 224 n=7|')"
 expect 5 "" --report "$lingering"
-check "calls of a child that outlives the program" "DSCAL 2 3|total 2" "$(table)"
+check "calls of a child that outlives the program" "DSCAL 2 n=3|total 2" "$(table)"
+
+# A report while the program runs, and at its end.
+expect 0 "true ran " --every=1 true
+expect 0 "" --every=1 --page=page.html sh -c "$longley; sleep 1.5"
+check "reports so far, where a page is asked for" 0 "$(grep -c 'has run' err)"
+expect 0 "" --every=1 --report sh -c "$longley; sleep 2.5"
+check "reports so far" "2 1" "$(grep -c ' has run ' err) $(grep -c ' ran ' err)"
+check "the same calls in each" 1 "$(grep '^DROT ' err | sort -u | wc -l)"
 
 # A function that a program brings along is told, where there is a report to tell it in.
 expect 0 "cblas_xerbla" --report "$own_xerbla"

@@ -32,15 +32,15 @@ QNM_VERBOSE no plan: sfftw_plan_dft_(rank=2,n=4x0,sign=-1,flags=64) in place -
 QNM_VERBOSE no plan: dfftw_plan_dft_r2c_1d_(n=3,flags=64) -
 END
 diff - <(sed -n '/^refused/,$p' err) << END
-refused plans                      9  the first by each planner
-dfftw_plan_dft_r2c_1d_             1  (n=3,flags=64)
-fftw_plan_dft                      1  (rank=0,n=null,sign=1,flags=64) in place
-fftw_plan_dft_r2c                  1  (rank=2,n=4x0,flags=64) in place
-fftw_plan_guru_split_dft_r2c       1  (rank=1,dims=4:1:1,howmany_rank=2,howmany_dims=3:4:4x2:12:12,flags=64)
-fftw_plan_r2r                      1  (rank=2,n=4x0,kind=5x5,flags=64)
-fftw_plan_r2r_1d                   2  (n=8,kind=2,flags=64)
-fftwf_plan_many_dft                1  (rank=1,n=4,howmany=3,inembed=null,istride=1,idist=4,onembed=4,ostride=1,odist=5,sign=1,flags=64) in place
-sfftw_plan_dft_                    1  (rank=2,n=4x0,sign=-1,flags=64) in place
+refused plans                 plans  the first by each planner
+dfftw_plan_dft_r2c_1d_            1  (n=3,flags=64)
+fftw_plan_dft                     1  (rank=0,n=null,sign=1,flags=64) in place
+fftw_plan_dft_r2c                 1  (rank=2,n=4x0,flags=64) in place
+fftw_plan_guru_split_dft_r2c      1  (rank=1,dims=4:1:1,howmany_rank=2,howmany_dims=3:4:4x2:12:12,flags=64)
+fftw_plan_r2r                     1  (rank=2,n=4x0,kind=5x5,flags=64)
+fftw_plan_r2r_1d                  2  (n=8,kind=2,flags=64)
+fftwf_plan_many_dft               1  (rank=1,n=4,howmany=3,inembed=null,istride=1,idist=4,onembed=4,ostride=1,odist=5,sign=1,flags=64) in place
+sfftw_plan_dft_                   1  (rank=2,n=4x0,sign=-1,flags=64) in place
 END
 
 # Functions that FFTW alone has.

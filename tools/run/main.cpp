@@ -4,6 +4,7 @@
 #include "elf_file.hpp"
 #include "options.hpp"
 #include "output.hpp"
+#include "page.hpp"
 #include "preload.hpp"
 #include "program.hpp"
 #include "refusal.hpp"
@@ -18,6 +19,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <optional>
@@ -83,53 +85,107 @@ try {
     return answer(std::string("cannot run: ") + refusal.what() + "\n", 2);
 }
 
+RunHead head_of(const Program& program, char** arguments, const Rank& rank)
+{
+    RunHead head;
+    head.program = program.path;
+    head.process = rank.heading();
+    for (char** word = arguments; *word != nullptr; ++word)
+        head.command += (head.command.empty() ? "" : " ") + std::string(*word);
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    char date[64] = "";
+    if (localtime_r(&now, &parts) != nullptr)
+        std::strftime(date, sizeof date, "%Y-%m-%d %H:%M:%S %z", &parts);
+    head.began = date;
+    return head;
+}
+
 int run_traced(const Options& options, const Program& program, char** arguments, const std::string& preload)
 {
     // A test program of the C interface often brings this routine along; its error exits then end there.
     if (ElfFile(program.path).is_native() && ElfFile(program.path).defines("cblas_xerbla"))
         std::fprintf(stderr, "qnm-run: %s has a cblas_xerbla of its own, which takes the layer's place\n",
                      program.path.c_str());
-    Report report;
+    const auto begin = std::chrono::steady_clock::now();
+    Totals totals(std::chrono::nanoseconds(begin.time_since_epoch()).count());
     const Rank rank;
     OutputFile trace, table;
-    const auto begin = std::chrono::steady_clock::now();
-    qnm::trace::LineText text;
-    std::uint64_t records = 0;
-    std::optional<std::uint64_t> told;
-    const auto tell = [&](bool at_the_end) { // again, if more has come since
-        trace.flush();
-        if (!options.report.wanted || told == records)
+    RunHead head = head_of(program, arguments, rank);
+    std::string page;
+    using Time = std::chrono::steady_clock::time_point;
+    const auto look = [&](std::optional<Time> ended) {
+        head.goes_on = !ended;
+        head.seconds =
+            std::chrono::duration<double>(ended.value_or(std::chrono::steady_clock::now()) - begin).count();
+    };
+    const auto why_nothing = [&] { return Check(program, preloaded(asked_by(options, program))).reason(); };
+    const auto tell = [&] {
+        if (!options.report.wanted)
             return;
-        told = records;
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-        std::string whole = "\nqnm-run: " + rank.heading() + program.path + " ran " +
-                            duration_text(elapsed.count()) + "\n" + report.text();
-        if (at_the_end && report.is_empty())
-            whole += "why: " + Check(program, preloaded(asked_by(options, program))).reason() + "\n";
+        std::string whole = "\nqnm-run: " + head_line(totals, head) + "\n" + report_text(totals);
+        if (!head.goes_on && totals.is_empty())
+            whole += "why: " + why_nothing() + "\n";
         table.write_anew(whole);
     };
+    bool page_is_whole = true;
+    // While the program runs, a page that cannot be written is no reason to leave it.
+    const auto show = [&] {
+        try {
+            if (!page.empty())
+                write_page(page, page_text(totals, head));
+            page_is_whole = true;
+        } catch (const Refusal& refusal) {
+            std::fprintf(stderr, "qnm-run: %s\n", refusal.what());
+            page_is_whole = false;
+        }
+    };
+    const auto tell_so_far = [&] {
+        trace.flush();
+        look({});
+        tell();
+        show();
+    };
+    qnm::trace::LineText text;
+    std::uint64_t records = 0;
+    std::optional<std::uint64_t> told; // how many of them
     Listener listener;
     listener.started = [&](int process) {
         if (options.trace.wanted)
             trace.open(options.trace.file, process, rank);
         if (options.report.wanted)
             table.open(options.report.file, process, rank);
+        if (!options.page.wanted)
+            return;
+        page = expanded(options.page.file, process, rank);
+        look({});
+        write_page(page, page_text(totals, head)); // what cannot be written is known ahead
     };
     listener.record = [&](const Record& record) {
         ++records;
-        if (options.trace.wanted)
+        if (options.trace.wanted && !parse_refused_by_engine(record.line))
             trace.write(qnm::trace::line_text(record.line, record.seconds, text));
-        if (options.report.wanted)
-            report.add(record);
+        if (options.report.wanted || options.page.wanted)
+            totals.add(record);
     };
     listener.pause = [&] { trace.flush(); };
-    listener.terminated = [&] { tell(false); };
+    listener.terminated = [&] {
+        told = records;
+        tell_so_far();
+    };
+    listener.due = tell_so_far;
+    listener.every = options.every;
     const Outcome outcome = traced_run(program.path, arguments, preload, listener);
     if (outcome.lost != 0)
         std::fprintf(stderr, "qnm-run: of %llu calls nothing is known: they ended while they were told\n",
                      static_cast<unsigned long long>(outcome.lost));
-    tell(true);
-    bool whole = true;
+    look(outcome.ended);
+    if (told != records) // again, if more has come since
+        tell();
+    if (totals.is_empty() && options.page.wanted)
+        head.notes.push_back(why_nothing());
+    show();
+    bool whole = page_is_whole;
     for (OutputFile* file : {&trace, &table})
         if (const std::string why = file->close(); !why.empty()) {
             std::fprintf(stderr, "qnm-run: %s\n", why.c_str());
@@ -160,7 +216,7 @@ try {
     char** arguments = argv + options.program;
     const Program program = find_program(arguments[0]);
     const std::string preload = preload_list(preloaded(asked_by(options, program), program));
-    if (options.trace.wanted || options.report.wanted)
+    if (options.trace.wanted || options.report.wanted || options.page.wanted)
         end_like(run_traced(options, program, arguments, preload));
     become(program.path, arguments, preload, "");
     throw Refusal(status_not_runnable, program.path + ": " + std::strerror(errno));

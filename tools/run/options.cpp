@@ -3,6 +3,7 @@
 #include "refusal.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 namespace qnm::run {
@@ -31,6 +32,15 @@ void set_integers(Options& options, const std::string& bits)
     options.wide_integers = bits == "64";
 }
 
+void set_every(Options& options, const std::string& text)
+{
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() || seconds < 1)
+        throw Refusal(status_own_failure, "--every=" + text + ": not a number of seconds");
+    options.every = std::chrono::seconds(seconds);
+}
+
 // In the order of --help.
 constexpr Option table[] = {
     {"report", 0, Takes::perhaps, "FILE",
@@ -38,6 +48,12 @@ constexpr Option table[] = {
      [](Options& o, const std::string& file) {
          o.report = {true, file};
      }},
+    {"page", 0, Takes::a_value, "FILE", "the report with pictures, a page of HTML",
+     [](Options& o, const std::string& file) {
+         o.page = {true, file};
+     }},
+    {"every", 0, Takes::a_value, "SECONDS", "report (or the page, where it alone is wanted) that often, too",
+     set_every},
     {"trace", 0, Takes::perhaps, "FILE", "a line for each traced call, to standard error or FILE",
      [](Options& o, const std::string& file) {
          o.trace = {true, file};
@@ -116,6 +132,8 @@ Options parse_options(int argc, char** argv)
     }
     if (options.action == Options::Action::explain)
         return options;
+    if (options.every.count() > 0 && !options.page.wanted)
+        options.report.wanted = true;
     if (i >= argc)
         throw Refusal(status_own_failure, "no program given; --help tells the usage");
     options.program = i;

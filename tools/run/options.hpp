@@ -3,6 +3,7 @@
 #include "preload.hpp"
 #include "program.hpp"
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -18,9 +19,10 @@ struct Options {
     enum class Action { run, check, explain, help, version } action = Action::run;
     Asked asked;
     std::optional<bool> wide_integers; ///< if not told, the program's libraries tell
-    Output trace, report;
-    std::string explained; ///< a name
-    int program = 0;       ///< index of PROGRAM among the arguments
+    Output trace, report, page;
+    std::chrono::seconds every{0}; ///< 0: at the end alone
+    std::string explained;         ///< a name
+    int program = 0;               ///< index of PROGRAM among the arguments
 };
 
 /// Throws Refusal with status 125 if there is an option that is not in the table, a value that is missing or

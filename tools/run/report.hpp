@@ -1,67 +1,47 @@
 #pragma once
 
-#include "record.hpp"
+#include "totals.hpp"
 
-#include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace qnm::run {
 
-/// One traced call, as its line tells it: "DGEMM(N,N,4,4,4,0x1,...)".
-struct TracedCall {
-    std::string name; ///< of the routine; of Fourier transforms with their letters: "FFT dcfo"
-    std::vector<std::string_view> arguments;
-    std::vector<std::int64_t> sizes; ///< that say how much work it had, in their order: m, n, k, lengths
-    std::int64_t batch = 0;          ///< how many transforms at once, if there are several
+/// What is told of a run besides its calls.
+struct RunHead {
+    std::string program;            ///< its file
+    std::string command;            ///< with its arguments
+    std::string process;            ///< "process 1 of 3: ", where there are several with a qnm-run each
+    std::string began;              ///< date and time
+    double seconds = 0;             ///< that it has run
+    bool goes_on = false;           ///< and runs on
+    std::vector<std::string> notes; ///< what passed by the library
 };
 
-/// Nothing if the line does not tell a call (the heading, or text of another origin).
-std::optional<TracedCall> parse_call(std::string_view line);
-
-/// A plan that was refused, as its line tells it: "no plan: fftw_plan_r2r_1d(n=8,...)".
-struct RefusedPlan {
-    std::string_view planner;
-    std::string_view shape;
+/// A table as text and page show it: cells are the same in both.
+struct Table {
+    struct Column {
+        std::string name;
+        bool is_number = false; ///< stands to the right
+    };
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows;
 };
-
-/// Nothing if the line does not tell a refused plan.
-std::optional<RefusedPlan> parse_refused_plan(std::string_view line);
 
 /// A duration with three significant digits and its unit, such as "12.3ms".
 std::string duration_text(double seconds);
+/// "12.3%".
+std::string share_text(double part, double whole);
 
-/// Totals by routine, and refused plans by planner. Memory grows with the number of these, never with the
-/// number of calls.
-class Report {
-public:
-    /// Records that tell no call are passed over. The time of one that is not known counts as none.
-    void add(const Record& record);
-    /// Whether nothing was told, neither a call nor a refused plan.
-    bool is_empty() const { return routines_.empty() && refused_.empty(); }
-    /// The table, longest total time first, and its total line; then the refused plans, if there are any.
-    std::string text() const;
+/// Longest total time first, then a row of totals; without rows if there was no call.
+Table routines_table(const Totals& totals);
+/// Refused calls by routine and argument, most first.
+Table bad_table(const Totals& totals);
+Table plans_table(const Totals& totals);
 
-private:
-    struct Totals {
-        std::uint64_t calls = 0;
-        double seconds = 0;
-        std::vector<std::int64_t> largest; ///< each size by itself
-        std::int64_t batch = 0;            ///< the largest
-    };
-    struct Refused {
-        std::uint64_t plans = 0;
-        std::string first; ///< shape
-    };
-
-    std::string routines_text() const;
-    std::string refused_text() const;
-
-    std::map<std::string, Totals, std::less<>> routines_;
-    std::map<std::string, Refused, std::less<>> refused_;
-};
+/// "./longley ran 1.57ms, 50.4us of it (3.2%) inside of the library".
+std::string head_line(const Totals& totals, const RunHead& head);
+/// The tables that have rows, one below the other.
+std::string report_text(const Totals& totals);
 
 } // namespace qnm::run

@@ -3,6 +3,7 @@
 #include "refusal.hpp"
 #include "trace_ring.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -21,6 +22,13 @@
 
 namespace qnm::run {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Arrived {
+    siginfo_t info;
+    Clock::time_point time;
+};
 
 /// Takes the signals that would end or inform this process, so that no handler runs at a random place;
 /// restore() gives the program what it would have had without us.
@@ -62,14 +70,14 @@ public:
                     continue;
                 {
                     const std::lock_guard lock(mutex_);
-                    arrived_.push_back(info);
+                    arrived_.push_back({info, Clock::now()});
                 }
                 arrived();
             }
         });
     }
     /// Those that arrived since this was asked last.
-    std::vector<siginfo_t> take()
+    std::vector<Arrived> take()
     {
         const std::lock_guard lock(mutex_);
         return std::exchange(arrived_, {});
@@ -79,7 +87,7 @@ private:
     sigset_t taken_ = {}, before_ = {};
     void (*pipe_before_)(int) = SIG_DFL;
     std::mutex mutex_;
-    std::vector<siginfo_t> arrived_;
+    std::vector<Arrived> arrived_;
     std::atomic<bool> ended_{false};
     std::thread waiting_;
 };
@@ -150,7 +158,6 @@ void become(const std::string& path, char* const* arguments, const std::string& 
 Outcome traced_run(const std::string& path, char* const* arguments, const std::string& preload,
                    const Listener& listener)
 {
-    using Clock = std::chrono::steady_clock;
     using namespace std::chrono_literals;
     constexpr auto patience = 2s;
 
@@ -166,12 +173,12 @@ Outcome traced_run(const std::string& path, char* const* arguments, const std::s
     bool running = true;
     bool stopped = false; // by a signal, while only children of the program were left
     bool told = false;
-    Clock::time_point ended;
-    const auto handle = [&](const siginfo_t& signal) {
+    Clock::time_point due = listener.every > 0s ? Clock::now() + listener.every : Clock::time_point::max();
+    const auto handle = [&](const siginfo_t& signal, Clock::time_point time) {
         if (signal.si_signo == SIGCHLD) {
             if (running && waitpid(child, &outcome.status, WNOHANG) == child) {
                 running = false;
-                ended = Clock::now();
+                outcome.ended = time;
             }
             return;
         }
@@ -185,19 +192,25 @@ Outcome traced_run(const std::string& path, char* const* arguments, const std::s
             kill(child, signal.si_signo); // the terminal's signals have reached the whole group already
     };
     while (!stopped) {
-        for (const siginfo_t& signal : signals.take())
-            handle(signal);
+        for (const Arrived& signal : signals.take())
+            handle(signal.info, signal.time);
         const bool over = !running && !ring.has_writers();
         ring.read(listener.record);
         listener.pause();
         if (over)
             break;
-        if (!running && !told && Clock::now() - ended > patience) {
+        if (!running && !told && Clock::now() - outcome.ended > patience) {
             std::fprintf(stderr, "qnm-run: %s has ended, but a child of it still traces; waiting\n",
                          path.c_str());
             told = true;
         }
-        ring.wait(running ? 1h : 20ms); // nobody tells when the last child goes
+        if (Clock::now() >= due) {
+            listener.due();
+            due = Clock::now() + listener.every;
+        }
+        const auto until_due =
+            std::chrono::ceil<std::chrono::milliseconds>(std::min<Clock::duration>(due - Clock::now(), 1h));
+        ring.wait(running ? until_due : 20ms); // nobody tells when the last child goes
     }
     ring.read_last(listener.record);
     listener.pause();

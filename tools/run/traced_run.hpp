@@ -2,6 +2,7 @@
 
 #include "record.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -20,11 +21,14 @@ struct Listener {
     std::function<void(const Record&)> record; ///< the line lives as long as the call
     std::function<void()> pause;               ///< all that was there is read
     std::function<void()> terminated; ///< SIGTERM has come, and goes on to the program when this returns
+    std::function<void()> due;        ///< so much time is over again, if it is not 0
+    std::chrono::seconds every{0};
 };
 
 struct Outcome {
-    int status = 0;         ///< of the program, as wait() tells it
-    std::uint64_t lost = 0; ///< records that their writers began and did not live to end
+    int status = 0;                              ///< of the program, as wait() tells it
+    std::chrono::steady_clock::time_point ended; ///< the program, not its children
+    std::uint64_t lost = 0;                      ///< records that their writers began and did not live to end
 };
 
 /// Runs the program with tracing on, and returns when it and all of its traced children are gone. Signals
