@@ -125,3 +125,9 @@ fi
 title "Digits of the means and deviations that NIST has certified, of a loop and of summary statistics"
 echo "\$ digits"
 "$build/bin/digits"
+
+title "Longley's three regressions once more, under one qnm-run, as a page with pictures"
+echo "\$ qnm-run --page=longley.html sh -c 'longley; longley_lapack; longley_lapacke'"
+"$build/bin/qnm-run" --page="$build/longley.html" \
+    sh -c '"$0/longley"; "$0/longley_lapack"; "$0/longley_lapacke"' "$build/bin" >"$scratch/longley"
+printf 'The page, for any browser: %s\n' "$build/longley.html"

@@ -21,7 +21,9 @@ outcomes() { # NAME RUNNER OPTION...
         sort > "$name"
 }
 outcomes plain env "$@"
-outcomes layer "$qnm_run" "$@"
+paged() { "$qnm_run" --page="$work/page.html" "$@"; }
+outcomes layer paged "$@"
+grep -q '<table id=by-routine>' page.html || fail "no page of the calls"
 
 diff plain layer | grep '^[<>]' > found || true
 sed -n "/^\[$package\]\$/,/^\$/{/^[<>]/p}" "$differences" > wanted

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace qnm::run {
@@ -277,7 +278,8 @@ private:
             else
                 cards += made;
         }
-        return "<p>Across: the largest size of a call, by octaves. Up: its time. The darker, the more calls. "
+        return "<p>Across: the largest size of a call, by octaves. Up: its time. The stronger the colour, "
+               "the more calls. "
                "A square "
                "filters the page by routine and size.</p>\n<div class=grid>\n" +
                cards + "</div>\n" +
@@ -385,6 +387,19 @@ private:
                          (lane.thread == lane.process ? "" : " thread " + std::to_string(lane.thread));
     }
 
+    /// By process; that of all others last.
+    std::vector<const Totals::Lane*> ordered_lanes() const
+    {
+        std::vector<const Totals::Lane*> all;
+        for (const Totals::Lane& lane : totals_.lanes())
+            all.push_back(&lane);
+        std::sort(all.begin(), all.end(), [](const Totals::Lane* a, const Totals::Lane* b) {
+            return std::tuple(a->process == 0, a->process, a->thread) <
+                   std::tuple(b->process == 0, b->process, b->thread);
+        });
+        return all;
+    }
+
     /// How much of the run each lane spent inside, and when; the longest calls stand out.
     std::string lanes() const
     {
@@ -405,7 +420,8 @@ private:
             "library. "
             "Orange: the longest calls. To the right: occupation over the whole run.</p>\n<p class=soft>" +
             legend(most) + "</p>\n<div class=lanes>\n";
-        for (const Totals::Lane& lane : totals_.lanes()) {
+        for (const Totals::Lane* const one : ordered_lanes()) {
+            const Totals::Lane& lane = *one;
             std::string paths[shades], busy, marks;
             for (std::size_t i = 0; i < shown; ++i) {
                 const Totals::Lane::Bin& bin = lane.bins[i];
@@ -458,7 +474,8 @@ private:
     std::string lanes_table(double end) const
     {
         std::string rows;
-        for (const Totals::Lane& lane : totals_.lanes())
+        for (const Totals::Lane* const one : ordered_lanes()) {
+            const Totals::Lane& lane = *one;
             rows +=
                 element("tr", element("th", lane.process == 0 ? "all others" : std::to_string(lane.process),
                                       "scope=row") +
@@ -467,6 +484,7 @@ private:
                                   element("td", duration_text(lane.seconds), "class=n") +
                                   element("td", share_text(lane.seconds, end), "class=n")) +
                 "\n";
+        }
         return element("details", element("summary", "Table by thread") +
                                       scrolled("Threads", "<table id=by-thread>" +
                                                               head_row({{"process"},
