@@ -93,6 +93,8 @@ shown = [[cell for i, cell in enumerate(row) if i != 7] for row in tables.rows["
 assert [[c for c in row if c] for row in shown] == text_rows("routine"), (shown, text)
 assert [[c for c in row if c] for row in tables.rows["bad"]] == text_rows("refused calls"), tables.rows["bad"]
 calls, queries, refused = (int(n) for n in shown[-1][1:4])
+bad = [row[:4] for row in tables.rows["bad"][1:]]
+assert queries == 1 and bad == [["DGEMM", "2", "transb", "1"], ["DGEMM", "8", "lda", "1"], ["DGESV", "1", "n", "1"]], bad
 assert len(tables.rows["longest"]) - 1 == min(200, calls), calls
 assert sum(int(row[2]) for row in tables.rows["by-thread"][1:]) == calls + queries + refused
 assert not any(any(rows) for rows in tables.hidden.values()), "something is hidden from the start"

@@ -23,10 +23,13 @@ TEST(Report, ReadsCallsByTheCatalogueAndPassesOverOtherLines)
           {"DTRSV(U,,,U,3,(nil),2,0x2,0)", "DTRSV", "n ", Sizes{3}, false, 2},
           {"DTRSV(U,N,U,3,(nil),2,0x2,0)", "DTRSV", "n ", Sizes{3}, false, 6},
           {"DGEMM(N,t,4,5,6,0x1,0x2,4,0x3,4,0x4,0x5,4)", "DGEMM", "m n k ", Sizes{4, 5, 6}, false, 10},
-          // a letter that is a digit, a procedure ahead of the sizes, a copy that is told with blanks
+          // a letter that is a digit, a procedure or an array ahead of the sizes, a copy that is told with
+          // blanks
           {"DLANGE(1,4,3,0x1,4,0x2)", "DLANGE", "m n ", Sizes{4, 3}, false, 0},
           {"ZGEESX(V,S,0x9,N,50,0x1,50,0,0x2,0x3,50,0x4,0x5,0x6,100,0x7,0x8,0)", "ZGEESX", "n ", Sizes{50},
            false, 0},
+          {"DTREVC(R,B,0x1,50,0x2,50,0x3,50,0x4,50,100,0x5,0x6,0)", "DTREVC", "n mm ", Sizes{50, 100}, false,
+           0},
           {"QNM_DOMATCOPY(C, N, 30, 20, 1.500000, 0x1, 30, 0x2, 30)", "QNM_DOMATCOPY", "rows cols ",
            Sizes{30, 20}, false, 0},
           {"vdRngGaussian(0,0x1,1000,0x2,0.000000,1.000000)", "vdRngGaussian", "n ", Sizes{1000}, false, 0},
