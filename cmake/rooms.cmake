@@ -1,11 +1,11 @@
 # Families and what is made of them. A family is a folder; its CMakeLists.txt has one call of qnm_family.
 
-# qnm_family(<name> TABLES <chapter>... [SOURCES <file>...] [WHOLE <file>...] [HEADERS <name>...] [MODULES <name>...] [INNER <name>...] [ROOM <file>...]):
+# qnm_family(<name> TABLES <chapter>... [SOURCES <file>...] [WHOLE <file>...] [HEADERS <name>...] [MODULES <name>...] [INNER <name>...] [ROOM <file>...] [CORE]):
 # the family of this folder, which is also its room. family.tab, which tells its names, is read with those of all
 # families ahead of every other table; TABLES in the order told, behind those of families told before. SOURCES stand beside what is generated of the tables; WHOLE are those that need all of the library. A header
-# NAME is made of NAME.h.in, a module of Fortran, NAME.f90, of NAME.f90.in, and one of the library's own, <family>/NAME.hpp, of NAME.hpp.in. ROOM is the reader and generator of a sentence of its own; it defines make_<name>_room().
+# NAME is made of NAME.h.in, with CORE core/<family>.h for those who write a core of core.h.in, a module of Fortran, NAME.f90, of NAME.f90.in, and one of the library's own, <family>/NAME.hpp, of NAME.hpp.in. ROOM is the reader and generator of a sentence of its own; it defines make_<name>_room().
 function(qnm_family name)
-  cmake_parse_arguments(ARG "" "" "TABLES;SOURCES;WHOLE;HEADERS;MODULES;INNER;ROOM" ${ARGN})
+  cmake_parse_arguments(ARG "CORE" "" "TABLES;SOURCES;WHOLE;HEADERS;MODULES;INNER;ROOM" ${ARGN})
   list(TRANSFORM ARG_TABLES APPEND .tab)
   set(ARG_NAMES family.tab)
   list(TRANSFORM ARG_HEADERS APPEND .h.in)
@@ -15,6 +15,9 @@ function(qnm_family name)
     list(TRANSFORM ARG_${part} PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
     set_property(GLOBAL PROPERTY QNM_FAMILY_${name}_${part} ${ARG_${part}})
   endforeach()
+  if(ARG_CORE)
+    set_property(GLOBAL APPEND PROPERTY QNM_CORE_HEADERS ${CMAKE_CURRENT_SOURCE_DIR}/core.h.in)
+  endif()
   set_property(GLOBAL PROPERTY QNM_FAMILY_${name}_FOLDER ${CMAKE_CURRENT_SOURCE_DIR}/..)
   set_property(GLOBAL APPEND PROPERTY QNM_FAMILIES ${name})
 endfunction()

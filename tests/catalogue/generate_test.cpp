@@ -12,6 +12,7 @@ namespace qnm::generate {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 std::string read(const fs::path& path)
@@ -113,6 +114,22 @@ TEST_F(Generator, ExplainsWhatItKnowsAndRefusesTheRest)
     }
 }
 
+TEST_F(Generator, TellsWritersOfCoresOneTypeForEachFunction)
+{
+    const std::string source = in_folder("x.h.in"), result = in_folder("x.h"), table = in_folder("odd.tab");
+    const auto header = [&](const std::string& row) {
+        write(source, "@imports " + folder_.filename().string() + " @\n");
+        write(table, "family blas\n" + row);
+        return run("header " + source + " " + result + " " + all_tables + " " + table) == 0 ? read(result)
+                                                                                            : error_;
+    };
+    // Letters of a core's one name: what stands behind an address, codes tell.
+    EXPECT_THAT(header("odd s d unchecked int n, T x[] core - odd\n"),
+                HasSubstr("void qnm_blas_odd(const qnm_int64* n, const void* x);"));
+    EXPECT_THAT(header("odd s unchecked int n, int x[] core axpy\n"),
+                HasSubstr("'qnm_blas_saxpy': expected what blas/level1.tab:5 calls, void qnm_blas_saxpy("));
+}
+
 TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
 {
     const std::string source = in_folder("x.h.in"), result = in_folder("x.h");
@@ -135,7 +152,7 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
           {"@prototypes blas/level9.tab @\n",
            "blas/level9.tab:0: no rows: expected the name of a table that was read\n"},
           {"@poems blas/level2.tab @\n", "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
-                                         "TABLE, helpers FAMILY, renames FAMILY, routines "
+                                         "TABLE, imports FOLDER, helpers FAMILY, renames FAMILY, routines "
                                          "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
                                          "room's own\n"},
           {"    RED = -3, /* int */\n@constants x.h.in@\n",

@@ -9,10 +9,10 @@ own='struct pair8 { float re, im; }; struct pair16 { double re, im; };
 #define LAPACK_COMPLEX_CUSTOM
 #define lapack_complex_float struct pair8
 #define lapack_complex_double struct pair16'
-[ "$(ls qnm/*.h | wc -l)" -ge 9 ] || failed=1
+[ "$(ls qnm/*.h | wc -l)" -ge 9 ] && [ "$(ls qnm/core/*.h | wc -l)" -ge 9 ] || failed=1
 for standard in c99 c11 c17 c++11 c++14 c++17 c++20; do
     case $standard in c++*) compiler="$cxx -x c++" ;; *) compiler="$cc -x c" ;; esac
-    case $standard in c99 | c++11) headers=$(ls qnm/*.h) ;; *) headers="qnm/qnm.h qnm/lapacke.h" ;; esac
+    case $standard in c99 | c++11) headers=$(ls qnm/*.h qnm/core/*.h) ;; *) headers="qnm/qnm.h qnm/lapacke.h" ;; esac
     for header in $headers; do
         for types in "" "$own"; do
             printf '%s\n#include <%s>\n' "$types" "$header" |
@@ -29,5 +29,9 @@ for theirs in "$@"; do
                 { echo "FAILED: $pair, $compiler"; failed=1; }
         done
     done
+done
+# All that a core may include is one program's.
+for compiler in "$cc -x c -std=c99" "$cxx -x c++ -std=c++11"; do
+    printf '#include <%s>\n' qnm/core/*.h | $compiler -Wall -Wextra -pedantic -Werror -fsyntax-only -I. - || failed=1
 done
 exit $failed

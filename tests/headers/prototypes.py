@@ -57,6 +57,16 @@ for name in exported ^ ours.keys():
            f"{name} is exported or declared, and not both")
 
 
+# A core's headers have just what the layer imports.
+imported = {line.split()[-1] for line in subprocess.check_output(
+    ["nm", "--dynamic", "--undefined-only", library], text=True).splitlines() if " qnm_" in line}
+for_cores = {function for header in glob.glob(include + "/qnm/core/*.h")
+             for function, _ in prototypes(header, "-I", include)}
+expect(len(imported) > 3000, f"the layer imports {len(imported)} functions")
+for name in sorted(imported ^ for_cores):
+    expect(False, f"{name} is imported or declared for a core, and not both")
+
+
 def compare(published, least, words={}, constants_agree=operator.eq, int_for_nothing=False):
     """Expects that published functions which we have too, so many at least, are declared as ours."""
     def agree(our, their):

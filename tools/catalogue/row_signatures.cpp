@@ -96,6 +96,11 @@ Fill fill(const Parameter& p, const Entry& entry)
                : Fill::as_it_is;
 }
 
+Place hidden_length(const std::string& text)
+{
+    return {Fill::constant, -1, "1", {}, "size_t", text + "_length"};
+}
+
 Callee callee(const Signature& signature, const Entry& entry)
 {
     const Row& row = *entry.row;
@@ -110,7 +115,12 @@ Callee callee(const Signature& signature, const Entry& entry)
             if (a == nullptr) {
                 const int* const number = told_number(told, entry.precision, entry.width);
                 core.places.push_back(
-                    {Fill::constant, -1, number == nullptr ? told : std::to_string(*number)});
+                    {Fill::constant,
+                     -1,
+                     number == nullptr ? told : std::to_string(*number),
+                     {},
+                     "qnm_int64",
+                     number == nullptr ? "number" + std::to_string(core.places.size() + 1) : told});
                 continue;
             }
             place(signature.parameters.size() - row.arguments.size() +
@@ -126,16 +136,18 @@ Callee callee(const Signature& signature, const Entry& entry)
     }
     for (std::size_t i = 0; i < signature.parameters.size(); ++i)
         if (signature.parameters[i].name == "result_length")
-            core.places.push_back({Fill::constant, -1, "1"});
+            core.places.push_back(hidden_length("result"));
         else if (const Argument* a = signature.parameters[i].argument; a == nullptr || !a->kept)
             place(i);
     if (entry.frame() == Class::handed || entry.frame() == Class::passed || entry.frame() == Class::chain ||
         entry.frame() == Class::called || entry.frame() == Class::relayed)
         return core;
     if (row.groups)
-        core.places.push_back({Fill::constant, -1, entry.width == Width::narrow ? "1" : "0"});
-    for (int i = 0; i < entry.hidden_lengths(); ++i)
-        core.places.push_back({Fill::constant, -1, "1"});
+        core.places.push_back(
+            {Fill::constant, -1, entry.width == Width::narrow ? "1" : "0", {}, "int", width_flag});
+    for (const Argument& a : row.arguments)
+        if (a.kind == Kind::character || a.kind == Kind::letters)
+            core.places.push_back(hidden_length(a.name));
     return core;
 }
 

@@ -49,7 +49,11 @@ struct Place {
     int parameter = -1;
     std::string constant = {};        // where there is no parameter
     std::map<int, char> letters = {}; // of codes: what each becomes
+    std::string type = {}, name = {}; // of a constant, in the core's prototype
 };
+
+/// The name of the constant that tells how wide the integers are behind the addresses of a call.
+inline constexpr const char* width_flag = "narrow";
 
 /// A call that the function ends in: of the core, or of another entry.
 struct Callee {

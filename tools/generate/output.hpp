@@ -38,6 +38,9 @@ std::string jumps_text(const catalogue::Row& row, std::set<std::string>& declare
 /// A public header: the template's text, with its marks replaced by the prototypes that they ask for. Refuses
 /// a name that is asked for twice or, of a table that is asked for, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
+/// The core's functions behind the entries of a folder's tables, for those who write a core. Refuses two
+/// entries that call one function with different types.
+std::string core_prototypes(const catalogue::Catalogue& tables, const std::string& folder);
 /// What a name of these functions is and what follows from its row, for people.
 std::string explanation(const std::vector<catalogue::Signature>& functions, const std::string& name);
 

@@ -318,7 +318,9 @@ private:
                 s.tests.push_back({static_cast<int>(i) + 1, m.code(i), s.parameters[i + 1].name + " != 0"});
         if (m.told->direct)
             return s;
-        Callee threader{"qnm_vml_serv_threader_" + m.threader(), "", {{Fill::constant, -1, "kernel"}}};
+        Callee threader{"qnm_vml_serv_threader_" + m.threader(),
+                        "",
+                        {{Fill::constant, -1, "kernel", {}, "qnm_procedure_t", "kernel"}}};
         for (std::size_t i = 0; i <= count; ++i) {
             const Parameter& p = s.parameters[i];
             threader.places.push_back({p.argument->is_integer()     ? Fill::low
@@ -326,8 +328,8 @@ private:
                                                                     : Fill::as_it_is,
                                        static_cast<int>(i)});
         }
-        threader.places.push_back({Fill::constant, -1, "handle"});
-        threader.places.push_back({Fill::constant, -1, "companion"});
+        threader.places.push_back({Fill::constant, -1, "handle", {}, "void*", "library"});
+        threader.places.push_back({Fill::constant, -1, "companion", {}, "float", "companion"});
         s.callees = {threader};
         return s;
     }
