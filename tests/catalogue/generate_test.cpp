@@ -152,7 +152,7 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
           {"@prototypes blas/level9.tab @\n",
            "blas/level9.tab:0: no rows: expected the name of a table that was read\n"},
           {"@poems blas/level2.tab @\n", "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
-                                         "TABLE, imports FOLDER, helpers FAMILY, renames FAMILY, routines "
+                                         "TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, routines "
                                          "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
                                          "room's own\n"},
           {"    RED = -3, /* int */\n@constants x.h.in@\n",

@@ -170,7 +170,7 @@ std::string folder_of(const Signature& s)
 
 } // namespace
 
-std::string core_prototypes(const Catalogue& tables, const std::string& folder)
+std::string core_prototypes(const Catalogue& tables, const std::string& folder, const std::string& macro)
 {
     const std::vector<Signature> all = tables.signatures();
     std::set<std::string> exported;
@@ -199,6 +199,10 @@ std::string core_prototypes(const Catalogue& tables, const std::string& folder)
     std::string text, table;
     for (const std::string& name : order) {
         const Called& made = told.at(name);
+        if (!macro.empty()) {
+            text += macro + "(" + made.from->table + ", " + name + ")\n";
+            continue;
+        }
         if (made.from->table != table)
             text += "\n/* Of " + made.from->table + ". */\n";
         table = made.from->table;

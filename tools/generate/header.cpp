@@ -218,8 +218,8 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
         return declared.prototypes(words[1], {words.begin() + 2, words.end()});
     if (words.size() == 2 && words[0] == "core")
         return declared.core(words[1]);
-    if (words.size() == 2 && words[0] == "imports")
-        return core_prototypes(tables, words[1]);
+    if ((words.size() == 2 || words.size() == 3) && words[0] == "imports")
+        return core_prototypes(tables, words[1], words.size() == 3 ? words[2] : "");
     if (words.size() == 2 && words[0] == "helpers")
         return helper_declarations(tables, words[1]);
     if (words.size() == 2 && words[0] == "renames")
@@ -239,7 +239,7 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
     }
     throw TableError(
         "'@" + joined(words, " ") +
-        "@': expected prototypes TABLE ROOT..., core TABLE, imports FOLDER, helpers FAMILY, renames FAMILY, "
+        "@': expected prototypes TABLE ROOT..., core TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, "
         "routines FAMILY FORM PREFIX, complex_functions MACRO, wide_fellows MACRO PREFIX..., constants FILE or "
         "a room's own");
 }

@@ -39,8 +39,9 @@ std::string jumps_text(const catalogue::Row& row, std::set<std::string>& declare
 /// a name that is asked for twice or, of a table that is asked for, not at all.
 std::string header_text(const catalogue::Catalogue& tables, const std::string& path);
 /// The core's functions behind the entries of a folder's tables, for those who write a core. Refuses two
-/// entries that call one function with different types.
-std::string core_prototypes(const catalogue::Catalogue& tables, const std::string& folder);
+/// entries that call one function with different types. With a macro: that of each one's table and name.
+std::string core_prototypes(const catalogue::Catalogue& tables, const std::string& folder,
+                            const std::string& macro);
 /// What a name of these functions is and what follows from its row, for people.
 std::string explanation(const std::vector<catalogue::Signature>& functions, const std::string& name);
 
