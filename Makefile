@@ -5,7 +5,7 @@ PREFIX  ?= /usr/local
 POINTS  ?= 1000000
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
-LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_headers
+LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_core_check qnm_headers
 
 .PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder install uninstall format clean
 

@@ -25,6 +25,10 @@ title "Once more from C, row by row, through LAPACKE_dgels"
 echo "\$ qnm-run --report longley_lapacke"
 "$build/bin/qnm-run" --report "$build/bin/longley_lapacke"
 
+title "A core of one file, checked: level 1 of the BLAS over plain loops"
+echo "\$ qnm-core-check libexample_core.so blas/level1"
+"$build/bin/qnm-core-check" "$build/lib/libexample_core.so" blas/level1
+
 spectrum() { # PROGRAM [PICTURE]
     "$build/bin/qnm-run" --report "$build/bin/$1" "$here/sunspots.txt" ${2:+"$2"} >"$scratch/$1" 2>"$scratch/report" ||
         { cat "$scratch/report" >&2; exit 1; }

@@ -151,10 +151,11 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
                     wanted + "/* behind */\n"},
           {"@prototypes blas/level9.tab @\n",
            "blas/level9.tab:0: no rows: expected the name of a table that was read\n"},
-          {"@poems blas/level2.tab @\n", "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
-                                         "TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, routines "
-                                         "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
-                                         "room's own\n"},
+          {"@poems blas/level2.tab @\n",
+           "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
+           "TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, routines "
+           "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
+           "room's own\n"},
           {"    RED = -3, /* int */\n@constants x.h.in@\n",
            "    RED = -3, /* int */\n  integer(c_int), parameter, public :: RED = -3\n"},
           {"    RED = 0x1a\n#define BLUE 0x100000000ULL /* far */\n@constants x.h.in@\n",

@@ -159,8 +159,9 @@ int run(std::vector<std::string> words)
         for (const std::string& name : names)
             if (dlsym(core, name.c_str()) == nullptr && ++count <= 10)
                 missing += " " + name;
-        verdicts.tell(family, std::to_string(names.size()) + " names",
-                      count == 0 ? "" : std::to_string(count) + " missing:" + missing + (count > 10 ? " ..." : ""));
+        verdicts.tell(
+            family, std::to_string(names.size()) + " names",
+            count == 0 ? "" : std::to_string(count) + " missing:" + missing + (count > 10 ? " ..." : ""));
     }
     if (!known)
         throw std::runtime_error("no such family: expected a folder or a table, as blas or blas/level1");

@@ -16,7 +16,8 @@ namespace {
 
 bool is_aligned(const void* block, int alignment)
 {
-    return block != nullptr && reinterpret_cast<std::uintptr_t>(block) % static_cast<unsigned>(alignment) == 0;
+    return block != nullptr &&
+           reinterpret_cast<std::uintptr_t>(block) % static_cast<unsigned>(alignment) == 0;
 }
 
 std::string memory(void* core)
