@@ -154,7 +154,7 @@ TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
           {"@poems blas/level2.tab @\n",
            "'@poems blas/level2.tab@': expected prototypes TABLE ROOT..., core "
            "TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, routines "
-           "FAMILY FORM PREFIX, complex_functions MACRO, constants FILE or a "
+           "FAMILY FORM PREFIX, complex_functions MACRO, wide_fellows MACRO PREFIX..., constants FILE or a "
            "room's own\n"},
           {"    RED = -3, /* int */\n@constants x.h.in@\n",
            "    RED = -3, /* int */\n  integer(c_int), parameter, public :: RED = -3\n"},
