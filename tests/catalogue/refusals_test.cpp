@@ -305,6 +305,34 @@ TEST(Refusals, OfGeneratorsAndStreams)
         go s d i : R a < b, R b, R p inside 0 1 tested last a => accepted;)");
 }
 
+// A table of any length is refused before it takes the reader's stack, or that of whoever walks the
+// expression.
+TEST(Refusals, OfExpressionsThatNestTooDeep)
+{
+    const auto row = [](const char* open, const char* close, std::size_t times) {
+        std::string text = "family blas\naxpy s checked int n >= 0, T x[";
+        for (std::size_t i = 0; i < times; ++i)
+            text += open;
+        text += "n";
+        for (std::size_t i = 0; i < times; ++i)
+            text += close;
+        return refusal(text + "]");
+    };
+    for (const auto& [open, close] : std::vector<std::pair<const char*, const char*>>{{"(", ")"},
+                                                                                      {"- ", ""},
+                                                                                      {"not ", ""},
+                                                                                      {"abs(", ")"},
+                                                                                      {"x[", "]"},
+                                                                                      {"n ? n : ", ""},
+                                                                                      {"n + ", ""}}) {
+        const auto nests_too_deep = [&](std::size_t times) {
+            return row(open, close, times).ends_with("expected at most 100 levels of nesting");
+        };
+        EXPECT_FALSE(nests_too_deep(90)) << open;
+        EXPECT_TRUE(nests_too_deep(200'000)) << open;
+    }
+}
+
 TEST(Refusals, AreNotForGoodRows)
 {
     for (const char* row :

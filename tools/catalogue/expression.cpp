@@ -44,7 +44,9 @@ std::int64_t depth(std::int64_t n, std::int64_t leaf)
     return k;
 }
 
-ExpressionPtr parse_primary(Lexer& lexer)
+ExpressionPtr parse_primary(Lexer& lexer);
+
+ExpressionPtr parse_operand(Lexer& lexer)
 {
     const std::string text = lexer.peek().text;
     if (lexer.accept("(")) {
@@ -92,15 +94,26 @@ ExpressionPtr parse_primary(Lexer& lexer)
     return make_expression(Kind::name, text, {});
 }
 
+ExpressionPtr parse_primary(Lexer& lexer)
+{
+    lexer.nest();
+    ExpressionPtr operand = parse_operand(lexer);
+    lexer.unnest();
+    return operand;
+}
+
 using Level = ExpressionPtr (*)(Lexer&);
 
 ExpressionPtr parse_left(Lexer& lexer, Level operand, std::initializer_list<const char*> operators)
 {
     ExpressionPtr left = operand(lexer);
-    while (std::find(operators.begin(), operators.end(), lexer.peek().text) != operators.end()) {
+    int levels = 0; // each operator stands above all that is to the left of it
+    for (; std::find(operators.begin(), operators.end(), lexer.peek().text) != operators.end(); ++levels) {
         const std::string text = lexer.next().text;
+        lexer.nest();
         left = make_expression(Kind::binary, text, {left, operand(lexer)});
     }
+    lexer.unnest(levels);
     return left;
 }
 
@@ -181,9 +194,12 @@ ExpressionPtr parse_expression(Lexer& lexer)
     ExpressionPtr test = parse_or(lexer);
     if (!lexer.accept("?"))
         return test;
+    lexer.nest();
     ExpressionPtr then = parse_expression(lexer);
     lexer.expect(":");
-    return make_expression(Kind::condition, "?", {test, then, parse_expression(lexer)});
+    ExpressionPtr condition = make_expression(Kind::condition, "?", {test, then, parse_expression(lexer)});
+    lexer.unnest();
+    return condition;
 }
 
 ExpressionPtr parse_bound(Lexer& lexer)

@@ -136,6 +136,13 @@ int Lexer::number(const std::string& what)
     return negative ? -value : value;
 }
 
+void Lexer::nest()
+{
+    constexpr int deepest = 100;
+    if (++levels_ > deepest)
+        fail("at most " + std::to_string(deepest) + " levels of nesting");
+}
+
 void Lexer::fail(const std::string& expected) const
 {
     fail_at(peek().line, at_end() ? "end of the row" : "'" + peek().text + "'", expected);

@@ -44,6 +44,10 @@ public:
     /// At most six digits, decimal or behind 0x, a minus ahead of them or none.
     int number(const std::string& what);
 
+    /// One level deeper, and so many back: what is read of a text has to fit its readers' stacks.
+    void nest();
+    void unnest(int levels = 1) { levels_ -= levels; }
+
     [[noreturn]] void fail(const std::string& expected) const;
     [[noreturn]] void fail_at(int line, const std::string& found, const std::string& expected) const;
 
@@ -52,6 +56,7 @@ private:
     int first_line_;
     std::vector<Token> tokens_;
     std::size_t position_ = 0;
+    int levels_ = 0;
     Token end_;
 };
 
