@@ -7,7 +7,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_core_check qnm_headers
 
-.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder install uninstall format clean
+.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder abi install uninstall format clean
 
 all: lib
 
@@ -71,6 +71,12 @@ dieharder:
 	@tools/configure release -DQNM_TESTS=ON
 	@cmake --build $(BUILD) --parallel $(JOBS) --target words
 	@tools/dieharder $(BUILD) $(SOURCES)
+
+## abi: adds what the tables have besides to abi/2.txt, the promise of names that check holds
+abi:
+	@$(PACKAGES) lib
+	@tools/configure release -DQNM_TESTS=OFF
+	@cmake --build $(BUILD) --target abi
 
 ## install: libraries, qnm-run, headers, package files, pages, licence (PREFIX, DESTDIR; STRIP=1: without line tables)
 install: installable
