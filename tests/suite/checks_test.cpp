@@ -194,18 +194,10 @@ TEST_F(Checks, NothingBehindTheFirstBadArgumentIsTouched)
     each_checked([](const FunctionCall& good) {
         if (!lists("blas lapack", good.signature().family))
             return;
-        std::set<std::string> needed;
-        const auto add = [&](const ExpressionPtr& e) {
-            if (e)
-                walk(*e, [&](const Expression& node) { needed.insert(node.text); });
-        };
-        if (!good.has_groups()) // whose definitions are computed as they are needed
-            for (const catalogue::Definition& d : good.signature().definitions)
-                add(d.value);
-        for (const FunctionCall::Step& step : good.steps()) {
+        for (std::size_t k = 0; k < good.steps().size(); ++k) {
+            const FunctionCall::Step step = good.steps()[k];
             SCOPED_TRACE(step.argument);
-            needed.insert(step.argument);
-            add(good.facts(good.index(step.argument))->minimum);
+            const std::set<std::string> needed = needed_for(good.signature(), k);
             FunctionCall call = good;
             call.spoil(step.argument);
             const bool reads_ahead = good.signature().family == "lapack"; // to see whether this is a query

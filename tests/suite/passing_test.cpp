@@ -2,17 +2,8 @@
 #include "suite/routine.hpp"
 #include "support/published.hpp"
 
-#include <set>
-
 namespace qnm::tests {
 namespace {
-
-/// Whether an argument is conjugated for the length of a row-major call: there twins show what is right.
-bool turned(const FunctionCall& call, std::size_t i)
-{
-    static const std::set<std::string> all{"alpha", "x", "incx", "stridex", "beta", "y", "incy"};
-    return call.may_conjugate() && all.contains(call.parameters()[i].name);
-}
 
 class Passing : public CoreTest {
 protected:
@@ -74,7 +65,7 @@ TEST_F(Passing, ValidCallsWithAValueOfItsOwnInEachArgument)
             ASSERT_EQ(noted.size(), 1U) << ::testing::PrintToString(story());
             EXPECT_TRUE(call == before);
             call.expect_passed(noted[0], call.callee(),
-                               [&](std::size_t i, std::size_t) { return turned(call, i); });
+                               [&](std::size_t i, std::size_t) { return is_turned(call, i); });
         });
     });
 }

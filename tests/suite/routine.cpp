@@ -76,6 +76,33 @@ void each_call(const std::vector<const Signature*>& functions,
         }
 }
 
+std::set<std::string> needed_for(const Signature& s, std::size_t test)
+{
+    std::set<std::string> needed;
+    const auto add = [&](const ExpressionPtr& e) {
+        if (e)
+            walk(*e, [&](const Expression& node) { needed.insert(node.text); });
+    };
+    const bool groups =
+        std::ranges::any_of(s.parameters, [](const Parameter& p) { return p.name == "group_count"; });
+    if (!groups) // whose definitions are computed as they are needed
+        for (const catalogue::Definition& d : s.definitions)
+            add(d.value);
+    for (std::size_t k = 0; k <= test; ++k) {
+        const Parameter& p = s.parameters[static_cast<std::size_t>(s.tests[k].parameter)];
+        needed.insert(p.name);
+        if (p.argument != nullptr)
+            add(p.argument->minimum);
+    }
+    return needed;
+}
+
+bool is_turned(const FunctionCall& call, std::size_t i)
+{
+    static const std::set<std::string> all{"alpha", "x", "incx", "stridex", "beta", "y", "incy"};
+    return call.may_conjugate() && all.contains(call.parameters()[i].name);
+}
+
 std::string called(const FunctionCall& call)
 {
     const std::string& name = call.callee().name;

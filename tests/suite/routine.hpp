@@ -48,6 +48,11 @@ public:
 
     /// Arrays with what lies behind them.
     const std::map<std::size_t, std::vector<int>>& arrays() const { return arrays_; }
+    /// Takes what stands in other memory for an array's elements.
+    void take(std::size_t i, const int* elements)
+    {
+        std::copy_n(elements, std::max<std::int64_t>(extent(i), 0), arrays_.at(i).begin());
+    }
 
     /// The calls that the entry makes, in order, up to its blocks and all.
     std::vector<std::string> beginning() const;
@@ -98,6 +103,12 @@ std::vector<const Signature*> all();
 /// conjugated there are those of three problems, and none of groups.
 void each_call(const std::vector<const Signature*>& functions,
                const std::function<void(const FunctionCall&)>& visit, int groups = 3);
+
+/// The arguments that an entry of the Fortran interfaces reads up to one of its tests.
+std::set<std::string> needed_for(const Signature& signature, std::size_t test);
+
+/// Whether an argument is conjugated for the length of a row-major call: there twins show what is right.
+bool is_turned(const FunctionCall& call, std::size_t i);
 
 /// The core's function that a call ends in, through the entry of another family where there is one.
 std::string called(const FunctionCall& call);
