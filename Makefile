@@ -7,7 +7,7 @@ BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_core_check qnm_headers
 
-.PHONY: all lib plugins doc demo check sanitizers bench accuracy dieharder abi install uninstall format clean
+.PHONY: all lib plugins doc demo check sanitizers fuzz bench accuracy dieharder abi install uninstall format clean
 
 all: lib
 
@@ -46,6 +46,11 @@ check:
 sanitizers:
 	@$(PACKAGES) lib demo check
 	@tools/sanitizers
+
+## fuzz: for SECONDS each, calls by chance and fuzzers of what reads files; no part of check, which runs what they keep
+fuzz:
+	@$(PACKAGES) lib check fuzz
+	@tools/fuzz $(SECONDS)
 
 ## bench: instructions and time beside a direct call of the engine
 bench:
