@@ -237,11 +237,12 @@ std::string marked(const std::vector<std::string>& words, const Catalogue& table
         if (!text.empty())
             return text;
     }
-    throw TableError(
-        "'@" + joined(words, " ") +
-        "@': expected prototypes TABLE ROOT..., core TABLE, imports FOLDER MACRO, helpers FAMILY, renames FAMILY, "
-        "routines FAMILY FORM PREFIX, complex_functions MACRO, wide_fellows MACRO PREFIX..., constants FILE or "
-        "a room's own");
+    throw TableError("'@" + joined(words, " ") +
+                     "@': expected prototypes TABLE ROOT..., core TABLE, imports FOLDER MACRO, helpers "
+                     "FAMILY, renames FAMILY, "
+                     "routines FAMILY FORM PREFIX, complex_functions MACRO, wide_fellows MACRO PREFIX..., "
+                     "constants FILE or "
+                     "a room's own");
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // The generator: reads the tables and writes what the compiler and the linker need of them.
 #include <cstdio>
+#include <fstream>
 #include <map>
+#include <sstream>
 
 #include "abi.hpp"
 #include "catalogue/tool.hpp"
