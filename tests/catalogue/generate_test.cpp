@@ -12,6 +12,7 @@ namespace qnm::generate {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -127,7 +128,8 @@ TEST_F(Generator, TellsWritersOfCoresOneTypeForEachFunction)
     EXPECT_THAT(header("odd s d unchecked int n, T x[] core - odd\n"),
                 HasSubstr("void qnm_blas_odd(const qnm_int64* n, const void* x);"));
     EXPECT_THAT(header("odd s unchecked int n, int x[] core axpy\n"),
-                HasSubstr("'qnm_blas_saxpy': expected what blas/level1.tab:5 calls, void qnm_blas_saxpy("));
+                AllOf(HasSubstr("'qnm_blas_saxpy': expected what blas/level1.tab:"),
+                      HasSubstr(" calls, void qnm_blas_saxpy(")));
 }
 
 TEST_F(Generator, TakesEachRowIntoAHeaderOnceAndLeavesNoneOut)
