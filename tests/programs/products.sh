@@ -29,10 +29,10 @@ if ! "$python" -I -c 'import scipy.linalg' 2> errors; then
 fi
 calls() { # ARGUMENT...
     "$qnm_run" --report "$python" -IB program.py "$@" > out 2> report || fail "$(cat out report)"
-    awk '/^routine /{ on = 1; next } on { print $1, $2, $6, $7, $8 }' report | sort
+    awk '/^routine /{ on = 1; next } on { print $1, $2, $8, $9, $10 }' report | sort
 }
 calls > without
-grep -q '^DGEMM 1 7 5 7$' without && grep -q '^DGESV 1 6 1' without || fail "$(cat without report)"
+grep -q '^DGEMM 1 m=7 n=5 k=7$' without && grep -q '^DGESV 1 n=6 nrhs=1' without || fail "$(cat without report)"
 calls "$library" > with
 [ "$(cat out)" = "0 0" ] || fail "$(cat out)"
 diff without with || fail "calls of the solver's among those of the program"
