@@ -42,19 +42,9 @@ private:
     const int before_ = errno;
 };
 
-struct flock lock_of(trace::Lock byte)
-{
-    struct flock lock {};
-    lock.l_type = F_RDLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = byte;
-    lock.l_len = 1;
-    return lock;
-}
-
 bool has_reader(int fd)
 {
-    struct flock lock = lock_of(trace::of_reader);
+    struct flock lock = trace::lock_of(F_RDLCK, trace::of_reader);
     return fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
@@ -96,7 +86,7 @@ try {
     const KeptErrno kept;
     const Descriptor file(path);
     struct stat status {};
-    struct flock shared = lock_of(trace::of_writers);
+    struct flock shared = trace::lock_of(F_RDLCK, trace::of_writers);
     if (file.get() < 0 || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size != sizeof(Ring) || !has_reader(file.get()) ||
         fcntl(file.get(), F_OFD_SETLK, &shared) != 0)

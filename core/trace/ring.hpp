@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <fcntl.h>
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -61,6 +62,16 @@ struct Ring {
 // ends when the last process has unmapped the ring, however that came about, and no descriptor is needed for
 // it.
 enum Lock : off_t { of_reader, of_writers };
+
+inline struct flock lock_of(short type, Lock byte)
+{
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
+}
 
 // The word is shared between processes.
 inline void futex_wait(std::atomic<std::uint32_t>& word, std::uint32_t value, const timespec* most)

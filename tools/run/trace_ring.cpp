@@ -26,19 +26,9 @@ constexpr auto nap = 1ms, awake_behind_a_record = 20ms;
 // A writer that was interrupted for longer writes elsewhere.
 constexpr auto patience = 250ms;
 
-struct flock lock_of(trace::Lock byte)
-{
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = byte;
-    lock.l_len = 1;
-    return lock;
-}
-
 bool lock_as_reader(int file)
 {
-    struct flock lock = lock_of(trace::of_reader);
+    struct flock lock = trace::lock_of(F_WRLCK, trace::of_reader);
     return fcntl(file, F_OFD_SETLK, &lock) == 0;
 }
 
@@ -195,7 +185,7 @@ void TraceRing::wake()
 
 bool TraceRing::has_writers() const
 {
-    struct flock lock = lock_of(trace::of_writers);
+    struct flock lock = trace::lock_of(F_WRLCK, trace::of_writers);
     return fcntl(file_, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
