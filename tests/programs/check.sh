@@ -1,7 +1,7 @@
 # What qnm-run tells of a program's names without running it, and why a run told nothing.
-# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE BELOW ABOVE
+# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE BELOW ABOVE FAULTY
 . "${0%/*}/common.sh"
-qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7 below=$8 above=$9
+qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7 below=$8 above=$9 faulty=${10}
 
 # A check, its status, and lines that it has; names of a fate may go on in further lines.
 expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
@@ -49,10 +49,16 @@ expect 125 "qnm-run: none.so: No such file or directory" --core=none.so --check 
 expect 125 "qnm-run: out: is not a library of this machine" --core=out --check "$names"
 
 # A run that told nothing says why.
-expect 0 "why: it takes 1 name (dlasd4_) from other libraries; 1 name (xerbla_) of ours with no line of their own;\
+expect 0 "why: it takes 1 name (dlasd4_) from $rival; 1 name (xerbla_) of ours with no line of their own;\
  of ours it might have called 3 names (dgemm_, dgemm_64_, zdotc_), and did not" --report "$names"
-expect 0 "why: it brings 1 name (dgemm_) itself; what it opens while it runs is not seen here" --report "$own" call
-expect 0 "why: neither it nor a library that it needs takes a name of ours; what it opens while it runs is not seen here" \
+expect 0 "why: it brings 1 name (dgemm_) itself; what it opens or starts while it runs is not seen" --report "$own" call
+expect 0 "why: neither it nor a library that it needs takes a name of ours; what it opens or starts while it runs is not seen" \
     --report true
-"$qnm_run" --report "$longley" 2>&1 | grep -q "why:" && fail "why nothing was told, where something was"
+
+# A run that told something says what it did not.
+expect 0 "passed by: it takes 1 name (dlasd4_) from $rival; what it opens or starts while it runs is not seen" \
+    --report "$faulty"
+"$qnm_run" --report --page=longley.html "$longley" > out 2>&1
+! grep -q "why:\|passed by:" out || fail "a reason without need: $(<out)"
+grep -q "<dt>passed by</dt><dd>nothing by its files; " longley.html || fail "the page does not say what is seen"
 echo "all as expected"

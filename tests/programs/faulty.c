@@ -1,5 +1,5 @@
 // Calls of several kinds: good ones of many sizes, some that are refused by the layer or by the core, and a
-// query.
+// query; and a name that only another library has.
 #include <stddef.h>
 
 void dgemm_(const char*, const char*, const int*, const int*, const int*, const double*, const double*,
@@ -7,6 +7,7 @@ void dgemm_(const char*, const char*, const int*, const int*, const int*, const 
 void dgesv_(const int*, const int*, double*, const int*, int*, double*, const int*, int*);
 void dsyev_(const char*, const char*, const int*, double*, const int*, double*, double*, const int*, int*,
             size_t, size_t);
+void dlasd4_(void);
 void dscal_(const int*, const double*, double*, const int*);
 
 enum { order = 50 };
@@ -30,5 +31,6 @@ int main(void)
     dgesv_(&minus_one, &one, a, &lead, pivots, b, &lead, &info);
     dsyev_("V", "U", &lead, a, &lead, b, work, &minus_one, &info, 1, 1);
     dgesv_(&lead, &one, a, &lead, pivots, b, &lead, &info);
+    dlasd4_();
     return info;
 }

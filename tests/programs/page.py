@@ -1,6 +1,7 @@
 # The page of a report in a browser without a screen: no word on its console, no request, the numbers of the text, and a
 # filter that changes what is shown. Pictures of it go to FOLDER, for people.
 # usage: page.py QNM_RUN PROGRAM CHROMIUM FOLDER
+import html
 import html.parser
 import os
 import pathlib
@@ -75,6 +76,8 @@ assert not console, console
 
 tables = Tables(dom)
 assert "qnm-run: " + tables.headline in text.splitlines(), tables.headline
+passed_by = re.search(r"^passed by: (it takes .*)$", text, re.M)
+assert f"<dt>passed by</dt><dd>{html.escape(passed_by[1])}</dd>" in dom, passed_by[0]
 
 
 def text_rows(first):

@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <deque>
-#include <iterator>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace qnm::run {
 namespace {
@@ -56,21 +56,28 @@ std::string listed(const std::string& label, std::vector<std::string> names)
     return text + line + "\n";
 }
 
-// "3 names (a, b and more)"
-std::string counted(const std::vector<std::string>& names)
+// "4 names (a, b, c, ...)"
+std::string counted(const std::set<std::string>& names)
 {
-    constexpr std::size_t most = 3;
-    std::string text = std::to_string(names.size()) + (names.size() == 1 ? " name (" : " names (");
-    for (std::size_t i = 0; i < std::min(most, names.size()); ++i)
-        text += (i == 0 ? "" : ", ") + names[i];
-    return text + (names.size() > most ? ", ...)" : ")");
+    constexpr int most = 3;
+    std::string text;
+    int told = 0;
+    for (const std::string& name : names) {
+        if (told++ == most) {
+            text += ", ...";
+            break;
+        }
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return std::to_string(names.size()) + (names.size() == 1 ? " name (" : " names (") + text + ")";
 }
 
-std::vector<std::string> united(const std::vector<std::string>& one, const std::vector<std::string>& other)
+std::string joined(const std::vector<std::string>& clauses)
 {
-    std::vector<std::string> all;
-    std::set_union(one.begin(), one.end(), other.begin(), other.end(), std::back_inserter(all));
-    return all;
+    std::string text;
+    for (const std::string& clause : clauses)
+        text += (text.empty() ? "" : "; ") + clause;
+    return text;
 }
 
 /// What the tables say of every name.
@@ -104,42 +111,50 @@ public:
         add(program.image);
         for (const std::string& path : preloaded)
             add(path);
-        first_needed_ = files_.size();
+        first_needed_ = size();
         for (const Needed& library : program.needed)
             if (!library.path.empty())
                 add(library.path);
-        for (std::size_t i = first_needed_; i < files_.size(); ++i)
-            file(i).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
-                if (symbol.defined && is_rival(symbol.name))
-                    brings_ours_[i] = true;
-            });
+        keep_names();
+        find_names();
     }
 
-    Tables tables;
+    /// What takes its time is read when it is first asked for: a run that told something never asks.
+    const Signature* find(const std::string& name) const
+    {
+        if (!tables_)
+            tables_.emplace();
+        return tables_->find(name);
+    }
 
     int size() const { return static_cast<int>(files_.size()); }
-    const ElfFile& file(std::size_t i) const { return *files_[i]; }
+    const ElfFile& file(int i) const { return *files_[static_cast<std::size_t>(i)]; }
     const std::string& path(int i) const { return paths_[static_cast<std::size_t>(i)]; }
-    bool is_ours(int i) const { return i > 0 && static_cast<std::size_t>(i) < first_needed_; }
-    int core() const { return static_cast<int>(first_needed_) - 1; }
+    bool is_ours(int i) const { return i > 0 && i < first_needed_; }
+    int core() const { return first_needed_ - 1; }
     /// Whether it is another library for the same purpose.
-    bool brings_ours(int i) const { return brings_ours_.at(static_cast<std::size_t>(i)); }
+    bool brings_ours(int i) const { return rivals_.contains(i); }
 
-    /// The first image that exports the name; -1 if there is none.
+    /// The first image that exports a name that an image takes; -1 if there is none.
     int definer(std::string_view name) const
     {
         const auto found = first_.find(name);
-        return found != first_.end() ? found->second : -1;
+        return found != first_.end() ? found->second : nowhere;
     }
-    /// Whether an image that exports the name does what is ours to do.
+    /// Whether who defines the name does what is ours to do.
     bool is_rival(std::string_view name) const
     {
-        return of_ours_.contains(name) && is_spelled_as_published(name) && !is_handler(name);
+        const auto found = defined_.find(name);
+        return found != defined_.end() && found->second;
     }
 
-    /// What is told of a name that one of ours exports.
-    std::string label(int i, const Signature* signature) const
+    /// What is told of a name that comes from there.
+    std::string fate(int i, const std::string& name) const
     {
+        if (i == 0)
+            return "defined in the program itself";
+        if (!is_ours(i))
+            return "not ours, by " + path(i);
         const std::string by = file_name(path(i));
         std::string text = "ours";
         if (by.starts_with("libqnm_gnu."))
@@ -148,6 +163,7 @@ public:
             text += " by " + by;
         if (by.starts_with("libqnm_ilp64."))
             return text + ", 64-bit integers";
+        const Signature* const signature = find(name);
         if (signature == nullptr || signature->form == nullptr)
             return text;
         return text +
@@ -155,103 +171,123 @@ public:
     }
 
 private:
+    static constexpr int nowhere = -1;
+
     void add(const std::string& path)
     {
-        const int place = size();
         paths_.push_back(path);
         files_.push_back(std::make_unique<ElfFile>(path));
-        brings_ours_.push_back(false);
-        if (!files_.back()->is_native())
-            return;
-        const bool ours = place > 0 && first_needed_ == 0;
-        files_.back()->symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
-            if (symbol.defined)
-                first_.emplace(symbol.name, place);
-            if (symbol.defined && ours)
-                of_ours_.insert(symbol.name);
-        });
+    }
+    void each(int i, Elf64_Word kind, const std::function<void(const Symbol&)>& visit) const
+    {
+        if (file(i).is_native())
+            file(i).symbols(kind, visit);
     }
 
+    // Libraries have a hundred times the names that are asked for: only these are kept.
+    void keep_names()
+    {
+        const auto keep_if_rival = [&](const Symbol& symbol) {
+            if (symbol.defined && is_spelled_as_published(symbol.name) && !is_handler(symbol.name))
+                defined_.emplace(symbol.name, false);
+        };
+        each(0, SHT_SYMTAB, keep_if_rival);
+        for (int i = 0; i < size(); ++i)
+            each(i, SHT_DYNSYM, [&](const Symbol& symbol) {
+                if (!symbol.defined)
+                    first_.emplace(symbol.name, nowhere);
+                else if (!is_ours(i))
+                    keep_if_rival(symbol);
+            });
+    }
+    void find_names()
+    {
+        for (int i = 0; i < size(); ++i)
+            each(i, SHT_DYNSYM, [&](const Symbol& symbol) {
+                if (!symbol.defined)
+                    return;
+                if (const auto found = first_.find(symbol.name);
+                    found != first_.end() && found->second == nowhere)
+                    found->second = i;
+                if (const auto found = defined_.find(symbol.name); found != defined_.end()) {
+                    found->second |= is_ours(i);
+                    if (i >= first_needed_ && found->second)
+                        rivals_.insert(i);
+                }
+            });
+    }
+
+    mutable std::optional<Tables> tables_;
     std::vector<std::string> paths_;
     std::vector<std::unique_ptr<ElfFile>> files_; // names lie in them
-    std::vector<bool> brings_ours_;
-    std::size_t first_needed_ = 0;
-    std::unordered_map<std::string_view, int> first_;
-    std::unordered_set<std::string_view> of_ours_;
+    int first_needed_ = 0;
+    std::unordered_map<std::string_view, int> first_;    // by names that are taken
+    std::unordered_map<std::string_view, bool> defined_; // by names outside of ours: ours have it too
+    std::set<int> rivals_;
 };
 
 Check::Check(const Program& program, const std::vector<std::string>& preloaded)
+    : scope_(std::make_unique<Scope>(program, preloaded))
 {
     for (const Needed& library : program.needed)
         if (library.path.empty())
             missing_libraries_.push_back(library.name);
-    const Scope scope(program, preloaded);
-    core_ = scope.path(scope.core());
-    ask_core(scope);
-    look_for_own(scope);
-    follow(scope);
+    look_for_own();
+    follow();
 }
+
+Check::~Check() = default;
 
 // Static libraries leave names in programs that are not stripped.
-void Check::look_for_own(const Scope& scope)
+void Check::look_for_own()
 {
-    std::set<std::string> own;
     for (const Elf64_Word kind : {SHT_SYMTAB, SHT_DYNSYM})
-        scope.file(0).symbols(kind, [&](const Symbol& symbol) {
-            if (symbol.defined && scope.is_rival(symbol.name))
-                own.emplace(symbol.name);
+        scope_->file(0).symbols(kind, [&](const Symbol& symbol) {
+            if (symbol.defined && scope_->is_rival(symbol.name))
+                own_.emplace(symbol.name);
         });
-    own_.assign(own.begin(), own.end());
 }
 
-void Check::follow(const Scope& scope)
+void Check::follow()
 {
-    std::set<std::string> traced, untraced, passing;
     std::set<int> reached{0};
     for (std::deque<int> left{0}; !left.empty(); left.pop_front()) {
-        Image image{scope.path(left.front()), {}};
+        Image image{scope_->path(left.front()), {}};
         if (left.front() == 0 && !own_.empty())
-            image.fates["defined in the program itself"] = own_;
-        scope.file(static_cast<std::size_t>(left.front())).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
-            const int place = symbol.defined ? -1 : scope.definer(symbol.name);
+            image.taken[0].assign(own_.begin(), own_.end());
+        scope_->file(left.front()).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
+            const int place = symbol.defined ? -1 : scope_->definer(symbol.name);
+            if (place < 0 || (place == 0 && !scope_->is_rival(symbol.name)))
+                return;
             const std::string name(symbol.name);
-            if (scope.is_ours(place)) {
-                const Signature* signature = scope.tables.find(name);
-                image.fates[scope.label(place, signature)].push_back(name);
-                (signature != nullptr && !signature->trace.empty() ? traced : untraced).insert(name);
-                if (const std::string lack = lack_of(scope, name); !lack.empty())
-                    ends_[name] = lack;
-            } else if (place == 0 && scope.is_rival(symbol.name)) {
-                image.fates["defined in the program itself"].push_back(name);
+            if (scope_->is_ours(place)) {
+                ours_.insert(name);
             } else if (place > 0) {
-                if (scope.brings_ours(place) && is_spelled_as_published(name) && !is_handler(name)) {
-                    image.fates["not ours, by " + scope.path(place)].push_back(name);
-                    passing.insert(name);
-                }
                 if (reached.insert(place).second)
                     left.push_back(place);
+                if (!scope_->brings_ours(place) || !is_spelled_as_published(name) || is_handler(name))
+                    return;
+                passing_[place].insert(name);
             }
+            image.taken[place].push_back(name);
         });
-        if (!image.fates.empty())
+        if (!image.taken.empty())
             images_.push_back(image);
     }
-    traced_.assign(traced.begin(), traced.end());
-    untraced_.assign(untraced.begin(), untraced.end());
-    passing_.assign(passing.begin(), passing.end());
 }
 
 // The layer's own system libraries need not be among those of the program.
-void Check::ask_core(const Scope& scope)
+Check::Names Check::lacking() const
 {
     std::set<std::string> wanted;
     std::vector<Needed> behind;
-    for (int i = 1; scope.is_ours(i); ++i) {
-        if (i != scope.core())
-            scope.file(static_cast<std::size_t>(i)).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
-                if (!symbol.defined && !symbol.weak && scope.definer(symbol.name) < 0)
+    for (int i = 1; scope_->is_ours(i); ++i) {
+        if (i != scope_->core())
+            scope_->file(i).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
+                if (!symbol.defined && !symbol.weak && scope_->definer(symbol.name) < 0)
                     wanted.emplace(symbol.name);
             });
-        for (const Needed& library : needed_libraries(scope.path(i)))
+        for (const Needed& library : needed_libraries(scope_->path(i)))
             behind.push_back(library);
     }
     std::set<std::string> asked;
@@ -262,21 +298,21 @@ void Check::ask_core(const Scope& scope)
                     if (symbol.defined)
                         wanted.erase(std::string(symbol.name));
                 });
-    lacking_.assign(wanted.begin(), wanted.end());
+    return {wanted.begin(), wanted.end()};
 }
 
 // An entry calls the core, or another entry that does.
-std::string Check::lack_of(const Scope& scope, const std::string& name) const
+std::string Check::lack_of(const Names& lacking, const std::string& name) const
 {
-    if (lacking_.empty())
+    if (lacking.empty())
         return {};
     std::vector<std::string> left{name};
     for (std::set<std::string> seen; !left.empty();) {
         const std::string called = left.back();
         left.pop_back();
-        if (std::binary_search(lacking_.begin(), lacking_.end(), called))
+        if (std::binary_search(lacking.begin(), lacking.end(), called))
             return called;
-        if (const Signature* signature = scope.tables.find(called);
+        if (const Signature* signature = scope_->find(called);
             seen.insert(called).second && signature != nullptr)
             for (const catalogue::Callee& callee : signature->callees)
                 left.push_back(callee.name);
@@ -284,57 +320,83 @@ std::string Check::lack_of(const Scope& scope, const std::string& name) const
     return {};
 }
 
-std::string Check::text() const
+Check::Verdict Check::verdict() const
 {
     std::string text;
     for (const Image& image : images_) {
+        std::map<std::string, Names> fates;
+        for (const auto& [place, names] : image.taken)
+            for (const std::string& name : names)
+                fates[scope_->fate(place, name)].push_back(name);
         text += image.path + "\n";
-        for (const auto& [fate, names] : image.fates)
+        for (const auto& [fate, names] : fates)
             text += listed(fate, names);
     }
-    if (!lacking_.empty())
-        text += core_ + "\n" + listed("lacks", lacking_);
+    bool runs = missing_libraries_.empty();
+    const Names lacking = this->lacking();
+    if (!lacking.empty())
+        text += scope_->path(scope_->core()) + "\n" + listed("lacks", lacking);
     for (const std::string& library : missing_libraries_)
         text += "cannot run: the library " + library + " is not found\n";
-    for (const auto& [name, lack] : ends_)
-        text += "cannot run: " + name + " ends the program, since the core lacks " + lack + "\n";
+    for (const std::string& name : ours_)
+        if (const std::string lack = lack_of(lacking, name); !lack.empty()) {
+            text += "cannot run: " + name + " ends the program, since the core lacks " + lack + "\n";
+            runs = false;
+        }
+    std::set<std::string> others = own_;
+    for (const auto& [place, names] : passing_)
+        others.insert(names.begin(), names.end());
     if (images_.empty())
-        return text + "calls nothing of the layer; what it opens or starts while it runs is not seen\n";
-    const Names ours = united(traced_, untraced_), others = united(own_, passing_);
-    return text +
-           (others.empty()
-                ? "all is ours: " + counted(ours)
-                : counted(others) + (others.size() == 1 ? " is" : " are") + " not ours, " +
-                      (ours.empty() ? "none is" : counted(ours) + (ours.size() == 1 ? " is" : " are"))) +
-           "\n";
+        text += std::string("calls nothing of the layer; ") + unseen + "\n";
+    else if (others.empty())
+        text += "all is ours: " + counted(ours_) + "\n";
+    else
+        text += counted(others) + (others.size() == 1 ? " is" : " are") + " not ours, " +
+                (ours_.empty() ? "none is" : counted(ours_) + (ours_.size() == 1 ? " is" : " are")) + "\n";
+    return {text, !runs ? 2 : others.empty() ? 0 : 1};
 }
 
-int Check::status() const
+Check::Names Check::passing() const
 {
-    if (!missing_libraries_.empty() || !ends_.empty())
-        return 2;
-    return passing_.empty() && own_.empty() ? 0 : 1;
+    Names clauses;
+    if (!own_.empty())
+        clauses.push_back("it brings " + counted(own_) + " itself");
+    constexpr std::size_t most = 3;
+    for (const auto& [place, names] : passing_) {
+        if (clauses.size() > most) {
+            clauses.emplace_back("and others from further libraries");
+            break;
+        }
+        clauses.push_back("it takes " + counted(names) + " from " + scope_->path(place));
+    }
+    return clauses;
+}
+
+std::string Check::passed_by() const
+{
+    Names clauses = passing();
+    if (!clauses.empty())
+        clauses.emplace_back(unseen);
+    return joined(clauses);
 }
 
 std::string Check::reason() const
 {
-    Names reasons;
-    if (!own_.empty())
-        reasons.push_back("it brings " + counted(own_) + " itself");
-    if (!passing_.empty())
-        reasons.push_back("it takes " + counted(passing_) + " from other libraries");
-    if (!untraced_.empty())
-        reasons.push_back(counted(untraced_) + " of ours with no line of their own");
-    if (!traced_.empty())
-        reasons.push_back("of ours it might have called " + counted(traced_) + ", and did not");
+    Names reasons = passing();
+    std::set<std::string> traced, untraced;
+    for (const std::string& name : ours_) {
+        const Signature* const signature = scope_->find(name);
+        (signature != nullptr && !signature->trace.empty() ? traced : untraced).insert(name);
+    }
+    if (!untraced.empty())
+        reasons.push_back(counted(untraced) + " of ours with no line of their own");
+    if (!traced.empty())
+        reasons.push_back("of ours it might have called " + counted(traced) + ", and did not");
     if (reasons.empty())
         reasons.emplace_back("neither it nor a library that it needs takes a name of ours");
-    if (traced_.empty())
-        reasons.emplace_back("what it opens while it runs is not seen here");
-    std::string text;
-    for (const std::string& reason : reasons)
-        text += (text.empty() ? "" : "; ") + reason;
-    return text;
+    if (traced.empty())
+        reasons.emplace_back(unseen);
+    return joined(reasons);
 }
 
 } // namespace qnm::run

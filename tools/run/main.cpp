@@ -77,8 +77,8 @@ int tell_versions(const Asked& asked)
 int check(const Options& options, const char* name)
 try {
     const Program program = find_checked(name);
-    const Check check(program, preloaded(asked_by(options, program)));
-    return answer(check.text(), check.status());
+    const Check::Verdict verdict = Check(program, preloaded(asked_by(options, program))).verdict();
+    return answer(verdict.text, verdict.status);
 } catch (const Refusal& refusal) {
     if (refusal.status() == status_own_failure)
         throw;
@@ -109,6 +109,7 @@ int run_traced(const Options& options, const Program& program, char** arguments,
                      program.path.c_str());
     const auto begin = std::chrono::steady_clock::now();
     Totals totals(std::chrono::nanoseconds(begin.time_since_epoch()).count());
+    const std::vector<std::string> ours = preloaded(asked_by(options, program));
     const Rank rank;
     OutputFile trace, table;
     RunHead head = head_of(program, arguments, rank);
@@ -119,13 +120,14 @@ int run_traced(const Options& options, const Program& program, char** arguments,
         head.seconds =
             std::chrono::duration<double>(ended.value_or(std::chrono::steady_clock::now()) - begin).count();
     };
-    const auto why_nothing = [&] { return Check(program, preloaded(asked_by(options, program))).reason(); };
     const auto tell = [&] {
         if (!options.report.wanted)
             return;
         std::string whole = "\nqnm-run: " + head_line(totals, head) + "\n" + report_text(totals);
-        if (!head.goes_on && totals.is_empty())
-            whole += "why: " + why_nothing() + "\n";
+        if (!head.why_nothing.empty())
+            whole += "why: " + head.why_nothing + "\n";
+        if (!head.passed_by.empty())
+            whole += "\npassed by: " + head.passed_by + "\n";
         table.write_anew(whole);
     };
     bool page_is_whole = true;
@@ -180,10 +182,13 @@ int run_traced(const Options& options, const Program& program, char** arguments,
         std::fprintf(stderr, "qnm-run: of %llu calls nothing is known: they ended while they were told\n",
                      static_cast<unsigned long long>(outcome.lost));
     look(outcome.ended);
+    if (options.report.wanted || options.page.wanted) { // the program has its whole time for itself
+        const Check check(program, ours);
+        (totals.is_empty() ? head.why_nothing : head.passed_by) =
+            totals.is_empty() ? check.reason() : check.passed_by();
+    }
     if (told != records) // again, if more has come since
         tell();
-    if (totals.is_empty() && options.page.wanted)
-        head.notes.push_back(why_nothing());
     show();
     bool whole = page_is_whole;
     for (OutputFile* file : {&trace, &table})

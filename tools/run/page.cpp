@@ -1,5 +1,6 @@
 #include "page.hpp"
 
+#include "check.hpp"
 #include "page_parts.hpp"
 #include "refusal.hpp"
 
@@ -160,8 +161,10 @@ private:
         } else {
             fact("core", totals_.heading());
         }
-        for (const std::string& note : head_.notes)
-            fact("passed by", note);
+        fact("why nothing", head_.why_nothing);
+        if (!head_.goes_on && head_.why_nothing.empty())
+            fact("passed by",
+                 head_.passed_by.empty() ? std::string("nothing by its files; ") + unseen : head_.passed_by);
         return "<header>\n" + element("h1", escaped(head_line(totals_, head_), 2000), "id=head") + "\n" +
                element("dl", facts) +
                "<nav aria-label=\"parts of the page\"><a href=\"#routines\">routines</a> " +

@@ -9,13 +9,14 @@ namespace qnm::run {
 
 /// What is told of a run besides its calls.
 struct RunHead {
-    std::string program;            ///< its file
-    std::string command;            ///< with its arguments
-    std::string process;            ///< "process 1 of 3: ", where there are several with a qnm-run each
-    std::string began;              ///< date and time
-    double seconds = 0;             ///< that it has run
-    bool goes_on = false;           ///< and runs on
-    std::vector<std::string> notes; ///< what passed by the library
+    std::string program;     ///< its file
+    std::string command;     ///< with its arguments
+    std::string process;     ///< "process 1 of 3: ", where there are several with a qnm-run each
+    std::string began;       ///< date and time
+    double seconds = 0;      ///< that it has run
+    bool goes_on = false;    ///< and runs on
+    std::string passed_by;   ///< what it has from others; empty: nothing, or it runs on
+    std::string why_nothing; ///< if nothing was told
 };
 
 /// A table as text and page show it: cells are the same in both.
