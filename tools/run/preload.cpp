@@ -89,10 +89,10 @@ bool is_sanitizer(std::string_view name)
 bool has_wide_integers(const Program& program)
 {
     for (const Needed& library : program.needed) {
-        for (const char* wide : {"libblas64.so.3", "liblapack64.so.3"})
+        for (const char* wide : {"libblas64.so.3", "liblapack64.so.3", "libopenblas64.so.0"})
             if (library.name == wide)
                 return true;
-        for (const char* narrow : {"libblas.so.3", "liblapack.so.3"})
+        for (const char* narrow : {"libblas.so.3", "liblapack.so.3", "libopenblas.so.0"})
             if (library.name == narrow)
                 return false;
     }
