@@ -130,6 +130,12 @@ title "Digits of the means and deviations that NIST has certified, of a loop and
 echo "\$ digits"
 "$build/bin/digits"
 
+if [ -x "$build/bin/longley_fortran" ]; then
+    title "Longley's regression in Fortran with integers of 64 bits under plain names (gfortran -fdefault-integer-8)"
+    echo "\$ qnm-run --report longley_fortran"
+    "$build/bin/qnm-run" --report "$build/bin/longley_fortran"
+fi
+
 title "Longley's three regressions once more, under one qnm-run, as a page with pictures"
 echo "\$ qnm-run --page=longley.html sh -c 'longley; longley_lapack; longley_lapacke'"
 "$build/bin/qnm-run" --page="$build/longley.html" \

@@ -1,7 +1,7 @@
 # What qnm-run tells of a program's names without running it, and why a run told nothing.
-# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE BELOW ABOVE FAULTY OPEN
+# usage: check.sh QNM_RUN NAMES NAMES_WIDE NAMES_OWN RIVAL LONGLEY MODULE BELOW ABOVE FAULTY OPEN [LONGLEY_WIDE]
 . "${0%/*}/common.sh"
-qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7 below=$8 above=$9 faulty=${10} open=${11}
+qnm_run=$1 names=$2 wide=$3 own=$4 rival=$5 longley=$6 module=$7 below=$8 above=$9 faulty=${10} open=${11} linked=${12:-}
 
 # A check, its status, and lines that it has; names of a fate may go on in further lines.
 expect() { # STATUS LINES QNM_RUN'S ARGUMENTS...
@@ -35,6 +35,11 @@ expect 0 "calls nothing of the layer; what it opens or starts while it runs is n
 jumps="ours by libqnm_ilp64.so.2, 64-bit integers (2): dgemm_ zdotc_"
 expect 1 "$jumps" --check "$wide"
 expect 1 "$jumps" --check "$open"
+if [ -n "$linked" ]; then # with the jumps themselves
+    expect 0 "ours by libqnm_ilp64.so.2, 64-bit integers (2): dgels_ dnrm2_" --check "$linked"
+    expect 0 "integers of 64 bits, dgels gave info = 0" "$linked"
+    "$linked" > direct && cmp out direct || fail "other digits without qnm-run"
+fi
 expect 1 "$jumps" --integers=64 --check "$names"
 expect 1 "ours, 32-bit integers (2): dgemm_ xerbla_" --integers=32 --check "$wide"
 

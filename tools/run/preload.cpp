@@ -21,15 +21,18 @@ struct Library {
     const char* hint = "";
 };
 
+constexpr const char* jumps = "libqnm_ilp64.so.2"; // from plain names to 64-bit integers
+constexpr const char* layer = "libqnm_orvan_lp64.so.2";
+
 // All of these must be met before the layer, since they take a few of the layer's names over. The watch is
 // always there: a program may open what uses FFTW at run time, and where nothing does it is one small library
 // more.
 constexpr Library libraries[] = {
-    {"libqnm_ilp64.so.2", &Asked::wide_integers},
+    {jumps, &Asked::wide_integers},
     {"libqnm_gnu.so.2"}, // complex functions of GNU Fortran
     {"libqnm_cdft_fftw.so", &Asked::cluster, "; `make plugins` builds it"},
     {"libqnm_watch.so"}, // planners
-    {"libqnm_orvan_lp64.so.2"},
+    {layer},
 };
 constexpr Library open_core = {"libqnm_core.so.2"};
 
@@ -89,10 +92,10 @@ bool is_sanitizer(std::string_view name)
 bool has_wide_integers(const Program& program)
 {
     for (const Needed& library : program.needed) {
-        for (const char* wide : {"libblas64.so.3", "liblapack64.so.3", "libopenblas64.so.0"})
+        for (const char* wide : {jumps, "libblas64.so.3", "liblapack64.so.3", "libopenblas64.so.0"})
             if (library.name == wide)
                 return true;
-        for (const char* narrow : {"libblas.so.3", "liblapack.so.3", "libopenblas.so.0"})
+        for (const char* narrow : {layer, "libblas.so.3", "liblapack.so.3", "libopenblas.so.0"})
             if (library.name == narrow)
                 return false;
     }
