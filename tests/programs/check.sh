@@ -52,6 +52,8 @@ cp "$rival" core.so
 expect 2 "$PWD/core.so
 cannot run: dgemm_ ends the program, since the core lacks qnm_blas_dgemm" --core=core.so --check "$names"
 expect 125 "qnm-run: none.so: No such file or directory" --core=none.so --check "$names"
+expect 125 "qnm-run: $longley: is not a library of this machine" --core="$longley" --check "$names"
+expect 125 "qnm-run: lines: expected a file for the trace alone" --trace=lines --report=lines "$longley"
 expect 125 "qnm-run: out: is not a library of this machine" --core=out --check "$names"
 
 # A run that told nothing says why.

@@ -52,7 +52,7 @@ constexpr Option table[] = {
      [](Options& o, const std::string& file) {
          o.page = {true, file};
      }},
-    {"every", 0, Takes::a_value, "SECONDS", "report (or the page, where it alone is wanted) that often, too",
+    {"every", 0, Takes::a_value, "SECONDS", "report, page or both, as they are wanted, that often, too",
      set_every},
     {"trace", 0, Takes::perhaps, "FILE", "a line for each traced call, to standard error or FILE",
      [](Options& o, const std::string& file) {
@@ -134,6 +134,10 @@ Options parse_options(int argc, char** argv)
         return options;
     if (options.every.count() > 0 && !options.page.wanted)
         options.report.wanted = true;
+    const std::string& trace = options.trace.file;
+    if (!trace.empty() && !trace.starts_with("/dev/") &&
+        (trace == options.report.file || trace == options.page.file))
+        throw Refusal(status_own_failure, trace + ": expected a file for the trace alone");
     if (i >= argc)
         throw Refusal(status_own_failure, "no program given; --help tells the usage");
     options.program = i;

@@ -71,7 +71,8 @@ std::string core_of(const fs::path& home, const Asked& asked)
     const fs::path path = fs::canonical(asked.core, error);
     if (error)
         throw Refusal(status_own_failure, asked.core + ": " + error.message());
-    if (!ElfFile(path).is_native())
+    const ElfFile file(path);
+    if (!file.is_native() || (file.interpreter() && file.dynamic_text(DT_SONAME).empty())) // or a program
         throw Refusal(status_own_failure, asked.core + ": is not a library of this machine");
     return path;
 }
