@@ -62,6 +62,9 @@ expect 0 "why: it takes 1 name (dlasd4_) from $rival; 1 name (xerbla_) of ours w
 expect 0 "why: it brings 1 name (dgemm_) itself; what it opens or starts while it runs is not seen" --report "$own" call
 expect 0 "why: neither it nor a library that it needs takes a name of ours; what it opens or starts while it runs is not seen" \
     --report true
+cp "$(command -v rm)" rm
+expect 0 "why: neither it nor a library that it needs takes a name of ours; what it opens or starts while it runs is not seen" \
+    --report ./rm ./rm # gone when it is looked for
 
 # A run that told something says what it did not.
 expect 0 "passed by: it takes 1 name (dlasd4_) from $rival; what it opens or starts while it runs is not seen" \

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -178,11 +177,6 @@ private:
         paths_.push_back(path);
         files_.push_back(std::make_unique<ElfFile>(path));
     }
-    void each(int i, Elf64_Word kind, const std::function<void(const Symbol&)>& visit) const
-    {
-        if (file(i).is_native())
-            file(i).symbols(kind, visit);
-    }
 
     // Libraries have a hundred times the names that are asked for: only these are kept.
     void keep_names()
@@ -191,9 +185,9 @@ private:
             if (symbol.defined && is_spelled_as_published(symbol.name) && !is_handler(symbol.name))
                 defined_.emplace(symbol.name, false);
         };
-        each(0, SHT_SYMTAB, keep_if_rival);
+        file(0).symbols(SHT_SYMTAB, keep_if_rival);
         for (int i = 0; i < size(); ++i)
-            each(i, SHT_DYNSYM, [&](const Symbol& symbol) {
+            file(i).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
                 if (!symbol.defined)
                     first_.emplace(symbol.name, nowhere);
                 else if (!is_ours(i))
@@ -203,7 +197,7 @@ private:
     void find_names()
     {
         for (int i = 0; i < size(); ++i)
-            each(i, SHT_DYNSYM, [&](const Symbol& symbol) {
+            file(i).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
                 if (!symbol.defined)
                     return;
                 if (const auto found = first_.find(symbol.name);
@@ -293,11 +287,10 @@ Check::Names Check::lacking() const
     std::set<std::string> asked;
     for (const Needed& library : behind)
         if (asked.insert(library.path).second && !library.path.empty())
-            if (const ElfFile file(library.path); file.is_native())
-                file.symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
-                    if (symbol.defined)
-                        wanted.erase(std::string(symbol.name));
-                });
+            ElfFile(library.path).symbols(SHT_DYNSYM, [&](const Symbol& symbol) {
+                if (symbol.defined)
+                    wanted.erase(std::string(symbol.name));
+            });
     return {wanted.begin(), wanted.end()};
 }
 

@@ -119,6 +119,8 @@ std::string_view ElfFile::text_at(const Elf64_Shdr& strings, std::size_t offset)
 template <class Wanted>
 std::string_view ElfFile::find_symbol(Elf64_Word kind, const Wanted& wanted) const
 {
+    if (!is_native())
+        return {};
     const auto* head = at<Elf64_Ehdr>(0);
     const auto* sections = at<Elf64_Shdr>(head->e_shoff, head->e_shnum);
     for (int i = 0; sections != nullptr && i < head->e_shnum; ++i) {

@@ -42,7 +42,7 @@ public:
     /// A shared object that no kernel starts: one that programs need, or open.
     bool is_library() const;
     /// Those of the tables of one kind: SHT_DYNSYM has what is exported and imported, SHT_SYMTAB, in images
-    /// that are not stripped, all; local ones are passed over.
+    /// that are not stripped, all; local ones are passed over, and files that are not native have none.
     void symbols(Elf64_Word kind, const std::function<void(const Symbol&)>& visit) const;
     /// Whether the image itself exports a definition of the symbol.
     bool defines(std::string_view symbol) const;

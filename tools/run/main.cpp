@@ -104,7 +104,7 @@ RunHead head_of(const Program& program, char** arguments, const Rank& rank)
 int run_traced(const Options& options, const Program& program, char** arguments, const std::string& preload)
 {
     // A test program of the C interface often brings this routine along; its error exits then end there.
-    if (ElfFile(program.path).is_native() && ElfFile(program.path).defines("cblas_xerbla"))
+    if (ElfFile(program.path).defines("cblas_xerbla"))
         std::fprintf(stderr, "qnm-run: %s has a cblas_xerbla of its own, which takes the layer's place\n",
                      program.path.c_str());
     const auto begin = std::chrono::steady_clock::now();

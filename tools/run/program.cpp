@@ -166,7 +166,7 @@ void check_mixture(const Program& program)
 {
     const auto check = [&](const std::string& file) {
         const ElfFile elf(file);
-        const std::string_view name = elf.is_native() ? elf.import(is_fftw_alone) : "";
+        const std::string_view name = elf.import(is_fftw_alone);
         if (!name.empty())
             not_runnable(program.path,
                          (file == program.path ? "calls " : file + " calls ") + std::string(name) +
