@@ -181,8 +181,10 @@ private:
     // Libraries have a hundred times the names that are asked for: only these are kept.
     void keep_names()
     {
+        // A library's variable that a program names is kept in the program.
         const auto keep_if_rival = [&](const Symbol& symbol) {
-            if (symbol.defined && is_spelled_as_published(symbol.name) && !is_handler(symbol.name))
+            if (symbol.defined && !symbol.is_data && is_spelled_as_published(symbol.name) &&
+                !is_handler(symbol.name))
                 defined_.emplace(symbol.name, false);
         };
         file(0).symbols(SHT_SYMTAB, keep_if_rival);

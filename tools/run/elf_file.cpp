@@ -134,7 +134,8 @@ std::string_view ElfFile::find_symbol(Elf64_Word kind, const Wanted& wanted) con
             const std::string_view name = text_at(sections[table.sh_link], entry.st_name);
             const auto binding = ELF64_ST_BIND(entry.st_info);
             if (!name.empty() && binding != STB_LOCAL &&
-                wanted(Symbol{name, entry.st_shndx != SHN_UNDEF, binding == STB_WEAK}))
+                wanted(Symbol{name, entry.st_shndx != SHN_UNDEF, binding == STB_WEAK,
+                              ELF64_ST_TYPE(entry.st_info) == STT_OBJECT}))
                 return name;
         }
     }

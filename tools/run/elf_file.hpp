@@ -14,6 +14,7 @@ struct Symbol {
     std::string_view name;
     bool defined = false;
     bool weak = false;
+    bool is_data = false;
 };
 
 /// A file seen through a read-only mapping, with the few questions about an ELF image that decide
