@@ -35,6 +35,8 @@ mkdir there
 QNM_VERBOSE=1 QNM_VERBOSE_OUTPUT_FILE=there/lines "$calls" 1 wait close 7 > out 2> err &
 program=$!
 until_there waiting out
+number=$(find /proc/$program/fd -lname "$work/there/lines" -printf %f)
+[ "$number" -ge 100 ] || fail "the trace has descriptor $number, where programs look for theirs"
 rm -r there
 kill -USR1 $program
 wait $program
