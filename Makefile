@@ -5,9 +5,8 @@ PREFIX  ?= /usr/local
 POINTS  ?= 1000000
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
-LAYER_TARGETS := qnm_layer qnm_core qnm_solvers qnm_gnu qnm_links qnm_watch qnm_run qnm_core_check qnm_headers
 
-.PHONY: all lib plugins doc demo check sanitizers fuzz bench accuracy dieharder abi install uninstall format clean
+.PHONY: all lib plugins doc deb bare demo check sanitizers fuzz bench accuracy dieharder abi install uninstall format clean
 
 all: lib
 
@@ -15,7 +14,7 @@ all: lib
 lib:
 	@$(PACKAGES) lib
 	@tools/configure release -DQNM_TESTS=OFF
-	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS)
+	@cmake --build $(BUILD) --parallel $(JOBS) --target lib
 
 ## plugins: engines under other licences, to be opened at run time; nothing links or installs them (docs/open-core.md)
 plugins:
@@ -34,7 +33,7 @@ doc:
 demo:
 	@$(PACKAGES) lib demo
 	@tools/configure release -DQNM_TESTS=OFF
-	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS) examples
+	@cmake --build $(BUILD) --parallel $(JOBS) --target lib examples
 	@examples/demo.sh $(BUILD)
 
 ## check: everything built and every test passed; house rules and leaks included
@@ -85,7 +84,7 @@ abi:
 
 ## install: libraries, qnm-run, headers, package files, pages, licence (PREFIX, DESTDIR; STRIP=1: without line tables)
 install: installable
-	@cmake --build $(BUILD) --parallel $(JOBS) --target $(LAYER_TARGETS)
+	@cmake --build $(BUILD) --parallel $(JOBS) --target lib
 	@cmake --install $(BUILD) $(if $(STRIP),--strip)
 	@[ -n "$(DESTDIR)" ] || ldconfig 2>/dev/null || true
 
@@ -99,6 +98,16 @@ uninstall: installable
 installable:
 	@$(PACKAGES) lib
 	@tools/configure release -DQNM_TESTS=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+
+## deb: packages for Debian, in build/deb, and what lintian says of them
+deb:
+	@$(PACKAGES) lib doc deb
+	@tools/deb
+
+## bare: those packages in a Debian system that has nothing but compilers, made for it: installed, used, taken away (root)
+bare:
+	@$(PACKAGES) bare
+	@tools/bare
 
 ## format: put all sources into the house's format
 format:
