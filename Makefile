@@ -6,7 +6,7 @@ POINTS  ?= 1000000
 BUILD   := build/release
 PACKAGES := tools/install-packages packages.txt
 
-.PHONY: all lib plugins doc deb bare demo check sanitizers fuzz bench accuracy dieharder abi install uninstall format clean
+.PHONY: all lib plugins doc deb reproducible bare demo check sanitizers fuzz bench accuracy dieharder abi install uninstall format clean
 
 all: lib
 
@@ -103,6 +103,11 @@ installable:
 deb:
 	@$(PACKAGES) lib doc deb
 	@tools/deb
+
+## reproducible: whether two builds of the packages, by two users in two folders, give the same bytes; half an hour
+reproducible:
+	@$(PACKAGES) lib doc deb reproducible
+	@tools/deb twice
 
 ## bare: those packages in a Debian system that has nothing but compilers, made for it: installed, used, taken away (root)
 bare:

@@ -31,7 +31,7 @@ constexpr Library libraries[] = {
     {jumps, &Asked::wide_integers},
     {"libqnm_gnu.so.2"}, // complex functions of GNU Fortran
     {"libqnm_cdft_fftw.so", &Asked::cluster, "; `make plugins` builds it"},
-    {"libqnm_watch.so"}, // planners
+    {"libqnm_watch.so.2"}, // planners
     {layer},
 };
 constexpr Library open_core = {"libqnm_core.so.2"};
