@@ -104,12 +104,12 @@ deb:
 	@$(PACKAGES) lib doc deb
 	@tools/deb
 
-## reproducible: whether two builds of the packages, by two users in two folders, give the same bytes; half an hour
+## reproducible: builds those packages once more, as another user in another folder: the same bytes (root; after deb)
 reproducible:
-	@$(PACKAGES) lib doc deb reproducible
-	@tools/deb twice
+	@$(PACKAGES) lib doc deb
+	@tools/reproducible
 
-## bare: those packages in a Debian system that has nothing but compilers, made for it: installed, used, taken away (root)
+## bare: the packages of deb in a Debian system that has nothing but compilers, made for it: installed, used, taken away (root)
 bare:
 	@$(PACKAGES) bare
 	@tools/bare
