@@ -17,13 +17,14 @@ TEST(Derived, FactsAreThosePublished)
 {
     const std::vector<Signature> functions = support::tables().signatures();
     for (const auto& [name, parts] : tests::facts(R"(
-            dgemm_ => DGEMM row blas/level3.tab: ... steps checked, src/blas/checked.hpp
+            dgemm_ => DGEMM title Product of two general matrices, added to a third row blas/level3.tab: ...
+                steps checked, src/blas/checked.hpp
                 spelled DGEMM dgemm dgemm_ qnm_blas__dgemm result void
                 calls qnm_blas_dgemm(transa, transb, widened m, widened n, widened k, alpha, a, widened lda, b,
                 widened ldb, beta, c, widened ldc, 1, 1) arguments 1: transa, const char*
                 ... 3: m, const int* ... 6: alpha, const double*
                 ... line DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d) cell dgemm.verbose_ptr
-                check qnm_blas_errchk_dgemm, reports "DGEMM " where nrowa = (transa is N ? m : k) ... order
+                check qnm_blas_errchk_dgemm, reports "DGEMM " where nrowa = transa is N ? m : k ... order
                 1: transa in NCT 2: transb in NCT 3: m >= 0 4: n >= 0 5: k >= 0 8: lda >= max(1,nrowa)
                 10: ldb >= max(1,nrowb) 13: ldc >= max(1,m) end;
             DGEMM_BATCH_64 => 12: c_array, double* const*;
@@ -31,25 +32,26 @@ TEST(Derived, FactsAreThosePublished)
                 arguments 1: n, const qnm_int64* 2: alpha, const qnm_complex8* ... cell caxpy_64.verbose_ptr end;
             DAXPYI => steps scratch, src/blas/scratch.hpp ... widened nz, alpha, x, copied indx, y);
             DDOT_DIRECT => steps bare, src/blas/bare.hpp ... calls qnm_blas_ddot(
-                ... calls qnm_blas_xddot(widened n, x, widened incx, y, widened incy) when (n < 1501) arguments
+                ... calls qnm_blas_xddot(widened n, x, widened incx, y, widened incy) when n < 1501 arguments
                 ... 5: incy, const int* end;
             QNM_Somatcopy2 => ... lda, size_t ... check qnm_trans_errchk_qnm_somatcopy2, reports "qnm_somatcopy2";
-            cblas_zgerc => row cblas/level2.tab:
+            cblas_zgerc => title Rank-one update of a general complex matrix, the second vector conjugated
+                row cblas/level2.tab:
                 ... calls qnm_blas__zgeru(&n, &m, alpha, y, &incy, x, &incx, a, &lda) when row-major ... 10: lda;
             LAPACKE_dgesv => calls LAPACKE_dgesv_work(matrix_layout, n, nrhs, a, lda, ipiv, b, ldb)
-                ... order -4: a without NaN -7: b without NaN end;
+                ... order -1: matrix_layout -4: a without NaN -7: b without NaN end;
             LAPACKE_dgesv_work => work level, src/lapacke/work.hpp, on lapack/lu.tab:
                 ... calls qnm_lapack__dgesv_(&n, &nrhs, a, &lda, ipiv, b, &ldb)
-                ... 4: a, double*, goes in as ge(n, n), comes back as ge(n, n) ... -5: lda >= n in row-major;
+                ... 4: a, double*, goes in as ge(n, n), comes back as ge(n, n) ... -5: lda >= n, row-major alone;
             LAPACKE_dgeqrf => calls LAPACKE_dgeqrf_work(matrix_layout, m, n, a, lda, tau, asked for, asked for);
-            LAPACKE_dormqr => order -7: a without NaN -10: c without NaN -9: tau without NaN end;
-            LAPACKE_dgesvx => order -6: a without NaN -8: af without NaN -14: b without NaN -13: c without NaN
-                -12: r without NaN end;
-            LAPACKE_dsyevr => order -6: a without NaN -12: abstol without NaN -8: vl without NaN -9: vu without NaN
-                end;
-            LAPACKE_dtfsm => order -10: a without NaN -9: alpha without NaN -11: b without NaN end;
-            LAPACKE_dsytrs_3 => order -5: a without NaN -7: e without NaN -9: b without NaN end;
-            LAPACKE_dgesvdx => order -7: a without NaN end;
+            LAPACKE_dormqr => order -1: matrix_layout -7: a without NaN -10: c without NaN -9: tau without NaN end;
+            LAPACKE_dgesvx => order -1: matrix_layout -6: a without NaN -8: af without NaN -14: b without NaN
+                -13: c without NaN -12: r without NaN end;
+            LAPACKE_dsyevr => order -1: matrix_layout -6: a without NaN -12: abstol without NaN -8: vl without NaN
+                -9: vu without NaN end;
+            LAPACKE_dtfsm => order -1: matrix_layout -10: a without NaN -9: alpha without NaN -11: b without NaN end;
+            LAPACKE_dsytrs_3 => order -1: matrix_layout -5: a without NaN -7: e without NaN -9: b without NaN end;
+            LAPACKE_dgesvdx => order -1: matrix_layout -7: a without NaN end;
             LAPACKE_dge_trans_64 => spelled LAPACKE_dge_trans_64 result void arguments 1: matrix_layout, int
                 ... ldin, qnm_int64;  LAPACKE_lsame => a, char;
 
@@ -85,7 +87,8 @@ TEST(Derived, FactsAreThosePublished)
             xerbla => calls xerbla_(;  XERBLA => calls qnm_serv_default_xerbla(;
             cblas_xerbla => steps own, src/frame/report.cpp spelled cblas_xerbla result void arguments
                 1: name, const char* 2: info, int end;)")) {
-        std::istringstream lines(generate::explanation(functions, name)), wanted(parts + " ...");
+        std::istringstream lines(generate::explanation(support::tables(), functions, name)),
+            wanted(parts + " ...");
         std::string text, part;
         for (std::string word; lines >> word;)
             text += word + " ";

@@ -33,11 +33,11 @@ std::int64_t value(const Expression& expression)
 TEST(Expressions, HaveTheirValue)
 {
     for (const auto& [text, worth] : tests::facts(R"(
-            2+3*4 => 14;  (2+3)*4 => 20;  10-4-3 => 3;  20/4/5 => 1;  -2*3 => -6;  2--m => 9;  7/2 => 3;
+            2+3*4 => 14;  (2+3)*4 => 20;  10-4-3 => 3;  10-(4-3) => 9;  20/4/5 => 1;  -2*3 => -6;  2--m => 9;  7/2 => 3;
             999999*999999 => 999998000001;  0x1F+0xa0 => 191;  max(1,m,n) => 7;  min(m,n,4) => 3;
             abs(minus) => 5;  abs(m) => 7;  odd(minus) => 1;  odd(k) => 0;  odd(4) => 0;
             m < 7 => 0;  m <= 7 => 1;  m > 7 => 0;  m >= 7 => 1;  m == 7 => 1;  m != 7 => 0;  1+1 < 3 => 1;
-            not k => 1;  not m => 0;  not k and k => 0;  1 or 0 and 0 => 1;  (1 or 0) and 0 => 0;
+            not k => 1;  not m => 0;  not k and k => 0;  not (k and 0) => 1;  1 or 0 and 0 => 1;  (1 or 0) and 0 => 0;
             ja[ia[n]-1]-ia[0]+1 => 12;  k and m/k => 0;  m or m/k => 1;
             trans is T => 1;  trans is N => 0;  trans in NC => 0;  trans in NTC => 1;
             side is L ? m : n+100 => 7;  (side is L ? m : n)+100 => 107;  side is L and trans is T ? 1 : 2 => 1;

@@ -100,7 +100,8 @@ TEST_F(Generator, WantsATitleOfEachPublishedRoutine)
 TEST_F(Generator, ExplainsWhatItKnowsAndRefusesTheRest)
 {
     EXPECT_EQ(run("--explain dgemm_ " + all_tables), 0);
-    EXPECT_THAT(out_, StartsWith("DGEMM\n  row       blas/level3.tab:"));
+    EXPECT_THAT(out_, StartsWith("DGEMM\n  title     Product of two general matrices, added to a third\n  "
+                                 "row       blas/level3.tab:"));
     for (const auto& [words, status, said] :
          {std::tuple{"--explain dgemmm " + all_tables, 1, "generate: no row exports the name dgemmm\n"},
           {"--explain", 2, "usage: generate"},

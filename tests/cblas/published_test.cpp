@@ -66,6 +66,42 @@ protected:
     }
 };
 
+// What readers are told of a bound, in the arguments of their own call, has the value that the routine's row
+// has.
+TEST(Bounds, AreToldInTheCallersArguments)
+{
+    int apart = 0;
+    each_layout([](const Signature& s) { return !s.tests.empty(); },
+                [&](const FunctionCall& settled) {
+                    const auto check = [&](const FunctionCall& call) {
+                        const FunctionCall as_told =
+                            FunctionCall(call.signature(), column_major).assign(call);
+                        for (const catalogue::Test& test : call.signature().tests) {
+                            const std::string& name =
+                                call.parameters()[static_cast<std::size_t>(test.parameter)].name;
+                            if (!test.when.empty() && (test.when == "row-major") != call.by_rows())
+                                continue;
+                            apart += test.when == "row-major" && test.text.find(">=") != std::string::npos;
+                            const auto told = [&](const std::string& mark) {
+                                catalogue::Lexer lexer(test.text, 1);
+                                lexer.add_line(test.text.substr(test.text.find(mark) + mark.size()), 1);
+                                return as_told.value(*catalogue::parse_expression(lexer));
+                            };
+                            ASSERT_EQ(call.is_bounded(name), test.text.find(" >= ") != std::string::npos)
+                                << test.text;
+                            if (call.is_bounded(name)) {
+                                EXPECT_EQ(told(" >= "), call.bound(name)) << test.text;
+                            }
+                            if (test.text.find(" unless ") != std::string::npos) {
+                                EXPECT_EQ(told(" unless ") != 0, call.is_exempt(name)) << test.text;
+                            }
+                        }
+                    };
+                    settled.each_choice(check);
+                });
+    EXPECT_GT(apart, 500);
+}
+
 TEST_F(Published, TestsComeInTheirOrderWithTheirCodes)
 {
     each([](const Case& c) {

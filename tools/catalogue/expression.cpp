@@ -170,6 +170,30 @@ std::int64_t apply(const std::string& op, std::int64_t a, std::int64_t b)
     return a != b ? 1 : 0; // the grammar lets nothing else through
 }
 
+/// How tightly operators bind, from the loosest.
+enum class Binding { condition, either, both, comparison, sum, product, sign, operand };
+
+Binding binding(const Expression& e)
+{
+    if (e.kind == Kind::condition)
+        return Binding::condition;
+    if (e.kind == Kind::negation)
+        return Binding::sign;
+    if (e.kind != Kind::binary)
+        return Binding::operand;
+    return e.text == "or"                   ? Binding::either
+           : e.text == "and"                ? Binding::both
+           : e.text == "+" || e.text == "-" ? Binding::sum
+           : e.text == "*" || e.text == "/" ? Binding::product
+                                            : Binding::comparison;
+}
+
+/// The text where no looser operator may stand.
+std::string within(const Expression& e, Binding loosest)
+{
+    return binding(e) < loosest ? "(" + to_text(e) + ")" : to_text(e);
+}
+
 } // namespace
 
 ExpressionPtr make_expression(Kind kind, const std::string& text, std::vector<ExpressionPtr> operands)
@@ -270,20 +294,26 @@ std::string to_text(const Expression& e)
     case Kind::letter:
         return e.text + (e.letters.size() == 1 ? " is " : " in ") + e.letters;
     case Kind::condition:
-        return "(" + to_text(*e.operands[0]) + " ? " + to_text(*e.operands[1]) + " : " +
-               to_text(*e.operands[2]) + ")";
+        return within(*e.operands[0], Binding::either) + " ? " + within(*e.operands[1], Binding::either) +
+               " : " + to_text(*e.operands[2]);
     case Kind::negation:
-        return e.text + (e.text == "not" ? " " : "") + to_text(*e.operands[0]);
+        return e.text + (e.text == "not" ? " " : "") + within(*e.operands[0], Binding::operand);
     case Kind::call: {
         std::string text = e.text + "(";
         for (const ExpressionPtr& operand : e.operands)
             text += (operand == e.operands.front() ? "" : ",") + to_text(*operand);
         return text + ")";
     }
-    case Kind::binary:
-        return "(" + to_text(*e.operands[0]) + " " + e.text + " " + to_text(*e.operands[1]) + ")";
+    case Kind::binary: // from the left
+        return within(*e.operands[0], binding(e)) + " " + e.text + " " +
+               within(*e.operands[1], static_cast<Binding>(static_cast<int>(binding(e)) + 1));
     }
     return {};
+}
+
+std::string bound_text(const Expression& e)
+{
+    return within(e, Binding::sum);
 }
 
 } // namespace qnm::catalogue

@@ -55,7 +55,8 @@ std::int64_t evaluate(const Expression& expression, const Values& values);
 /// Calls `visit` for each node, operands first.
 void walk(const Expression& expression, const std::function<void(const Expression&)>& visit);
 
-/// The expression as the tables would write it.
+/// The expression as the tables would write it, and as it stands behind `>=`: in brackets unless it is a sum.
 std::string to_text(const Expression& expression);
+std::string bound_text(const Expression& expression);
 
 } // namespace qnm::catalogue

@@ -227,13 +227,13 @@ std::string test_text(const Argument& a)
     if (!a.letters.empty())
         out << " in " << a.letters;
     else if (a.minimum)
-        out << " >= " << to_text(*a.minimum);
+        out << " >= " << bound_text(*a.minimum);
     else if (a.above)
-        out << " > " << to_text(*a.above);
+        out << " > " << bound_text(*a.above);
     else
         out << " != 0";
     if (a.maximum)
-        out << " and <= " << to_text(*a.maximum);
+        out << " and <= " << bound_text(*a.maximum);
     if (a.barred)
         out << ", refused if " << to_text(*a.barred);
     if (a.unless)

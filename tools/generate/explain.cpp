@@ -36,11 +36,13 @@ std::string callee_text(const Callee& callee, const Signature& s)
     return callee.name + "(" + joined(places) + ")" + (callee.when.empty() ? "" : " when " + callee.when);
 }
 
-std::string text(const Signature& s)
+std::string text(const Signature& s, const Documentation* told)
 {
     std::ostringstream out;
-    out << s.names.front() << "\n  row       " << s.where() << "\n  steps     " << s.source
-        << "\n  spelled  ";
+    out << s.names.front();
+    if (told != nullptr)
+        out << "\n  title     " << told->title;
+    out << "\n  row       " << s.where() << "\n  steps     " << s.source << "\n  spelled  ";
     for (const std::string& name : s.names)
         out << ' ' << name;
     out << (s.data ? "\n  variable  " : "\n  result    ") << s.result << "\n";
@@ -72,11 +74,12 @@ std::string text(const Signature& s)
 
 } // namespace
 
-std::string explanation(const std::vector<Signature>& functions, const std::string& name)
+std::string explanation(const Catalogue& tables, const std::vector<Signature>& functions,
+                        const std::string& name)
 {
     for (const Signature& s : functions)
         if (std::find(s.names.begin(), s.names.end(), name) != s.names.end())
-            return text(s);
+            return text(s, tables.documentation(s));
     return {};
 }
 

@@ -62,7 +62,7 @@ int run(const std::vector<std::string>& words)
     }
     if (words.size() >= 3 && words[0] == "--explain") {
         const auto tables = catalogue::read_tables({words.begin() + 2, words.end()});
-        const std::string text = generate::explanation(tables.signatures(), words[1]);
+        const std::string text = generate::explanation(tables, tables.signatures(), words[1]);
         if (text.empty())
             std::fprintf(stderr, "generate: no row exports the name %s\n", words[1].c_str());
         std::fputs(text.c_str(), stdout);

@@ -43,6 +43,7 @@ std::string header_text(const catalogue::Catalogue& tables, const std::string& p
 std::string core_prototypes(const catalogue::Catalogue& tables, const std::string& folder,
                             const std::string& macro);
 /// What a name of these functions is and what follows from its row, for people.
-std::string explanation(const std::vector<catalogue::Signature>& functions, const std::string& name);
+std::string explanation(const catalogue::Catalogue& tables,
+                        const std::vector<catalogue::Signature>& functions, const std::string& name);
 
 } // namespace qnm::generate

@@ -224,19 +224,6 @@ std::string element_text(const std::string& type, bool several)
                                                      : (several ? "elements, each " : "") + known->single;
 }
 
-/// An expression without the brackets around it.
-std::string expression_text(const Expression& e)
-{
-    const std::string text = to_text(e);
-    int depth = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
-        if (depth == 0 && i + 1 < text.size())
-            return text;
-    }
-    return text.size() > 2 && text.front() == '(' ? text.substr(1, text.size() - 2) : text;
-}
-
 /// Where a row does not tell it, the type in C does.
 const char* direction_text(const Argument& a, const std::string& type)
 {
@@ -268,38 +255,37 @@ std::string argument_text(const Argument& a, const Argument* before, const std::
     else if (a.pointers)
         out << "addresses of arrays of " << element_text(a.type, true);
     else if (a.array && a.extents.size() == 2)
-        out << "matrix of " << element_text(a.type, true) << ", " << expression_text(*a.extents[0]) << " by "
-            << expression_text(*a.extents[1]);
+        out << "matrix of " << element_text(a.type, true) << ", " << to_text(*a.extents[0]) << " by "
+            << to_text(*a.extents[1]);
     else if (a.array && !a.extents.empty())
-        out << "array of " << element_text(a.type, true) << ", " << expression_text(*a.extents[0])
-            << " of them";
+        out << "array of " << element_text(a.type, true) << ", " << to_text(*a.extents[0]) << " of them";
     else
         out << (a.array ? "array of " : "") << element_text(a.type, a.array);
     out << direction_text(a, type);
     if (!a.letters.empty())
         out << "; one of " << letters_text(a.letters);
     if (a.minimum)
-        out << "; at least " << expression_text(*a.minimum);
+        out << "; at least " << to_text(*a.minimum);
     else if (leading && before->extents.size() == 2)
-        out << "; at least max(1," << expression_text(*before->extents[0]) << ")";
+        out << "; at least max(1," << to_text(*before->extents[0]) << ")";
     if (a.above)
-        out << "; above " << expression_text(*a.above);
+        out << "; above " << to_text(*a.above);
     if (a.maximum)
-        out << "; at most " << expression_text(*a.maximum);
+        out << "; at most " << to_text(*a.maximum);
     if (a.nonzero)
         out << "; not zero";
     if (a.barred)
-        out << "; refused where " << expression_text(*a.barred);
+        out << "; refused where " << to_text(*a.barred);
     if (a.unless)
-        out << "; not tested where " << expression_text(*a.unless);
+        out << "; not tested where " << to_text(*a.unless);
     if (a.query)
         out << "; -1 asks for the size" << (a.alone ? "" : "s of all workspaces");
     if (a.null_at_query)
         out << "; not looked at when sizes are asked for";
     if (a.present)
-        out << "; looked at only where " << expression_text(*a.present);
+        out << "; looked at only where " << to_text(*a.present);
     if (a.returned)
-        out << "; its first " << expression_text(*a.returned) << " elements carry results";
+        out << "; its first " << to_text(*a.returned) << " elements carry results";
     return out.str();
 }
 
@@ -442,7 +428,7 @@ std::string definitions(const Page& page)
     const auto groups = grouped(page, [](const Signature& s) {
         std::string text;
         for (const Definition& d : s.definitions)
-            text += ".It Va " + quoted(d.name) + "\n" + wrapped(expression_text(*d.value)) + "\n";
+            text += ".It Va " + quoted(d.name) + "\n" + wrapped(to_text(*d.value)) + "\n";
         return text;
     });
     std::string text;

@@ -50,7 +50,7 @@ int answer(const std::string& text, int status = 0)
 int explain(const std::string& name)
 {
     const auto tables = qnm::catalogue::linked_tables();
-    const std::string text = qnm::generate::explanation(tables.signatures(), name);
+    const std::string text = qnm::generate::explanation(tables, tables.signatures(), name);
     if (text.empty())
         throw Refusal(status_own_failure, "the layer has no function " + name);
     return answer(text);

@@ -121,6 +121,12 @@ std::vector<CRow> derive_c_rows(const CStatement& statement, const Head& head, c
 /// Those of a catalogue with a room of the C interface.
 const std::deque<CRow>& c_rows(const Catalogue& tables);
 
+/// The letter that an option's becomes in a layout.
+char becoming(char letter, const CArgument& option, const Rewrite& rewrite);
+/// An expression of the routine in the arguments of a call in one layout: what stands in the place of each,
+/// and of its letters those that become the routine's. Names of `where` are written out.
+ExpressionPtr in_layout(const Expression& expression, const CRow& row, const Rewrite& rewrite);
+
 /// What an entry is.
 Signature c_signature(const CEntry& entry);
 

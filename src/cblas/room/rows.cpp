@@ -186,6 +186,34 @@ void settle_arguments(const CStatement& statement, Row& fortran, const Lexer& le
 
 } // namespace
 
+char becoming(char letter, const CArgument& option, const Rewrite& rewrite)
+{
+    const auto told = rewrite.letters.find(option.as.name);
+    const std::size_t at = std::string(code_group(option.as.letters).letters).find(letter);
+    return told == rewrite.letters.end() || at == std::string::npos ? letter : told->second.at(at);
+}
+
+ExpressionPtr in_layout(const Expression& expression, const CRow& row, const Rewrite& rewrite)
+{
+    const auto made = std::make_shared<Expression>(expression);
+    if (made->kind == Expression::Kind::name) {
+        for (const Definition& d : row.fortran.definitions)
+            if (d.name == expression.text)
+                return in_layout(*d.value, row, rewrite);
+        made->text = rewrite.source(expression.text);
+    } else if (made->kind == Expression::Kind::letter) {
+        const CArgument& option = *row.find(rewrite.source(expression.text));
+        made->text = option.as.name;
+        made->letters.clear();
+        for (const char letter : option.as.letters)
+            if (expression.letters.find(becoming(letter, option, rewrite)) != std::string::npos)
+                made->letters += letter;
+    }
+    for (ExpressionPtr& operand : made->operands)
+        operand = in_layout(*operand, row, rewrite);
+    return made;
+}
+
 std::vector<CRow> derive_c_rows(const CStatement& statement, const Head& head, const std::deque<Row>& rows,
                                 const Lexer& lexer)
 {

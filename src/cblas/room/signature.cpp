@@ -49,15 +49,9 @@ std::string parameter_type(const CArgument& a, const CEntry& entry)
 /// The letters that codes become in a layout.
 std::map<int, char> letters(const CArgument& a, const Rewrite& rewrite)
 {
-    const CodeGroup& group = code_group(a.as.letters);
-    const std::string own = group.letters;
-    const auto told = rewrite.letters.find(a.as.name);
     std::map<int, char> all;
-    for (const char letter : a.as.letters) {
-        const std::size_t at = own.find(letter);
-        all[option_code(group, letter)] =
-            told == rewrite.letters.end() || at == std::string::npos ? letter : told->second.at(at);
-    }
+    for (const char letter : a.as.letters)
+        all[option_code(code_group(a.as.letters), letter)] = becoming(letter, a, rewrite);
     return all;
 }
 
@@ -93,20 +87,64 @@ std::string row_major_note(const CArgument& a, const CRow& row)
            (row.has(row.rows.conjugated, a.as.name) ? ", row-major conjugated" : "");
 }
 
+/// The same in the words that people expect: a choice asks for an option's first letter, and names added
+/// stand in their order.
+ExpressionPtr settled(const Expression& expression, const CRow& row)
+{
+    using Kind = Expression::Kind;
+    const auto made = std::make_shared<Expression>(expression);
+    std::vector<ExpressionPtr>& operands = made->operands;
+    for (ExpressionPtr& operand : operands)
+        operand = settled(*operand, row);
+    if (made->kind == Kind::condition && operands[0]->kind == Kind::letter) {
+        const std::string all = row.find(operands[0]->text)->as.letters, &asked = operands[0]->letters;
+        if (asked.find(all.front()) == std::string::npos) {
+            const auto other = std::make_shared<Expression>(*operands[0]);
+            other->letters.clear();
+            for (const char letter : all)
+                if (asked.find(letter) == std::string::npos)
+                    other->letters += letter;
+            operands = {other, operands[2], operands[1]};
+        }
+    }
+    if (made->text == "+" && operands[0]->kind == Kind::name && operands[1]->kind == Kind::name &&
+        operands[1]->text < operands[0]->text)
+        std::swap(operands[0], operands[1]);
+    return made;
+}
+
+/// What must hold of an argument in a layout.
+std::string layout_test_text(const CRow& row, const std::string& step, const Rewrite& rewrite)
+{
+    Argument a = row.find(rewrite.source(step))->as; // whose place it takes
+    if (!a.tested())
+        return step;
+    a.name = step;
+    for (ExpressionPtr* e : {&a.minimum, &a.unless})
+        if (*e)
+            *e = settled(*in_layout(**e, row, rewrite), row);
+    return test_text(a);
+}
+
 /// One test, or one for each layout where they differ.
 void add_tests(Signature& s, const CRow& row, const std::string& step)
 {
     const CArgument& a = *row.find(step);
     Test by_columns{row.position(step) - 1, row.position(step), step, "", row.has(row.goes_on, step)};
-    if (a.as.tested() && a.role != CRole::option)
+    if (a.as.tested())
         by_columns.text = test_text(a.as);
     Test by_rows = by_columns;
+    if (row.find("layout") != nullptr && a.role != CRole::option && a.role != CRole::options)
+        if (const std::string text = layout_test_text(row, step, row.rows);
+            text != layout_test_text(row, step, row.columns))
+            by_rows.text = text;
     for (const auto& [test, rewrite] : {std::pair{&by_columns, &row.columns}, {&by_rows, &row.rows}}) {
         const auto code = rewrite->codes.find(step);
         test->code = code == rewrite->codes.end() ? test->code : code->second;
         test->goes_on = test->goes_on || row.has(rewrite->goes_on, step);
     }
-    if (by_columns.code != by_rows.code || by_columns.goes_on != by_rows.goes_on) {
+    if (by_columns.code != by_rows.code || by_columns.goes_on != by_rows.goes_on ||
+        by_columns.text != by_rows.text) {
         by_columns.when = "column-major";
         by_rows.when = "row-major";
         s.tests.push_back(by_rows);

@@ -76,31 +76,29 @@ private:
 
     std::string values(const std::string& name, const Argument& a) const
     {
+        const auto told = [&](const Expression& e) { return text(*in_layout(e, row_, rewrite_)); };
         std::string test;
         if (a.nonzero)
             test = "unlikely(" + value_of(name) + " == 0)";
         else if (const Expression& e = *a.minimum; e.kind == EKind::binary && e.text == "+" &&
                                                    e.operands[1]->kind == EKind::number &&
                                                    e.operands[1]->value == 1)
-            test = "at_most<I>(" + value_of(name) + ", " + text(*e.operands[0]) + ")";
+            test = "at_most<I>(" + value_of(name) + ", " + told(*e.operands[0]) + ")";
         else
-            test = "below<I>(" + value_of(name) + ", " + text(e) + ")";
-        return a.unless ? "(!" + text(*a.unless) + " && " + test + ")" : test;
+            test = "below<I>(" + value_of(name) + ", " + told(e) + ")";
+        return a.unless ? "(!" + told(*a.unless) + " && " + test + ")" : test;
     }
 
-    /// `trans is N`: the codes that become such a letter in this layout.
+    /// `trans is N`: its codes.
     std::string letter(const Expression& e) const override
     {
-        const CArgument& c = *row_.find(rewrite_.source(e.text));
+        const CArgument& c = *row_.find(e.text);
         const CodeGroup& group = code_group(c.as.letters);
-        const std::string letters = letters_of(c, rewrite_);
         Words in;
         Words out;
         for (const char letter : c.as.letters) {
-            const std::size_t at = std::string(group.letters).find(letter);
-            const char becomes = at == std::string::npos ? letter : letters[at];
             const std::string code = std::to_string(option_code(group, letter));
-            (e.letters.find(becomes) != std::string::npos ? in : out).push_back(code);
+            (e.letters.find(letter) != std::string::npos ? in : out).push_back(code);
         }
         const bool few = in.size() <= out.size();
         Words any;
@@ -109,12 +107,7 @@ private:
         return "(" + joined(any, few ? " || " : " && ") + ")";
     }
 
-    std::string name(const std::string& name) const override
-    {
-        if (const Expression* value = defined(row_.fortran.definitions, name))
-            return text(*value);
-        return value_of(rewrite_.source(name));
-    }
+    std::string name(const std::string& name) const override { return value_of(name); }
 
     const CRow& row_;
     const Rewrite& rewrite_;

@@ -94,8 +94,10 @@ Signature signature(const LapackePlan& plan, const Precision& letter, const Form
     const Result& result = plan.row->result;
     if (plan.c->shape != LapackeShape::one_level)
         s.result = published_type(result.kind == ResultKind::value ? result.type : "int", letter, form.width);
-    if (plan.has_layout())
+    if (plan.has_layout()) {
         s.parameters.push_back({"matrix_layout", "int", Travel::code, nullptr, ""});
+        s.tests.push_back({0, -1, "matrix_layout"});
+    }
     Callee called{high && plan.c->shape != LapackeShape::one_level
                       ? lapacke_name(plan, letter, *lapacke_form(plan, "work", form.width))
                       : spell(form.calls, routine_name(*plan.row, letter)),
@@ -112,9 +114,15 @@ Signature signature(const LapackePlan& plan, const Precision& letter, const Form
                                  static_cast<int>(s.parameters.size()), ""});
         if (!high && a.role == Role::leading)
             s.tests.push_back({static_cast<int>(s.parameters.size()), -a.position,
-                               a.argument->name + " >= " + to_text(*a.bound) + " in row-major"});
+                               a.argument->name + " >= " + bound_text(*a.bound), "row-major"});
         s.parameters.push_back(
             {a.argument->name, parameter_type(a, letter, form.width), travel(a), a.argument, note(a, high)});
+    }
+    if (plan.c->refused && (plan.c->refused_with_nan || !high)) {
+        const LapackeArgument& a = *plan.find(plan.c->refused_as);
+        s.tests.push_back({a.position - 1, -a.position,
+                           a.argument->name + ", refused if " + to_text(*plan.c->refused),
+                           high ? "" : "row-major"});
     }
     if (high)
         for (const Addition& add : plan.c->additions)
@@ -128,6 +136,7 @@ Signature signature(const LapackePlan& plan, const Precision& letter, const Form
                     s.tests.push_back({static_cast<int>(at), -a.position, a.argument->name + " without NaN"});
         }
     s.callees.push_back(std::move(called));
+    s.definitions = plan.c->definitions;
     s.report_name = s.names.front();
     return s;
 }

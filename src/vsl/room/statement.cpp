@@ -152,11 +152,11 @@ std::string rule_text(const Told& a)
 {
     switch (a.rule) {
     case Rule::at_least:
-        return a.name + " >= " + (a.bound ? to_text(*a.bound) : "0");
+        return a.name + " >= " + (a.bound ? bound_text(*a.bound) : "0");
     case Rule::above:
-        return a.name + " > " + to_text(*a.bound);
+        return a.name + " > " + bound_text(*a.bound);
     case Rule::below:
-        return a.name + " < " + to_text(*a.bound);
+        return a.name + " < " + bound_text(*a.bound);
     case Rule::among:
         return a.name + " in 0 to " + std::to_string(a.last);
     case Rule::from_to:
