@@ -15,6 +15,10 @@ prefix=$scratch/usr
 DESTDIR=$scratch/staged cmake --install "$build" --prefix "$prefix" >install.log
 mv "$scratch/staged$prefix" "$prefix"
 [ -s "$prefix/share/doc/qnm/LICENSE" ] && [ -s "$prefix/share/doc/qnm/docs/design.md" ] || fail "licence or pages"
+for program in "$prefix"/bin/*; do
+    [ -s "$prefix/share/man/man1/${program##*/}.1" ] || fail "$program has no page"
+done
+[ -s "$prefix/share/bash-completion/completions/qnm-run" ] || fail "no completion"
 for file in $(grep -rlaF "$root/" "$prefix/lib" "$prefix/bin"); do # this prefix is itself in the build's folder
     ! sed "s|$prefix||g" "$file" | grep -qaF "$root/" || fail "$file has a folder of the build"
 done

@@ -5,6 +5,7 @@
 
 #include "generate/text.hpp"
 #include "page.hpp"
+#include "text.hpp"
 
 namespace qnm::reference {
 
@@ -13,44 +14,6 @@ using generate::joined;
 using generate::Words;
 
 namespace {
-
-/// Text for a line of its own or behind a macro: no escape, no request, no quotation mark that ends it.
-std::string plain(const std::string& text)
-{
-    std::string out;
-    for (const char c : text)
-        out += c == '\\' ? "\\e" : c == '"' ? "\\(dq" : std::string(1, c);
-    return !out.empty() && (out[0] == '.' || out[0] == '\'') ? "\\&" + out : out;
-}
-
-std::string quoted(const std::string& text)
-{
-    return "\"" + plain(text) + "\"";
-}
-
-/// Lines of running text, none longer than pages should have.
-std::string wrapped(const std::string& text)
-{
-    constexpr std::size_t widest = 78;
-    std::istringstream words(text);
-    std::string out, line;
-    for (std::string word; words >> word;) {
-        if (!line.empty() && line.size() + 1 + word.size() > widest) {
-            out += plain(line) + "\n";
-            line.clear();
-        }
-        line += (line.empty() ? "" : " ") + word;
-    }
-    return out + plain(line);
-}
-
-/// An argument's text with its first letter large and a full stop.
-std::string sentence(std::string text)
-{
-    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z' && (text.size() == 1 || text[1] != ' '))
-        text[0] = static_cast<char>(text[0] - 'a' + 'A');
-    return wrapped(text + (text.empty() || text.back() == '.' ? "" : "."));
-}
 
 const Family& family_of(const Catalogue& tables, const Signature& s)
 {

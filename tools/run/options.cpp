@@ -9,14 +9,9 @@
 namespace qnm::run {
 namespace {
 
-enum class Takes { nothing, perhaps, a_value, a_word };
+using Takes = OptionText::Takes;
 
-struct Option {
-    const char* name;
-    char letter; // of its short form; '\0': it has none
-    Takes takes;
-    const char* value; // as --help calls it
-    const char* help;
+struct Option : OptionText {
     void (*apply)(Options&, const std::string& value);
 };
 
@@ -41,7 +36,6 @@ void set_every(Options& options, const std::string& text)
     options.every = std::chrono::seconds(seconds);
 }
 
-// In the order of --help.
 constexpr Option table[] = {
     {"report", 0, Takes::perhaps, "FILE",
      "a table of the calls by routine at the end, to standard error or FILE",
@@ -62,9 +56,8 @@ constexpr Option table[] = {
      [](Options& o, const std::string&) { act(o, Options::Action::check); }},
     {"core", 0, Takes::a_value, "FILE", "another core than the open one",
      [](Options& o, const std::string& file) { o.asked.core = file; }},
-    {"integers", 0, Takes::a_value, "64",
-     "plain names (dgemm_, cblas_dgemm) have 64-bit integers; 32: not; else PROGRAM's libraries tell",
-     set_integers},
+    {"integers", 0, Takes::a_value, "32|64",
+     "integers of plain names (dgemm_, cblas_dgemm), where PROGRAM's libraries do not tell", set_integers},
     {"cluster", 0, Takes::nothing, "",
      "Fourier transforms on several processes ahead of the layer (`make plugins` builds them)",
      [](Options& o, const std::string&) { o.asked.cluster = true; }},
@@ -76,7 +69,7 @@ constexpr Option table[] = {
      [](Options& o, const std::string&) { act(o, Options::Action::version); }},
 };
 
-std::string spelled(const Option& option)
+std::string spelled(const OptionText& option)
 {
     const std::string value = option.value;
     switch (option.takes) {
@@ -103,6 +96,11 @@ const Option& find(std::string_view word)
 }
 
 } // namespace
+
+std::vector<OptionText> option_texts()
+{
+    return {std::begin(table), std::end(table)};
+}
 
 Options parse_options(int argc, char** argv)
 {

@@ -6,8 +6,20 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qnm::run {
+
+/// What users read of an option: --help, the manual page and a shell's completion are made of it.
+struct OptionText {
+    const char* name;
+    char letter; ///< of its short form; '\0': it has none
+    enum class Takes { nothing, perhaps, a_value, a_word } takes;
+    const char* value; ///< as --help calls it: FILE, or what it may be with `|` between
+    const char* help;
+};
+/// In the order of --help.
+std::vector<OptionText> option_texts();
 
 /// Something to be written while the program runs and at its end.
 struct Output {
