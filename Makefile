@@ -25,8 +25,9 @@ plugins:
 ## doc: the reference, a page for each routine: build/release/doc/man3 for man, build/release/doc/html/index.html
 doc:
 	@$(PACKAGES) lib doc
-	@cmake --preset release -DQNM_TESTS=OFF >/dev/null
+	@tools/configure release -DQNM_TESTS=OFF
 	@cmake --build $(BUILD) --parallel $(JOBS) --target qnm_doc
+	@mandb --quiet --create --user-db $(CURDIR)/$(BUILD)/doc # by it man finds names that are no file's
 	@echo "$(BUILD)/doc/html/index.html; man -M $(BUILD)/doc dgemm_64"
 
 ## demo: real programs through the layer

@@ -49,7 +49,7 @@ expect "download -qq -o APT::Sandbox::User=root files||0" "" "" list data
 [ -d build/data/files ] || fail "nothing is unpacked"
 expect "||0" "" "" list data
 expect "||2" "" "" list no-such-group
-for target in lib demo check sanitizers bench; do # whose groups are there
+for target in lib doc demo check sanitizers bench; do # whose groups are there
     groups=$(make -C "$source" -n "$target" | sed -n 's/^tools.install-packages packages.txt //p')
     [[ "$groups " == "lib "* ]] || fail "make $target installs '$groups'"
     expect "||0" all "" "$source/packages.txt" $groups
@@ -61,7 +61,7 @@ printf '#!/bin/sh\nprintf -- "-- Found it\\n-- No engine: not found\\nNo path\\n
 chmod +x cmake
 [ "$(PATH=$work:$PATH "$source/tools/configure" fast -DX=1)" = "No engine: not found" ] || fail "told by configure"
 ! PATH=$work:$PATH "$source/tools/configure" slow > out || fail "what failed is not told"
-for target in lib plugins demo bench accuracy dieharder; do
+for target in lib plugins doc demo bench accuracy dieharder; do
     [ "$(make -C "$source" -n "$target" | grep -c '^tools.configure release ')" = 1 ] || fail "make $target"
 done
 echo "all as expected"

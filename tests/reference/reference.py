@@ -76,6 +76,8 @@ class Reference(unittest.TestCase):
         self.assertEqual(item(getrf, "4"), ["lda >= max(1,m)."])
         self.assertEqual(item(getrf, "-4"), ["a without NaN."])      # of the high level
         self.assertEqual(item(getrf, "-5"), ["lda >= n in row-major."])
+        self.assertEqual(set(item(getrf, "-1")), {"matrix_layout is 101 (row-major) or 102 (column-major)."})
+        self.assertIn("its argument p as -(p+1).", " ".join(getrf.split()))
         self.assertEqual(item(getrf, "-1010"), [])                    # it has no workspace
         self.assertEqual(len(item(getrf, "-1011")), 1)
         self.assertIn("told 1102", item(getrf, "-1023")[0])
@@ -89,8 +91,12 @@ class Reference(unittest.TestCase):
         self.assertIn("-1 asks for the sizes of all workspaces", item(geev, 'Fa "lwork"')[0])
         self.assertEqual(len(item(geev, "-1010")), 1)
         gemm = (PAGES / "man3/sgemm.3qnm").read_text()
-        tested = gemm[gemm.index("cblas_sgemm, cblas_dgemm, cblas_cgemm, cblas_zgemm: what must"):]
+        tested = gemm[gemm.rindex("cblas_sgemm, cblas_dgemm, cblas_cgemm, cblas_zgemm:\n"):]
         self.assertEqual(re.findall(r"^\.It (\d+)", tested, re.M), "2 3 4 5 6 1 9 11 14".split())
+        self.assertEqual(item(tested, "9"), ["lda >= max(1,nrowa); lda >= max(1,transa is N ? k : m) in row-major."])
+        self.assertEqual(item(tested, "2"), ["transa is 111 (N), 112 (T) or 113 (C)."])
+        self.assertIn("hands on to the routine: transb, transa, n, m, k, alpha, b, ldb, a,", gemm)
+        self.assertIn("    real a(lda,*)\n", gemm)
         self.assertIn(".Sh STANDARDS\nBLAS 1990.\n", gemm)
 
     def test_the_index_has_all_pages_and_asks_nobody(self):

@@ -179,6 +179,8 @@ Binding binding(const Expression& e)
         return Binding::condition;
     if (e.kind == Kind::negation)
         return Binding::sign;
+    if (e.kind == Kind::letter)
+        return Binding::comparison;
     if (e.kind != Kind::binary)
         return Binding::operand;
     return e.text == "or"                   ? Binding::either
@@ -304,9 +306,9 @@ std::string to_text(const Expression& e)
             text += (operand == e.operands.front() ? "" : ",") + to_text(*operand);
         return text + ")";
     }
-    case Kind::binary: // from the left
-        return within(*e.operands[0], binding(e)) + " " + e.text + " " +
-               within(*e.operands[1], static_cast<Binding>(static_cast<int>(binding(e)) + 1));
+    case Kind::binary: // from the left; a comparison of comparisons is none that people read
+        return within(*e.operands[0], binding(e) == Binding::comparison ? Binding::sum : binding(e)) + " " +
+               e.text + " " + within(*e.operands[1], static_cast<Binding>(static_cast<int>(binding(e)) + 1));
     }
     return {};
 }

@@ -43,7 +43,7 @@ std::string narrowed(const Signature& s)
     std::string text = s.family + s.letter.prefix + s.form->level + s.result;
     for (const Parameter& p : s.parameters)
         text += "," + p.type;
-    for (const char* wide : {"qnm_int64", "int64_t", "lapack_int"})
+    for (const char* wide : {"qnm_int64", "int64_t", "lapack_int", "unsigned"})
         for (std::size_t at = text.find(wide); at != std::string::npos; at = text.find(wide, at))
             text.replace(at, std::string(wide).size(), "int");
     return text;
@@ -100,6 +100,8 @@ std::string fortran_type(const Argument& a, const Signature& s)
                : letter == 'c' ? "complex"
                                : "complex*16";
     };
+    if (a.pointers)
+        return "integer*8"; // an address
     if (a.type == "T" && has_letter(s))
         return of_letter(s.letter.element);
     if (a.type == "R" && has_letter(s))
@@ -108,6 +110,13 @@ std::string fortran_type(const Argument& a, const Signature& s)
         return of_letter(s.letter.real == 's' ? 'c' : 'z');
     const auto found = words.find(a.type);
     return found == words.end() ? "type(*)" : found->second;
+}
+
+/// Whether an argument is the leading dimension of the one ahead of it.
+bool is_leading(const Argument& a, const Argument* before)
+{
+    return a.kind == Kind::integer && !a.array && a.name.rfind("ld", 0) == 0 && before != nullptr &&
+           before->array && !before->pointers && !before->name.empty();
 }
 
 /// How Fortran calls a routine, with the declarations of its arguments; empty where a row does not tell them.
@@ -124,14 +133,28 @@ std::string fortran_text(const Signature& s)
         }
         names.push_back(a->name);
         std::string extent = a->array ? "(*)" : "";
-        if (a->extents.size() == 2 && i + 1 < s.parameters.size() &&
-            s.parameters[i + 1].name.rfind("ld", 0) == 0)
+        if (a->array && i + 1 < s.parameters.size() && s.parameters[i + 1].argument != nullptr &&
+            is_leading(*s.parameters[i + 1].argument, a))
             extent = "(" + s.parameters[i + 1].name + ",*)";
         declarations += "    " + fortran_type(*a, s) + " " + a->name + extent + "\n";
     }
-    const std::string list = "(" + joined(names, ", ") + ")";
     const bool function = s.result != "void" || s.complex_result;
-    return (function ? "result = " : "call ") + to_lower(shown_name(s)) + list + "\n" + declarations;
+    std::string name = to_lower(shown_name(s)); // to which compilers add what it ends in
+    if (name.back() == '_')
+        name.pop_back();
+    std::string list = (function ? "result = " : "call ") + name + "(";
+    constexpr std::size_t widest = 72;
+    std::size_t line = list.size();
+    for (const std::string& argument : names) {
+        const bool last = &argument == &names.back();
+        if (line + argument.size() > widest) {
+            list += "&\n        ";
+            line = 0;
+        }
+        list += argument + (last ? "" : ", ");
+        line += argument.size() + 2;
+    }
+    return list + ")\n" + declarations;
 }
 
 std::string fortran(const Page& page)
@@ -158,7 +181,13 @@ std::string letters_text(const std::string& letters)
     Words words;
     for (const char letter : letters)
         words.push_back(std::string(1, letter));
-    return joined(words, ", ");
+    return alternatives(words);
+}
+
+/// What C calls a type, where there is no better word.
+std::string of_type(const std::string& type)
+{
+    return (type.back() == '*' ? "address: " : "of type ") + type;
 }
 
 /// One of a type, or several.
@@ -183,8 +212,8 @@ std::string element_text(const std::string& type, bool several)
     if (found != words.end())
         return several ? found->second.second : found->second.first;
     const Type* known = find_type(type);
-    return known == nullptr || known->single.empty() ? type
-                                                     : (several ? "elements, each " : "") + known->single;
+    const std::string name = known == nullptr || known->single.empty() ? type : known->single;
+    return several ? "elements of type " + name : of_type(name);
 }
 
 /// Where a row does not tell it, the type in C does.
@@ -209,8 +238,7 @@ const char* direction_text(const Argument& a, const std::string& type)
 std::string argument_text(const Argument& a, const Argument* before, const std::string& type)
 {
     std::ostringstream out;
-    const bool leading = a.kind == Kind::integer && a.name.rfind("ld", 0) == 0 && before != nullptr &&
-                         before->array && !before->name.empty();
+    const bool leading = is_leading(a, before);
     if (a.kind == Kind::character && !a.array)
         out << "option letter";
     else if (leading)
@@ -218,15 +246,15 @@ std::string argument_text(const Argument& a, const Argument* before, const std::
     else if (a.pointers)
         out << "addresses of arrays of " << element_text(a.type, true);
     else if (a.array && a.extents.size() == 2)
-        out << "matrix of " << element_text(a.type, true) << ", " << to_text(*a.extents[0]) << " by "
-            << to_text(*a.extents[1]);
+        out << "matrix of " << element_text(a.type, true) << ", " << bound_text(*a.extents[0]) << " by "
+            << bound_text(*a.extents[1]);
     else if (a.array && !a.extents.empty())
-        out << "array of " << element_text(a.type, true) << ", " << to_text(*a.extents[0]) << " of them";
+        out << "array of " << element_text(a.type, true) << ", " << bound_text(*a.extents[0]) << " of them";
     else
         out << (a.array ? "array of " : "") << element_text(a.type, a.array);
     out << direction_text(a, type);
     if (!a.letters.empty())
-        out << "; one of " << letters_text(a.letters);
+        out << "; " << letters_text(a.letters);
     if (a.minimum)
         out << "; at least " << to_text(*a.minimum);
     else if (leading && before->extents.size() == 2)
@@ -239,7 +267,7 @@ std::string argument_text(const Argument& a, const Argument* before, const std::
         out << "; not zero";
     if (a.barred)
         out << "; refused where " << to_text(*a.barred);
-    if (a.unless)
+    if (a.unless && !a.array)
         out << "; not tested where " << to_text(*a.unless);
     if (a.query)
         out << "; -1 asks for the size" << (a.alone ? "" : "s of all workspaces");
@@ -252,17 +280,29 @@ std::string argument_text(const Argument& a, const Argument* before, const std::
     return out.str();
 }
 
-std::string parameter_text(const Parameter& p, const Argument* before)
+std::string parameter_text(const Signature& s, std::size_t at)
 {
+    const Parameter& p = s.parameters[at];
+    if (const Words codes = codes_of(s, at); !codes.empty())
+        return "enumerated: " + alternatives(codes);
+    const Argument* before = at > 0 ? s.parameters[at - 1].argument : nullptr;
     if (p.argument != nullptr && !p.argument->name.empty())
         return argument_text(*p.argument, before, p.type);
-    if (p.travel == Travel::code || p.travel == Travel::codes)
-        return "enumerated code of type " + p.type;
-    if (p.type.back() != '*')
-        return "of type " + p.type;
-    const bool constant = p.type.rfind("const ", 0) == 0;
-    const std::size_t begin = constant ? 6 : 0, end = p.type.find('*');
-    return "address of " + p.type.substr(begin, end - begin) + (constant ? ", read" : ", read or written");
+    static const std::map<std::string, const char*> words{
+        {"int", "integer"},      {"qnm_int64", "integer"}, {"int64_t", "integer"},   {"size_t", "size"},
+        {"unsigned", "integer"}, {"float", "real number"}, {"double", "real number"}};
+    if (p.type.back() != '*') {
+        const auto found = words.find(p.type);
+        return found == words.end() ? "of type " + p.type : found->second;
+    }
+    const bool constant = p.type.rfind("const ", 0) == 0 || p.type.find("const*") != std::string::npos;
+    const std::size_t begin = p.type.rfind("const ", 0) == 0 ? 6 : 0;
+    std::string to = p.type.substr(begin, p.type.find_last_not_of("* ") + 1 - begin);
+    if (to.find(" const") != std::string::npos)
+        to.resize(to.find(" const"));
+    return to == "void" && p.type.find("const*") == std::string::npos
+               ? "address"
+               : "address of " + to + (constant ? ", read" : ", read or written");
 }
 
 /// A list of arguments with a head that tells whose they are; without one of all.
@@ -321,12 +361,10 @@ std::string arguments(const Page& page, const Catalogue& tables)
                                    [&](const Signature& s) { return family_of(tables, s).calls.empty(); });
     const auto items_of = [&](const Signature& s, bool all) {
         Items list;
-        const Argument* before = nullptr;
-        for (const Parameter& p : s.parameters) {
-            if (all || known.count(p.name) == 0)
-                list.push_back({p.name, parameter_text(p, before)});
-            before = p.argument;
-        }
+        for (std::size_t i = 0; i < s.parameters.size(); ++i)
+            if (const Parameter& p = s.parameters[i];
+                all || known.count(p.name) == 0 || p.travel == Travel::code || p.travel == Travel::codes)
+                list.push_back({p.name, parameter_text(s, i)});
         return list;
     };
     std::vector<std::pair<Items, std::vector<const Signature*>>> groups;
@@ -402,6 +440,15 @@ std::string definitions(const Page& page)
     return text;
 }
 
+/// What an option's codes become in the other layout.
+std::map<int, char> by_columns(const Signature& s, int parameter)
+{
+    for (const Place& place : s.callees.front().places)
+        if (place.parameter == parameter)
+            return place.letters;
+    return {};
+}
+
 /// Which of its arguments a function hands on, and in which order, for one layout; the callee tests them
 /// there.
 std::string exchanged(const Signature& s)
@@ -413,8 +460,9 @@ std::string exchanged(const Signature& s)
         for (const Place& place : callee.places)
             if (place.parameter >= 0) {
                 std::string letters;
-                for (const auto& [code, letter] : place.letters)
-                    letters += (letters.empty() ? "" : " ") + std::to_string(code) + ":" + letter;
+                if (place.letters != by_columns(s, place.parameter))
+                    for (const auto& [code, letter] : place.letters)
+                        letters += (letters.empty() ? "" : ", ") + std::to_string(code) + " as " + letter;
                 places.push_back(s.parameters[static_cast<std::size_t>(place.parameter)].name +
                                  (place.fill == Fill::conjugated ? " conjugated" : "") +
                                  (letters.empty() ? "" : " (" + letters + ")"));
@@ -422,6 +470,37 @@ std::string exchanged(const Signature& s)
         return joined(places);
     }
     return {};
+}
+
+/// How storage forms are called that some text has.
+std::string forms_text(const std::string& text)
+{
+    static const std::vector<std::pair<const char*, const char*>> words{
+        {"ge", "general"},
+        {"gb", "band, with kl and ku"},
+        {"gt", "tridiagonal"},
+        {"gg", "pair of general"},
+        {"hs", "upper Hessenberg"},
+        {"sy", "symmetric, one triangle"},
+        {"he", "Hermitian, one triangle"},
+        {"po", "positive definite, one triangle"},
+        {"pb", "positive definite band"},
+        {"sb", "symmetric band"},
+        {"hb", "Hermitian band"},
+        {"tb", "triangular band"},
+        {"pp", "packed positive definite"},
+        {"sp", "packed symmetric"},
+        {"hp", "packed Hermitian"},
+        {"tp", "packed triangle"},
+        {"tr", "triangle"},
+        {"tz", "trapezoid"},
+        {"pf", "rectangular full packed"},
+        {"tf", "rectangular full packed triangle"}};
+    Words found;
+    for (const auto& [form, word] : words)
+        if (text.find(std::string(" as ") + form + "(") != std::string::npos)
+            found.push_back(std::string(form) + " " + word);
+    return found.empty() ? "" : ".Pp\n" + wrapped("Storage forms: " + joined(found, "; ") + ".") + "\n";
 }
 
 std::string row_major(const Page& page)
@@ -434,13 +513,18 @@ std::string row_major(const Page& page)
         return text;
     });
     std::string text;
-    for (const auto& [list, functions] : groups)
-        text += ".Pp\n" + wrapped("In " + whose(functions) + ":") + "\n.Bl -tag -width Ds\n" + list + ".El\n";
-    for (const auto& [places, functions] : grouped(page, exchanged))
+    for (const auto& [list, functions] : groups) {
+        const bool copies = functions.front()->form->level == "work";
         text += ".Pp\n" +
-                wrapped("In row-major " + whose(functions) +
-                        " hands on, and tests as the routine does: " + places + ".") +
-                "\n";
+                wrapped("In " + std::string(copies ? "a row-major call of " : "") + whose(functions) + ":") +
+                "\n.Bl -tag -width Ds\n" + list + ".El\n";
+    }
+    text += forms_text(text);
+    for (const auto& [places, functions] : grouped(page, exchanged))
+        text +=
+            ".Pp\n" +
+            wrapped("A row-major call of " + whose(functions) + " hands on to the routine: " + places + ".") +
+            "\n";
     return text;
 }
 
@@ -449,8 +533,13 @@ std::string row_major(const Page& page)
 std::string results(const Page& page, const Catalogue& tables)
 {
     std::string text;
-    for (const auto& [result, functions] : grouped(page, [](const Signature& s) {
-             return s.data || s.result == "void" ? std::string() : s.result;
+    // INFO, and what differs in width alone, is told once.
+    const bool narrow = std::any_of(page.functions.begin(), page.functions.end(),
+                                    [](const Signature& s) { return s.form->width == Width::narrow; });
+    for (const auto& [result, functions] : grouped(page, [&](const Signature& s) {
+             const bool info = page.has_info() && s.result.find("int") != std::string::npos;
+             const bool said = narrow && s.form->width == Width::wide;
+             return s.data || info || said || s.result == "void" ? std::string() : s.result;
          }))
         text += ".Pp\n" +
                 wrapped(whose(functions) + (functions.size() == 1 ? " gives" : " give") +
@@ -464,7 +553,11 @@ std::string results(const Page& page, const Catalogue& tables)
     if (const std::optional<int> position = family_of(tables, first).null_position)
         text += ".It -" + std::to_string(*position) + "-p\nArgument p has a null address.\n";
     else if (!first.cell.empty())
-        text += ".It below 0\nArgument -INFO is refused.\n";
+        text +=
+            ".It below 0\n" +
+            wrapped(
+                "Argument -INFO is refused; of the C interface, which counts its own, the layout first.") +
+            "\n";
     for (const auto& [code, what] : page.statuses())
         text += ".It " + std::to_string(code) + "\n" + sentence(what) + "\n";
     return text;
@@ -485,23 +578,52 @@ std::string return_values(const Page& page, const Catalogue& tables)
     return text.rfind(".Pp\n", 0) == 0 ? text.substr(4) : text;
 }
 
+/// The tests of a function, those of both layouts in one item where their code is one.
+std::string tests_text(const Signature& s)
+{
+    std::string items;
+    for (std::size_t i = 0; i < s.tests.size(); ++i) {
+        Test test = s.tests[i];
+        std::string text = requirement(s, test);
+        if (i + 1 < s.tests.size() && !test.when.empty() && test.parameter == s.tests[i + 1].parameter &&
+            test.code == s.tests[i + 1].code && test.goes_on == s.tests[i + 1].goes_on) {
+            test = s.tests[++i];
+            test.when.clear();
+            text = requirement(s, test) + "; " + text;
+        }
+        items += ".It " + std::to_string(test.code) + "\n" +
+                 wrapped(text + (test.goes_on ? "; the call goes on" : "") + ".") + "\n";
+    }
+    return items;
+}
+
+/// What functions of two levels give back of those that they call.
+std::string from_below(const Page& page)
+{
+    const auto of_level = [&](const std::string& level) {
+        return std::find_if(page.functions.begin(), page.functions.end(),
+                            [&](const Signature& s) { return s.form->level == level; });
+    };
+    const auto high = of_level("high"), work = of_level("work");
+    if (high == page.functions.end() || work == page.functions.end())
+        return {};
+    const bool shifted = !work->parameters.empty() && work->parameters[0].travel == Travel::code;
+    const std::string routine =
+        std::string(", and both what the routine refuses: its argument p as ") + (shifted ? "-(p+1)" : "-p");
+    return ".Pp\n" +
+           wrapped("What " + shown_name(*work) + " refuses, " + shown_name(*high) + " gives back, too" +
+                   (page.has_info() ? routine : "") + ".") +
+           "\n";
+}
+
 std::string errors(const Page& page)
 {
     std::string text;
-    for (const auto& [list, functions] : grouped(page, [](const Signature& s) {
-             std::string items;
-             for (const Test& test : s.tests)
-                 items += ".It " + std::to_string(test.code) + "\n" +
-                          wrapped(test.text + (test.when.empty() ? "" : ", " + test.when + " alone") +
-                                  (test.goes_on ? "; the call goes on" : "") + ".") +
-                          "\n";
-             return items;
-         }))
-        text += ".Pp\n" +
-                wrapped(whose(functions) +
-                        ": what must hold, in the order of the tests, and the code where it does not.") +
-                "\n.Bl -tag -width Ds\n" + list + ".El\n";
-    return text.empty() ? text : text.substr(4);
+    for (const auto& [list, functions] : grouped(page, tests_text))
+        text += ".Pp\n" + wrapped(whose(functions) + ":") + "\n.Bl -tag -width Ds\n" + list + ".El\n";
+    return text.empty() ? text
+                        : "What must hold, in the order of the tests, and the code of what does not:\n" +
+                              text + from_below(page);
 }
 
 // ---- How it is carried.

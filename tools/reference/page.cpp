@@ -58,6 +58,54 @@ std::vector<std::pair<int, std::string>> Page::statuses() const
     return all;
 }
 
+std::string alternatives(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : &word == &words.back() ? " or " : ", ") + word;
+    return text;
+}
+
+std::vector<std::string> codes_of(const Signature& s, std::size_t parameter)
+{
+    const Parameter& p = s.parameters[parameter];
+    if (p.travel != Travel::code && p.travel != Travel::codes)
+        return {};
+    if (p.argument == nullptr)
+        return {"101 (row-major)", "102 (column-major)"};
+    std::vector<std::string> all;
+    for (const Callee& callee : s.callees)
+        for (const Place& place : callee.places)
+            if (all.empty() && place.parameter == static_cast<int>(parameter))
+                for (const auto& [code, letter] : place.letters)
+                    all.push_back(std::to_string(code) + " (" + letter + ")");
+    return all;
+}
+
+std::string requirement(const Signature& s, const Test& test)
+{
+    const auto at = static_cast<std::size_t>(test.parameter);
+    const Parameter& p = s.parameters[at];
+    const std::string letters = p.argument != nullptr ? p.argument->letters : "",
+                      asked = p.name + " in " + letters;
+    std::vector<std::string> allowed = codes_of(s, at);
+    if (allowed.empty())
+        for (const char letter : letters)
+            allowed.emplace_back(1, letter);
+    std::string text = test.text;
+    if (text == p.name && allowed.empty())
+        text += " is not null";
+    else if (text == p.name)
+        text += " is " + alternatives(allowed);
+    else if (!letters.empty() && text.rfind(asked, 0) == 0)
+        text.replace(0, asked.size(), p.name + " is " + alternatives(allowed));
+    else if (text == p.name + " != 0" && p.travel == Travel::address)
+        text = p.name + " is not null";
+    if (p.argument != nullptr && p.argument->unless && text.find(" unless ") == std::string::npos)
+        text += " unless " + to_text(*p.argument->unless);
+    return text + (test.when.empty() ? "" : " in " + test.when);
+}
+
 std::vector<std::pair<int, std::string>> Page::codes() const
 {
     std::vector<std::pair<int, std::string>> all;
@@ -65,7 +113,7 @@ std::vector<std::pair<int, std::string>> Page::codes() const
         all = statuses();
     for (const Signature& s : functions)
         for (const Test& test : s.tests)
-            if (const std::pair code{test.code, test.text};
+            if (const std::pair code{test.code, requirement(s, test)};
                 std::find(all.begin(), all.end(), code) == all.end())
                 all.push_back(code);
     return all;

@@ -35,6 +35,13 @@ struct Page {
 /// The pages of all titles that a function has, in the tables' order.
 std::vector<Page> pages_of(const catalogue::Catalogue& tables);
 
+/// What a test asks for, in words: "transa is 111 (N), 113 (C) or 112 (T)".
+std::string requirement(const catalogue::Signature& signature, const catalogue::Test& test);
+/// The codes of an enumerated argument, "111 (N)"; none of what is no such argument.
+std::vector<std::string> codes_of(const catalogue::Signature& signature, std::size_t parameter);
+/// "a, b or c".
+std::string alternatives(const std::vector<std::string>& words);
+
 /// A page in the mdoc language.
 std::string mdoc(const Page& page, const catalogue::Catalogue& tables, const Build& build);
 

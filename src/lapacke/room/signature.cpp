@@ -65,9 +65,7 @@ std::string note(const LapackeArgument& a, bool high)
 {
     if (high)
         return uses_text("looked at for NaN", a.checks);
-    return a.role == Role::matrix    ? uses_text("goes in", a.in) + uses_text("comes back", a.out)
-           : a.role == Role::leading ? ", in row-major >= " + to_text(*a.bound)
-                                     : "";
+    return a.role == Role::matrix ? uses_text("goes in", a.in) + uses_text("comes back", a.out) : "";
 }
 
 /// How a place of the call is filled by what the high level does not take from its caller.
