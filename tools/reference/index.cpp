@@ -70,11 +70,12 @@ const items = [...document.querySelectorAll('li')];
 const all = items.map((item, i) => ({ item, names: data[i][0].toLowerCase().split(' '), codes: data[i][1],
     title: item.textContent.toLowerCase(), note: null }));
 const input = document.getElementById('words'), count = document.getElementById('count');
-// A word is part of a name or of a title, or a number that is a code, which is then told. Null: it is nowhere.
+// A word is part of a name or of a title, or a number that is a code. A whole name and a code are told. Null: it is nowhere.
 function found(page, word) {
     const codes = /^-?\d+$/.test(word) ? page.codes.filter(code => code[0] === Number(word)) : [];
     const named = page.title.includes(word) || page.names.some(name => name.includes(word));
-    return codes.length || named ? codes : null;
+    const also = page.names.includes(word) && !page.title.startsWith(word + ' ') ? ['also ' + word] : [];
+    return codes.length || named ? [...also, ...codes.map(code => code[0] + ': ' + code[1])] : null;
 }
 function search() {
     const words = input.value.toLowerCase().split(/\s+/).filter(Boolean);
@@ -85,10 +86,10 @@ function search() {
         page.item.hidden = !ok;
         if (page.note) page.note.remove();
         page.note = null;
-        const codes = each.flatMap(what => what || []);
-        if (ok && codes.length) {
+        const notes = each.flatMap(what => what || []);
+        if (ok && notes.length) {
             page.note = document.createElement('small');
-            page.note.textContent = codes.map(code => code[0] + ': ' + code[1]).join('; ');
+            page.note.textContent = notes.join('; ');
             page.item.append(page.note);
         }
         shown += ok;
