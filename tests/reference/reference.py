@@ -98,6 +98,10 @@ class Reference(unittest.TestCase):
         self.assertIn("hands on to the routine: transb, transa, n, m, k, alpha, b, ldb, a,", " ".join(gemm.split()))
         self.assertIn("    real a(lda,*)\n", gemm)
         self.assertIn(".Sh STANDARDS\nBLAS 1990.\n", gemm)
+        dotc = " ".join((PAGES / "man3/cdotc.3qnm").read_text().split())
+        self.assertIn('.It Fa "result" Where the result is written.', dotc)
+        self.assertIn("need the adapter.", dotc)
+        self.assertIn(".Vt \"CBLAS_INDEX\" ,\ncounted from 0.\n", (PAGES / "man3/isamax.3qnm").read_text())
 
     def test_links_lead_to_pages(self):
         pages = {page.name for page in PAGES.glob("html/*")}

@@ -285,6 +285,8 @@ std::string parameter_text(const Signature& s, std::size_t at)
     const Parameter& p = s.parameters[at];
     if (const Words codes = codes_of(s, at); !codes.empty())
         return "enumerated: " + alternatives(codes);
+    if (at == 0 && s.complex_result)
+        return "where the result is written";
     const Argument* before = at > 0 ? s.parameters[at - 1].argument : nullptr;
     if (p.argument != nullptr && !p.argument->name.empty())
         return argument_text(*p.argument, before, p.type);
@@ -508,7 +510,7 @@ std::string row_major(const Page& page)
     const auto groups = grouped(page, [](const Signature& s) {
         std::string text;
         for (const Parameter& p : s.parameters)
-            if (!p.note.empty())
+            if (!p.note.empty() && exchanged(s).empty()) // else exchanged() tells it
                 text += ".It Fa " + quoted(p.name) + "\n" + sentence(p.note.substr(2)) + "\n";
         return text;
     });
@@ -544,7 +546,15 @@ std::string results(const Page& page, const Catalogue& tables)
         text += ".Pp\n" +
                 wrapped(whose(functions) + (functions.size() == 1 ? " gives" : " give") +
                         " back a value of type") +
-                "\n.Vt " + quoted(result) + " .\n";
+                "\n.Vt " + quoted(result) + (result == "CBLAS_INDEX" ? " ,\ncounted from 0.\n" : " .\n");
+    for (const auto& [said, functions] : grouped(page, [](const Signature& s) {
+             return std::string(
+                 s.complex_result && s.form->width == Width::narrow
+                     ? "the complex result is written behind a first argument, which Fortran hides; "
+                       "programs of GNU Fortran, which has it in registers, need the adapter"
+                     : "");
+         }))
+        text += ".Pp\n" + wrapped("Of " + whose(functions) + " " + said + ".") + "\n";
     if (!page.has_info())
         return text;
     text += ".Pp\nINFO, which is the result of the C interface, if there is one:\n"
