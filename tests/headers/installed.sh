@@ -19,7 +19,9 @@ fail() {
 
 echo '#include <qnm/core/dft.h>' |
   ${CC:-cc} -std=c99 -Wall -Wextra -Wpedantic -Werror -I"$prefix/include" -fsyntax-only -x c -
-echo "for who writes a core: stands in C"
+"$prefix/bin/qnm-core-check" "$libraries/libqnm_core.so" blas/level1 >check.log || fail "the core: $(<check.log)"
+grep -Eq '^blas/level1 +xzcblat1 +(passed|left out: )' check.log || fail "the list is not found: $(<check.log)"
+echo "for who writes a core: stands in C, and the core is checked by published programs"
 
 languages="C CXX"
 ! command -v gfortran >/dev/null || languages="C CXX Fortran"

@@ -1,4 +1,4 @@
-"""Solvers of the open core against NumPy, SciPy and what theory tells. usage: solvers.py CORE"""
+"""Solvers of the open core against NumPy, SciPy and what theory tells. usage: solvers.py CORE [CLASS...]"""
 import ctypes
 import os
 import shutil
@@ -787,4 +787,4 @@ class EigenvaluesByTheCoreAlone(Eigenvalues):
         library = cls.beside
 
 
-unittest.main(argv=sys.argv[:1])
+unittest.main(argv=sys.argv[:1] + sys.argv[2:])

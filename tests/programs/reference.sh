@@ -4,13 +4,14 @@
 . "${0%/*}/common.sh"
 qnm_run=$1 folder=$2 language=$3 level=$4 letter=$5
 mkdir plain layer
-integers=$(integers_of "$folder")
+options=$(options_for "$folder")
 program=$folder/xblat$level$letter given=$folder/${letter}blat$level.in
 if [ "$language" = c ]; then
     program=$folder/x${letter}cblat$level given=$folder/${letter}in$level
     # The programs take a variable from the reference library, which therefore lies beneath the layer.
-    export LD_LIBRARY_PATH=$folder
+    export LD_LIBRARY_PATH=$folder${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 fi
+[ -x "$program" ] || left_out "$program is missing"
 [ "$level" != 1 ] || given=/dev/null
 cp "$given" input
 # Error exits of C stay untested: the programs bring a cblas_xerbla of another signature, which takes the layer's place.
@@ -21,7 +22,7 @@ fi
 
 # The summary is the file that the program writes, or its output if it writes none.
 (cd plain && "$program" < ../input > output)
-(cd layer && "$qnm_run" $integers --report "$program" < ../input > output 2> ../report) ||
+(cd layer && "$qnm_run" $options --report "$program" < ../input > output 2> ../report) ||
     fail "exit status $? through qnm-run: $(tail -3 report)"
 diff -r plain layer || fail "the verdicts differ (< plain, > through the layer)"
 cat layer/* > verdicts
@@ -32,8 +33,8 @@ if [ "$level" = 1 ]; then
     for routine in $(sed -n 's/.*Test of subprogram number *[0-9]* *\(CBLAS_\)\?\([A-Z0-9]*\).*/\2/p' verdicts); do
         calls=$(counted "$routine")
         case $language-$routine in # complex products of C go to the core at once, and leave no line
-        c-[CZ]DOT[CU]) [ "$calls" = 0 ] ;;
-        *) [ "$calls" -gt 0 ] ;;
+        c-[CZ]DOT[CU]) traced [ "$calls" = 0 ] ;;
+        *) traced [ "$calls" -gt 0 ] ;;
         esac || fail "$routine: $calls calls through the Fortran entry"
         checked=$((checked + 1))
     done
@@ -51,10 +52,11 @@ else
         through=$(counted "$name")
         case $language-$name in
         c-?GEMV | c-?GBMV) # return early where there is nothing to do
-            [ "$through" -gt 0 ] && [ "$through" -le "${expected[$name]}" ] ;;
-        c-*) [ "$through" = "${expected[$name]}" ] ;;
+            traced [ "$through" -gt 0 ] && traced [ "$through" -le "${expected[$name]}" ] ;;
+        c-*) traced [ "$through" = "${expected[$name]}" ] ;;
         *) # error exits stand by themselves
-            [ "$through" = "${expected[$name]}" ] && [ "$(counted "$name" refused)" -gt 0 ] && grep -q "^ *$name *PASSED THE TESTS OF ERROR-EXITS" verdicts ;;
+            traced [ "$through" = "${expected[$name]}" ] && traced [ "$(counted "$name" refused)" -gt 0 ] &&
+                grep -q "^ *$name *PASSED THE TESTS OF ERROR-EXITS" verdicts ;;
         esac || fail "$name: ${expected[$name]} calls, $through of them through the layer; or its error exits failed"
     done
     listed=$(grep -cE '^(cblas_)?\w+ *T PUT F FOR NO TEST' input)

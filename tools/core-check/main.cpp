@@ -20,26 +20,38 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* usage =
-    "usage: qnm-core-check [--tests LIST] FILE.so [FAMILY...]\n"
-    "Tells which names FILE.so lacks as a core, tries its services, and runs the tests of LIST over it.\n"
+    "usage: qnm-core-check [--tests LIST | --no-tests] FILE.so [FAMILY...]\n"
+    "Tells which names FILE.so lacks as a core, tries its services, and runs the tests of LIST over it,\n"
+    "or those of the list that is installed: published test programs.\n"
     "FAMILY is a folder of the tables, or one table: blas, blas/level1. Without one: all.\n"
     "Each line of LIST is a family, a title, and a command of the shell, which finds the core in the folder\n"
     "$QNM_CHECKED by the names under which programs load one; that folder is ahead in LD_LIBRARY_PATH.\n"
+    "$QNM_LISTED is the list's folder, $QNM_CHECKER this program's. Status 77: it cannot be tried here.\n"
     "Status: 0 if all is well, 1 if something is not, 2 if the file cannot be tried.\n";
+
+constexpr int left_out = 77;
 
 /// The verdicts, as they come.
 class Verdicts {
 public:
     void tell(const std::string& family, const std::string& what, const std::string& wrong)
     {
-        std::printf("%-22s %-24s %s\n", family.c_str(), what.c_str(),
-                    wrong.empty() ? "passed" : ("FAILED: " + wrong).c_str());
-        std::fflush(stdout);
+        print(family, what, wrong.empty() ? "passed" : "FAILED: " + wrong);
         failed_ = failed_ || !wrong.empty();
+    }
+    void leave_out(const std::string& family, const std::string& what, const std::string& why)
+    {
+        print(family, what, why.rfind("left out", 0) == 0 ? why : "left out: " + why);
     }
     bool failed() const { return failed_; }
 
 private:
+    static void print(const std::string& family, const std::string& what, const std::string& outcome)
+    {
+        std::printf("%-22s %-24s %s\n", family.c_str(), what.c_str(), outcome.c_str());
+        std::fflush(stdout);
+    }
+
     bool failed_ = false;
 };
 
@@ -103,7 +115,9 @@ public:
         for (const char* name : {"libqnm_core.so", "libqnm_core.so.2"})
             fs::create_symlink(core, folder_ / name);
         setenv("QNM_CHECKED", folder_.c_str(), 1);
-        setenv("LD_LIBRARY_PATH", folder_.c_str(), 1); // ahead of a program's own path
+        const char* const others = std::getenv("LD_LIBRARY_PATH");
+        const std::string path = folder_.string() + (others != nullptr ? ":" + std::string(others) : "");
+        setenv("LD_LIBRARY_PATH", path.c_str(), 1); // ahead of a program's own path
     }
     ~Folder()
     {
@@ -117,27 +131,68 @@ private:
     fs::path folder_;
 };
 
-/// A family of which no test is known is told as such: nothing was proven.
-void run_tests(const std::string& list, const std::vector<std::string>& families, Verdicts& verdicts)
+struct Outcome {
+    int status;
+    std::string line; // the last one, or the last that tells of a failure
+};
+
+Outcome outcome_of(const std::string& command)
 {
+    Outcome outcome{-1, {}};
+    std::FILE* const output = popen(("exec 2>&1; " + command).c_str(), "r");
+    if (output == nullptr)
+        return outcome;
+    char* line = nullptr;
+    std::size_t room = 0;
+    bool failure = false;
+    for (ssize_t length = 0; (length = getline(&line, &room, output)) > 0;) {
+        const std::string text(line, static_cast<std::size_t>(length - 1));
+        const bool tells = text.find("FAIL") != std::string::npos;
+        if (tells || (!failure && !text.empty()))
+            outcome.line = text;
+        failure = failure || tells;
+    }
+    std::free(line);
+    const int status = pclose(output);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+fs::path folder_of_this()
+{
+    return fs::canonical("/proc/self/exe").parent_path();
+}
+
+/// How many tests there were. A family of which none is known is told as such: nothing was proven.
+int run_tests(const fs::path& list, const std::vector<std::string>& families, Verdicts& verdicts)
+{
+    setenv("QNM_LISTED", list.parent_path().c_str(), 1);
+    setenv("QNM_CHECKER", folder_of_this().c_str(), 1);
     std::ifstream in(list);
     int count = 0;
     for (std::string family, title, command; in >> family >> title && std::getline(in, command);)
         if (asked_for(family, families)) {
-            const int status = std::system(("(" + command + ") >/dev/null 2>&1").c_str());
-            verdicts.tell(family, title, status == 0 ? "" : "see" + command);
-            ++count;
+            const auto [status, line] = outcome_of(command);
+            if (status == left_out)
+                verdicts.leave_out(family, title, line);
+            else
+                verdicts.tell(family, title, status == 0 ? "" : line + ", see" + command);
+            count += status == left_out ? 0 : 1;
         }
-    if (count == 0)
-        throw std::runtime_error(list + ": no tests: expected some of what was asked for");
+    return count;
 }
 
 int run(std::vector<std::string> words)
 {
-    std::string list;
+    fs::path list = (folder_of_this() / QNM_LIST_FROM_BINDIR).lexically_normal();
+    bool has_to_test = false;
     if (words.size() > 2 && words[0] == "--tests") {
-        list = words[1];
+        list = fs::absolute(words[1]);
+        has_to_test = true;
         words.erase(words.begin(), words.begin() + 2);
+    } else if (!words.empty() && words[0] == "--no-tests") {
+        list.clear();
+        words.erase(words.begin());
     }
     if (words.empty() || words[0].rfind('-', 0) == 0) {
         std::fputs(usage, stderr);
@@ -167,9 +222,13 @@ int run(std::vector<std::string> words)
         throw std::runtime_error("no such family: expected a folder or a table, as blas or blas/level1");
     for (const Trial& trial : service_trials()) // every family needs them
         verdicts.tell("services", trial.name, in_a_child(trial, core));
-    if (!list.empty()) {
+    if (has_to_test || fs::exists(list)) {
         const Folder folder(file);
-        run_tests(list, families, verdicts);
+        if (run_tests(list, families, verdicts) == 0) {
+            if (has_to_test)
+                throw std::runtime_error(list.string() + ": no tests: expected some of what was asked for");
+            std::printf("No test of what was asked for: %s\n", list.c_str());
+        }
     }
     return verdicts.failed() ? 1 : 0;
 }

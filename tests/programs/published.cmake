@@ -1,0 +1,21 @@
+# Test programs of BLAS and LAPACK as Debian's packages bring them, in folders beside the libraries. Whoever includes this
+# has a function published(<family> <test> <script> <folder> <word>...), which is called for each.
+foreach(width IN ITEMS "" 64)
+  set(lapack "xlintstds dstest" "xlintstzc zctest")
+  foreach(letter IN ITEMS s d c z)
+    foreach(level IN ITEMS 1 2 3)
+      published(blas/level${level} xblat${level}${letter}${width} reference.sh blas${width} fortran ${level} ${letter})
+      published(blas/level${level} x${letter}cblat${level}${width} reference.sh blas${width} c ${level} ${letter})
+    endforeach()
+    set(inputs ec ed gg gd sb sg bb bal bak gbal gbak)
+    list(TRANSFORM inputs PREPEND ${letter})
+    list(JOIN inputs " " inputs)
+    list(APPEND lapack "xlintst${letter} ${letter}test" "xlintstrf${letter} ${letter}test_rfp"
+      "xeigtst${letter} nep sep se2 svd glm gqr gsv csd lse ${inputs}")
+  endforeach()
+  foreach(row IN LISTS lapack)
+    separate_arguments(row)
+    list(GET row 0 program)
+    published(lapack ${program}${width} lapack.sh lapack${width} ${row})
+  endforeach()
+endforeach()
