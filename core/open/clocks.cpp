@@ -58,7 +58,7 @@ QNM_CORE float qnm_serv_second()
     return static_cast<float>(seconds());
 }
 
-QNM_CORE void qnm_serv_get_cpu_clocks(std::uint64_t* clocks)
+QNM_CORE void qnm_serv_get_cpu_clocks(unsigned long long* clocks)
 {
     *clocks = __rdtsc();
 }

@@ -3,6 +3,8 @@
 // complex types a vector of real parts and then one of imaginary parts. A last, incomplete pack is full size.
 #include "services.hpp"
 
+#include <qnm/core/blas.h>
+
 #include <array>
 
 namespace qnm::core {
@@ -146,8 +148,8 @@ struct Compact {
     }
 
     // Visits every element of every matrix: its place in the pack, its lane, its place in the matrix.
-    template <class Visit>
-    static void each(core_int layout, core_int rows, core_int columns, core_int lda, R* ap, core_int ldap,
+    template <class Reals, class Visit>
+    static void each(core_int layout, core_int rows, core_int columns, core_int lda, Reals* ap, core_int ldap,
                      core_int nm, Visit visit)
     {
         const core_int step = pack_step(layout, rows, columns, ldap, L::size);
@@ -170,8 +172,8 @@ struct Compact {
                  L::set(at, lane, a[std::min(which, nm - 1)][place]);
              });
     }
-    static void unpack(core_int layout, core_int rows, core_int columns, T* const* a, core_int lda, R* ap,
-                       core_int ldap, core_int nm)
+    static void unpack(core_int layout, core_int rows, core_int columns, T* const* a, core_int lda,
+                       const R* ap, core_int ldap, core_int nm)
     {
         each(layout, rows, columns, lda, ap, ldap, nm,
              [=](const R* at, int lane, core_int which, core_int place) {
@@ -232,8 +234,8 @@ using qnm::core::real_t;
         });                                                                                                  \
     }                                                                                                        \
     QNM_CORE void qnm_blas_##l##geunpack_compact(core_int layout, core_int rows, core_int columns,           \
-                                                 T* const* a, core_int lda, real_t<T>* ap, core_int ldap,    \
-                                                 core_int format, core_int nm)                               \
+                                                 T* const* a, core_int lda, const real_t<T>* ap,             \
+                                                 core_int ldap, core_int format, core_int nm)                \
     {                                                                                                        \
         qnm::core::with_lanes<T>("QNM_" #L "GEUNPACK_COMPACT", 8, format, [=](auto compact) {                \
             compact.unpack(layout, rows, columns, a, lda, ap, ldap, nm);                                     \

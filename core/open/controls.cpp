@@ -21,14 +21,6 @@ int threads_of(int domain)
     return count > 0 ? count : openblas_get_num_threads();
 }
 
-struct Version {
-    int major, minor, update;
-    const char* product_status;
-    const char* build; // the engine's configuration
-    const char* processor;
-    const char* platform;
-};
-
 int version_text(char* text, std::size_t size)
 {
     return std::snprintf(text, size, "QNM open core " QNM_CORE_VERSION ", engine %s", openblas_get_config());
@@ -45,15 +37,17 @@ int qnm::core::vector_threads()
     return threads_of(vector_domain);
 }
 
-QNM_CORE void qnm_serv_get_version(Version* version)
+// What was built is the engine's configuration.
+QNM_CORE void qnm_serv_get_version(qnm_version_t* version)
 {
     *version = {QNM_CORE_MAJOR,        QNM_CORE_MINOR,          QNM_CORE_UPDATE, "open",
                 openblas_get_config(), openblas_get_corename(), "x86-64 Linux"};
 }
 
 // Fortran text: no terminator, blanks to the end.
-QNM_CORE void qnm_serv_get_version_string(char* text, std::size_t length)
+QNM_CORE void qnm_serv_get_version_string(char* text, std::int64_t size)
 {
+    const auto length = static_cast<std::size_t>(size);
     char whole[512];
     version_text(whole, sizeof whole);
     const std::size_t known = std::min(std::strlen(whole), length);
@@ -113,7 +107,7 @@ QNM_CORE int qnm_serv_set_env_mode(int)
 {
     return 0; // the mode in force, the only one
 }
-QNM_CORE int qnm_serv_set_mpi(int, ...)
+QNM_CORE int qnm_serv_set_mpi(int, const char*)
 {
     return -1;
 }

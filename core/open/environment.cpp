@@ -2,6 +2,8 @@
 // names are read up to the first character that no name has.
 #include "core.hpp"
 
+#include <qnm/core/lapack.h>
+
 #include <limits>
 
 using qnm::core::core_int;

@@ -2,20 +2,18 @@
 #include "refusals.hpp"
 #include "services.hpp"
 
+#include <qnm/core/lapack.h>
+
 #include <atomic>
 #include <cstring>
 #include <unistd.h>
 
 namespace {
 
-using Handler = void (*)(const char* srname, const int* info, int len);
-using Progress = int (*)(const int* thread, const int* step, char* stage, int length);
-using Pivot = int (*)();
-
-std::atomic<Handler> registered_handler{nullptr}; // by the application, at run time
-std::atomic<Handler> chain_head{nullptr};         // by the layer, at each of its calls
-std::atomic<Progress> registered_progress{nullptr}, progress_head{nullptr};
-std::atomic<Pivot> pivot{nullptr};
+std::atomic<qnm_xerbla_t> registered_handler{nullptr}; // by the application, at run time
+std::atomic<qnm_xerbla_t> chain_head{nullptr};         // by the layer, at each of its calls
+std::atomic<qnm_progress_t> registered_progress{nullptr}, progress_head{nullptr};
+std::atomic<qnm_pardiso_pivot_t> pivot{nullptr};
 
 // Names arrive padded with blanks, or with a terminator counted in.
 int trimmed(const char* srname, int len)
@@ -45,7 +43,7 @@ QNM_CORE void qnm_serv_default_xerbla(const char* srname, const int* info, int l
 // A handler registered at run time comes before the chain: it is the more particular wish.
 QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len)
 {
-    Handler handler = registered_handler.load();
+    qnm_xerbla_t handler = registered_handler.load();
     if (handler == nullptr)
         handler = chain_head.load();
     if (handler == nullptr)
@@ -53,22 +51,23 @@ QNM_CORE void qnm_serv_xerbla(const char* srname, const int* info, int len)
     handler(srname, info, len);
 }
 
-QNM_CORE void qnm_serv_set_xerbla_interface(Handler head)
+QNM_CORE void qnm_serv_set_xerbla_interface(qnm_xerbla_t head)
 {
     chain_head.store(head, std::memory_order_relaxed);
 }
 
 // The setters return what was registered before.
-QNM_CORE Handler qnm_serv_set_xerbla(Handler handler)
+QNM_CORE qnm_xerbla_t qnm_serv_set_xerbla(qnm_xerbla_t handler)
 {
     return registered_handler.exchange(handler);
 }
 
 // The name as an array of characters, one each.
 QNM_CORE void qnm_lapack_xerbla_array(const char* srname_array, const qnm::core::core_int* srname_len,
-                                      const int* info, std::size_t)
+                                      const qnm::core::core_int* info, std::size_t)
 {
-    qnm_serv_xerbla(srname_array, info, static_cast<int>(*srname_len));
+    const int code = static_cast<int>(*info);
+    qnm_serv_xerbla(srname_array, &code, static_cast<int>(*srname_len));
 }
 
 // The engine's own reports go the same way. It counts the terminator as part of the name.
@@ -94,35 +93,35 @@ qnm_core_not_carried(const char* name, qnm::core::core_int* info, const qnm::cor
 // As with reports, what was registered at run time comes first.
 bool qnm::core::goes_on(std::string_view stage, int step)
 {
-    Progress callback = registered_progress.load();
+    qnm_progress_t callback = registered_progress.load();
     if (callback == nullptr)
         callback = progress_head.load();
     if (callback == nullptr)
         return true;
-    const int thread = 0;
+    int thread = 0;
     char text[64] = "";
     const std::size_t length = stage.copy(text, sizeof text - 1);
     return callback(&thread, &step, text, static_cast<int>(length)) == 0;
 }
 
-QNM_CORE int qnm_serv_default_progress()
+QNM_CORE int qnm_serv_default_progress(int*, int*, char*, int)
 {
     return 0; // go on
 }
 // No solver of this core asks for a pivot; what is set is kept.
-QNM_CORE int qnm_serv_default_pardiso_pivot()
+QNM_CORE int qnm_serv_default_pardiso_pivot(void*, void*, void*)
 {
     return 0; // the solver's own pivot
 }
-QNM_CORE Progress qnm_serv_set_progress(Progress callback)
+QNM_CORE qnm_progress_t qnm_serv_set_progress(qnm_progress_t callback)
 {
     return registered_progress.exchange(callback);
 }
-QNM_CORE void qnm_serv_set_progress_interface(Progress head)
+QNM_CORE void qnm_serv_set_progress_interface(qnm_progress_t head)
 {
     progress_head.store(head);
 }
-QNM_CORE Pivot qnm_serv_set_pardiso_pivot(Pivot callback)
+QNM_CORE qnm_pardiso_pivot_t qnm_serv_set_pardiso_pivot(qnm_pardiso_pivot_t callback)
 {
     return pivot.exchange(callback);
 }

@@ -1,6 +1,8 @@
 // LAPACK beyond the published set: factors without pivots, blocks of packed triangles, scalings.
 #include "factor.hpp"
 
+#include <qnm/core/lapack.h>
+
 namespace qnm::core {
 namespace {
 
@@ -126,23 +128,24 @@ using qnm::core::real_t;
     {                                                                                                        \
         qnm::core::getrinp<T>("QNM_" #L "GETRINP", n, a, lda, work, lwork, info);                            \
     }                                                                                                        \
-    QNM_CORE void qnm_lapack_##l##dtsvb(const core_int* n, const core_int* nrhs, T* dl, T* d, const T* du,   \
-                                        T* b, const core_int* ldb, core_int* info)                           \
+    QNM_CORE void qnm_lapack_##l##dtsvb(const core_int* n, const core_int* nrhs, T* dl, T* d, T* du, T* b,   \
+                                        const core_int* ldb, core_int* info)                                 \
     {                                                                                                        \
         qnm::core::dtsvb<T>(#L "DTSVB", n, nrhs, dl, d, du, b, ldb, info);                                   \
     }                                                                                                        \
-    QNM_CORE void qnm_lapack_qnm_##l##tppack(                                                                \
-        const char* uplo, const char* trans, const core_int* n, T* ap, const core_int* i, const core_int* j, \
-        const core_int* rows, const core_int* cols, const T* a, const core_int* lda, core_int* info)         \
+    QNM_CORE void qnm_lapack_qnm_##l##tppack(const char* uplo, const char* trans, const core_int* n, T* ap,  \
+                                             const core_int* i, const core_int* j, const core_int* rows,     \
+                                             const core_int* cols, const T* a, const core_int* lda,          \
+                                             core_int* info, std::size_t, std::size_t)                       \
     {                                                                                                        \
         qnm::core::packed_block<T>(                                                                          \
             "QNM_" #L "TPPACK", uplo, trans, *n, ap, *i, *j, *rows, *cols, a, *lda, info,                    \
             [](T& packed, T full, bool conj) { packed = conj ? qnm::core::conjugate(full) : full; });        \
     }                                                                                                        \
-    QNM_CORE void qnm_lapack_qnm_##l##tpunpack(const char* uplo, const char* trans, const core_int* n,       \
-                                               const T* ap, const core_int* i, const core_int* j,            \
-                                               const core_int* rows, const core_int* cols, T* a,             \
-                                               const core_int* lda, core_int* info)                          \
+    QNM_CORE void qnm_lapack_qnm_##l##tpunpack(                                                              \
+        const char* uplo, const char* trans, const core_int* n, const T* ap, const core_int* i,              \
+        const core_int* j, const core_int* rows, const core_int* cols, T* a, const core_int* lda,            \
+        core_int* info, std::size_t, std::size_t)                                                            \
     {                                                                                                        \
         qnm::core::packed_block<T>(                                                                          \
             "QNM_" #L "TPUNPACK", uplo, trans, *n, ap, *i, *j, *rows, *cols, a, *lda, info,                  \

@@ -2,17 +2,11 @@
 // again.
 #include "factor.hpp"
 
+#include <qnm/core/blas.h>
+#include <qnm/core/lapack.h>
+
 using qnm::core::core_int;
 using qnm::core::real_t;
-
-#define QNM_DECLARE(l, L, T)                                                                                 \
-    QNM_CORE void qnm_blas_##l##gepack_compact(core_int layout, core_int rows, core_int columns,             \
-                                               const T* const* a, core_int lda, real_t<T>* ap,               \
-                                               core_int ldap, core_int format, core_int nm);                 \
-    QNM_CORE void qnm_blas_##l##geunpack_compact(core_int layout, core_int rows, core_int columns,           \
-                                                 T* const* a, core_int lda, real_t<T>* ap, core_int ldap,    \
-                                                 core_int format, core_int nm);
-QNM_ALL_LETTERS(QNM_DECLARE)
 
 namespace qnm::core {
 namespace {
@@ -152,44 +146,48 @@ void geqrf(std::string_view name, core_int layout, core_int m, core_int n, real_
 
 // The matrices have their own workspace, so a query is told the least, and `work` is not needed.
 #define QNM_COMPACT(l, L, T)                                                                                 \
-    QNM_CORE void qnm_lapack_qnm_##l##getrfnp_compact(core_int layout, core_int m, core_int n,               \
-                                                      real_t<T>* ap, core_int ldap, core_int* info,          \
-                                                      core_int format, core_int nm)                          \
+    QNM_CORE void qnm_lapack_qnm_##l##getrfnp_compact(                                                       \
+        const core_int* layout, const core_int* m, const core_int* n, real_t<T>* ap, const core_int* ldap,   \
+        core_int* info, const core_int* format, const core_int* nm)                                          \
     {                                                                                                        \
-        qnm::core::each_matrix<T>(                                                                           \
-            "QNM_" #L "GETRFNP_COMPACT", layout, m, n, ap, ldap, info, format, 7, nm,                        \
-            [=](core_int, T* a, core_int lda) { return qnm::core::factor(m, n, std::min(m, n), a, lda); });  \
-    }                                                                                                        \
-    QNM_CORE void qnm_lapack_qnm_##l##getrinp_compact(core_int layout, core_int n, real_t<T>* ap,            \
-                                                      core_int ldap, real_t<T>* work, core_int lwork,        \
-                                                      core_int* info, core_int format, core_int nm)          \
-    {                                                                                                        \
-        *info = 0;                                                                                           \
-        if (lwork == -1)                                                                                     \
-            work[0] = 1;                                                                                     \
-        else                                                                                                 \
-            qnm::core::getrinp<T>("QNM_" #L "GETRINP_COMPACT", layout, n, ap, ldap, info, format, nm);       \
-    }                                                                                                        \
-    QNM_CORE void qnm_lapack_qnm_##l##potrf_compact(core_int layout, core_int uplo, core_int n,              \
-                                                    real_t<T>* ap, core_int ldap, core_int* info,            \
-                                                    core_int format, core_int nm)                            \
-    {                                                                                                        \
-        qnm::core::each_matrix<T>("QNM_" #L "POTRF_COMPACT", layout, n, n, ap, ldap, info, format, 7, nm,    \
-                                  [=](core_int, T* a, core_int lda) {                                        \
-                                      core_int found = 0;                                                    \
-                                      const char* triangle = uplo == qnm::core::upper ? "U" : "L";           \
-                                      qnm::core::Engine<T>::potrf(triangle, &n, a, &lda, &found);            \
-                                      return found;                                                          \
+        qnm::core::each_matrix<T>("QNM_" #L "GETRFNP_COMPACT", *layout, *m, *n, ap, *ldap, info, *format, 7, \
+                                  *nm, [rows = *m, columns = *n](core_int, T* a, core_int lda) {             \
+                                      return qnm::core::factor(rows, columns, std::min(rows, columns), a,    \
+                                                               lda);                                         \
                                   });                                                                        \
     }                                                                                                        \
-    QNM_CORE void qnm_lapack_qnm_##l##geqrf_compact(                                                         \
-        core_int layout, core_int m, core_int n, real_t<T>* ap, core_int ldap, real_t<T>* taup,              \
-        real_t<T>* work, core_int lwork, core_int* info, core_int format, core_int nm)                       \
+    QNM_CORE void qnm_lapack_qnm_##l##getrinp_compact(                                                       \
+        const core_int* layout, const core_int* n, real_t<T>* ap, const core_int* ldap, real_t<T>* work,     \
+        const core_int* lwork, core_int* info, const core_int* format, const core_int* nm)                   \
     {                                                                                                        \
         *info = 0;                                                                                           \
-        if (lwork == -1)                                                                                     \
+        if (*lwork == -1)                                                                                    \
             work[0] = 1;                                                                                     \
         else                                                                                                 \
-            qnm::core::geqrf<T>("QNM_" #L "GEQRF_COMPACT", layout, m, n, ap, ldap, taup, info, format, nm);  \
+            qnm::core::getrinp<T>("QNM_" #L "GETRINP_COMPACT", *layout, *n, ap, *ldap, info, *format, *nm);  \
+    }                                                                                                        \
+    QNM_CORE void qnm_lapack_qnm_##l##potrf_compact(                                                         \
+        const core_int* layout, const core_int* uplo, const core_int* n, real_t<T>* ap,                      \
+        const core_int* ldap, core_int* info, const core_int* format, const core_int* nm)                    \
+    {                                                                                                        \
+        qnm::core::each_matrix<T>(                                                                           \
+            "QNM_" #L "POTRF_COMPACT", *layout, *n, *n, ap, *ldap, info, *format, 7, *nm,                    \
+            [triangle = *uplo == qnm::core::upper ? "U" : "L", order = *n](core_int, T* a, core_int lda) {   \
+                core_int found = 0;                                                                          \
+                qnm::core::Engine<T>::potrf(triangle, &order, a, &lda, &found);                              \
+                return found;                                                                                \
+            });                                                                                              \
+    }                                                                                                        \
+    QNM_CORE void qnm_lapack_qnm_##l##geqrf_compact(                                                         \
+        const core_int* layout, const core_int* m, const core_int* n, real_t<T>* ap, const core_int* ldap,   \
+        real_t<T>* taup, real_t<T>* work, const core_int* lwork, core_int* info, const core_int* format,     \
+        const core_int* nm)                                                                                  \
+    {                                                                                                        \
+        *info = 0;                                                                                           \
+        if (*lwork == -1)                                                                                    \
+            work[0] = 1;                                                                                     \
+        else                                                                                                 \
+            qnm::core::geqrf<T>("QNM_" #L "GEQRF_COMPACT", *layout, *m, *n, ap, *ldap, taup, info, *format,  \
+                                *nm);                                                                        \
     }
 QNM_ALL_LETTERS(QNM_COMPACT)

@@ -3,6 +3,8 @@
 #include "engine.hpp"
 #include "services.hpp"
 
+#include <qnm/core/blas.h>
+
 #include <new>
 
 namespace qnm::core {
@@ -72,15 +74,15 @@ bool is_kernel(const void* jitter)
 using qnm::core::core_int;
 
 #define QNM_JIT(l, L, T)                                                                                     \
-    QNM_CORE int qnm_blas_qnm_jit_create_##l##gemm(void** jitter, const char* transa, const char* transb,    \
-                                                   const core_int* m, const core_int* n, const core_int* k,  \
-                                                   const T* alpha, const core_int* lda, const core_int* ldb, \
-                                                   const T* beta, const core_int* ldc)                       \
+    QNM_CORE int qnm_blas_qnm_jit_create_##l##gemm(                                                          \
+        void** jitter, const char* transa, const char* transb, const core_int* m, const core_int* n,         \
+        const core_int* k, const T* alpha, const core_int* lda, const core_int* ldb, const T* beta,          \
+        const core_int* ldc, std::size_t, std::size_t)                                                       \
     {                                                                                                        \
         return qnm::core::create<T>(*#l, jitter, *transa, *transb, *m, *n, *k, alpha, *lda, *ldb, beta,      \
                                     *ldc);                                                                   \
     }                                                                                                        \
-    QNM_CORE auto qnm_blas_qnm_jit_get_##l##gemm_ptr(const void* jitter)->void (*)(void*, T*, T*, T*)        \
+    QNM_CORE auto qnm_blas_qnm_jit_get_##l##gemm_ptr(void* jitter)->void (*)(void*, T*, T*, T*)              \
     {                                                                                                        \
         const bool ours = qnm::core::is_kernel(jitter) &&                                                    \
                           static_cast<const qnm::core::KernelHead*>(jitter)->letter == *#l;                  \

@@ -3,6 +3,8 @@
 #include "engine.hpp"
 #include "services.hpp"
 
+#include <qnm/core/blas.h>
+
 namespace qnm::core {
 namespace {
 
@@ -104,7 +106,7 @@ using qnm::core::core_int;
     QNM_CORE void qnm_blas_##l##gemmt(const char* uplo, const char* transa, const char* transb,              \
                                       const core_int* n, const core_int* k, const T* alpha, const T* a,      \
                                       const core_int* lda, const T* b, const core_int* ldb, const T* beta,   \
-                                      T* c, const core_int* ldc)                                             \
+                                      T* c, const core_int* ldc, std::size_t, std::size_t, std::size_t)      \
     {                                                                                                        \
         qnm::core::gemmt<T>(uplo, transa, transb, *n, k, alpha, a, lda, b, ldb, beta, c, ldc);               \
     }
@@ -114,7 +116,7 @@ QNM_ALL_LETTERS(QNM_GEMMT)
     QNM_CORE void qnm_blas_##name(const char* side, const char* uplo, const char* transa, const char* diag,  \
                                   const core_int* m, const core_int* n, const T* alpha, const T* a,          \
                                   const core_int* lda, const T* b, const core_int* ldb, const T* beta, T* c, \
-                                  const core_int* ldc)                                                       \
+                                  const core_int* ldc, std::size_t, std::size_t, std::size_t, std::size_t)   \
     {                                                                                                        \
         qnm::core::out_of_place<T, qnm::core::Engine<T>::routine>(NAME, side, uplo, transa, diag, *m, *n,    \
                                                                   alpha, a, lda, b, *ldb, beta, c, *ldc);    \
@@ -127,7 +129,8 @@ QNM_ALL_LETTERS(QNM_TRSM_OOP)
 #define QNM_PTRMM(l, L, T)                                                                                   \
     QNM_CORE void qnm_blas_##l##ptrmm(const char* side, const char* uplo, const char* transa,                \
                                       const char* diag, const core_int* m, const core_int* n,                \
-                                      const T* alpha, const T* a, T* b, const core_int* ldb)                 \
+                                      const T* alpha, const T* a, T* b, const core_int* ldb, std::size_t,    \
+                                      std::size_t, std::size_t, std::size_t)                                 \
     {                                                                                                        \
         qnm::core::ptrmm<T, l##tpmv_, l##scal_>(side, uplo, transa, diag, *m, *n, alpha, a, b, *ldb);        \
     }

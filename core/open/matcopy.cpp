@@ -1,6 +1,8 @@
 // Matrix copy by letters: values by value, complex scalars by address.
 #include "matcopy.hpp"
 
+#include <qnm/core/trans.h>
+
 namespace qnm::core {
 namespace {
 
@@ -92,7 +94,7 @@ void omatadd(char ordering, char transa, char transb, core_int rows, core_int co
 
 /// Calls `problem(g, p)` for every problem p of every group g.
 template <class Problem>
-void groups(core_int group_count, const core_int* group_size, Problem&& problem)
+void groups(core_int group_count, const std::size_t* group_size, Problem&& problem)
 {
     core_int p = 0;
     for (core_int g = 0; g < group_count; ++g)
@@ -107,46 +109,48 @@ using qnm::core::core_int;
 using qnm::core::Scalar;
 using qnm::core::value;
 
+// Sizes come without a sign, as C has them.
 #define MATCOPIES(l, L, T)                                                                                   \
-    QNM_CORE void qnm_trans_qnm_##l##omatcopy(char ordering, char trans, core_int rows, core_int cols,       \
-                                              Scalar<T> alpha, const T* a, core_int lda, T* b, core_int ldb) \
+    QNM_CORE void qnm_trans_qnm_##l##omatcopy(char ordering, char trans, std::size_t rows, std::size_t cols, \
+                                              Scalar<T> alpha, const T* a, std::size_t lda, T* b,            \
+                                              std::size_t ldb)                                               \
     {                                                                                                        \
         qnm::core::omatcopy<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, b, ldb);                \
     }                                                                                                        \
-    QNM_CORE void qnm_trans_qnm_##l##imatcopy(char ordering, char trans, core_int rows, core_int cols,       \
-                                              Scalar<T> alpha, T* ab, core_int lda, core_int ldb)            \
+    QNM_CORE void qnm_trans_qnm_##l##imatcopy(char ordering, char trans, std::size_t rows, std::size_t cols, \
+                                              Scalar<T> alpha, T* ab, std::size_t lda, std::size_t ldb)      \
     {                                                                                                        \
         qnm::core::imatcopy<T>("QNM_" #L "IMATCOPY", ordering, trans, rows, cols, value<T>(alpha), ab, lda,  \
                                ldb);                                                                         \
     }                                                                                                        \
-    QNM_CORE void qnm_trans_qnm_##l##omatcopy2(char ordering, char trans, core_int rows, core_int cols,      \
-                                               Scalar<T> alpha, const T* a, core_int lda, core_int stridea,  \
-                                               T* b, core_int ldb, core_int strideb)                         \
+    QNM_CORE void qnm_trans_qnm_##l##omatcopy2(                                                              \
+        char ordering, char trans, std::size_t rows, std::size_t cols, Scalar<T> alpha, const T* a,          \
+        std::size_t lda, std::size_t stridea, T* b, std::size_t ldb, std::size_t strideb)                    \
     {                                                                                                        \
         qnm::core::omatcopy2<T>(ordering, trans, rows, cols, value<T>(alpha), a, lda, stridea, b, ldb,       \
                                 strideb);                                                                    \
     }                                                                                                        \
-    QNM_CORE void qnm_trans_qnm_##l##omatadd(char ordering, char transa, char transb, core_int rows,         \
-                                             core_int cols, Scalar<T> alpha, const T* a, core_int lda,       \
-                                             Scalar<T> beta, const T* b, core_int ldb, T* c, core_int ldc)   \
+    QNM_CORE void qnm_trans_qnm_##l##omatadd(                                                                \
+        char ordering, char transa, char transb, std::size_t rows, std::size_t cols, Scalar<T> alpha,        \
+        const T* a, std::size_t lda, Scalar<T> beta, const T* b, std::size_t ldb, T* c, std::size_t ldc)     \
     {                                                                                                        \
         qnm::core::omatadd<T>(ordering, transa, transb, rows, cols, value<T>(alpha), a, lda, value<T>(beta), \
                               b, ldb, c, ldc);                                                               \
     }                                                                                                        \
-    QNM_CORE void qnm_trans_qnm_##l##omatcopy_batch(char layout, const char* trans, const core_int* rows,    \
-                                                    const core_int* cols, const T* alpha, const T* const* a, \
-                                                    const core_int* lda, T* const* b, const core_int* ldb,   \
-                                                    core_int group_count, const core_int* group_size)        \
+    QNM_CORE void qnm_trans_qnm_##l##omatcopy_batch(                                                         \
+        char layout, const char* trans, const std::size_t* rows, const std::size_t* cols, const T* alpha,    \
+        const T* const* a, const std::size_t* lda, T* const* b, const std::size_t* ldb,                      \
+        std::size_t group_count, const std::size_t* group_size)                                              \
     {                                                                                                        \
         qnm::core::groups(group_count, group_size, [&](core_int g, core_int p) {                             \
             qnm::core::omatcopy<T>(layout, trans[g], rows[g], cols[g], alpha[g], a[p], lda[g], b[p],         \
                                    ldb[g]);                                                                  \
         });                                                                                                  \
     }                                                                                                        \
-    QNM_CORE void qnm_trans_qnm_##l##imatcopy_batch(char layout, const char* trans, const core_int* rows,    \
-                                                    const core_int* cols, const T* alpha, T* const* ab,      \
-                                                    const core_int* lda, const core_int* ldb,                \
-                                                    core_int group_count, const core_int* group_size)        \
+    QNM_CORE void qnm_trans_qnm_##l##imatcopy_batch(char layout, const char* trans, const std::size_t* rows, \
+                                                    const std::size_t* cols, const T* alpha, T* const* ab,   \
+                                                    const std::size_t* lda, const std::size_t* ldb,          \
+                                                    std::size_t group_count, const std::size_t* group_size)  \
     {                                                                                                        \
         qnm::core::groups(group_count, group_size, [&](core_int g, core_int p) {                             \
             qnm::core::imatcopy<T>("QNM_" #L "IMATCOPY_BATCH", layout, trans[g], rows[g], cols[g], alpha[g], \
@@ -154,27 +158,28 @@ using qnm::core::value;
         });                                                                                                  \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##omatcopy_batch_strided(                                                 \
-        char layout, char trans, core_int rows, core_int cols, Scalar<T> alpha, const T* a, core_int lda,    \
-        core_int stridea, T* b, core_int ldb, core_int strideb, core_int batch_size)                         \
+        char layout, char trans, std::size_t rows, std::size_t cols, Scalar<T> alpha, const T* a,            \
+        std::size_t lda, std::size_t stridea, T* b, std::size_t ldb, std::size_t strideb,                    \
+        std::size_t batch_size)                                                                              \
     {                                                                                                        \
-        for (core_int p = 0; p < batch_size; ++p)                                                            \
+        for (core_int p = 0; p < core_int(batch_size); ++p)                                                  \
             qnm::core::omatcopy<T>(layout, trans, rows, cols, value<T>(alpha), a + p * stridea, lda,         \
                                    b + p * strideb, ldb);                                                    \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##imatcopy_batch_strided(                                                 \
-        char layout, char trans, core_int rows, core_int cols, Scalar<T> alpha, T* ab, core_int lda,         \
-        core_int ldb, core_int stride, core_int batch_size)                                                  \
+        char layout, char trans, std::size_t rows, std::size_t cols, Scalar<T> alpha, T* ab,                 \
+        std::size_t lda, std::size_t ldb, std::size_t stride, std::size_t batch_size)                        \
     {                                                                                                        \
-        for (core_int p = 0; p < batch_size; ++p)                                                            \
+        for (core_int p = 0; p < core_int(batch_size); ++p)                                                  \
             qnm::core::imatcopy<T>("QNM_" #L "IMATCOPY_BATCH_STRIDED", layout, trans, rows, cols,            \
                                    value<T>(alpha), ab + p * stride, lda, ldb);                              \
     }                                                                                                        \
     QNM_CORE void qnm_trans_qnm_##l##omatadd_batch_strided(                                                  \
-        char layout, char transa, char transb, core_int rows, core_int cols, Scalar<T> alpha, const T* a,    \
-        core_int lda, core_int stridea, Scalar<T> beta, const T* b, core_int ldb, core_int strideb, T* c,    \
-        core_int ldc, core_int stridec, core_int batch_size)                                                 \
+        char layout, char transa, char transb, std::size_t rows, std::size_t cols, Scalar<T> alpha,          \
+        const T* a, std::size_t lda, std::size_t stridea, Scalar<T> beta, const T* b, std::size_t ldb,       \
+        std::size_t strideb, T* c, std::size_t ldc, std::size_t stridec, std::size_t batch_size)             \
     {                                                                                                        \
-        for (core_int p = 0; p < batch_size; ++p)                                                            \
+        for (core_int p = 0; p < core_int(batch_size); ++p)                                                  \
             qnm::core::omatadd<T>(layout, transa, transb, rows, cols, value<T>(alpha), a + p * stridea, lda, \
                                   value<T>(beta), b + p * strideb, ldb, c + p * stridec, ldc);               \
     }

@@ -251,15 +251,18 @@ QNM_CORE void* qnm_serv_malloc(std::size_t bytes, int alignment)
     return obtain(bytes, alignment);
 }
 
-QNM_CORE void* qnm_serv_calloc(std::size_t count, std::size_t size, int alignment)
+QNM_CORE void* qnm_serv_calloc(core_int count, core_int size, int alignment)
 {
     std::size_t bytes = 0;
-    return __builtin_mul_overflow(count, size, &bytes) ? nullptr : allocate(bytes, alignment, true);
+    return __builtin_mul_overflow(static_cast<std::size_t>(count), static_cast<std::size_t>(size), &bytes)
+               ? nullptr
+               : allocate(bytes, alignment, true);
 }
 
 // The block keeps its alignment. A size of zero releases it; a failure leaves it as it is.
-QNM_CORE void* qnm_serv_realloc(void* block, std::size_t bytes)
+QNM_CORE void* qnm_serv_realloc(void* block, core_int size)
 {
+    const auto bytes = static_cast<std::size_t>(size);
     if (block == nullptr)
         return obtain(bytes, least_alignment);
     if (bytes == 0) {
@@ -319,12 +322,11 @@ QNM_CORE std::int64_t qnm_serv_peak_mem_usage(int mode)
 
 // Kind 1: all memory that these services hand out, in bytes; a limit of zero or less lifts it. Other kinds
 // do not exist here: 0 says so, 1 that the limit stands.
-QNM_CORE int qnm_serv_set_memory_limit(int kind, std::size_t limit)
+QNM_CORE int qnm_serv_set_memory_limit(int kind, core_int bytes)
 {
     if (kind != 1)
         return 0;
     const std::lock_guard guard(lock);
-    const auto bytes = static_cast<std::int64_t>(limit);
     byte_limit = bytes > 0 ? bytes : INT64_MAX;
     take_care(limited, bytes > 0);
     return 1;

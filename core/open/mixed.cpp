@@ -2,6 +2,8 @@
 #include "engine.hpp"
 #include "services.hpp"
 
+#include <qnm/core/blas.h>
+
 namespace qnm::core {
 namespace {
 
@@ -55,17 +57,18 @@ using qnm::core::core_int;
 using qnm::core::real_t;
 
 #define QNM_MIXED(name, NAME, T)                                                                             \
-    QNM_CORE void qnm_blas_##name##gemm(const char* transa, const char* transb, const core_int* m,           \
-                                        const core_int* n, const core_int* k, const T* alpha,                \
-                                        const real_t<T>* a, const core_int* lda, const T* b,                 \
-                                        const core_int* ldb, const T* beta, T* c, const core_int* ldc)       \
+    QNM_CORE void qnm_blas_##name##gemm(                                                                     \
+        const char* transa, const char* transb, const core_int* m, const core_int* n, const core_int* k,     \
+        const T* alpha, const real_t<T>* a, const core_int* lda, const T* b, const core_int* ldb,            \
+        const T* beta, T* c, const core_int* ldc, std::size_t, std::size_t)                                  \
     {                                                                                                        \
         qnm::core::mixed_gemm<T>(NAME "GEMM", transa, transb, m, n, k, alpha, a, *lda, b, ldb, beta, c,      \
                                  ldc);                                                                       \
     }                                                                                                        \
     QNM_CORE void qnm_blas_##name##gemv(const char* trans, const core_int* m, const core_int* n,             \
                                         const T* alpha, const real_t<T>* a, const core_int* lda, const T* x, \
-                                        const core_int* incx, const T* beta, T* y, const core_int* incy)     \
+                                        const core_int* incx, const T* beta, T* y, const core_int* incy,     \
+                                        std::size_t)                                                         \
     {                                                                                                        \
         qnm::core::mixed_gemv<T>(NAME "GEMV", trans, m, n, *alpha, a, lda, x, *incx, *beta, y, *incy);       \
     }

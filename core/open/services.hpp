@@ -2,9 +2,9 @@
 #pragma once
 
 #include "core.hpp"
-#include "services/core.hpp"
 
 #include <clocale>
+#include <qnm/core/services.h>
 #include <string_view>
 #include <utility>
 

@@ -2,6 +2,8 @@
 // does nothing.
 #include "core.hpp"
 
+#include <qnm/core/blas.h>
+
 namespace qnm::core {
 namespace {
 

@@ -112,8 +112,8 @@ template <class T>
 core_int compact_info(const std::string& name, const std::vector<Interleaved<T>>& x, const auto&... arguments)
 {
     core_int info = -99;
-    by_value(named<T>("lapack", "qnm_?" + name + "_compact"), x[0].layout, arguments..., &info, x[0].format,
-             nm);
+    by_reference(named<T>("lapack", "qnm_?" + name + "_compact"), x[0].layout, arguments..., &info,
+                 x[0].format, nm);
     return info;
 }
 core_int code(core_int first, const std::string& letters, char chosen)
