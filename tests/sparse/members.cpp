@@ -60,7 +60,7 @@ std::vector<std::pair<std::string, std::string>> stems()
     for (const auto& [stem, list] : {std::pair{"csradd", "NTC . . 0 0 . . . . . . . . . . . ."},
                                      {"csrmultcsr", "NTC . . 0 0 0 . . . . . . . . . . ."},
                                      {"csrmultd", "NTC 0 0 0 . . . . . . . ."},
-                                     {"csrbsr", ". 0 1 . . . . . . ."},
+                                     {"csrbsr", ". 0 1 . . . . . . . ."},
                                      {"csrcoo", ". 0 . . . . . . . ."},
                                      {"csrcsc", ". 0 . . . . . . ."},
                                      {"csrdia", ". 0 . . . . . . . . . . ."},
