@@ -3,6 +3,8 @@
 #include "services.hpp"
 #include "team.hpp"
 
+#include <qnm/core/vsl.h>
+
 #include <array>
 #include <atomic>
 #include <omp.h>

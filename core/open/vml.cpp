@@ -6,6 +6,8 @@
 #include "services.hpp"
 #include "team.hpp"
 
+#include <qnm/core/vml.h>
+
 #include <array>
 #include <atomic>
 #include <cmath>

@@ -7,6 +7,8 @@
 #include "../services.hpp"
 #include "lines.hpp"
 
+#include <qnm/core/vsl.h>
+
 #include <cmath>
 #include <memory>
 
@@ -445,12 +447,12 @@ int run(const Task& task, const void* x, const int* xstride, const void* y, cons
     });
 }
 
-bool is_one_of(int value, int low, int high)
+bool is_one_of(core_int value, int low, int high)
 {
     return value >= low && value <= high;
 }
 
-int make(void** slot, int kind, int family, int mode, int field, int precision, int dims,
+int make(void** slot, core_int kind, core_int family, int mode, core_int field, core_int precision, int dims,
          const int* const (&shapes)[3], std::unique_ptr<Task>& task)
 {
     if (slot == nullptr)
@@ -506,7 +508,7 @@ void* room_for_fixed(const Task& task)
     return room;
 }
 
-int edit(Task& task, int parameter, const int* value)
+int edit(Task& task, core_int parameter, const int* value)
 {
     enum { mode = 3, start = 5, step = 6, inside = 9 };
     switch (parameter) {
@@ -535,13 +537,20 @@ int edit(Task& task, int parameter, const int* value)
     }
 }
 
+Task& task_of(void* handle)
+{
+    return *static_cast<Task*>(handle);
+}
+
 } // namespace
 } // namespace qnm::core::convolution
 
+using qnm::core::core_int;
 using namespace qnm::core::convolution;
 
-QNM_CORE int qnm_conv_newtask(void** slot, int kind, int family, int mode, int field, int precision, int dims,
-                              const int* xshape, const int* yshape, const int* zshape)
+QNM_CORE int qnm_conv_newtask(void** slot, core_int kind, core_int family, int mode, core_int field,
+                              core_int precision, int dims, const int* xshape, const int* yshape,
+                              const int* zshape)
 {
     std::unique_ptr<Task> task;
     const int status = make(slot, kind, family, mode, field, precision, dims, {xshape, yshape, zshape}, task);
@@ -550,9 +559,9 @@ QNM_CORE int qnm_conv_newtask(void** slot, int kind, int family, int mode, int f
     return status;
 }
 
-QNM_CORE int qnm_conv_newtaskx(void** slot, int kind, int family, int mode, int field, int precision,
-                               int dims, const int* xshape, const int* yshape, const int* zshape,
-                               const void* x, const int* xstride)
+QNM_CORE int qnm_conv_newtaskx(void** slot, core_int kind, core_int family, int mode, core_int field,
+                               core_int precision, int dims, const int* xshape, const int* yshape,
+                               const int* zshape, const void* x, const int* xstride)
 {
     return guarded([&] {
         std::unique_ptr<Task> task;
@@ -567,12 +576,11 @@ QNM_CORE int qnm_conv_newtaskx(void** slot, int kind, int family, int mode, int 
                 return taken;
             task->fixed = room_for_fixed(*task);
             T* to = static_cast<T*>(task->fixed);
-            over_lines(
-                task->shape[of_x], task->dims, [&](qnm::core::core_int, const qnm::core::core_int* place) {
-                    const T* at = from.at + from.offset(place, task->dims);
-                    for (qnm::core::core_int i = 0; i < task->shape[of_x][0]; ++i, at += from.stride[0])
-                        *to++ = *at;
-                });
+            over_lines(task->shape[of_x], task->dims, [&](core_int, const core_int* place) {
+                const T* at = from.at + from.offset(place, task->dims);
+                for (core_int i = 0; i < task->shape[of_x][0]; ++i, at += from.stride[0])
+                    *to++ = *at;
+            });
             return ok;
         });
         if (status == ok)
@@ -581,39 +589,41 @@ QNM_CORE int qnm_conv_newtaskx(void** slot, int kind, int family, int mode, int 
     });
 }
 
-QNM_CORE int qnm_conv_exec(const Task* task, const void* x, const int* xstride, const void* y,
-                           const int* ystride, void* z, const int* zstride)
-{
-    return task == nullptr ? null_task
-                           : guarded([&] { return run(*task, x, xstride, y, ystride, z, zstride, false); });
-}
-
-QNM_CORE int qnm_conv_execx(const Task* task, const void* y, const int* ystride, void* z, const int* zstride)
+QNM_CORE int qnm_conv_exec(void* task, const void* x, const int* xstride, const void* y, const int* ystride,
+                           void* z, const int* zstride)
 {
     return task == nullptr
                ? null_task
-               : guarded([&] { return run(*task, nullptr, nullptr, y, ystride, z, zstride, true); });
+               : guarded([&] { return run(task_of(task), x, xstride, y, ystride, z, zstride, false); });
 }
 
-QNM_CORE int qnm_conv_edittask(Task* task, int parameter, const int* value)
+QNM_CORE int qnm_conv_execx(void* task, const void* y, const int* ystride, void* z, const int* zstride)
 {
-    return task == nullptr ? null_task : edit(*task, parameter, value);
+    return task == nullptr
+               ? null_task
+               : guarded([&] { return run(task_of(task), nullptr, nullptr, y, ystride, z, zstride, true); });
 }
 
-QNM_CORE int qnm_conv_copytask(void** slot, const Task* source)
+QNM_CORE int qnm_conv_edittask(void* task, core_int parameter, const int* value)
+{
+    return task == nullptr ? null_task : edit(task_of(task), parameter, value);
+}
+
+QNM_CORE int qnm_conv_copytask(void** slot, void* source)
 {
     if (slot == nullptr || source == nullptr)
         return null_task;
     return guarded([&] {
         *slot = nullptr;
-        std::unique_ptr<Task> task(new Task(*source));
+        const Task& model = task_of(source);
+        std::unique_ptr<Task> task(new Task(model));
         if (!task)
             return no_memory;
         task->fixed = nullptr;
-        if (source->fixed != nullptr) {
+        if (model.fixed != nullptr) {
             task->fixed = room_for_fixed(*task);
             const auto elements = static_cast<std::size_t>(product(task->shape[of_x], task->dims));
-            std::copy_n(static_cast<const char*>(source->fixed), elements * task->element(),
+            std::copy_n(static_cast<const char*>(model.fixed), elements * task->element(),
                         static_cast<char*>(task->fixed));
         }
         *slot = task.release();
@@ -621,11 +631,11 @@ QNM_CORE int qnm_conv_copytask(void** slot, const Task* source)
     });
 }
 
-QNM_CORE int qnm_conv_deletetask(Task** slot)
+QNM_CORE int qnm_conv_deletetask(void** slot)
 {
     if (slot == nullptr || *slot == nullptr)
         return null_task;
-    delete *slot;
+    delete &task_of(*slot);
     *slot = nullptr;
     return ok;
 }

@@ -1,6 +1,8 @@
 // Conjugate gradients of Hestenes and Stiefel, of one system or of several one after the other.
 #include "parameters.hpp"
 
+#include <qnm/core/solvers.h>
+
 namespace qnm::core::iterative {
 namespace {
 
@@ -113,12 +115,12 @@ Request next_of_many(core_int n, double* x, core_int count, const double* b, con
 using qnm::core::core_int;
 using namespace qnm::core::iterative;
 
-QNM_CORE void qnm_iss_dcg_init(const core_int* n, const double*, const double*, core_int* rci_request,
+QNM_CORE void qnm_iss_dcg_init(const core_int* n, double*, const double*, core_int* rci_request,
                                core_int* ipar, double* dpar, double*)
 {
     *rci_request = set_defaults(*n, {ipar, dpar}, false);
 }
-QNM_CORE void qnm_iss_dcg_check(const core_int* n, const double*, const double*, core_int* rci_request,
+QNM_CORE void qnm_iss_dcg_check(const core_int* n, double*, const double*, core_int* rci_request,
                                 core_int* ipar, double* dpar, double*)
 {
     *rci_request = check(*n, {ipar, dpar}, false);
@@ -128,14 +130,14 @@ QNM_CORE void qnm_iss_dcg(const core_int* n, double* x, const double* b, core_in
 {
     *rci_request = Conjugate{*n, x, b, {ipar, dpar}, tmp}.next();
 }
-QNM_CORE void qnm_iss_dcg_get(const core_int*, const double*, const double*, const core_int*,
-                              const core_int* ipar, const double*, const double*, core_int* itercount)
+QNM_CORE void qnm_iss_dcg_get(const core_int*, double*, const double*, core_int*, core_int* ipar, double*,
+                              double*, core_int* itercount)
 {
     *itercount = ipar[iterations];
 }
 
 // There is one method.
-QNM_CORE void qnm_iss_dcgmrhs_init(const core_int* n, const double*, const core_int* nrhs, const double*,
+QNM_CORE void qnm_iss_dcgmrhs_init(const core_int* n, double*, const core_int* nrhs, const double*,
                                    const core_int*, core_int* rci_request, core_int* ipar, double* dpar,
                                    double*)
 {
@@ -143,7 +145,7 @@ QNM_CORE void qnm_iss_dcgmrhs_init(const core_int* n, const double*, const core_
     if (*rci_request == done)
         std::fill_n(ipar + words, 2 * *nrhs, 0);
 }
-QNM_CORE void qnm_iss_dcgmrhs_check(const core_int* n, const double*, const core_int* nrhs, const double*,
+QNM_CORE void qnm_iss_dcgmrhs_check(const core_int* n, double*, const core_int* nrhs, const double*,
                                     core_int* rci_request, core_int* ipar, double* dpar, double*)
 {
     *rci_request = *nrhs < 0 ? refused : check(*n, {ipar, dpar}, false);
@@ -153,9 +155,8 @@ QNM_CORE void qnm_iss_dcgmrhs(const core_int* n, double* x, const core_int* nrhs
 {
     *rci_request = next_of_many(*n, x, *nrhs, b, {ipar, dpar}, tmp);
 }
-QNM_CORE void qnm_iss_dcgmrhs_get(const core_int*, const double*, const core_int*, const double*,
-                                  const core_int*, const core_int* ipar, const double*, const double*,
-                                  core_int* itercount)
+QNM_CORE void qnm_iss_dcgmrhs_get(const core_int*, double*, const core_int*, const double*, core_int*,
+                                  core_int* ipar, double*, double*, core_int* itercount)
 {
     *itercount = ipar[iterations];
 }

@@ -1,6 +1,8 @@
 // Flexible GMRES with restarts, after Saad (1993).
 #include "parameters.hpp"
 
+#include <qnm/core/solvers.h>
+
 namespace qnm::core::iterative {
 namespace {
 
@@ -156,12 +158,12 @@ private:
 using qnm::core::core_int;
 using namespace qnm::core::iterative;
 
-QNM_CORE void qnm_iss_dfgmres_init(const core_int* n, const double*, const double*, core_int* rci_request,
+QNM_CORE void qnm_iss_dfgmres_init(const core_int* n, double*, const double*, core_int* rci_request,
                                    core_int* ipar, double* dpar, double*)
 {
     *rci_request = set_defaults(*n, {ipar, dpar}, true);
 }
-QNM_CORE void qnm_iss_dfgmres_check(const core_int* n, const double*, const double*, core_int* rci_request,
+QNM_CORE void qnm_iss_dfgmres_check(const core_int* n, double*, const double*, core_int* rci_request,
                                     core_int* ipar, double* dpar, double*)
 {
     *rci_request = check(*n, {ipar, dpar}, true);

@@ -4,6 +4,8 @@
 #include "../guarded.hpp"
 #include "parameters.hpp"
 
+#include <qnm/core/solvers.h>
+
 #include <functional>
 
 namespace qnm::core::iterative {

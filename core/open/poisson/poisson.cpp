@@ -1,6 +1,8 @@
 // Poisson and Helmholtz problems on a rectangle, a box and a sphere: the functions of the interface.
 #include "problem.hpp"
 
+#include <qnm/core/solvers.h>
+
 extern "C" void qnm_core_not_carried(const char* name, std::int64_t* info, const std::int64_t* count);
 
 namespace qnm::core::poisson {
@@ -105,8 +107,8 @@ using qnm::core::core_int;
         *stat = commit<R>(ipar, par, xhandle);                                                               \
     }                                                                                                        \
     QNM_CORE void qnm_pdepl_##l##_helmholtz_2d(R* f, const R* bd_ax, const R* bd_bx, const R* bd_ay,         \
-                                               const R* bd_by, const dft_handle* xhandle, core_int* ipar,    \
-                                               const R* par, core_int* stat)                                 \
+                                               const R* bd_by, dft_handle* xhandle, core_int* ipar, R* par,  \
+                                               core_int* stat)                                               \
     {                                                                                                        \
         *stat = compute<R>(f, {bd_ax, bd_bx, bd_ay, bd_by}, xhandle, ipar, par);                             \
     }                                                                                                        \
@@ -127,10 +129,9 @@ using qnm::core::core_int;
     {                                                                                                        \
         *stat = commit<R>(ipar, par, xhandle, yhandle);                                                      \
     }                                                                                                        \
-    QNM_CORE void qnm_pdepl_##l##_helmholtz_3d(R* f, const R* bd_ax, const R* bd_bx, const R* bd_ay,         \
-                                               const R* bd_by, const R* bd_az, const R* bd_bz,               \
-                                               const dft_handle* xhandle, const dft_handle*, core_int* ipar, \
-                                               const R* par, core_int* stat)                                 \
+    QNM_CORE void qnm_pdepl_##l##_helmholtz_3d(                                                              \
+        R* f, const R* bd_ax, const R* bd_bx, const R* bd_ay, const R* bd_by, const R* bd_az,                \
+        const R* bd_bz, dft_handle* xhandle, dft_handle*, core_int* ipar, R* par, core_int* stat)            \
     {                                                                                                        \
         *stat = compute<R>(f, {bd_ax, bd_bx, bd_ay, bd_by, bd_az, bd_bz}, xhandle, ipar, par);               \
     }                                                                                                        \
@@ -157,8 +158,8 @@ using qnm::core::core_int;
     {                                                                                                        \
         *stat = commit<R>(ipar, par, handle_s, handle_c);                                                    \
     }                                                                                                        \
-    QNM_CORE void qnm_pdepl_##l##_sph_p(R* f, const dft_handle* handle_s, const dft_handle*, core_int* ipar, \
-                                        const R* par, core_int* stat)                                        \
+    QNM_CORE void qnm_pdepl_##l##_sph_p(R* f, dft_handle* handle_s, dft_handle*, core_int* ipar, R* par,     \
+                                        core_int* stat)                                                      \
     {                                                                                                        \
         *stat = compute<R>(f, {}, handle_s, ipar, par);                                                      \
     }                                                                                                        \
@@ -167,8 +168,7 @@ using qnm::core::core_int;
     {                                                                                                        \
         *stat = commit<R>(ipar, par, handle);                                                                \
     }                                                                                                        \
-    QNM_CORE void qnm_pdepl_##l##_sph_np(R* f, const dft_handle* handle, core_int* ipar, const R* par,       \
-                                         core_int* stat)                                                     \
+    QNM_CORE void qnm_pdepl_##l##_sph_np(R* f, dft_handle* handle, core_int* ipar, R* par, core_int* stat)   \
     {                                                                                                        \
         *stat = compute<R>(f, {}, handle, ipar, par);                                                        \
     }

@@ -1,6 +1,8 @@
 // Trigonometric transforms of one line. Nothing is kept in `par`: a caller may work there.
 #include "handles.hpp"
 
+#include <qnm/core/solvers.h>
+
 #include <unistd.h>
 
 namespace qnm::core::poisson {

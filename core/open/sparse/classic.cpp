@@ -2,6 +2,8 @@
 #include "classic.hpp"
 #include "rows.hpp"
 
+#include <qnm/core/sparse.h>
+
 namespace qnm::core::sparse {
 namespace {
 

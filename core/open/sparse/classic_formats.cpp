@@ -3,6 +3,8 @@
 #include "build.hpp"
 #include "classic.hpp"
 
+#include <qnm/core/sparse.h>
+
 namespace qnm::core::sparse {
 namespace {
 
