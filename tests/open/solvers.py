@@ -766,7 +766,8 @@ class Eigenvalues(unittest.TestCase):
 
     def test_sparse_systems_by_direct_solvers(self):
         Feast('d', 'csr', 0, 1, 6, laplacian(6)[0])
-        beside = os.path.join(os.path.dirname(os.path.realpath(library._name)), 'libqnm_core_solvers.so')
+        folder = os.path.dirname(os.path.realpath(library._name))
+        beside = os.path.realpath(os.path.join(folder, 'libqnm_core_solvers.so'))
         with open('/proc/self/maps') as maps:
             self.assertEqual(beside in maps.read(), os.path.exists(beside))
 
