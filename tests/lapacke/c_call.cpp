@@ -1,8 +1,10 @@
 #include "c_call.hpp"
 
+#include "support/guarded.hpp"
 #include "support/tables.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace qnm::tests {
@@ -119,6 +121,11 @@ CCall& CCall::lay_out()
             const long least = value(by_rows() ? *a.bound : *form.rows());
             set(a.argument->name, std::max(least, 1L) + a.position); // no two alike
         }
+    return fill_arrays();
+}
+
+CCall& CCall::fill_arrays()
+{
     memory_.clear();
     for (const LapackeArgument& a : plan().arguments) {
         const Argument& argument = *a.argument;
@@ -127,6 +134,8 @@ CCall& CCall::lay_out()
             continue;
         const auto [lines, length] = published(a);
         const long step = std::max(ld(a), length), count = lines * step + least_room;
+        extents_[argument.name] = std::max(lines * length == 0 ? 0 : (lines - 1) * step + length,
+                                           a.role == Role::workspace ? 2L : 0L); // of a query's answers
         Array& array = memory_.emplace(argument.name, Array(e, count, nan)).first->second;
         for (long k = 0; k < count; ++k)
             if (e.integer)
@@ -139,6 +148,8 @@ CCall& CCall::lay_out()
     }
     for (const catalogue::Addition& add : plan().c->additions)
         memory_.emplace(add.name, Array(Element::of(add.type, signature()), least_room, 60));
+    for (const catalogue::Addition& add : plan().c->additions)
+        extents_[add.name] = add.count ? std::max<long>(value(*add.count), 0) : 1;
     return *this;
 }
 
@@ -161,6 +172,8 @@ std::int64_t CCall::named(const std::string& name, int group) const
 const void* CCall::place(const LapackeArgument& a) const
 {
     const auto found = memory_.find(a.argument->name);
+    if (const auto guarded = guarded_.find(a.argument->name); guarded != guarded_.end())
+        return guarded->second;
     return found == memory_.end() ? untouchable_address(index(a)) : found->second.data();
 }
 
@@ -175,14 +188,22 @@ std::vector<const LapackeArgument*> CCall::reals() const
 
 double CCall::run()
 {
+    std::map<std::string, Guarded> guards;
+    if (beside != Beside::nothing)
+        for (const auto& [name, array] : memory_) {
+            const auto bytes = static_cast<std::size_t>(extents_.at(name) * array.size());
+            const auto& made = guards.emplace(name, Guarded(array.data(), bytes, beside == Beside::behind));
+            guarded_[name] = made.first->second.data();
+        }
     FunctionCall call(member_->name, layout_);
     for (const Parameter& p : call.parameters()) {
         const auto found = memory_.find(p.name);
         if (p.travel == Travel::code)
             call.set(p.name, layout_);
         else if (p.travel != Travel::value)
-            call.point(p.name,
-                       plan().find(p.name) != nullptr ? place(*plan().find(p.name)) : found->second.data());
+            call.point(p.name, plan().find(p.name) != nullptr ? place(*plan().find(p.name))
+                               : guarded_.contains(p.name)    ? guarded_.at(p.name)
+                                                              : found->second.data());
         else if (found == memory_.end())
             call.set(p.name, p.argument->type == "char" ? letter(p.name) : integer(p.name));
         else
@@ -196,10 +217,108 @@ double CCall::run()
     core().answers(routine).calling([this](Call& noted, recording::Answer& reply) { act(noted, reply); });
     const support::Returned back = call.run();
     core().answers(routine).calling([](Call&, recording::Answer&) {});
+    for (const auto& [name, memory] : guarded_)
+        std::memcpy(memory_.at(name).data(), memory,
+                    static_cast<std::size_t>(extents_.at(name) * memory_.at(name).size()));
+    guarded_.clear();
     const Element e = Element::of(member_->has_value() ? plan().row->result.type : "int", signature());
     if (e.integer)
         return static_cast<double>(narrow() ? back.int32() : back.int64());
     return e.bytes == sizeof(float) ? static_cast<double>(back.float32()) : back.float64();
+}
+
+CCall::Refusal CCall::refusal(bool nan_checks) const
+{
+    const auto& arguments = plan().arguments;
+    const catalogue::LapackeRow& c = *plan().c;
+    const bool refused = c.refused && holds(*c.refused);
+    const auto position = [&] { return plan().find(c.refused_as)->position; };
+    if (plan().has_layout() && layout_ != row_major && layout_ != column_major)
+        return {1, member_->name};
+    if (member_->high && nan_checks && refused && c.refused_with_nan)
+        return {position(), member_->name};
+    for (const int i : plan().checked)
+        if (const LapackeArgument& a = arguments[static_cast<std::size_t>(i)]; member_->high && nan_checks)
+            for (const StorageUse& use : a.checks)
+                if (holds_if(use.when) && std::ranges::any_of(checked(a, use), [&](long k) {
+                        const Array& array = memory_.at(a.argument->name);
+                        return std::isnan(array.part(k, 0)) ||
+                               std::isnan(array.part(k, array.element.parts - 1));
+                    }))
+                    return {a.position};
+    if (!by_rows(LapackeShape::split) && !by_rows(LapackeShape::turned))
+        return {};
+    for (const LapackeArgument& a : arguments)
+        if (a.role == Role::leading && integer(a.argument->name) < value(*a.bound))
+            return {a.position, member_->work_name};
+    return refused && by_rows(LapackeShape::split) ? Refusal{position(), member_->work_name} : Refusal{};
+}
+
+FunctionCall CCall::of_routine(bool query) const
+{
+    FunctionCall call = *this;
+    for (const LapackeArgument& a : plan().arguments)
+        if (is_single(*a.argument) && !a.address)
+            call.set(a.argument->name,
+                     member_->high && a.role == Role::size && query ? -1 : expected_integer(a));
+        else if (a.argument->type == "char")
+            call.set(a.argument->name, expected_letter(a.argument->name));
+    return call;
+}
+
+std::vector<CCall::Block> CCall::blocks() const
+{
+    std::map<std::pair<bool, std::string>, Block> workspaces;
+    std::vector<Block> all;
+    for (const LapackeArgument& a : plan().arguments) {
+        const long size = static_cast<long>(element(a).size());
+        // The work level of a turned routine sums rows, which takes room that nobody has provided.
+        const bool sums = a.role == Role::workspace && by_rows(LapackeShape::turned) &&
+                          std::string("1Oo").find(letter("norm")) != std::string::npos;
+        if (a.role == Role::workspace && member_->high && holds_if(a.facts.room_when))
+            workspaces[{!a.room, a.argument->name}] = {room(a) * size, true, true};
+        if (is_copied(a))
+            all.push_back({copy_elements(a) * size, false, false});
+        if (sums)
+            all.push_back({std::max<long>(value(*a.facts.turned), 1) * size, true, false});
+    }
+    for (auto taken = workspaces.rbegin(); taken != workspaces.rend(); ++taken)
+        all.insert(all.begin(), taken->second);
+    return all;
+}
+
+double CCall::given_back() const
+{
+    if (member_->has_value())
+        return result;
+    const bool shifted = plan().has_layout() && info < 0;
+    return static_cast<double>(!plan().has_info ? 0 : shifted ? info - 1 : info);
+}
+
+void CCall::expect_refused(const Refusal& refusal)
+{
+    EXPECT_EQ(run(), -refusal.position);
+    std::vector<std::string> expected;
+    if (!refusal.printed_as.empty())
+        expected = {"Wrong parameter " + std::to_string(refusal.position) + " in " + refusal.printed_as +
+                    "\n"};
+    EXPECT_EQ(printed(), expected);
+    EXPECT_EQ(runs + queries, 0);
+    expect_results();
+}
+
+void CCall::expect_failing(std::size_t n)
+{
+    const Block block = blocks().at(n - 1);
+    core().fail_allocation(n);
+    EXPECT_EQ(run(), member_->has_value() ? 0 : block.is_workspace ? -1010 : -1011);
+    core().fail_allocation(0);
+    EXPECT_EQ(printed(),
+              std::vector{std::string("Not enough memory to ") +
+                          (block.is_workspace ? "allocate work array" : "transpose matrix") + " in " +
+                          (block.of_high_level ? member_->name : member_->work_name) + "\n"});
+    EXPECT_EQ(runs, 0);
+    expect_results();
 }
 
 bool CCall::is_copied(const LapackeArgument& a) const
@@ -473,21 +592,25 @@ std::vector<long> allocated()
     return sizes;
 }
 
-LapackeTest::LapackeTest()
+void transpose_in_core(bool does)
 {
-    // The core's transposition of a general matrix, as the helpers ask for it.
     for (const auto& [letter, size, first] :
          {std::tuple{'s', 4L, 4U}, {'d', 8L, 4U}, {'c', 8L, 5U}, {'z', 16L, 5U}})
         core()
             .answers(std::string("qnm_trans_qnm_") + letter + "omatcopy")
-            .calling([size = size, first = first](Call& call, recording::Answer&) {
+            .calling([does, size = size, first = first](Call& call, recording::Answer&) {
                 const std::size_t line = static_cast<char>(call.word(0)) == 'c' ? 3 : 2, within = 5 - line;
-                for (long i = 0; i < call.int64(line); ++i)
+                for (long i = 0; does && i < call.int64(line); ++i)
                     for (long j = 0; j < call.int64(within); ++j)
                         std::memcpy(call.pointer<char>(first + 2) + (j * call.int64(first + 3) + i) * size,
                                     call.pointer<char>(first) + (i * call.int64(first + 1) + j) * size,
                                     static_cast<std::size_t>(size));
             });
+}
+
+LapackeTest::LapackeTest()
+{
+    transpose_in_core(true);
     check_for_nan(true);
 }
 

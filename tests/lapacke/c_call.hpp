@@ -56,6 +56,8 @@ public:
     /// Gives arrays and leading dimensions their sizes for the integers and letters as they stand, and
     /// numbers to all elements.
     CCall& lay_out();
+    /// The same for leading dimensions as they are.
+    CCall& fill_arrays();
 
     // The caller's memory: numbers behind all addresses, and reals by value. What is not there is at an
     // address that nobody may touch.
@@ -81,8 +83,35 @@ public:
     /// The copies and workspaces that it got filled.
     std::string filled;
 
+    /// What the caller has of arrays lies beside pages that nobody may touch, ahead of it or behind it.
+    enum class Beside { nothing, ahead, behind } beside = Beside::nothing;
     /// Calls the member with fresh notes of the core; the result is info, or the value as a number.
     double run();
+
+    /// The first argument that the entry refuses by itself, and under whose name it is printed: of a NaN
+    /// under none. Position 0: it refuses nothing.
+    struct Refusal {
+        int position = 0;
+        std::string printed_as = {};
+    };
+    Refusal refusal(bool nan_checks) const;
+    /// The call that the routine gets then, or got in a query.
+    FunctionCall of_routine(bool query) const;
+    /// What the entry takes from the core's memory: workspaces of the high level, what is known in front of
+    /// what is asked for, each in the order of names; then copies.
+    struct Block {
+        long bytes;
+        bool is_workspace;
+        bool of_high_level;
+    };
+    std::vector<Block> blocks() const;
+    /// What it gives back when the routine leaves `info`.
+    double given_back() const;
+    /// Calls the member, and expects a refusal: nothing is allocated, written or computed.
+    void expect_refused(const Refusal& refusal);
+    /// Calls the member when there is no memory for the n-th block.
+    void expect_failing(std::size_t n);
+
     /// Expects in the caller's memory what came back, and what the high level hands out of its workspaces,
     /// and nothing else.
     void expect_results() const;
@@ -119,8 +148,14 @@ private:
     const Member* member_;
     int layout_;
     Memory memory_, before_;
+    std::map<std::string, long> extents_; // elements that an entry may touch
+    std::map<std::string, void*> guarded_;
     bool asked_ = false;
 };
+
+/// The core's transposition of a general matrix, as the helpers ask for it; or that it does nothing, as it
+/// comes.
+void transpose_in_core(bool does);
 
 /// What LAPACKE_xerbla has printed, line by line, and the blocks that the layer asked for.
 std::vector<std::string> printed();

@@ -10,44 +10,6 @@ using Passing = LapackeTest;
 using Refusals = LapackeTest;
 using Memory = LapackeTest;
 
-struct Block {
-    long bytes;
-    bool is_workspace;
-    bool of_high_level;
-};
-
-/// What a call takes: workspaces of the high level, what is known in front of what is asked for, each in the
-/// order of names; then copies.
-std::vector<Block> expected_blocks(const CCall& call)
-{
-    std::map<std::pair<bool, std::string>, Block> workspaces;
-    std::vector<Block> blocks;
-    for (const LapackeArgument& a : call.plan().arguments) {
-        const long size = static_cast<long>(call.element(a).size());
-        // The work level of a turned routine sums rows, which takes room that nobody has provided.
-        const bool sums = a.role == Role::workspace && call.by_rows(LapackeShape::turned) &&
-                          std::string("1Oo").find(call.letter("norm")) != std::string::npos;
-        if (a.role == Role::workspace && call.member().high && call.holds_if(a.facts.room_when))
-            workspaces[{!a.room, a.argument->name}] = {call.room(a) * size, true, true};
-        if (call.is_copied(a))
-            blocks.push_back({call.copy_elements(a) * size, false, false});
-        if (sums)
-            blocks.push_back({std::max<long>(call.value(*a.facts.turned), 1) * size, true, false});
-    }
-    for (auto taken = workspaces.rbegin(); taken != workspaces.rend(); ++taken)
-        blocks.insert(blocks.begin(), taken->second);
-    return blocks;
-}
-
-/// What a call gives back when the routine leaves this in INFO.
-double given_back(const Member& m, long info)
-{
-    if (m.has_value())
-        return CCall::result;
-    const bool shifted = m.plan->has_layout() && info < 0;
-    return static_cast<double>(!m.plan->has_info ? 0 : shifted ? info - 1 : info);
-}
-
 /// NaNs where nobody looks for them: in what is not read, behind the ends of vectors, or anywhere.
 void put_harmless_nans(CCall& call, bool checked)
 {
@@ -77,7 +39,7 @@ TEST_F(Passing, CallsHandOnArgumentsOrTheirTransposedCopies)
                 asks = true;
             }
         std::vector<long> bytes;
-        for (const Block& block : expected_blocks(call))
+        for (const CCall::Block& block : call.blocks())
             bytes.push_back(block.bytes);
         const double result = call.run();
         EXPECT_EQ(allocated(), asks ? std::vector<long>{} : bytes);
@@ -85,22 +47,12 @@ TEST_F(Passing, CallsHandOnArgumentsOrTheirTransposedCopies)
             EXPECT_THAT(report.text, ::testing::Not(::testing::HasSubstr("matcopy")));
         if (empty)
             return;
-        EXPECT_EQ(result, asks ? 0 : given_back(m, call.info));
+        EXPECT_EQ(result, asks ? 0 : call.given_back());
         EXPECT_EQ(call.runs, asks ? 0 : 1);
         EXPECT_TRUE(call.queries == 1 || !asks);
         EXPECT_TRUE(printed().empty());
         call.expect_results();
     });
-}
-
-/// Expects a refusal: the argument's position in the C signature, which is printed once. Nothing is
-/// allocated, written or computed.
-void expect_refused(CCall& call, int position, const std::string& name)
-{
-    EXPECT_EQ(call.run(), -position);
-    EXPECT_EQ(printed(), std::vector{"Wrong parameter " + std::to_string(position) + " in " + name + "\n"});
-    EXPECT_EQ(call.runs + call.queries, 0);
-    call.expect_results();
 }
 
 TEST_F(Refusals, OfALayoutComeFirst)
@@ -112,7 +64,7 @@ TEST_F(Refusals, OfALayoutComeFirst)
         for (const LapackeArgument& a : m.plan->arguments)
             if (a.address)
                 call.memory().erase(a.argument->name);
-        expect_refused(call, 1, m.name);
+        call.expect_refused({1, m.name});
         EXPECT_EQ(core().calls().size(), 1U) << "the report alone";
     });
 }
@@ -134,7 +86,7 @@ TEST_F(Refusals, OfALeadingDimensionTellThePositionOfTheFirst)
             }
             for (CCall* call : {&one_short, &all_short}) {
                 call->set(a->argument->name, valid.value(*a->bound) - 1);
-                expect_refused(*call, a->position, m.work_name);
+                call->expect_refused({a->position, m.work_name});
             }
         }
     });
@@ -149,7 +101,7 @@ TEST_F(Refusals, OfTheirOwnTellTheArgument)
                                                 {"LAPACKE_dtpmqrt_work", "side=X m=3 n=4 k=2", 2}}) {
         CCall call(members().at(name), row_major, chance);
         call.give(given);
-        expect_refused(call.lay_out(), position, name);
+        call.lay_out().expect_refused({position, name});
     }
 }
 
@@ -176,19 +128,8 @@ TEST_F(Memory, ThatFailsIsReportedOnceAndNothingIsLost)
 {
     for_all(both, 1, [&](const Member& m, int layout) {
         const CCall valid(m, layout, chance);
-        std::size_t n = 0;
-        for (const Block& block : expected_blocks(valid)) {
-            CCall call = valid;
-            core().fail_allocation(++n);
-            EXPECT_EQ(call.run(), m.has_value() ? 0 : block.is_workspace ? -1010 : -1011);
-            core().fail_allocation(0);
-            EXPECT_EQ(printed(),
-                      std::vector{std::string("Not enough memory to ") +
-                                  (block.is_workspace ? "allocate work array" : "transpose matrix") + " in " +
-                                  (block.of_high_level ? m.name : m.work_name) + "\n"});
-            EXPECT_EQ(call.runs, 0);
-            call.expect_results();
-        }
+        for (std::size_t n = 1; n <= valid.blocks().size(); ++n)
+            CCall(valid).expect_failing(n);
     });
 }
 

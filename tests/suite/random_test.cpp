@@ -1,48 +1,55 @@
 // Calls by chance, each judged by the catalogue's own evaluation: refused with which code, or handed to the
 // core with which arguments; what came back; and nothing held. Every call has a seed of its own, which a
 // failure tells: QNM_SEED=1234 QNM_CALLS=1 makes that call alone. QNM_SECONDS goes on for so long.
+#include "lapacke/c_call.hpp"
 #include "suite/routine.hpp"
+#include "support/guarded.hpp"
 #include "support/published.hpp"
 
 #include <chrono>
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/mman.h>
+#include <unistd.h>
 
 namespace qnm::tests {
 namespace {
 
-/// Integers whose first or last byte lies beside a page that nobody may touch.
-class Guarded {
-public:
-    Guarded(const std::vector<int>& elements, std::size_t count, bool at_end)
-        : bytes_((count * sizeof(int) + page - 1) / page * page + 2 * page),
-          map_(static_cast<char*>(mmap(nullptr, bytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
-    {
-        mprotect(map_ + page, bytes_ - 2 * page, PROT_READ | PROT_WRITE);
-        data_ = reinterpret_cast<int*>(at_end ? map_ + bytes_ - page - count * sizeof(int) : map_ + page);
-        std::copy_n(elements.begin(), count, data_);
-    }
-    Guarded(Guarded&& other) noexcept : bytes_(other.bytes_), map_(other.map_), data_(other.data_)
-    {
-        other.map_ = nullptr;
-    }
-    Guarded& operator=(Guarded&&) = delete;
-    ~Guarded()
-    {
-        if (map_ != nullptr)
-            munmap(map_, bytes_);
-    }
-    int* data() const { return data_; }
+/// The variable that holds a handle.
+void** slot_of(const FunctionCall& call, std::size_t i)
+{
+    return reinterpret_cast<void**>(call.word(i).bits());
+}
 
-private:
-    static constexpr std::size_t page = 4096;
-    std::size_t bytes_;
-    char* map_;
-    int* data_ = nullptr;
-};
+/// Whether an argument that no row has breaks what a test says of it: "b > a", "0 < p < 1", "p != null".
+/// What is no number breaks nothing.
+bool breaks(const FunctionCall& call, const catalogue::Test& test)
+{
+    const auto i = static_cast<std::size_t>(test.parameter);
+    const std::vector<std::string> words = tests::words(test.text);
+    const long double value = call.number(i);
+    if (words[0] == "0")
+        return words[1] == "<" ? value <= 0 || value >= 1 : value < 0 || value > 1;
+    if (words[1] == "is")
+        return (call.parameters()[i].travel == Travel::value ? reinterpret_cast<void*>(call.integer(i))
+                                                             : *slot_of(call, i)) != good_stream;
+    if (words[1] == "!=")
+        return call.is_null(i);
+    if (words[1] == "in")
+        return value < 0 || value > std::stold(words.back());
+    if (words[0] == "brng") // by its lower half
+        return static_cast<int>(call.integer(i)) < 0;
+    if (words[0] == "method" && words[1] == "<=")
+        return (call.integer(i) & (words.back() == "not" ? ~0x4000'0000LL : ~0LL)) > std::stoll(words[2]);
+    catalogue::Lexer lexer(test.text, 1);
+    lexer.add_line(test.text.substr(test.text.find_first_of("<>=") + words[1].size()), 1);
+    const ExpressionPtr e = catalogue::parse_expression(lexer);
+    const long double bound = e->kind == Expression::Kind::name ? call.number(call.index(e->text))
+                                                                : static_cast<long double>(call.value(*e));
+    return words[1] == ">=" ? value < bound : words[1] == ">" ? value <= bound : value >= bound;
+}
 
 /// Whether a test refuses an argument, of one group.
 bool refuses(const FunctionCall& call, const catalogue::Test& test, int group)
@@ -52,6 +59,8 @@ bool refuses(const FunctionCall& call, const catalogue::Test& test, int group)
     const Argument* a = call.facts(i);
     if (call.is_exempt(p.name))
         return false;
+    if (a == nullptr && p.travel != Travel::code)
+        return breaks(call, test);
     if (a == nullptr) // the layout
         return call.integer(i) != row_major && call.integer(i) != column_major;
     if (!a->letters.empty()) {
@@ -99,6 +108,8 @@ Verdict judge(const FunctionCall& call)
         const catalogue::Test& test = s.tests[k];
         if (!test.when.empty() && test.when != (call.by_rows() ? "row-major" : "column-major"))
             continue;
+        if (test.text.ends_with("unless n is 0") && call.integer("n") == 0)
+            break; // there is nothing to do, whatever else is bad
         const std::string& name = call.parameters()[static_cast<std::size_t>(test.parameter)].name;
         const int groups = call.is_of_groups(name) ? static_cast<int>(call.integer("group_count")) : 1;
         bool refused = false;
@@ -122,6 +133,11 @@ protected:
 
     int below(std::size_t bound) { return static_cast<int>(chance() % bound); }
     bool one_in(std::size_t n) { return below(n) == 0; }
+    template <class T>
+    T any_of(std::initializer_list<T> all)
+    {
+        return all.begin()[chance() % all.size()];
+    }
 
     /// Letters, sizes, numbers by chance; most calls are good, some bad in one place, some in any.
     void shake(FunctionCall& call)
@@ -150,6 +166,29 @@ protected:
         const std::string& bad = steps[chance() % steps.size()].argument;
         if (call.signature().family != "trans" || !call.is_bounded(bad) || call.bound(bad) != 0)
             call.spoil(bad); // nothing unsigned is less than 0
+    }
+
+    /// Numbers and handles of a generator or a stream by chance, where a good call has others.
+    void stir(FunctionCall& call)
+    {
+        static void* no_stream = nullptr;
+        const auto is_tested = [&](std::size_t i, const char* text) {
+            return std::ranges::any_of(call.signature().tests, [&](const catalogue::Test& test) {
+                return test.parameter == static_cast<int>(i) && test.text.find(text) != std::string::npos;
+            });
+        };
+        for (std::size_t i = 0; i < call.parameters().size(); ++i)
+            if (const std::string& name = call.parameters()[i].name; !one_in(3))
+                continue;
+            else if (is_tested(i, "is a stream"))
+                call.handle(name, any_of({&good_stream, &deleted_stream, &no_stream})[0]);
+            else if (is_tested(i, "!= null"))
+                call.point(name, nullptr);
+            else if (call.is_real(i))
+                call.put(name, any_of<double>({0, 1, -1, 0.5, 1e-30, INFINITY, NAN}));
+            else if (call.is_integer(i))
+                call.set(name, any_of({0, 1, 2, 3, -1, 0x4000'0000, 0x4000'0001, INT_MAX, INT_MIN}) +
+                                   (call.narrow() || name == "n" ? 0 : any_of({0LL, 1LL << 40})));
     }
 
     /// One argument as large as its width has it, where no array is as long as it tells.
@@ -216,7 +255,7 @@ protected:
             for (const char* size : {"m", "n", "k", "group_count", "batch_size"})
                 if (call.has(size) && !call.is_of_groups(size) && call.integer(size) == 0)
                     return true;
-        return (s.family == "vml" && call.integer("n") == 0) ||
+        return (lists("vml vsl_generators", s.family) && call.integer("n") == 0) ||
                (s.result == "CBLAS_INDEX" && (call.integer("n") < 1 || call.integer("incx") < 1));
     }
 
@@ -227,8 +266,11 @@ protected:
             hide(call, verdict);
         const FunctionCall before = call;
         const bool tells = call.has("info") && !call.is_null(call.index("info"));
-        call.run();
+        const support::Returned returned = call.run();
         EXPECT_EQ(own_reports(call).first, verdict.reports);
+        if (call.signature().family.starts_with("vsl_")) {
+            EXPECT_LT(returned.int32(), 0);
+        }
         EXPECT_TRUE(core().calls(called(call)).empty());
         if (tells) {
             EXPECT_EQ(call.integer("info"), -verdict.reports.front().second);
@@ -247,8 +289,9 @@ protected:
         std::vector<std::pair<std::size_t, Guarded>> guards;
         for (const auto& [i, elements] : call.arrays())
             if (call.extent(i) > 0)
-                guards.emplace_back(i,
-                                    Guarded(elements, static_cast<std::size_t>(call.extent(i)), one_in(2)));
+                guards.emplace_back(i, Guarded(elements.data(),
+                                               static_cast<std::size_t>(call.extent(i)) * sizeof(int),
+                                               one_in(2)));
         const std::size_t refusing =
             one_in(4) && !call.is_query() && call.blocks() > 0 ? 1 + chance() % call.blocks() : 0;
         core().fail_allocation(refusing);
@@ -263,7 +306,7 @@ protected:
                 EXPECT_EQ(core().calls("qnm_serv_xerbla").at(0).code(), 1102);
                 EXPECT_EQ(allocations(), refusing);
                 for (const auto& [i, guard] : guards)
-                    call.take(i, guard.data());
+                    call.take(i, static_cast<const int*>(guard.data()));
                 EXPECT_EQ(call.arrays(), before.arrays());
             } else {
                 EXPECT_EQ(refusing, 0U);
@@ -272,7 +315,7 @@ protected:
                 ASSERT_EQ(noted.size(), 1U);
                 routine.expect_arguments(noted[0]);
                 for (const auto& [i, guard] : guards)
-                    call.take(i, guard.data());
+                    call.take(i, static_cast<const int*>(guard.data()));
                 routine.expect_results();
             }
         }
@@ -320,14 +363,98 @@ protected:
         EXPECT_EQ(core().live_blocks(), 0U);
     }
 
+    /// What the entry refuses in which a member ends: of a query, or of the call behind it.
+    static Verdict judge_routine(const CCall& call)
+    {
+        const Verdict verdict = judge(call.of_routine(true));
+        return verdict.reports.empty() ? judge(call.of_routine(false)) : verdict;
+    }
+
+    /// A member of the C interface to LAPACK: letters, sizes, lines too short, NaNs; and answers of the
+    /// routine.
+    void call_member(const Member& m)
+    {
+        SCOPED_TRACE(m.plan->c->where() + " " + m.name);
+        CCall call(m, any_of({row_major, row_major, row_major, column_major, column_major, below(200)}),
+                   chance);
+        std::vector<std::string> sizes;
+        for (const LapackeArgument& a : m.plan->arguments)
+            if (const Argument& facts = *a.argument;
+                a.role == Role::plain && !a.address && facts.is_integer() && !facts.query &&
+                !facts.name.starts_with("ld") && !lists("incx itype k1 k2", facts.name))
+                sizes.push_back(facts.name);
+        for (const std::string& size : sizes)
+            if (one_in(3))
+                call.set(size, any_of({0, 1, 2, 15, 16, 17, -1}));
+        for (const LapackeArgument& a : m.plan->arguments) // no more are found than there are
+            if (a.address && is_single(*a.argument) && call.has("n"))
+                call.set(a.argument->name, std::clamp<std::int64_t>(call.integer("n"), 0, 2));
+        if (!one_in(4))
+            call.make_valid();
+        call.lay_out();
+        bool is_short = false;
+        for (const LapackeArgument& a : m.plan->arguments)
+            if (a.role == Role::leading && one_in(12)) {
+                call.set(a.argument->name, std::max<std::int64_t>(call.value(*a.bound) - 1, 0));
+                is_short = true;
+            }
+        call.fill_arrays();
+        bool asks = false;
+        for (const LapackeArgument& a : m.plan->arguments)
+            if (!m.high && a.role == Role::size && one_in(6)) {
+                call.set(a.argument->name, -1);
+                asks = true;
+            }
+        for (const LapackeArgument* a : call.reals())
+            if (!is_short && one_in(8)) // what a NaN check reads of such lines is told elsewhere
+                call.memory().at(a->argument->name).spoil(below(24), chance());
+        const bool nan_checks = !one_in(4);
+        support::call(layer()["LAPACKE_set_nancheck"], nan_checks ? 1 : 0);
+        call.beside = any_of({CCall::Beside::ahead, CCall::Beside::behind});
+        call.info = any_of({0, -1, 7});
+        call.answer = [answer = below(300)](std::size_t i) { return answer + static_cast<long>(i); };
+        core().mode(below(2));
+        SCOPED_TRACE(words_of(call) + (nan_checks ? ", looks for NaN" : ""));
+        transpose_in_core(true);
+        if (const CCall::Refusal refusal = call.refusal(nan_checks); refusal.position != 0) {
+            ++refused;
+            call.expect_refused(refusal);
+        } else if (const Verdict verdict = judge_routine(call); !verdict.reports.empty()) {
+            ++refused; // by the entry that the member ends in
+            EXPECT_EQ(call.run(), -verdict.reports.front().second - (m.plan->has_layout() ? 1 : 0));
+            EXPECT_EQ(call.runs, 0);
+            EXPECT_EQ(reports(), verdict.reports);
+        } else if (const std::size_t blocks = asks ? 0 : call.blocks().size(); blocks > 0 && one_in(4)) {
+            ++passed, ++failed;
+            call.expect_failing(1 + chance() % blocks);
+        } else {
+            ++passed;
+            EXPECT_EQ(call.run(), asks ? 0 : call.given_back());
+            EXPECT_EQ(call.runs, asks ? 0 : 1);
+            EXPECT_TRUE(printed().empty());
+            EXPECT_EQ(allocated().size(), blocks);
+            call.expect_results();
+        }
+        transpose_in_core(false);
+        EXPECT_EQ(core().live_blocks(), 0U);
+    }
+
     void call_one(unsigned seed)
     {
         chance.seed(seed);
-        const Signature& s = *all()[chance() % all().size()];
-        QNM_TRACE_SIGNATURE(s);
         SCOPED_TRACE("QNM_SEED=" + std::to_string(seed) + " QNM_CALLS=1");
-        if (lists("vsl_generators vsl_streams", s.family)) // their tests are told by hand
-            return;
+        static const std::vector<const Signature*> functions = all();
+        static const std::vector<const Member*> c_interface = [] {
+            std::vector<const Member*> each;
+            for (const auto& [name, member] : members())
+                each.push_back(&member);
+            return each;
+        }();
+        const std::size_t chosen = chance() % (functions.size() + c_interface.size());
+        if (chosen >= functions.size())
+            return call_member(*c_interface[chosen - functions.size()]);
+        const Signature& s = *functions[chosen];
+        QNM_TRACE_SIGNATURE(s);
         const bool fortran = std::ranges::find(entries(), &s) != entries().end();
         if (fortran) {
             FortranCall call(s, chance);
@@ -343,12 +470,26 @@ protected:
         FunctionCall call = one.may_conjugate()
                                 ? one
                                 : FunctionCall(s, one.by_rows() ? row_major : column_major, 1 + below(3));
+        if (lists("vsl_generators vsl_streams", s.family)) {
+            stir(call);
+            return run(call, &Random::run_other);
+        }
         shake(call);
         if (!call.may_conjugate() && !lists("trans vml", s.family) && one_in(4))
             stretch(call);
         run(call, &Random::run_other);
     }
 };
+
+char call_under_way[64];
+struct sigaction usual_end;
+
+/// Tells which call has touched a page that nobody may; what follows is as ever.
+void tell_call(int signal)
+{
+    static_cast<void>(write(STDERR_FILENO, call_under_way, std::strlen(call_under_way)) + 1);
+    sigaction(signal, &usual_end, nullptr);
+}
 
 unsigned long told(const char* variable, unsigned long otherwise)
 {
@@ -364,9 +505,16 @@ TEST_F(Random, CallsAreJudgedAsTheTablesTell)
     std::printf("QNM_SEED=%u\n", seed);
     const auto end = std::chrono::steady_clock::now() + time;
     unsigned long made = 0;
+    struct sigaction end_of_call {};
+    end_of_call.sa_handler = tell_call;
+    sigaction(SIGSEGV, &end_of_call, &usual_end);
     for (; (time.count() > 0 ? std::chrono::steady_clock::now() < end : made < calls) && !HasFailure();
-         ++made)
-        call_one(seed + static_cast<unsigned>(made));
+         ++made) {
+        const unsigned own = seed + static_cast<unsigned>(made);
+        std::snprintf(call_under_way, sizeof call_under_way, "a fault in QNM_SEED=%u QNM_CALLS=1\n", own);
+        call_one(own);
+    }
+    sigaction(SIGSEGV, &usual_end, nullptr);
     std::printf("%lu calls: %zu refused, %zu handed on, %zu of these without memory\n", made, refused, passed,
                 failed);
     if (made > 1000) {
