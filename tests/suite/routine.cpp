@@ -46,8 +46,8 @@ const std::vector<const Signature*>& others()
     static const auto all = signatures([](const Signature& s) {
         return !s.callees.empty() && s.exported &&
                !lists("blas lapack lapack_extra trigonometric poisson lapacke helper helper_services "
-                      "services published_services published_letters road registration callbacks "
-                      "dfti_fortran fftw fftw_fortran sparse spblas pds cluster iss trs feast",
+                      "services published_letters road callbacks dfti_fortran fftw fftw_fortran sparse "
+                      "spblas iss trs feast",
                       s.family);
     });
     return all;

@@ -2,6 +2,7 @@
 
 #include "refusal.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -55,6 +56,18 @@ void remove_abandoned(const std::string& folder)
             unlink(path.c_str());
         close(file);
     }
+}
+
+// Times are numbers that can be reckoned with, whatever a program has written over them.
+Record record_in(const trace::Slot& slot)
+{
+    constexpr std::int64_t latest = std::int64_t{1} << 62;
+    const double seconds = slot.seconds;
+    return {slot.process,
+            slot.thread,
+            std::clamp<std::int64_t>(slot.start, 0, latest),
+            seconds >= 0 && seconds < 1e9 ? seconds : -1,
+            {slot.line, strnlen(slot.line, sizeof slot.line)}};
 }
 
 } // namespace
@@ -123,15 +136,12 @@ void TraceRing::release()
 void TraceRing::read(const std::function<void(const Record&)>& record)
 {
     const std::uint64_t first = ticket_;
-    for (;; ++ticket_) {
+    // A lap and no more: tickets that a program has written over would never end.
+    for (; ticket_ - first < trace::slot_count; ++ticket_) {
         trace::Slot& from = slot();
         const std::uint64_t word = from.word.load(std::memory_order_acquire);
         if (word == trace::published_word(ticket_)) {
-            record({from.process,
-                    from.thread,
-                    from.start,
-                    from.seconds,
-                    {from.line, strnlen(from.line, sizeof from.line)}});
+            record(record_in(from));
             from.word.store(trace::free_word(ticket_ + trace::slot_count), std::memory_order_release);
         } else if ((word & trace::given_up) == 0 || !is_taken()) {
             break;

@@ -3,6 +3,7 @@
 #include "record.hpp"
 #include "trace/ring.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <optional>
@@ -21,7 +22,7 @@ public:
 
     const std::string& path() const { return path_; }
 
-    /// Hands over what has been published.
+    /// Hands over what has been published, a lap at most.
     void read(const std::function<void(const Record&)>& record);
     /// The last reading: nobody is written to any more, and what was begun and not published is lost.
     void read_last(const std::function<void(const Record&)>& record);
@@ -34,7 +35,7 @@ public:
     /// Whether a process has mapped the ring and might write, by itself or as the child of one that has.
     bool has_writers() const;
     /// Records that were begun and never published, as far as this side was read.
-    std::uint64_t lost() const { return given_up_ - ring_->retried.load(); }
+    std::uint64_t lost() const { return given_up_ - std::min(given_up_, ring_->retried.load()); }
 
 private:
     using Clock = std::chrono::steady_clock;
