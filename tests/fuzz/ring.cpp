@@ -52,7 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     overwrite(*static_cast<Ring*>(mapped), data, size);
     munmap(mapped, sizeof(Ring));
 
-    qnm::run::Totals totals;
+    static const auto lines = std::make_shared<qnm::run::CallReader>(); // reads the catalogue once
+    qnm::run::Totals totals(0, lines);
     const auto take = [&](const qnm::run::Record& record) {
         expect(record.line.size() <= sizeof(qnm::trace::Slot::line) &&
                record.line.find('\0') == record.line.npos);

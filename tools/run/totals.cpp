@@ -44,7 +44,7 @@ Totals::Routine& Totals::routine(const std::string& name)
     const bool is_new = !routines_.contains(name);
     Routine& routine = bounded(routines_, name, most_routines, others);
     if (is_new && routine.size_names.empty())
-        routine.size_names = reader_.size_names(name);
+        routine.size_names = reader_->size_names(name);
     return routine;
 }
 
@@ -82,7 +82,7 @@ void Totals::add(const Record& record)
             heading_ = record.line.substr(mark.size());
         return;
     }
-    const auto call = reader_.read(record.line);
+    const auto call = reader_->read(record.line);
     if (!call)
         return;
     Routine& totals = routine(call->name);
@@ -124,7 +124,7 @@ void Totals::add_bad(const TracedCall& call, const Record& record, const Refused
     // A driver's fault may be found by a routine that it calls.
     const bool elsewhere = by_engine != nullptr && by_engine->routine != call.name &&
                            call.name != std::string(by_engine->routine) + "_64";
-    bad.argument = reader_.argument_name(elsewhere ? by_engine->routine : call.name, position);
+    bad.argument = reader_->argument_name(elsewhere ? by_engine->routine : call.name, position);
     if (elsewhere)
         bad.argument += " of " + std::string(by_engine->routine);
     bad.first = record.line;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,8 +64,13 @@ public:
         int octave;
     };
 
-    /// `begin`: of the run, in nanoseconds of CLOCK_MONOTONIC.
-    explicit Totals(std::int64_t begin = 0) : begin_(begin) {}
+    /// `begin`: of the run, in nanoseconds of CLOCK_MONOTONIC. The reader has the catalogue, which several
+    /// runs may share.
+    explicit Totals(std::int64_t begin = 0,
+                    std::shared_ptr<CallReader> reader = std::make_shared<CallReader>())
+        : reader_(std::move(reader)), begin_(begin)
+    {
+    }
 
     /// Records that tell no call are passed over. The time of one that is not known counts as none.
     void add(const Record& record);
@@ -94,7 +100,7 @@ private:
     void add_inside(std::int64_t begin, std::int64_t end);
     void add_long(const Record& record, const TracedCall& call, int octave);
 
-    CallReader reader_;
+    std::shared_ptr<CallReader> reader_;
     std::int64_t begin_;
     std::map<std::string, Routine, std::less<>> routines_;
     std::map<std::pair<std::string, int>, Bad> bad_;
