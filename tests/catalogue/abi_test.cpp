@@ -16,7 +16,7 @@ const std::string family = "family blas core qnm_blas_name\n"
                            "    form narrow reference int32 NAME name_ check qnm_blas_errchk_name\n"
                            "    form wide reference int64 NAME_64\n"
                            "family blas\n";
-const std::string rows = "mul s d z checked char trans in NTC, int m >= 0, T a[], R b[]\n"
+const std::string rows = "mul s d z checked char trans in NTC, char diag in NU, int m >= 0, T a[], R b[]\n"
                          "dot s d unchecked int n, T x[] -> T\n";
 
 /// What is promised of a table's text, or of the library made of it.
@@ -38,9 +38,9 @@ Abi kept(const std::string& added = "")
 TEST(Promises, AreTheNamesOfAllLettersAndFormsWithWhatTheyTake)
 {
     const Abi abi = kept();
-    EXPECT_EQ(abi.names.at("DMUL_64").facts, "void (char*, qnm_int64*, double*, double*) + 1");
-    EXPECT_EQ(abi.names.at("zmul_").facts, "void (char*, int*, qnm_complex16*, double*) + 1");
-    EXPECT_EQ(abi.names.at("qnm_blas_errchk_smul").facts, "int (char*, int*, float*, float*) + 1");
+    EXPECT_EQ(abi.names.at("DMUL_64").facts, "void (char*, char*, qnm_int64*, double*, double*) + 2");
+    EXPECT_EQ(abi.names.at("zmul_").facts, "void (char*, char*, int*, qnm_complex16*, double*) + 2");
+    EXPECT_EQ(abi.names.at("qnm_blas_errchk_smul").facts, "int (char*, char*, int*, float*, float*) + 2");
     EXPECT_EQ(abi.names.at("sdot_").facts, "float (int*, float*)");
     EXPECT_EQ(abi.names.size(), 3U * 4 + 2U * 3);
     EXPECT_THAT(broken_promises(abi, Tables(family + rows).built()), IsEmpty());
