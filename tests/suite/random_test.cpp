@@ -188,9 +188,11 @@ protected:
                 call.point(name, nullptr);
             else if (call.is_real(i))
                 call.put(name, any_of<double>({0, 1, -1, 0.5, 1e-30, INFINITY, NAN}));
+            else if (name == "n")
+                call.set(name, any_of({0, 0, 1, -1}));
             else if (call.is_integer(i))
                 call.set(name, any_of({0, 1, 2, 3, -1, 0x4000'0000, 0x4000'0001, INT_MAX, INT_MIN}) +
-                                   (call.narrow() || name == "n" ? 0 : any_of({0LL, 1LL << 40})));
+                                   (call.narrow() ? 0 : any_of({0LL, 1LL << 40})));
     }
 
     /// One argument as large as its width has it, where no array is as long as it tells.

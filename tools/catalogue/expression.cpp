@@ -149,12 +149,14 @@ char upper(char c)
 
 std::int64_t apply(const std::string& op, std::int64_t a, std::int64_t b)
 {
+    // Sizes multiply as in the layer, overflow included.
+    const auto left = static_cast<std::uint64_t>(a), right = static_cast<std::uint64_t>(b);
     if (op == "+")
-        return a + b;
+        return static_cast<std::int64_t>(left + right);
     if (op == "-")
-        return a - b;
+        return static_cast<std::int64_t>(left - right);
     if (op == "*")
-        return a * b;
+        return static_cast<std::int64_t>(left * right);
     if (op == "/")
         return a / b;
     if (op == "<")
