@@ -67,7 +67,8 @@ TEST(DftPlugin, IsTheOneAskedForAndElseOneLineTellsWhy)
     namespace fs = std::filesystem;
     std::string name = fs::temp_directory_path() / "qnm-XXXXXX";
     const fs::path folder = mkdtemp(name.data()), plugin = folder / "libqnm_core_fftw.so";
-    fs::copy_file(QNM_CORE_FILE, folder / fs::path(QNM_CORE_FILE).filename()); // a link would lead to its folder
+    // A link would lead to the folder of its own.
+    fs::copy_file(QNM_CORE_FILE, folder / fs::path(QNM_CORE_FILE).filename());
     const std::string own = "QNM open core 2.0.0, transforms by pocketfft\n", numbers = "QNM 4 2\n";
     const auto expect_line = [&](const char* engine, const std::string& why) {
         const std::string said = said_in(folder, std::string("QNM_FFT_ENGINE=") + engine);
