@@ -52,7 +52,7 @@ expect 1 --tests "$list" home/mine.so $families
 # What cannot be tried is no verdict, and nothing but such is no proof.
 printf 'blas some echo of another kind; exit 77\n' > list
 expect 2 --tests list "$example" blas/level1
-printf 'blas/level1 some echo of another kind; exit 77\nblas/level1 more echo 1 is not 2; exit 1\n' > list
+printf 'blas/level1 some echo of another kind; exit 77\nblas/level1 more printf "1 is not 2"; exit 1\n' > list
 expect 1 --tests list "$example" blas/level1
 verdict '^blas/level1 +some +left out: of another kind'
 verdict '^blas/level1 +more +FAILED: 1 is not 2, see'

@@ -146,7 +146,9 @@ Outcome outcome_of(const std::string& command)
     std::size_t room = 0;
     bool failure = false;
     for (ssize_t length = 0; (length = getline(&line, &room, output)) > 0;) {
-        const std::string text(line, static_cast<std::size_t>(length - 1));
+        std::string text(line, static_cast<std::size_t>(length));
+        if (text.back() == '\n') // the last line need not end
+            text.pop_back();
         const bool tells = text.find("FAIL") != std::string::npos;
         if (tells || (!failure && !text.empty()))
             outcome.line = text;

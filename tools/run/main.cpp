@@ -184,8 +184,10 @@ int run_traced(const Options& options, const Program& program, char** arguments,
     look(outcome.ended);
     if (options.report.wanted || options.page.wanted) { // the program has its whole time for itself
         const Check check(program, ours);
-        (totals.is_empty() ? head.why_nothing : head.passed_by) =
-            totals.is_empty() ? check.reason() : check.passed_by();
+        if (totals.is_empty())
+            head.why_nothing = check.reason();
+        else
+            head.passed_by = check.passed_by();
     }
     if (told != records) // again, if more has come since
         tell();

@@ -6,6 +6,7 @@
 #include "generate/output.hpp"
 #include "reference/text.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <fstream>
 #include <iterator>
